@@ -1,0 +1,31 @@
+# Warnings are errors; what the driver is compiled as, and what everything around it is.
+
+set(TARN_WARNINGS -Wall -Wextra -Wconversion -Wshadow -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  list(APPEND TARN_WARNINGS -Wthread-safety -Wthread-safety-beta)
+endif()
+
+if(TARN_SANITIZE)
+  add_compile_options(-fsanitize=${TARN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${TARN_SANITIZE})
+endif()
+
+# The driver: C++11 (Qt 6 needs C++17) without exceptions and RTTI.
+function(tarn_driver_language target)
+  if(TARN_QT EQUAL 6)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(${target} PROPERTIES CXX_STANDARD 17)
+  else()
+    target_compile_features(${target} PUBLIC cxx_std_11)
+    set_target_properties(${target} PROPERTIES CXX_STANDARD 11)
+  endif()
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE ${TARN_WARNINGS} -pedantic -fno-exceptions -fno-rtti)
+  target_link_options(${target} PRIVATE $<$<NOT:$<BOOL:${TARN_SANITIZE}>>:-Wl,--no-undefined>)
+endfunction()
+
+# Host, tools and tests: C++17.
+function(tarn_host_language target)
+  set_target_properties(${target} PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE ${TARN_WARNINGS})
+endfunction()

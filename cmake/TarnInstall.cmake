@@ -1,0 +1,22 @@
+# Install rules, the CMake package TarnFGs and the pkg-config file.
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS TarnFGs EXPORT TarnFGsTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+  PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(EXPORT TarnFGsTargets NAMESPACE TarnFGs:: COMPONENT development
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TarnFGs)
+
+configure_package_config_file(cmake/TarnFGsConfig.cmake.in ${CMAKE_BINARY_DIR}/TarnFGsConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TarnFGs)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/TarnFGsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/TarnFGsConfig.cmake ${CMAKE_BINARY_DIR}/TarnFGsConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TarnFGs COMPONENT development)
+
+configure_file(cmake/TarnFGs.pc.in ${CMAKE_BINARY_DIR}/TarnFGs.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/TarnFGs.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+if(TARGET fgs AND TARGET fgs-sim)
+  install(TARGETS fgs fgs-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+endif()
