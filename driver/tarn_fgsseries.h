@@ -17,11 +17,11 @@
 #ifndef TARN_FGSSERIES_H
 #define TARN_FGSSERIES_H
 
+#include <atomic>
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QMutex>
 #include <QtCore/QString>
-#include <atomic>
 
 #define TARN_EXPORT __attribute__((visibility("default")))
 
@@ -33,7 +33,8 @@
 #endif
 
 /// A non-recursive QMutex, no member added, that the thread-safety analysis understands.
-class TARN_THREAD(capability("mutex")) TarnMutex : public QMutex {
+class TARN_THREAD(capability("mutex")) TarnMutex : public QMutex
+{
 public:
     void lock() TARN_THREAD(acquire_capability()) { QMutex::lock(); }
     void unlock() TARN_THREAD(release_capability()) { QMutex::unlock(); }
@@ -81,7 +82,7 @@ struct EXTENDVAR {
 /// settings, keeps its counters in the words marked (driver) and leaves every other word alone.
 struct COMINFO {
     int reserved0[4];
-    int blockWords;     ///< most 16-bit words that one read block may cover
+    int blockWords; ///< most 16-bit words that one read block may cover
     int reserved5;
     int defaultStation; ///< station of every variable while stationMode is 0
     int retryLimit;     ///< extra attempts for a failing request
@@ -109,7 +110,8 @@ struct HOST_VAR {
 };
 
 /// The driver's state. There is one object, PLC_driver. Lock order: ListMutex, then ImageMutex.
-class Tarn_FGsSeries {
+class Tarn_FGsSeries
+{
 public:
     Tarn_FGsSeries();
 
@@ -124,7 +126,7 @@ public:
     int CallBackContext;
     TarnMutex ListMutex TARN_THREAD(acquired_before(ImageMutex));
     TarnMutex ImageMutex;
-    RW_VAR RetVar; ///< polling thread only
+    RW_VAR RetVar;                                        ///< polling thread only
     int CurrentSource TARN_THREAD(guarded_by(ListMutex)); ///< 0 cyclic, 1 write, 2 one-shot, 100 none yet
     int WriteTimes TARN_THREAD(guarded_by(ListMutex));    ///< writes served in a row
     int OnceReadTimes TARN_THREAD(guarded_by(ListMutex)); ///< one-shot reads served in a row
@@ -224,8 +226,10 @@ TARN_EXPORT int SwitchErrorReturn(int base);
 /// Result code for an outcome, 0..7; 200 for any other.
 TARN_EXPORT int GetDriverReturnValue(int reason);
 /// Judges and stores the reply to the request in flight. Return the result code. Take ImageMutex.
-TARN_EXPORT int DealDataOfLocalArea(QByteArray *reply, int length) TARN_THREAD(locks_excluded(PLC_driver.ImageMutex));
-TARN_EXPORT int DealDataOfRemoteArea(QByteArray *reply, int length) TARN_THREAD(locks_excluded(PLC_driver.ImageMutex));
+TARN_EXPORT int DealDataOfLocalArea(QByteArray *reply, int length)
+    TARN_THREAD(locks_excluded(PLC_driver.ImageMutex));
+TARN_EXPORT int DealDataOfRemoteArea(QByteArray *reply, int length)
+    TARN_THREAD(locks_excluded(PLC_driver.ImageMutex));
 /// 0: bad, 1: good, 2: good and nothing to store.
 TARN_EXPORT int CheckGetData(QByteArray *reply, int length);
 

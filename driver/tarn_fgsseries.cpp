@@ -1,0 +1,424 @@
+// The driver object, its entry points, the poll scheduler and the reply intake.
+#include "driver/tarn_fgsseries_p.h"
+#include "image/areas_p.h"
+#include "protocol/frame_p.h"
+
+#include <cstring>
+
+Tarn_FGsSeries PLC_driver;
+void *LB;
+void *LW;
+void *RWI;
+
+const COMINFO noSettings = COMINFO();
+
+namespace
+{
+
+enum Source { CyclicSource = 0, WriteSource = 1, OnceSource = 2, NoSource = 100 };
+
+const int MostInARow = 5; ///< writes, then one-shot reads, served before the next cyclic read
+
+enum Status { OnceReadDone = 1, OnceReadFailed = 2 }; ///< last argument of the host callback
+
+// Reasons of GetDriverReturnValue().
+enum Reason { Good, BadCheck, NoReply, WrongLength, RemoteGood, RemoteBadCheck, RemoteNoReply, RemoteWrongLength };
+
+enum Check { Bad = 0, GoodData = 1, NothingToStore = 2 };
+
+} // namespace
+
+Tarn_FGsSeries::Tarn_FGsSeries()
+    : settings(0), CallBackFunc(0), CallBackContext(0), CurrentSource(NoSource), WriteTimes(0), OnceReadTimes(0),
+      CycleReadCount(0), CommFailFlag(0), spareFlag(0), ucArea0(), ucArea1(), ucArea2(), ucArea11(), ucArea4(),
+      ucArea3(), usArea8(), usArea9(), usArea5(), usArea12(), usArea13(), usArea7(), usArea6(), uiArea10()
+{
+    RetVar.result = 1;
+}
+
+// ---- start-up and addresses
+
+void SetComInfo(COMINFO *info)
+{
+    PLC_driver.settings = info;
+    setWord(&COMINFO::status13, 0);
+    setWord(&COMINFO::status10, 0);
+}
+
+void RegistCallBackFuncIntf(void (*func)(int, int, int, int), int context)
+{
+    PLC_driver.CallBackFunc = func;
+    PLC_driver.CallBackContext = context;
+}
+
+int FlashLocalRegister(void *lb, void *lw, void *rwi)
+{
+    LB = lb;
+    LW = lw;
+    RWI = rwi;
+    return 452; // Deliberate: behaviour 18.
+}
+
+int QueryFinishFlag()
+{
+    return 1;
+}
+
+int StringAddressToInt(int areaType, QString text)
+{
+    const Area &area = areaOf(areaType);
+    return area.kind == NoKind ? 0 : text.toInt(0, area.base);
+}
+
+int PLCAddressChangeIntef(int areaType, QString text)
+{
+    const int firstDoubleWord = 200;
+    const int address = StringAddressToInt(areaType, text);
+    if (areaOf(areaType).kind != DoubleWordKind)
+        return address;
+    return address < firstDoubleWord ? -1 : address - firstDoubleWord; // Deliberate: behaviour 19.
+}
+
+// ---- scheduler
+
+namespace
+{
+
+/// A write at the head of the queue, a one-shot read at the head of its queue, or the next cyclic reads. Each
+/// leaves at most one request in ProtocolList.
+
+void buildWrite() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    PLC_driver.CurrentSource = WriteSource;
+    RW_VAR *const var = &PLC_driver.WriteVarList.first();
+    settings().remoteMode ? Remote_WriteVar(var) : WriteRegister(var);
+    ++PLC_driver.WriteTimes;
+}
+
+void buildOnceRead() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    PLC_driver.CurrentSource = OnceSource;
+    setWord(&COMINFO::groupExtra, 0);
+    RW_VAR *const var = &PLC_driver.OnceReadVarList.first();
+    settings().remoteMode ? Remote_ReadVar(var) : ReadRegister(var);
+    ++PLC_driver.OnceReadTimes;
+}
+
+/// The entries at the front of the cyclic list that one request can read: one station, at most GroupLimit.
+int takeGroup(RW_VAR **vars) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    QList<RW_VAR> &list = PLC_driver.ReadVarList;
+    const int most = settings().remoteMode ? 1 : qMin(GroupLimit, int(list.size()));
+    int count = 0;
+    while (count < most && list.at(count).station == list.at(0).station) {
+        vars[count] = &list[count];
+        ++count;
+    }
+    return count;
+}
+
+void buildCyclicRead() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    PLC_driver.CurrentSource = CyclicSource;
+    RW_VAR *vars[GroupLimit];
+    const int count = takeGroup(vars);
+    setWord(&COMINFO::groupExtra, count - 1);
+    if (settings().remoteMode)
+        Remote_ReadVar(vars[0]);
+    else
+        readGroup(vars, count);
+}
+
+void buildNextRequest() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    if (!PLC_driver.WriteVarList.isEmpty() && PLC_driver.WriteTimes < MostInARow)
+        return buildWrite();
+    if (!PLC_driver.OnceReadVarList.isEmpty() && PLC_driver.OnceReadTimes < MostInARow)
+        return buildOnceRead();
+    if (PLC_driver.ReadVarList.isEmpty())
+        setWord(&COMINFO::cycleDone, 1);
+    else
+        buildCyclicRead();
+    PLC_driver.WriteTimes = 0;
+    PLC_driver.OnceReadTimes = 0;
+}
+
+Protocol *head()
+{
+    return PLC_driver.ProtocolList.isEmpty() ? 0 : &PLC_driver.ProtocolList.first();
+}
+
+} // namespace
+
+Protocol *ComCommunication()
+{
+    if (Protocol *const inFlight = head())
+        return inFlight;
+    Locker lock(PLC_driver.ListMutex);
+    buildNextRequest();
+    return head();
+}
+
+// ---- result codes
+
+int SwitchErrorReturn(int base)
+{
+    const Protocol *const request = head();
+    const int hostType = request ? request->var.hostType : 0;
+    return cut(qint64(base) + (hostType >= 1 && hostType <= 11 ? hostType + 1 : 1)); // Deliberate: behaviour 20.
+}
+
+int GetDriverReturnValue(int reason)
+{
+    switch (reason) {
+    case Good:
+        return 1;
+    case BadCheck:
+        return SwitchErrorReturn(10);
+    case NoReply:
+        return SwitchErrorReturn(40);
+    case WrongLength:
+        return SwitchErrorReturn(70);
+    case RemoteGood:
+        return 100;
+    case RemoteBadCheck:
+        return SwitchErrorReturn(110);
+    case RemoteNoReply:
+        return SwitchErrorReturn(140);
+    case RemoteWrongLength:
+        return SwitchErrorReturn(170);
+    default:
+        return 200;
+    }
+}
+
+// ---- reply intake
+
+namespace
+{
+
+/// Good, or the outcome of the two length tests that come before any check of the bytes.
+Reason judgeLength(int length, Reason noReply, Reason wrongLength)
+{
+    const Protocol *const request = head();
+    const int expected = request ? request->replyLen : 0;
+    if (length == 0)
+        return expected == 0 ? Good : noReply;
+    return length == expected || expected == -1 ? Good : wrongLength;
+}
+
+bool isAcknowledge(const unsigned char *bytes)
+{
+    return bytes[1] == WriteCommand && bytes[2] == WriteAcknowledge;
+}
+
+bool crcIsGood(unsigned char *bytes, int length)
+{
+    const int covered = length - CrcLength;
+    const unsigned crc = CalCRC(bytes, static_cast<unsigned short>(covered));
+    return bytes[covered] == (crc & 0xFF) && bytes[covered + 1] == crc >> 8;
+}
+
+} // namespace
+
+int CheckGetData(QByteArray *reply, int length)
+{
+    const Protocol *const request = head();
+    if (length == 0)
+        return request && request->var.station == 0 ? NothingToStore : Bad;
+    if (!reply || length < CrcLength || length > int(reply->size()))
+        return Bad;
+    const QByteArray &bytes = *reply;
+    unsigned char *const first = reinterpret_cast<unsigned char *>(const_cast<char *>(bytes.constData()));
+    if (length == AcknowledgeLength)
+        return isAcknowledge(first) ? NothingToStore : Bad;
+    return crcIsGood(first, length) ? GoodData : Bad;
+}
+
+int DealDataOfLocalArea(QByteArray *reply, int length)
+{
+    const Reason outcome = judgeLength(length, NoReply, WrongLength);
+    if (outcome != Good)
+        return GetDriverReturnValue(outcome);
+    const int check = CheckGetData(reply, length);
+    if (check == GoodData) {
+        Locker lock(PLC_driver.ImageMutex);
+        SaveToLocalDataErea(reply);
+    }
+    return GetDriverReturnValue(check == Bad ? BadCheck : Good);
+}
+
+int DealDataOfRemoteArea(QByteArray *reply, int length)
+{
+    const Reason outcome = judgeLength(length, RemoteNoReply, RemoteWrongLength);
+    if (outcome != Good)
+        return GetDriverReturnValue(outcome);
+    if (CheckGetData(reply, length) == Bad)
+        return GetDriverReturnValue(RemoteBadCheck);
+    const Protocol *const request = head();
+    if (!request || request->var.remoteStoreMark != -1)
+        return GetDriverReturnValue(RemoteGood);
+    {
+        Locker lock(PLC_driver.ImageMutex);
+        SaveToRemoteDataErea(reply);
+    }
+    return GetDriverReturnValue(settings().frameDone == 1 ? RemoteGood : Good);
+}
+
+void passRetValue(RW_VAR *source, RW_VAR *destination)
+{
+    if (!source || !destination)
+        return;
+    *destination = *source;
+    destination->data = QByteArray();
+}
+
+namespace
+{
+
+void addTo(int COMINFO::*word, int amount)
+{
+    setWord(word, cut(qint64(settings().*word) + amount));
+}
+
+/// Takes note of a failed reply. Returns whether the request goes out again.
+bool retry() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    PLC_driver.CycleReadCount = 0;
+    PLC_driver.CommFailFlag = 1;
+    setWord(&COMINFO::cycleDone, 0);
+    const qint64 failures = qint64(settings().retryCount) + 1;
+    const bool again = failures <= settings().retryLimit;
+    setWord(&COMINFO::retryCount, again ? cut(failures) : 0);
+    return again;
+}
+
+/// Takes note of an answered frame. Returns whether the job has further frames. Deliberate: behaviour 21.
+bool nextFrame() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    PLC_driver.CommFailFlag = 0;
+    PLC_driver.ProtocolList.removeFirst();
+    addTo(&COMINFO::frameDone, 1);
+    return settings().frameDone < settings().frameTotal;
+}
+
+void countCycle() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    if (settings().cycleDone)
+        return;
+    PLC_driver.CycleReadCount = cut(qint64(PLC_driver.CycleReadCount) + 1);
+    if (PLC_driver.CycleReadCount > int(PLC_driver.ReadVarList.size())) {
+        PLC_driver.CycleReadCount = 0;
+        setWord(&COMINFO::cycleDone, 1);
+    }
+}
+
+/// Passes the head of a queue back in RetVar and removes it.
+void endHead(QList<RW_VAR> &queue)
+{
+    if (queue.isEmpty())
+        return;
+    passRetValue(&queue.first(), &PLC_driver.RetVar);
+    queue.removeFirst();
+}
+
+/// Whether no later entry of the one-shot queue belongs to the same host variable as its head.
+bool isLastOfWish(const QList<RW_VAR> &queue)
+{
+    const RW_VAR &first = queue.at(0);
+    for (int i = 1; i < int(queue.size()); ++i)
+        if (queue.at(i).hostType == first.hostType && queue.at(i).hostAddr == first.hostAddr)
+            return false;
+    return true;
+}
+
+void reportOnceRead(const QList<RW_VAR> &queue)
+{
+    if (queue.isEmpty() || !PLC_driver.CallBackFunc || !isLastOfWish(queue))
+        return;
+    const int status = PLC_driver.CommFailFlag ? OnceReadFailed : OnceReadDone;
+    PLC_driver.CallBackFunc(settings().hostHandle, queue.at(0).hostType, queue.at(0).hostAddr, status);
+}
+
+/// Moves the group just read to the end of the cyclic list, in its order.
+void rotateCyclicList() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    QList<RW_VAR> &list = PLC_driver.ReadVarList;
+    if (list.isEmpty())
+        return;
+    const int size = int(list.size());
+    passRetValue(&list.first(), &PLC_driver.RetVar);
+    for (int moves = cut((qint64(settings().groupExtra) + 1) % size); moves > 0; --moves)
+        list.move(0, size - 1);
+}
+
+void endJob(bool remote) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    switch (PLC_driver.CurrentSource) {
+    case WriteSource:
+        return endHead(PLC_driver.WriteVarList);
+    case OnceSource:
+        if (!remote)
+            reportOnceRead(PLC_driver.OnceReadVarList);
+        return endHead(PLC_driver.OnceReadVarList);
+    case CyclicSource:
+        return rotateCyclicList();
+    }
+}
+
+void removeStation(QList<RW_VAR> &queue, int station)
+{
+    QList<RW_VAR> kept;
+    for (int i = 0; i < int(queue.size()); ++i)
+        if (queue.at(i).station != station)
+            kept.append(queue.at(i));
+    queue = kept;
+}
+
+/// After a job that failed for good: what waits for the station, or for the one controller, is given up.
+void purge() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    if (settings().stationMode) {
+        removeStation(PLC_driver.OnceReadVarList, PLC_driver.RetVar.station);
+        removeStation(PLC_driver.WriteVarList, PLC_driver.RetVar.station);
+    } else {
+        PLC_driver.OnceReadVarList.clear();
+        PLC_driver.WriteVarList.clear();
+    }
+}
+
+/// What DataCom() leaves in RetVar.result for a reply that was judged.
+int settle(int code, bool remote) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+{
+    const bool good = code == GetDriverReturnValue(Good) || code == GetDriverReturnValue(RemoteGood);
+    if (!good) {
+        if (retry())
+            return 0;
+        PLC_driver.ProtocolList.clear();
+    } else {
+        if (nextFrame())
+            return code;
+        if (!remote)
+            countCycle();
+    }
+    endJob(remote);
+    if (!good)
+        purge();
+    return code;
+}
+
+} // namespace
+
+RW_VAR *DataCom(QByteArray *reply, int length)
+{
+    RW_VAR &ret = PLC_driver.RetVar;
+    ret.result = 1;
+    const Protocol *const request = head();
+    if (request) {
+        const bool remote = request->var.linkNo != settings().localLinkNo;
+        const int code = remote ? DealDataOfRemoteArea(reply, length) : DealDataOfLocalArea(reply, length);
+        Locker lock(PLC_driver.ListMutex);
+        ret.result = settle(code, remote);
+    }
+    return &ret;
+}

@@ -1,0 +1,143 @@
+// Checked replies into the register image.
+#include "protocol/store_p.h"
+
+#include "image/areas_p.h"
+#include "protocol/frame_p.h"
+
+int iTimes;
+
+namespace
+{
+
+/// Byte b of a value, least significant first: words come high byte first, double words low word first.
+unsigned valueByte(const ReplyView &reply, qint64 element, int width, int b)
+{
+    return reply.at(element + (width == 1 ? b : b ^ 1));
+}
+
+template <typename Element> void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element> &span)
+{
+    const int width = sizeof(Element);
+    const qint64 first = width == 1 ? piece.address / 8 : piece.address;
+    const Clip inBuffer(first, piece.length / width, span.first, span.end);
+    const qint64 begin = qMax(inBuffer.begin, -qint64(piece.start) / width);
+    const qint64 end = qMin(inBuffer.end, (reply.size() - piece.start) / width);
+    for (qint64 i = begin; i < end; ++i) {
+        const qint64 element = piece.start + i * width;
+        unsigned value = 0;
+        for (int b = 0; b < width; ++b)
+            value |= valueByte(reply, element, width, b) << (8 * b);
+        if (reply.has(element + width - 1))
+            span.base[first + i] = Element(value);
+    }
+}
+
+void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &area)
+{
+    switch (area.kind) {
+    case BitKind:
+        return storeElements(reply, piece, static_cast<unsigned char *>(area.buffer));
+    case WordKind:
+        return storeElements(reply, piece, static_cast<unsigned short *>(area.buffer));
+    case DoubleWordKind:
+        return storeElements(reply, piece, static_cast<unsigned int *>(area.buffer));
+    case NoKind:
+        return;
+    }
+}
+
+/// An entry for each element; then the entry written last takes the size of the whole piece.
+/// Deliberate: behaviour 16.
+void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Area &area, int &lastEntry)
+    TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
+{
+    const ReplyView view(reply);
+    const int width = kindOf(area.kind).bytesPerElement;
+    const int step = kindOf(area.kind).addressesPerElement;
+    const int length = qBound(0, piece.length, MostItems * width);
+    for (int i = 0; i < length / width; ++i) {
+        const int address = cut(piece.address + qint64(i) * step);
+        lastEntry = ExtendFindSameVar(piece.station, piece.areaType, address);
+        const qint64 element = qint64(piece.start) + i * width;
+        QByteArray value;
+        for (int b = 0; b < width && view.has(element + width - 1); ++b)
+            value.append(static_cast<char>(valueByte(view, element, width, b)));
+        PLC_driver.ExtendVarList[lastEntry].value = value;
+    }
+    if (lastEntry < int(PLC_driver.ExtendVarList.size())) {
+        QByteArray &value = PLC_driver.ExtendVarList[lastEntry].value;
+        value.append(QByteArray(qMax(0, length - int(value.size())), 0)).truncate(length);
+    }
+}
+
+/// The piece of variable iTimes of the request in flight; false if there is none.
+bool currentPiece(StoredPiece &piece)
+{
+    if (iTimes < 0 || iTimes >= GroupLimit || iTimes >= int(CurrentRWVar.size()))
+        return false;
+    const RW_VAR &var = CurrentRWVar.at(iTimes);
+    piece = StoredPiece{var.areaType, var.address, var.station, iRet_ValidStar[iTimes], iRet_ValidLen[iTimes]};
+    return true;
+}
+
+template <typename Element> void storeCurrent(const QByteArray *reply, Element *buffer)
+{
+    StoredPiece piece;
+    if (currentPiece(piece))
+        storeElements(reply, piece, buffer);
+}
+
+} // namespace
+
+void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned char *buffer)
+{
+    store(ReplyView(reply), piece, spanOf(buffer));
+}
+
+void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned short *buffer)
+{
+    store(ReplyView(reply), piece, spanOf(buffer));
+}
+
+void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned int *buffer)
+{
+    store(ReplyView(reply), piece, spanOf(buffer));
+}
+
+void storePiece(const QByteArray *reply, const StoredPiece &piece, int &lastEntry)
+{
+    const Area &area = areaOf(piece.areaType);
+    if (area.kind == NoKind)
+        return;
+    if (settings().stationMode)
+        storePerStation(reply, piece, area, lastEntry);
+    else
+        storeFixed(reply, piece, area);
+}
+
+void SaveToLocalDataErea(QByteArray *reply)
+{
+    int lastEntry = 0;
+    for (iTimes = 0; iTimes <= qMin(settings().groupExtra, GroupLimit - 1); ++iTimes) {
+        StoredPiece piece;
+        if (currentPiece(piece))
+            storePiece(reply, piece, lastEntry);
+    }
+}
+
+void SaveBitToUC(QByteArray *reply, unsigned char *buffer)
+{
+    storeCurrent(reply, buffer);
+}
+
+void SaveWordToUS(QByteArray *reply, unsigned short *buffer)
+{
+    storeCurrent(reply, buffer);
+}
+
+void SaveWordToUI(QByteArray *reply, unsigned int *buffer)
+{
+    storeCurrent(reply, buffer);
+}
+
+void SpecialRegisterSave(QByteArray *, unsigned short *) {}

@@ -1,0 +1,197 @@
+// Read requests: groups of one to six variables for the cyclic list, single variables for one-shot reads.
+#include "image/areas_p.h"
+#include "protocol/frame_p.h"
+
+QList<RW_VAR> CurrentRWVar;
+int iRet_ValidLen[GroupLimit];
+int iRet_ValidStar[GroupLimit];
+
+namespace
+{
+
+/// What a read request asks of one variable.
+struct Entry {
+    int code;
+    int count;
+    int dataBytes;
+    int address;
+};
+
+/// The entry of a length in a kind's units; numbers are cut to 32 bits here and to their width in the frame.
+Entry entryOf(AreaKind kind, int code, const RW_VAR &var)
+{
+    const Kind &shape = kindOf(kind);
+    const qint64 length = qint64(var.length) + shape.lengthBias;
+    return Entry{code, cut(length * shape.addressesPerElement), cut(length * shape.bytesPerElement), var.address};
+}
+
+Entry entryOf(const RW_VAR &var)
+{
+    const Area &area = areaOf(var.areaType);
+    return entryOf(area.kind, area.readCode, var);
+}
+
+/// The area's read code; 0 if it is of another kind.
+int readCode(AreaKind kind, int areaType)
+{
+    const Area &area = areaOf(areaType);
+    return area.kind == kind ? area.readCode : 0;
+}
+
+int replyLength(const Entry *entries, int count)
+{
+    qint64 length = HeadLength + CrcLength;
+    for (int i = 0; i < count; ++i)
+        length += ReplyHeadLength + qint64(entries[i].dataBytes);
+    return cut(length);
+}
+
+QByteArray readFrame(int station, const Entry *entries, int count)
+{
+    FrameWriter frame(HeadLength + count * EntryLength + CrcLength);
+    frame.u8(station).u8(ReadCommand).u8(count);
+    for (int i = 0; i < count; ++i)
+        frame.u8(entries[i].code).u8(entries[i].count).le16(entries[i].address);
+    return frame.sealCrc();
+}
+
+void setPosition(int index, int start, int length)
+{
+    iRet_ValidStar[index] = start;
+    iRet_ValidLen[index] = length;
+}
+
+void setPositions(const Entry *entries, int count)
+{
+    qint64 start = FirstData;
+    for (int i = 0; i < count; ++i) {
+        setPosition(i, cut(start), entries[i].dataBytes);
+        start += qint64(entries[i].dataBytes) + ReplyHeadLength;
+    }
+}
+
+/// Makes copies of the variables those of the request in flight, and returns the first copy.
+const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
+{
+    QList<RW_VAR> current;
+    for (int i = 0; i < count; ++i)
+        current.append(*vars[i]);
+    CurrentRWVar = current;
+    return CurrentRWVar.at(0);
+}
+
+/// A single read whose data position goes into the request itself. Deliberate: behaviour 13.
+void readSingle(const RW_VAR &var, const Entry &entry)
+{
+    queueRequest(readFrame(var.station, &entry, 1), var,
+                 ReplyShape{replyLength(&entry, 1), FirstData, entry.dataBytes});
+}
+
+} // namespace
+
+void queueRequest(const QByteArray &frame, const RW_VAR &var, const ReplyShape &reply)
+{
+    Protocol request;
+    request.frame = frame;
+    request.frameLen = int(frame.size());
+    if (var.station != 0) {
+        request.replyLen = reply.length;
+        request.dataStart = reply.dataStart;
+        request.dataLen = reply.dataLen;
+    }
+    request.var = var;
+    PLC_driver.ProtocolList.append(request);
+    setWord(&COMINFO::frameTotal, 1);
+    setWord(&COMINFO::frameDone, 0);
+}
+
+void readGroup(RW_VAR *const *vars, int count)
+{
+    Entry entries[GroupLimit];
+    for (int i = 0; i < count; ++i) {
+        if (!vars[i])
+            return;
+        entries[i] = entryOf(*vars[i]);
+    }
+    const RW_VAR &first = setCurrent(vars, count);
+    if (first.station != 0)
+        setPositions(entries, count);
+    queueRequest(readFrame(first.station, entries, count), first, ReplyShape{replyLength(entries, count), 0, 0});
+}
+
+void ReadRegister1(RW_VAR *a)
+{
+    RW_VAR *const vars[] = {a};
+    readGroup(vars, 1);
+}
+
+void ReadRegister2(RW_VAR *a, RW_VAR *b)
+{
+    RW_VAR *const vars[] = {a, b};
+    readGroup(vars, 2);
+}
+
+void ReadRegister3(RW_VAR *a, RW_VAR *b, RW_VAR *c)
+{
+    RW_VAR *const vars[] = {a, b, c};
+    readGroup(vars, 3);
+}
+
+void ReadRegister4(RW_VAR *a, RW_VAR *b, RW_VAR *c, RW_VAR *d)
+{
+    RW_VAR *const vars[] = {a, b, c, d};
+    readGroup(vars, 4);
+}
+
+void ReadRegister5(RW_VAR *a, RW_VAR *b, RW_VAR *c, RW_VAR *d, RW_VAR *e)
+{
+    RW_VAR *const vars[] = {a, b, c, d, e};
+    readGroup(vars, 5);
+}
+
+void ReadRegister6(RW_VAR *a, RW_VAR *b, RW_VAR *c, RW_VAR *d, RW_VAR *e, RW_VAR *f)
+{
+    RW_VAR *const vars[] = {a, b, c, d, e, f};
+    readGroup(vars, 6);
+}
+
+void ReadRegister(RW_VAR *var)
+{
+    if (!var)
+        return;
+    switch (areaOf(var->areaType).kind) {
+    case BitKind:
+        return ReadBool(var);
+    case WordKind:
+        return ReadAnalog(var);
+    case DoubleWordKind:
+        return ReadAnalog_32CV(var);
+    case NoKind:
+        return;
+    }
+}
+
+void ReadBool(RW_VAR *var)
+{
+    if (!var)
+        return;
+    const Entry entry = entryOf(BitKind, readCode(BitKind, var->areaType), *var);
+    const RW_VAR &current = setCurrent(&var, 1);
+    const bool answered = current.station != 0;
+    setPosition(0, answered ? FirstData : 0, answered ? entry.dataBytes : 0);
+    queueRequest(readFrame(current.station, &entry, 1), current, ReplyShape{replyLength(&entry, 1), 0, 0});
+}
+
+void ReadAnalog(RW_VAR *var)
+{
+    if (var)
+        readSingle(*var, entryOf(WordKind, readCode(WordKind, var->areaType), *var));
+}
+
+void ReadAnalog_32CV(RW_VAR *var)
+{
+    if (!var)
+        return;
+    var->length /= 2; // Deliberate: behaviour 14.
+    readSingle(*var, entryOf(DoubleWordKind, areaOf(10).readCode, *var));
+}

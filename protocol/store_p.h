@@ -1,0 +1,26 @@
+// Private: the engine that cuts a reply into values of the register image. Not installed.
+#ifndef TARN_STORE_P_H
+#define TARN_STORE_P_H
+
+#include "driver/tarn_fgsseries_p.h"
+
+/// Where the data of one variable stands in a reply, and where they belong.
+struct StoredPiece {
+    int areaType;
+    int address;
+    int station;
+    int start;  ///< first data byte in the reply
+    int length; ///< data bytes
+};
+
+/// Into a buffer of elements of the pointer's type; only elements that the reply holds and the buffer has.
+void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned char *buffer);
+void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned short *buffer);
+void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned int *buffer);
+
+/// Into the fixed image or the per-station list. lastEntry is the index of the entry written last, carried from
+/// one variable of a reply to the next.
+void storePiece(const QByteArray *reply, const StoredPiece &piece, int &lastEntry)
+    TARN_THREAD(requires_capability(PLC_driver.ImageMutex));
+
+#endif
