@@ -4,12 +4,33 @@
 
 #include "tarn_fgsseries.h"
 
+// The thread sanitizer cannot see into Qt's mutex; it is told.
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define __SANITIZE_THREAD__ 1
+#endif
+#endif
+#ifdef __SANITIZE_THREAD__
+#include <sanitizer/tsan_interface.h>
+#define TARN_TSAN(call) __tsan_##call
+#else
+#define TARN_TSAN(call) static_cast<void>(0)
+#endif
+
 /// Holds a mutex while it lives. (QMutexLocker is a template in Qt 6 and carries no annotations.)
 class TARN_THREAD(scoped_lockable) Locker
 {
 public:
-    explicit Locker(TarnMutex &guarded) TARN_THREAD(acquire_capability(guarded)) : mutex(guarded) { mutex.lock(); }
-    ~Locker() TARN_THREAD(release_capability()) { mutex.unlock(); }
+    explicit Locker(TarnMutex &guarded) TARN_THREAD(acquire_capability(guarded)) : mutex(guarded)
+    {
+        mutex.lock();
+        TARN_TSAN(acquire(&mutex));
+    }
+    ~Locker() TARN_THREAD(release_capability())
+    {
+        TARN_TSAN(release(&mutex));
+        mutex.unlock();
+    }
 
 private:
     Locker(const Locker &);
