@@ -107,7 +107,7 @@ void queueRequest(const QByteArray &frame, const RW_VAR &var, const ReplyShape &
 
 void readGroup(RW_VAR *const *vars, int count)
 {
-    Entry entries[GroupLimit];
+    Entry entries[GroupLimit] = {};
     for (int i = 0; i < count; ++i) {
         if (!vars[i])
             return;
