@@ -1,5 +1,6 @@
 // The register image, in fixed buffers or per station, and the host's reads and writes on it.
 #include "image/areas_p.h"
+#include "image/station_p.h"
 
 #include <cstring>
 
@@ -118,11 +119,10 @@ int entryOfBit(int address)
     return address < 0 ? alignedBit(address + 7) : alignedBit(address);
 }
 
-QByteArray &stationValue(int station, int areaType, int address)
+int entryOfItem(int station, int areaType, int address, int item)
     TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
 {
-    const int index = ExtendFindSameVar(station, areaType, address);
-    return PLC_driver.ExtendVarList[index].value;
+    return ExtendFindSameVar(station, areaType, cut(qint64(address) + item));
 }
 
 void readStationBits(int station, int areaType, int address, int count, char *out)
@@ -130,7 +130,7 @@ void readStationBits(int station, int areaType, int address, int count, char *ou
 {
     for (int i = 0; i < count; ++i) {
         const int bit = cut(qint64(address) + i);
-        const QByteArray &value = stationValue(station, areaType, entryOfBit(bit));
+        const QByteArray &value = stationValue(ExtendFindSameVar(station, areaType, entryOfBit(bit)));
         out[i] = char(value.isEmpty() ? 0 : (static_cast<unsigned char>(value.at(0)) >> (bit & 7)) & 1);
     }
 }
@@ -139,7 +139,7 @@ void readStationElements(int station, int areaType, int address, int count, int 
     TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
 {
     for (int i = 0; i < count; ++i, out += width) {
-        const QByteArray &value = stationValue(station, areaType, cut(qint64(address) + i));
+        const QByteArray &value = stationValue(entryOfItem(station, areaType, address, i));
         if (value.size() >= width)
             memcpy(out, value.constData(), size_t(width));
         else
@@ -165,12 +165,12 @@ void writeStationBits(const RW_VAR &var, int count) TARN_THREAD(requires_capabil
 {
     for (int i = 0; i < count; ++i) {
         const int bit = cut(qint64(var.address) + i);
-        QByteArray &value = stationValue(var.station, var.areaType, entryOfBit(bit));
-        if (value.isEmpty() || i >= var.data.size())
+        const int entry = ExtendFindSameVar(var.station, var.areaType, entryOfBit(bit));
+        if (stationValue(entry).isEmpty() || i >= var.data.size())
             continue;
         const int mask = 1 << (bit & 7);
-        const int old = value.at(0);
-        value = QByteArray(1, char(var.data.at(i) == 1 ? old | mask : old & ~mask));
+        const int old = stationValue(entry).at(0);
+        setStationValue(entry, QByteArray(1, char(var.data.at(i) == 1 ? old | mask : old & ~mask)));
     }
 }
 
@@ -179,7 +179,7 @@ void writeStationElements(const RW_VAR &var, int count, int width)
 {
     const int present = qMin(count, int(var.data.size()) / width);
     for (int i = 0; i < present; ++i)
-        stationValue(var.station, var.areaType, cut(qint64(var.address) + i)) = var.data.mid(i * width, width);
+        setStationValue(entryOfItem(var.station, var.areaType, var.address, i), var.data.mid(i * width, width));
 }
 
 void writeStation(const Area &area, const RW_VAR &var) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
@@ -243,23 +243,6 @@ int queueWrites(RW_VAR &var, const Area &area, const QByteArray &values, int len
 }
 
 } // namespace
-
-int ExtendFindSameVar(int station, int areaType, int address)
-{
-    QList<EXTENDVAR> &list = PLC_driver.ExtendVarList;
-    for (int i = 0; i < int(list.size()); ++i) {
-        const EXTENDVAR &entry = list.at(i);
-        if (entry.station == station && entry.areaType == areaType && entry.address == address)
-            return i;
-    }
-    EXTENDVAR entry;
-    entry.station = station;
-    entry.areaType = areaType;
-    entry.address = address;
-    entry.value = QByteArray(4, 0);
-    list.append(entry);
-    return int(list.size()) - 1;
-}
 
 void GetBitFromUC(QByteArray &out, unsigned char *buffer, int start, int count)
 {

@@ -2,6 +2,7 @@
 #include "protocol/store_p.h"
 
 #include "image/areas_p.h"
+#include "image/station_p.h"
 #include "protocol/frame_p.h"
 
 int iTimes;
@@ -46,28 +47,39 @@ void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &a
     }
 }
 
+/// The value bytes of one element, none if its last byte is missing.
+QByteArray valueOf(const ReplyView &reply, qint64 element, int width)
+{
+    QByteArray value;
+    for (int b = 0; b < width && reply.has(element + width - 1); ++b)
+        value.append(static_cast<char>(valueByte(reply, element, width, b)));
+    return value;
+}
+
+void resizeStationValue(int entry, int size) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
+{
+    if (entry >= int(PLC_driver.ExtendVarList.size()))
+        return;
+    QByteArray value = stationValue(entry);
+    value.append(QByteArray(qMax(0, size - int(value.size())), 0)).truncate(size);
+    setStationValue(entry, value);
+}
+
 /// An entry for each element; then the entry written last takes the size of the whole piece.
 /// Deliberate: behaviour 16.
 void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Area &area, int &lastEntry)
     TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
 {
     const ReplyView view(reply);
-    const int width = kindOf(area.kind).bytesPerElement;
-    const int step = kindOf(area.kind).addressesPerElement;
+    const Kind &kind = kindOf(area.kind);
+    const int width = kind.bytesPerElement;
     const int length = qBound(0, piece.length, MostItems * width);
     for (int i = 0; i < length / width; ++i) {
-        const int address = cut(piece.address + qint64(i) * step);
+        const int address = cut(piece.address + qint64(i) * kind.addressesPerElement);
         lastEntry = ExtendFindSameVar(piece.station, piece.areaType, address);
-        const qint64 element = qint64(piece.start) + i * width;
-        QByteArray value;
-        for (int b = 0; b < width && view.has(element + width - 1); ++b)
-            value.append(static_cast<char>(valueByte(view, element, width, b)));
-        PLC_driver.ExtendVarList[lastEntry].value = value;
+        setStationValue(lastEntry, valueOf(view, qint64(piece.start) + i * width, width));
     }
-    if (lastEntry < int(PLC_driver.ExtendVarList.size())) {
-        QByteArray &value = PLC_driver.ExtendVarList[lastEntry].value;
-        value.append(QByteArray(qMax(0, length - int(value.size())), 0)).truncate(length);
-    }
+    resizeStationValue(lastEntry, length);
 }
 
 /// The piece of variable iTimes of the request in flight; false if there is none.
