@@ -10,10 +10,14 @@ int iTimes;
 namespace
 {
 
-/// Byte b of a value, least significant first: words come high byte first, double words low word first.
-unsigned valueByte(const ReplyView &reply, qint64 element, int width, int b)
+/// An element as the wire has it: words come high byte first, double words low word first.
+template <typename Element> Element elementAt(const unsigned char *wire)
 {
-    return reply.at(element + (width == 1 ? b : b ^ 1));
+    const unsigned swap = sizeof(Element) == 1 ? 0 : 1;
+    unsigned value = 0;
+    for (unsigned b = 0; b < sizeof(Element); ++b)
+        value |= unsigned(wire[b ^ swap]) << (8 * b);
+    return Element(value);
 }
 
 template <typename Element> void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element> &span)
@@ -21,16 +25,10 @@ template <typename Element> void store(const ReplyView &reply, const StoredPiece
     const int width = sizeof(Element);
     const qint64 first = width == 1 ? piece.address / 8 : piece.address;
     const Clip inBuffer(first, piece.length / width, span.first, span.end);
-    const qint64 begin = qMax(inBuffer.begin, -qint64(piece.start) / width);
-    const qint64 end = qMin(inBuffer.end, (reply.size() - piece.start) / width);
-    for (qint64 i = begin; i < end; ++i) {
-        const qint64 element = piece.start + i * width;
-        unsigned value = 0;
-        for (int b = 0; b < width; ++b)
-            value |= valueByte(reply, element, width, b) << (8 * b);
-        if (reply.has(element + width - 1))
-            span.base[first + i] = Element(value);
-    }
+    const qint64 begin = qMax(inBuffer.begin, (width - 1 - qint64(piece.start)) / width);
+    const qint64 end = qMin(inBuffer.end, (reply.size - piece.start) / width);
+    for (qint64 i = begin; i < end; ++i)
+        span.base[first + i] = elementAt<Element>(reply.bytes + piece.start + i * width);
 }
 
 void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &area)
@@ -47,13 +45,19 @@ void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &a
     }
 }
 
-/// The value bytes of one element, none if its last byte is missing.
-QByteArray valueOf(const ReplyView &reply, qint64 element, int width)
+/// The value bytes of one element, least significant first; none unless the reply holds it whole.
+QByteArray valueAt(const ReplyView &reply, qint64 element, int width)
 {
-    QByteArray value;
-    for (int b = 0; b < width && reply.has(element + width - 1); ++b)
-        value.append(static_cast<char>(valueByte(reply, element, width, b)));
-    return value;
+    if (!reply.holds(element, width))
+        return QByteArray();
+    const unsigned char *const wire = reply.bytes + element;
+    const unsigned value = width == 1   ? elementAt<unsigned char>(wire)
+                           : width == 2 ? elementAt<unsigned short>(wire)
+                                        : elementAt<unsigned int>(wire);
+    char bytes[sizeof value];
+    for (int b = 0; b < width; ++b)
+        bytes[b] = static_cast<char>(value >> (8 * b));
+    return QByteArray(bytes, width);
 }
 
 void resizeStationValue(int entry, int size) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
@@ -77,7 +81,7 @@ void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Ar
     for (int i = 0; i < length / width; ++i) {
         const int address = cut(piece.address + qint64(i) * kind.addressesPerElement);
         lastEntry = ExtendFindSameVar(piece.station, piece.areaType, address);
-        setStationValue(lastEntry, valueOf(view, qint64(piece.start) + i * width, width));
+        setStationValue(lastEntry, valueAt(view, qint64(piece.start) + i * width, width));
     }
     resizeStationValue(lastEntry, length);
 }

@@ -73,10 +73,15 @@ void setPositions(const Entry *entries, int count)
 /// Makes copies of the variables those of the request in flight, and returns the first copy.
 const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
 {
-    QList<RW_VAR> current;
-    for (int i = 0; i < count; ++i)
-        current.append(*vars[i]);
-    CurrentRWVar = current;
+    if (int(CurrentRWVar.size()) == count) {
+        for (int i = 0; i < count; ++i)
+            CurrentRWVar[i] = *vars[i];
+    } else {
+        QList<RW_VAR> current;
+        for (int i = 0; i < count; ++i)
+            current.append(*vars[i]);
+        CurrentRWVar = current;
+    }
     return CurrentRWVar.at(0);
 }
 

@@ -14,12 +14,9 @@ int writeCode(AreaKind kind, int areaType)
     return area.kind == kind ? area.writeCode : 0;
 }
 
-/// A write frame up to its data.
-FrameWriter writeHead(const RW_VAR &var, int code, int count, int dataBytes)
+void putHead(FrameWriter &frame, const RW_VAR &var, int code, int count)
 {
-    FrameWriter frame(WriteHeadLength + dataBytes + CrcLength);
     frame.u8(var.station).u8(WriteCommand).u8(1).u8(code).u8(count).le16(var.address);
-    return frame;
 }
 
 /// Elements of `width` bytes as the wire has them: words low word first, each high byte first. An element that
@@ -41,7 +38,8 @@ void queueWriteFrame(FrameWriter &frame, const RW_VAR &var)
 
 void writeElements(const RW_VAR &var, int code, int count, int elements, int width)
 {
-    FrameWriter frame = writeHead(var, code, count, elements * width);
+    FrameWriter frame(WriteHeadLength + elements * width + CrcLength);
+    putHead(frame, var, code, count);
     putElements(frame, var.data, elements, width);
     queueWriteFrame(frame, var);
 }
@@ -67,7 +65,8 @@ void WriteBool(RW_VAR *var)
 {
     if (!var)
         return;
-    FrameWriter frame = writeHead(*var, writeCode(BitKind, var->areaType), var->length, 1);
+    FrameWriter frame(WriteHeadLength + 1 + CrcLength);
+    putHead(frame, *var, writeCode(BitKind, var->areaType), var->length);
     frame.u8(!var->data.isEmpty() && var->data.at(0) == 1);
     queueWriteFrame(frame, *var);
 }

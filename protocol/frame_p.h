@@ -21,18 +21,18 @@ const int GroupLimit = 6; ///< most variables in one read request
 class FrameWriter
 {
 public:
-    explicit FrameWriter(int length) : frame(length, 0), used(0) {}
+    explicit FrameWriter(int length) : bytes(length, 0), at(start()), end(at + length) {}
 
     FrameWriter &u8(int value)
     {
-        if (used < int(frame.size()))
-            frame.data()[used++] = static_cast<char>(value);
+        if (at != end)
+            *at++ = static_cast<unsigned char>(value);
         return *this;
     }
     FrameWriter &le16(int value) { return u8(value).u8(value >> 8); }
     FrameWriter &be16(int value) { return u8(value >> 8).u8(value); }
     FrameWriter &be32(int value) { return be16(value >> 16).be16(value); }
-    FrameWriter &bytes(const QByteArray &values)
+    FrameWriter &raw(const QByteArray &values)
     {
         for (int i = 0; i < int(values.size()); ++i)
             u8(values.at(i));
@@ -42,38 +42,40 @@ public:
     /// Ends the frame with the CRC of everything before it, low byte first, and hands it over.
     const QByteArray &sealCrc()
     {
-        le16(CalCRC(start(), static_cast<unsigned short>(used)));
-        return frame;
+        le16(CalCRC(start(), written()));
+        return bytes;
     }
-    /// Ends the frame with the low byte of the sum of everything before it.
+    /// Ends the frame with the low byte of the sum of everything before it, and hands it over.
     const QByteArray &sealSum()
     {
-        u8(CalSUM(start(), static_cast<unsigned short>(used)));
-        return frame;
+        u8(CalSUM(start(), written()));
+        return bytes;
     }
 
 private:
-    unsigned char *start() { return reinterpret_cast<unsigned char *>(frame.data()); }
+    FrameWriter(const FrameWriter &);
+    FrameWriter &operator=(const FrameWriter &);
 
-    QByteArray frame;
-    int used;
+    unsigned char *start() { return reinterpret_cast<unsigned char *>(bytes.data()); }
+    /// The check codes count 16 bits of it. Deliberate: behaviour 22.
+    unsigned short written() { return static_cast<unsigned short>(at - start()); }
+
+    QByteArray bytes;
+    unsigned char *at;
+    unsigned char *const end;
 };
 
-/// The bytes of a reply; those that it lacks read as 0.
-class ReplyView
-{
-public:
+/// The bytes of a reply. What lies outside is not there, and is never read.
+struct ReplyView {
     explicit ReplyView(const QByteArray *reply)
-        : bytes(reply ? reply->constData() : 0), length(reply ? reply->size() : 0)
+        : bytes(reply ? reinterpret_cast<const unsigned char *>(reply->constData()) : 0),
+          size(reply ? reply->size() : 0)
     {
     }
-    bool has(qint64 position) const { return position >= 0 && position < length; }
-    unsigned at(qint64 position) const { return has(position) ? static_cast<unsigned char>(bytes[position]) : 0; }
-    qint64 size() const { return length; }
+    bool holds(qint64 position, int count) const { return position >= 0 && position + count <= size; }
 
-private:
-    const char *bytes;
-    qint64 length;
+    const unsigned char *bytes;
+    qint64 size;
 };
 
 /// What a request expects back.

@@ -12,14 +12,14 @@ const int RemoteReplyOverhead = 5; ///< bytes of a read reply around its data
 const int RemoteFirstData = 3;
 const int RemoteWriteReply = 8;
 
-/// A remote frame up to its data.
-FrameWriter remoteHead(const RW_VAR &var, int dataBytes)
+/// The whole description of a variable, its data behind it.
+QByteArray remoteFrame(const RW_VAR &var, const QByteArray &data)
 {
-    const int length = RemoteHeadLength + dataBytes + SumLength;
+    const int length = RemoteHeadLength + int(data.size()) + SumLength;
     FrameWriter frame(length);
     frame.u8(length).u8(var.hostType).u8(var.hostField3).u8(var.linkNo).u8(var.station);
     frame.be16(var.areaType).be32(var.address).be16(var.length).be32(var.remoteStoreMark).be32(var.hostField14);
-    return frame;
+    return frame.raw(data).sealSum();
 }
 
 /// Data bytes of a read reply: a byte a bit, whole double words, otherwise words.
@@ -49,7 +49,7 @@ void Remote_ReadVar(RW_VAR *var)
     if (!var)
         return;
     const int dataBytes = remoteDataBytes(var->areaType, var->length);
-    queueRequest(remoteHead(*var, 0).sealSum(), *var,
+    queueRequest(remoteFrame(*var, QByteArray()), *var,
                  ReplyShape{cut(qint64(dataBytes) + RemoteReplyOverhead), RemoteFirstData, dataBytes});
 }
 
@@ -57,8 +57,7 @@ void Remote_WriteVar(RW_VAR *var)
 {
     if (!var)
         return;
-    FrameWriter frame = remoteHead(*var, int(var->data.size()));
-    queueRequest(frame.bytes(var->data).sealSum(), *var, ReplyShape{RemoteWriteReply, 0, 0});
+    queueRequest(remoteFrame(*var, var->data), *var, ReplyShape{RemoteWriteReply, 0, 0});
     WriteDataToLocal(var);
 }
 
