@@ -14,11 +14,14 @@ constexpr unsigned step(unsigned crc, int bits)
     return bits == 0 ? crc : step((crc >> 1) ^ ((crc & 1) ? Polynomial : 0), bits - 1);
 }
 
-template <unsigned... Index> struct Indices {
+template <unsigned... Index>
+struct Indices {
 };
-template <unsigned Count, unsigned... Index> struct MakeIndices : MakeIndices<Count - 1, Count - 1, Index...> {
+template <unsigned Count, unsigned... Index>
+struct MakeIndices : MakeIndices<Count - 1, Count - 1, Index...> {
 };
-template <unsigned... Index> struct MakeIndices<0, Index...> {
+template <unsigned... Index>
+struct MakeIndices<0, Index...> {
     typedef Indices<Index...> type;
 };
 
@@ -27,7 +30,8 @@ struct Slice {
     unsigned short entry[256];
 };
 
-template <unsigned... Index> constexpr Slice slice(int following, Indices<Index...>)
+template <unsigned... Index>
+constexpr Slice slice(int following, Indices<Index...>)
 {
     return Slice{{static_cast<unsigned short>(step(Index, 8 + 8 * following))...}};
 }

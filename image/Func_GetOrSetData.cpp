@@ -20,16 +20,17 @@ char *grown(QByteArray &array, qint64 size)
     return array.data();
 }
 
-template <typename Element> Clip clipBits(const Span<Element> &span, int start, qint64 count)
+template <typename Element>
+Clip clipBits(const Span<Element> &span, int start, qint64 count)
 {
     const int bits = 8 * sizeof(Element);
     return Clip(start, count, span.first * bits, span.end * bits);
 }
 
-template <typename Element> void getBits(QByteArray &out, Element *buffer, int start, int count)
+template <typename Element>
+void getBits(QByteArray &out, const Span<Element> &span, int start, int count)
 {
     const int bits = 8 * sizeof(Element);
-    const Span<Element> span = spanOf(buffer);
     const Clip clip = clipBits(span, start, count);
     char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end);
     for (qint64 i = clip.begin; bytes && i < clip.end; ++i) {
@@ -38,10 +39,10 @@ template <typename Element> void getBits(QByteArray &out, Element *buffer, int s
     }
 }
 
-template <typename Element> void setBits(int start, Element *buffer, const QByteArray *in, int count)
+template <typename Element>
+void setBits(const Span<Element> &span, int start, const QByteArray *in, int count)
 {
     const int bits = 8 * sizeof(Element);
-    const Span<Element> span = spanOf(buffer);
     const Clip clip = clipBits(span, start, in ? qMin(count, int(in->size())) : 0);
     for (qint64 i = clip.begin; i < clip.end; ++i) {
         const qint64 at = start + i;
@@ -52,10 +53,10 @@ template <typename Element> void setBits(int start, Element *buffer, const QByte
 }
 
 /// Little-endian bytes of elements start .. start + count - 1.
-template <typename Element> void getElements(QByteArray &out, Element *buffer, int start, qint64 count)
+template <typename Element>
+void getElements(QByteArray &out, const Span<Element> &span, int start, qint64 count)
 {
     const int width = sizeof(Element);
-    const Span<Element> span = spanOf(buffer);
     const Clip clip(start, count, span.first, span.end);
     char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end * width);
     for (qint64 i = clip.begin; bytes && i < clip.end; ++i)
@@ -63,10 +64,10 @@ template <typename Element> void getElements(QByteArray &out, Element *buffer, i
             bytes[i * width + b] = char(span.base[start + i] >> (8 * b));
 }
 
-template <typename Element> void setElements(int start, Element *buffer, const QByteArray *in, qint64 count)
+template <typename Element>
+void setElements(const Span<Element> &span, int start, const QByteArray *in, qint64 count)
 {
     const int width = sizeof(Element);
-    const Span<Element> span = spanOf(buffer);
     const Clip clip(start, in ? qMin(count, qint64(in->size() / width)) : 0, span.first, span.end);
     for (qint64 i = clip.begin; i < clip.end; ++i) {
         unsigned value = 0;
@@ -76,36 +77,47 @@ template <typename Element> void setElements(int start, Element *buffer, const Q
     }
 }
 
-template <typename Element> Element *bufferOf(const Area &area)
+/// Double words counted in 16-bit words. Deliberate: behaviour 5.
+void getDoubleWords(QByteArray &out, const Span<unsigned int> &span, int start, int count)
 {
-    return static_cast<Element *>(area.buffer);
+    if (count != 1)
+        return getElements(out, span, start, count / 2);
+    QByteArray whole;
+    getElements(whole, span, start, 1);
+    if (!whole.isEmpty())
+        memcpy(grown(out, 2), whole.constData(), 2);
 }
 
-// ---- the fixed image
+void setDoubleWords(const Span<unsigned int> &span, int start, const QByteArray *in, int count)
+{
+    setElements(span, start, in, count / 2);
+}
+
+// ---- the fixed image; the caller holds ImageMutex
 
 void readFixed(const Area &area, int address, int length, QByteArray &out)
 {
     switch (area.kind) {
     case BitKind:
-        return GetBitFromUC(out, bufferOf<unsigned char>(area), address, length);
+        return getBits(out, wholeOf<unsigned char>(area), address, length);
     case WordKind:
-        return GetWordFromUS(out, bufferOf<unsigned short>(area), address, length);
+        return getElements(out, wholeOf<unsigned short>(area), address, length);
     case DoubleWordKind:
-        return GetWordFromUI(out, bufferOf<unsigned int>(area), address, length);
+        return getDoubleWords(out, wholeOf<unsigned int>(area), address, length);
     case NoKind:
         return;
     }
 }
 
-void writeFixed(const Area &area, RW_VAR &var)
+void writeFixed(const Area &area, const RW_VAR &var)
 {
     switch (area.kind) {
     case BitKind:
-        return SetBitToUC(var.address, bufferOf<unsigned char>(area), &var.data, var.length);
+        return setBits(wholeOf<unsigned char>(area), var.address, &var.data, var.length);
     case WordKind:
-        return SetWordToUS(var.address, bufferOf<unsigned short>(area), &var.data, var.length);
+        return setElements(wholeOf<unsigned short>(area), var.address, &var.data, var.length);
     case DoubleWordKind:
-        return SetWordToUI(var.address, bufferOf<unsigned int>(area), &var.data, var.length);
+        return setDoubleWords(wholeOf<unsigned int>(area), var.address, &var.data, var.length);
     case NoKind:
         return;
     }
@@ -246,49 +258,42 @@ int queueWrites(RW_VAR &var, const Area &area, const QByteArray &values, int len
 
 void GetBitFromUC(QByteArray &out, unsigned char *buffer, int start, int count)
 {
-    getBits(out, buffer, start, count);
+    getBits(out, spanOf(buffer), start, count);
 }
 
 void GetBitFromUS(QByteArray &out, unsigned short *buffer, int start, int count)
 {
-    getBits(out, buffer, start, count);
+    getBits(out, spanOf(buffer), start, count);
 }
 
 void GetWordFromUS(QByteArray &out, unsigned short *buffer, int start, int count)
 {
-    getElements(out, buffer, start, count);
+    getElements(out, spanOf(buffer), start, count);
 }
 
 void GetWordFromUI(QByteArray &out, unsigned int *buffer, int start, int count)
 {
-    if (count == 1) { // Deliberate: behaviour 5.
-        QByteArray whole;
-        getElements(whole, buffer, start, 1);
-        if (!whole.isEmpty())
-            memcpy(grown(out, 2), whole.constData(), 2);
-    } else {
-        getElements(out, buffer, start, count / 2);
-    }
+    getDoubleWords(out, spanOf(buffer), start, count);
 }
 
 void SetBitToUC(int start, unsigned char *buffer, QByteArray *in, int count)
 {
-    setBits(start, buffer, in, count);
+    setBits(spanOf(buffer), start, in, count);
 }
 
 void SetBitToUS(int start, unsigned short *buffer, QByteArray *in, int count)
 {
-    setBits(start, buffer, in, count);
+    setBits(spanOf(buffer), start, in, count);
 }
 
 void SetWordToUS(int start, unsigned short *buffer, QByteArray *in, int count)
 {
-    setElements(start, buffer, in, count);
+    setElements(spanOf(buffer), start, in, count);
 }
 
 void SetWordToUI(int start, unsigned int *buffer, QByteArray *in, int count)
 {
-    setElements(start, buffer, in, count / 2); // Deliberate: behaviour 5.
+    setDoubleWords(spanOf(buffer), start, in, count);
 }
 
 void WriteDataToLocal(RW_VAR *var)

@@ -5,7 +5,8 @@ namespace
 
 const Kind kinds[] = {{0, 0, 0}, {8, 1, 0}, {1, 2, 0}, {1, 4, -1}};
 
-template <typename Element, int Count> constexpr int countOf(const Element (&)[Count])
+template <typename Element, int Count>
+constexpr int countOf(const Element (&)[Count])
 {
     return Count;
 }
@@ -33,7 +34,8 @@ const Area areas[] = {
 };
 static_assert(sizeof areas / sizeof *areas == AreaTypes + 1, "a row for each area type and one for the rest");
 
-template <typename Element> bool holds(const Area &area, const Element *pointer)
+template <typename Element>
+bool holds(const Area &area, const Element *pointer)
 {
     const Element *const buffer = static_cast<const Element *>(area.buffer);
     return kindOf(area.kind).bytesPerElement == int(sizeof(Element)) && pointer >= buffer &&
@@ -52,7 +54,8 @@ const Kind &kindOf(AreaKind kind)
     return kinds[kind];
 }
 
-template <typename Element> Span<Element> spanOf(Element *buffer)
+template <typename Element>
+Span<Element> spanOf(Element *buffer)
 {
     const qint64 unbounded = Q_INT64_C(1) << 40;
     for (int type = 0; buffer && type < AreaTypes; ++type) {

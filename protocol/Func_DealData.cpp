@@ -11,7 +11,8 @@ namespace
 {
 
 /// An element as the wire has it: words come high byte first, double words low word first.
-template <typename Element> Element elementAt(const unsigned char *wire)
+template <typename Element>
+Element elementAt(const unsigned char *wire)
 {
     const unsigned swap = sizeof(Element) == 1 ? 0 : 1;
     unsigned value = 0;
@@ -20,7 +21,8 @@ template <typename Element> Element elementAt(const unsigned char *wire)
     return Element(value);
 }
 
-template <typename Element> void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element> &span)
+template <typename Element>
+void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element> &span)
 {
     const int width = sizeof(Element);
     const qint64 first = width == 1 ? piece.address / 8 : piece.address;
@@ -35,11 +37,11 @@ void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &a
 {
     switch (area.kind) {
     case BitKind:
-        return storeElements(reply, piece, static_cast<unsigned char *>(area.buffer));
+        return store(ReplyView(reply), piece, wholeOf<unsigned char>(area));
     case WordKind:
-        return storeElements(reply, piece, static_cast<unsigned short *>(area.buffer));
+        return store(ReplyView(reply), piece, wholeOf<unsigned short>(area));
     case DoubleWordKind:
-        return storeElements(reply, piece, static_cast<unsigned int *>(area.buffer));
+        return store(ReplyView(reply), piece, wholeOf<unsigned int>(area));
     case NoKind:
         return;
     }
@@ -96,7 +98,8 @@ bool currentPiece(StoredPiece &piece)
     return true;
 }
 
-template <typename Element> void storeCurrent(const QByteArray *reply, Element *buffer)
+template <typename Element>
+void storeCurrent(const QByteArray *reply, Element *buffer)
 {
     StoredPiece piece;
     if (currentPiece(piece))
@@ -105,20 +108,15 @@ template <typename Element> void storeCurrent(const QByteArray *reply, Element *
 
 } // namespace
 
-void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned char *buffer)
+template <typename Element>
+void storeElements(const QByteArray *reply, const StoredPiece &piece, Element *buffer)
 {
     store(ReplyView(reply), piece, spanOf(buffer));
 }
 
-void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned short *buffer)
-{
-    store(ReplyView(reply), piece, spanOf(buffer));
-}
-
-void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned int *buffer)
-{
-    store(ReplyView(reply), piece, spanOf(buffer));
-}
+template void storeElements(const QByteArray *, const StoredPiece &, unsigned char *);
+template void storeElements(const QByteArray *, const StoredPiece &, unsigned short *);
+template void storeElements(const QByteArray *, const StoredPiece &, unsigned int *);
 
 void storePiece(const QByteArray *reply, const StoredPiece &piece, int &lastEntry)
 {

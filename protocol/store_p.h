@@ -13,10 +13,9 @@ struct StoredPiece {
     int length; ///< data bytes
 };
 
-/// Into a buffer of elements of the pointer's type; only elements that the reply holds and the buffer has.
-void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned char *buffer);
-void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned short *buffer);
-void storeElements(const QByteArray *reply, const StoredPiece &piece, unsigned int *buffer);
+/// Into a buffer of bytes, words or double words; only elements that the reply holds and the buffer has.
+template <typename Element>
+void storeElements(const QByteArray *reply, const StoredPiece &piece, Element *buffer);
 
 /// Into the fixed image or the per-station list. lastEntry is the index of the entry written last, carried from
 /// one variable of a reply to the next.
