@@ -20,7 +20,8 @@ function(tarn_driver_language target)
     set_target_properties(${target} PROPERTIES CXX_STANDARD 11)
   endif()
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
-  target_compile_options(${target} PRIVATE ${TARN_WARNINGS} -pedantic -fno-exceptions -fno-rtti)
+  target_compile_options(${target} PRIVATE ${TARN_WARNINGS} -pedantic -fno-exceptions -fno-rtti
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
   target_link_options(${target} PRIVATE $<$<NOT:$<BOOL:${TARN_SANITIZE}>>:-Wl,--no-undefined>)
 endfunction()
 

@@ -8,12 +8,20 @@ install(TARGETS TarnFGs EXPORT TarnFGsTargets
 install(EXPORT TarnFGsTargets NAMESPACE TarnFGs:: COMPONENT development
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TarnFGs)
 
+set(TARN_QT_PACKAGE "Qt${TARN_QT} COMPONENTS Core")
+if(TARN_QT EQUAL 4)
+  set(TARN_QT_PACKAGE "Qt4 4.8 COMPONENTS QtCore")
+endif()
 configure_package_config_file(cmake/TarnFGsConfig.cmake.in ${CMAKE_BINARY_DIR}/TarnFGsConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TarnFGs)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/TarnFGsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/TarnFGsConfig.cmake ${CMAKE_BINARY_DIR}/TarnFGsConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TarnFGs COMPONENT development)
 
+set(TARN_QT_PC Qt${TARN_QT}Core)
+if(TARN_QT EQUAL 4)
+  set(TARN_QT_PC QtCore)
+endif()
 configure_file(cmake/TarnFGs.pc.in ${CMAKE_BINARY_DIR}/TarnFGs.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/TarnFGs.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 

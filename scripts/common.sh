@@ -47,6 +47,15 @@ need() {
     rm -f "$log"
 }
 
+# The Debian that this machine runs and the archive that it uses, for the roots that tests make.
+debian_suite() {
+    (. /etc/os-release && echo "$VERSION_CODENAME")
+}
+debian_source() {
+    apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' "Component: $1" |
+        sort -u | grep -v -e -updates -e -security | head -n 1
+}
+
 need_for_build() {
     need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev
 }

@@ -23,13 +23,7 @@ if(NOT block)
   message(FATAL_ERROR "README.md shows no C++ host")
 endif()
 file(WRITE ${work}/consumer/main.cpp "${CMAKE_MATCH_1}")
-file(WRITE ${work}/consumer/CMakeLists.txt "
-cmake_minimum_required(VERSION 3.16)
-project(consumer CXX)
-find_package(TarnFGs 1 REQUIRED)
-add_executable(consumer main.cpp)
-target_link_libraries(consumer TarnFGs::TarnFGs)
-")
+configure_file(${SOURCE}/tests/package/consumer.cmake ${work}/consumer/CMakeLists.txt COPYONLY)
 
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${work}/prefix)
 run(${CMAKE_COMMAND} -S ${work}/consumer -B ${work}/consumer/build

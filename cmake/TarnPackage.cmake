@@ -1,0 +1,69 @@
+# Debian packages, one a component: libtarnfgs1, libtarnfgs-dev, tarnfgs-tools. ./package drives it.
+
+set(runtime libtarnfgs${PROJECT_VERSION_MAJOR})
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME tarnfgs)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT "The TarnFGs authors <maintainers@example.org>")
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL arm)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+endif()
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA 
+  ${CMAKE_BINARY_DIR}/packaging/symbols ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "An operator-panel runtime loads this library to exchange data with
+controllers over a link that it operates itself.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtarnfgs-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION}), qtbase5-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Development files: the header, the CMake package and the pkg-config
+file.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME tarnfgs-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "Tools: fgs reads, writes and polls a controller; fgs-sim plays one.")
+
+# The libraries of the target are not those of a machine that only cross-compiles.
+if(NOT CMAKE_CROSSCOMPILING)
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
+else()
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6, libgcc-s1, libqt5core5a, libstdc++6")
+  find_program(TARN_STRIP arm-linux-gnueabihf-strip)
+  set(CPACK_STRIP_FILES OFF)
+  set(CMAKE_INSTALL_DO_STRIP ON)
+endif()
+
+configure_file(packaging/changelog.in ${CMAKE_BINARY_DIR}/packaging/changelog @ONLY)
+execute_process(COMMAND gzip -9nkf ${CMAKE_BINARY_DIR}/packaging/changelog)
+function(tarn_package_documents component package)
+  install(FILES packaging/copyright ${CMAKE_BINARY_DIR}/packaging/changelog.gz
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+endfunction()
+tarn_package_documents(runtime ${runtime})
+tarn_package_documents(development libtarnfgs-dev)
+
+set(CPACK_COMPONENTS_ALL runtime development)
+if(TARGET fgs AND TARGET fgs-sim)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+  tarn_package_documents(tools tarnfgs-tools)
+endif()
+
+include(CPack)

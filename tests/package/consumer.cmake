@@ -1,0 +1,5 @@
+cmake_minimum_required(VERSION 3.16)
+project(consumer CXX)
+find_package(TarnFGs 1 REQUIRED)
+add_executable(consumer main.cpp)
+target_link_libraries(consumer TarnFGs::TarnFGs)
