@@ -1,8 +1,11 @@
 # Warnings are errors; what the driver is compiled as, and what everything around it is.
 
 set(TARN_WARNINGS -Wall -Wextra -Wconversion -Wshadow -Werror)
+set(TARN_DRIVER_WARNINGS -pedantic -Wcast-align)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-  list(APPEND TARN_WARNINGS -Wthread-safety -Wthread-safety-beta)
+  list(APPEND TARN_DRIVER_WARNINGS -Wthread-safety -Wthread-safety-beta)
+else()
+  list(APPEND TARN_DRIVER_WARNINGS -Wcast-align=strict)
 endif()
 
 if(TARN_SANITIZE)
@@ -20,7 +23,7 @@ function(tarn_driver_language target)
     set_target_properties(${target} PROPERTIES CXX_STANDARD 11)
   endif()
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
-  target_compile_options(${target} PRIVATE ${TARN_WARNINGS} -pedantic -fno-exceptions -fno-rtti
+  target_compile_options(${target} PRIVATE ${TARN_WARNINGS} ${TARN_DRIVER_WARNINGS} -fno-exceptions -fno-rtti
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
   target_link_options(${target} PRIVATE $<$<NOT:$<BOOL:${TARN_SANITIZE}>>:-Wl,--no-undefined>)
 endfunction()
