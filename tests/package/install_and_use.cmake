@@ -4,7 +4,7 @@ if(SANITIZE)
   return()
 endif()
 
-set(work ${BUILD}/tests/package)
+set(work ${BUILD}/tests/installed)
 file(REMOVE_RECURSE ${work})
 file(MAKE_DIRECTORY ${work}/consumer)
 
