@@ -1,6 +1,10 @@
-# cmake -D SOURCE=.. -D BUILD=.. -D CXX=.. -D SANITIZE=.. -D QT=.. -P install_and_use.cmake
+# cmake -D SOURCE=.. -D BUILD=.. -D CXX=.. -D SANITIZE=.. -D CROSS=.. -P install_and_use.cmake
 if(SANITIZE)
   message("skipped: a consumer without the sanitizer's runtime cannot load this library")
+  return()
+endif()
+if(CROSS)
+  message("skipped: a cross compiler's consumer needs the panel's root; ./package --test does it natively")
   return()
 endif()
 
