@@ -25,7 +25,9 @@ function(tarn_driver_language target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE ${TARN_WARNINGS} ${TARN_DRIVER_WARNINGS} -fno-exceptions -fno-rtti
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
-  target_link_options(${target} PRIVATE $<$<NOT:$<BOOL:${TARN_SANITIZE}>>:-Wl,--no-undefined>)
+  if(NOT TARN_SANITIZE) # whose runtime is linked into the program only
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
 endfunction()
 
 # Host, tools and tests: C++17.

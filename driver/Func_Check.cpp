@@ -79,14 +79,14 @@ unsigned short CalSUM(unsigned char *bytes, unsigned short length)
 
 int CalLRC(unsigned char *bytes, unsigned short length)
 {
-    return (~CalSUM(bytes, length) & 0xFF) + 1; // Deliberate: behaviour 1.
+    return (~CalSUM(bytes, length) & 0xFF) + 1; // Deliberate: behaviour 151.
 }
 
 unsigned short CalXOR(unsigned char *bytes, unsigned short length)
 {
     if (!bytes)
         return 0;
-    unsigned result = bytes[0]; // Deliberate: behaviour 2.
+    unsigned result = bytes[0]; // Deliberate: behaviour 152.
     for (unsigned i = 1; i < length; ++i)
         result ^= bytes[i];
     return static_cast<unsigned short>(result);

@@ -3,8 +3,6 @@
 #include "image/areas_p.h"
 #include "protocol/frame_p.h"
 
-#include <cstring>
-
 Tarn_FGsSeries PLC_driver;
 void *LB;
 void *LW;
@@ -56,7 +54,7 @@ int FlashLocalRegister(void *lb, void *lw, void *rwi)
     LB = lb;
     LW = lw;
     RWI = rwi;
-    return 452; // Deliberate: behaviour 18.
+    return 452; // Deliberate: behaviour 101.
 }
 
 int QueryFinishFlag()
@@ -76,7 +74,7 @@ int PLCAddressChangeIntef(int areaType, QString text)
     const int address = StringAddressToInt(areaType, text);
     if (areaOf(areaType).kind != DoubleWordKind)
         return address;
-    return address < firstDoubleWord ? -1 : address - firstDoubleWord; // Deliberate: behaviour 19.
+    return address < firstDoubleWord ? -1 : address - firstDoubleWord; // Deliberate: behaviour 102.
 }
 
 // ---- scheduler
@@ -84,8 +82,7 @@ int PLCAddressChangeIntef(int areaType, QString text)
 namespace
 {
 
-/// A write at the head of the queue, a one-shot read at the head of its queue, or the next cyclic reads. Each
-/// leaves at most one request in ProtocolList.
+// The builders leave at most one request in ProtocolList.
 
 void buildWrite() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
@@ -108,9 +105,9 @@ void buildOnceRead() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 int takeGroup(RW_VAR **vars) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
     QList<RW_VAR> &list = PLC_driver.ReadVarList;
-    const int most = settings().remoteMode ? 1 : qMin(GroupLimit, int(list.size()));
+    const int most = settings().remoteMode ? 1 : qMin(GroupLimit, int(list.size())); // Deliberate: behaviour 114.
     int count = 0;
-    while (count < most && list.at(count).station == list.at(0).station) {
+    while (count < most && list.at(count).station == list.at(0).station) { // Deliberate: behaviour 113.
         vars[count] = &list[count];
         ++count;
     }
@@ -165,7 +162,7 @@ int SwitchErrorReturn(int base)
 {
     const Protocol *const request = head();
     const int hostType = request ? request->var.hostType : 0;
-    return cut(qint64(base) + (hostType >= 1 && hostType <= 11 ? hostType + 1 : 1)); // Deliberate: behaviour 20.
+    return cut(qint64(base) + (hostType >= 1 && hostType <= 11 ? hostType + 1 : 1)); // Deliberate: behaviour 141.
 }
 
 int GetDriverReturnValue(int reason)
@@ -209,7 +206,7 @@ Reason judgeLength(int length, Reason noReply, Reason wrongLength)
 
 bool isAcknowledge(const unsigned char *bytes)
 {
-    return bytes[1] == WriteCommand && bytes[2] == WriteAcknowledge;
+    return bytes[1] == WriteCommand && bytes[2] == WriteAcknowledge; // Deliberate: behaviour 122.
 }
 
 bool crcIsGood(unsigned char *bytes, int length)
@@ -257,7 +254,7 @@ int DealDataOfRemoteArea(QByteArray *reply, int length)
         return GetDriverReturnValue(RemoteBadCheck);
     const Protocol *const request = head();
     if (!request || request->var.remoteStoreMark != -1)
-        return GetDriverReturnValue(RemoteGood);
+        return GetDriverReturnValue(RemoteGood); // Deliberate: behaviour 504.
     {
         Locker lock(PLC_driver.ImageMutex);
         SaveToRemoteDataErea(reply);
@@ -293,13 +290,13 @@ bool retry() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
     return again;
 }
 
-/// Takes note of an answered frame. Returns whether the job has further frames. Deliberate: behaviour 21.
+/// Takes note of an answered frame. Returns whether the job has further frames. Deliberate: behaviour 125.
 bool nextFrame() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
     PLC_driver.CommFailFlag = 0;
     PLC_driver.ProtocolList.removeFirst();
     addTo(&COMINFO::frameDone, 1);
-    return settings().frameDone < settings().frameTotal;
+    return settings().frameDone < settings().frameTotal; // Deliberate: behaviour 133.
 }
 
 void countCycle() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
@@ -307,7 +304,7 @@ void countCycle() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
     if (settings().cycleDone)
         return;
     PLC_driver.CycleReadCount = cut(qint64(PLC_driver.CycleReadCount) + 1);
-    if (PLC_driver.CycleReadCount > int(PLC_driver.ReadVarList.size())) {
+    if (PLC_driver.CycleReadCount > int(PLC_driver.ReadVarList.size())) { // Deliberate: behaviour 126.
         PLC_driver.CycleReadCount = 0;
         setWord(&COMINFO::cycleDone, 1);
     }

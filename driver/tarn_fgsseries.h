@@ -193,13 +193,14 @@ TARN_EXPORT int AddListWriteVar(RW_VAR *var, int mode) TARN_THREAD(locks_exclude
 /// it already waits or the queue is full (1024). Returns the queue's size, 0 for a negative address. Takes
 /// ListMutex.
 TARN_EXPORT int AddListOnceReadVar(RW_VAR *var, int mode) TARN_THREAD(locks_excluded(PLC_driver.ListMutex));
-/// Reads length items from the image into out, from its position 0; never asks the controller. Length counts
-/// bits or words; for area 10, 16-bit words in the fixed image and double words in per-station storage.
-/// Returns 0 for a negative address, otherwise 1. Takes ImageMutex.
+/// Reads length items from the image into out (text that is no number is address 0), from its position 0; never
+/// asks the controller. Length counts bits or words; for area 10, 16-bit words in the fixed image and double words
+/// in per-station storage. Returns 0 for a negative address, otherwise 1. Takes ImageMutex.
 TARN_EXPORT int GetRegisterData(int unused, int areaType, QString address, int station, QByteArray *out, int length)
     TARN_THREAD(locks_excluded(PLC_driver.ImageMutex));
 /// Writes values (a byte a bit, otherwise two bytes a word) of length bits or words. With writeMode 2 the
-/// write is queued and the queue's size returned, 0 if it was refused; otherwise the image is changed and 1
+/// write is queued and the queue's size returned, 0 if it was refused; the image follows when the request is
+/// built, or at once while the link fails. With any other mode the image is changed and 1
 /// returned. 0 for a negative address. Takes ListMutex and ImageMutex, one after the other.
 TARN_EXPORT int SetRegisterData(QString text, int areaType, QString address, int station, QByteArray *values,
                                 int length, int hostType, int hostAddr)

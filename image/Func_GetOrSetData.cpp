@@ -48,7 +48,7 @@ void setBits(const Span<Element> &span, int start, const QByteArray *in, int cou
         const qint64 at = start + i;
         const Element mask = Element(1u << (at & (bits - 1)));
         Element &element = span.base[at / bits];
-        element = Element(in->at(int(i)) == 1 ? element | mask : element & ~mask); // Deliberate: behaviour 4.
+        element = Element(in->at(int(i)) == 1 ? element | mask : element & ~mask); // Deliberate: behaviour 301.
     }
 }
 
@@ -77,7 +77,7 @@ void setElements(const Span<Element> &span, int start, const QByteArray *in, qin
     }
 }
 
-/// Double words counted in 16-bit words. Deliberate: behaviour 5.
+/// Double words counted in 16-bit words. Deliberate: behaviour 302.
 void getDoubleWords(QByteArray &out, const Span<unsigned int> &span, int start, int count)
 {
     if (count != 1)
@@ -318,7 +318,7 @@ int GetRegisterData(int, int areaType, QString address, int station, QByteArray 
     QByteArray &bytes = out ? *out : unwanted;
     Locker lock(PLC_driver.ImageMutex);
     if (settings().stationMode)
-        readStation(area, station, areaType, start, length, bytes); // Deliberate: behaviour 6.
+        readStation(area, station, areaType, start, length, bytes); // Deliberate: behaviour 303.
     else
         readFixed(area, start, length, bytes);
     return 1;
@@ -334,7 +334,7 @@ int SetRegisterData(QString text, int areaType, QString address, int station, QB
     const QByteArray bytes = values ? *values : QByteArray();
     if (settings().writeMode == 2) {
         const Area &area = areaOf(areaType);
-        return area.writeCode ? queueWrites(var, area, bytes, length, start) : 0; // Deliberate: behaviour 7.
+        return area.writeCode ? queueWrites(var, area, bytes, length, start) : 0; // Deliberate: behaviour 304.
     }
     var.address = start;
     var.length = length;

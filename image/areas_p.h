@@ -11,7 +11,7 @@ enum AreaKind { NoKind, BitKind, WordKind, DoubleWordKind };
 struct Kind {
     int addressesPerElement; ///< also: wire count of one element
     int bytesPerElement;
-    int lengthBias; ///< added to a length before it is sent. Deliberate: behaviour 3.
+    int lengthBias; ///< added to a length before it is sent. Deliberate: behaviour 401.
 };
 
 /// One register area.
@@ -25,6 +25,7 @@ struct Area {
 };
 
 const int AreaTypes = 14;
+const int DoubleWordArea = 10; ///< the one area of double words
 
 /// The row of an area type; any type outside 0..13 has a row of its own without kind, codes and buffer.
 const Area &areaOf(int areaType);

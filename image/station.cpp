@@ -31,12 +31,12 @@ public:
     /// Index of the first entry with the key, -1 if there is none.
     int find(const Key &key) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
-        if (!PLC_driver.ExtendVarList.isSharedWith(seen))
-            rebuild();
+        refresh();
         const std::unordered_map<Key, int, KeyHash>::const_iterator found = firstOf.find(key);
         return found == firstOf.end() ? -1 : found->second;
     }
 
+    /// The key has just been looked for.
     int append(const Key &key) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
         EXTENDVAR entry;
@@ -52,14 +52,17 @@ public:
 
     void setValue(int index, const QByteArray &value) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
+        refresh();
         seen.clear();
         PLC_driver.ExtendVarList[index].value = value;
         seen = PLC_driver.ExtendVarList;
     }
 
 private:
-    void rebuild() TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
+    void refresh() TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
+        if (PLC_driver.ExtendVarList.isSharedWith(seen))
+            return;
         seen = PLC_driver.ExtendVarList;
         firstOf.clear();
         for (int i = 0; i < int(seen.size()); ++i) {

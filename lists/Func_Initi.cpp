@@ -59,7 +59,7 @@ int merge(const QList<RW_VAR> sorted, int unit, int limit, int count)
         if (block.holds(var))
             continue;
         const qint64 span = block.spanTo(var);
-        if (limit >= 1 && span <= limit) {
+        if (limit >= 1 && span <= limit) { // Deliberate: behaviour 206.
             block.length = block.elements(span);
             setLength(count - 1, block.length);
         } else {
@@ -121,7 +121,7 @@ class Groups
 public:
     void add(const RW_VAR &var)
     {
-        const int key = var.areaType * 255 + var.station; // Deliberate: behaviour 8.
+        const int key = var.areaType * Stations + var.station; // Deliberate: behaviour 203.
         QMap<int, int>::const_iterator found = indexOfKey.constFind(key);
         const int index = found == indexOfKey.constEnd() ? append(key) : found.value();
         pieces[index].prepend(var); // the newest first
@@ -135,6 +135,8 @@ public:
     }
 
 private:
+    static const int Stations = 255;
+
     int append(int key)
     {
         indexOfKey.insert(key, count());
@@ -156,7 +158,7 @@ void addPieces(Groups &groups, const HOST_VAR &host, int address)
     const Pieces pieces(bits ? bytesOfBits(address, host.length) : host.length, settings().blockWords);
     for (int i = 0; i < pieces.count(); ++i) {
         const int at = cut(start + pieces.offset(i) * (bits ? 8 : 1));
-        groups.add(blockRecord(host.areaType, at, host.station, pieces.size(i)));
+        groups.add(blockRecord(host.areaType, at, host.station, pieces.size(i))); // Deliberate: behaviour 205.
     }
 }
 
@@ -174,7 +176,7 @@ int buildPerStation(const QList<HOST_VAR> &hostVars) TARN_THREAD(requires_capabi
     }
     int count = 0;
     for (int i = 0; i < groups.count(); ++i) {
-        const AreaKind kind = lastIsBit                 ? BitKind // Deliberate: behaviour 9.
+        const AreaKind kind = lastIsBit                 ? BitKind // Deliberate: behaviour 204.
                               : groups.isDoubleWords(i) ? DoubleWordKind
                                                         : WordKind;
         Bubble_Sort(&groups.group(i));
@@ -250,7 +252,7 @@ void WhetherGroup(int length, int limit, RW_VAR *var, QList<RW_VAR> *list)
     RW_VAR piece(*var);
     if (length <= limit || limit < 1)
         return list->append(piece);
-    const int rest = length % limit; // Deliberate: behaviour 10.
+    const int rest = length % limit; // Deliberate: behaviour 201.
     piece.length = limit;
     list->append(piece);
     piece.address = cut(qint64(piece.address) + limit);
@@ -289,7 +291,7 @@ int ReCreatReadVarList(QList<HOST_VAR> *hostVars)
     if (!hostVars || hostVars->isEmpty())
         return 0;
     return settings().stationMode ? buildPerStation(*hostVars)
-                                  : buildShared(*hostVars); // Deliberate: behaviour 11.
+                                  : buildShared(*hostVars); // Deliberate: behaviour 202.
 }
 
 int AddListWriteVar(RW_VAR *var, int mode)
@@ -299,7 +301,7 @@ int AddListWriteVar(RW_VAR *var, int mode)
     if (!var)
         return int(queue.size());
     const bool asItStands = mode == 1 || queue.size() < 2;
-    const int queued = asItStands ? -1 : find(queue, 1, *var, samePlace); // Deliberate: behaviour 12.
+    const int queued = asItStands ? -1 : find(queue, 1, *var, samePlace); // Deliberate: behaviour 221.
     if (asItStands)
         queue.append(*var);
     else if (queued >= 0)

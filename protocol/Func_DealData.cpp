@@ -72,7 +72,7 @@ void resizeStationValue(int entry, int size) TARN_THREAD(requires_capability(PLC
 }
 
 /// An entry for each element; then the entry written last takes the size of the whole piece.
-/// Deliberate: behaviour 16.
+/// Deliberate: behaviour 441.
 void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Area &area, int &lastEntry)
     TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
 {

@@ -70,22 +70,26 @@ void setPositions(const Entry *entries, int count)
     }
 }
 
+/// The list that CurrentRWVar was before. It is filled while CurrentRWVar still stands, so that a variable may come
+/// from there, and keeps its entries for the next time.
+QList<RW_VAR> nextRWVar;
+
 /// Makes copies of the variables those of the request in flight, and returns the first copy.
 const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
 {
-    if (int(CurrentRWVar.size()) == count) {
-        for (int i = 0; i < count; ++i)
-            CurrentRWVar[i] = *vars[i];
-    } else {
-        QList<RW_VAR> current;
-        for (int i = 0; i < count; ++i)
-            current.append(*vars[i]);
-        CurrentRWVar = current;
+    while (int(nextRWVar.size()) > count)
+        nextRWVar.removeLast();
+    for (int i = 0; i < count; ++i) {
+        if (i < int(nextRWVar.size()))
+            nextRWVar[i] = *vars[i];
+        else
+            nextRWVar.append(*vars[i]);
     }
+    CurrentRWVar.swap(nextRWVar);
     return CurrentRWVar.at(0);
 }
 
-/// A single read whose data position goes into the request itself. Deliberate: behaviour 13.
+/// A single read whose data position goes into the request itself. Deliberate: behaviour 403.
 void readSingle(const RW_VAR &var, const Entry &entry)
 {
     queueRequest(readFrame(var.station, &entry, 1), var,
@@ -182,7 +186,7 @@ void ReadBool(RW_VAR *var)
         return;
     const Entry entry = entryOf(BitKind, readCode(BitKind, var->areaType), *var);
     const RW_VAR &current = setCurrent(&var, 1);
-    const bool answered = current.station != 0;
+    const bool answered = current.station != 0; // Deliberate: behaviour 404.
     setPosition(0, answered ? FirstData : 0, answered ? entry.dataBytes : 0);
     queueRequest(readFrame(current.station, &entry, 1), current, ReplyShape{replyLength(&entry, 1), 0, 0});
 }
@@ -197,6 +201,6 @@ void ReadAnalog_32CV(RW_VAR *var)
 {
     if (!var)
         return;
-    var->length /= 2; // Deliberate: behaviour 14.
-    readSingle(*var, entryOf(DoubleWordKind, areaOf(10).readCode, *var));
+    var->length /= 2; // Deliberate: behaviour 402.
+    readSingle(*var, entryOf(DoubleWordKind, areaOf(DoubleWordArea).readCode, *var));
 }

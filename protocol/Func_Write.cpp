@@ -58,7 +58,7 @@ void WriteRegister(RW_VAR *var)
     else if (area.writeCode && area.kind == DoubleWordKind)
         WriteAnalog_32CV(var);
     if (!PLC_driver.CommFailFlag)
-        WriteDataToLocal(var); // Deliberate: behaviour 15.
+        WriteDataToLocal(var); // Deliberate: behaviour 424.
 }
 
 void WriteBool(RW_VAR *var)
@@ -85,5 +85,5 @@ void WriteAnalog_32CV(RW_VAR *var)
         return;
     const int words = qMin(var->length, MostItems);
     const int doubleWords = words / 2 + (words & 1);
-    writeElements(*var, areaOf(10).writeCode, doubleWords, words < 1 ? 0 : doubleWords, 4);
+    writeElements(*var, areaOf(DoubleWordArea).writeCode, doubleWords, words < 1 ? 0 : doubleWords, 4);
 }

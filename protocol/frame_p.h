@@ -57,7 +57,7 @@ private:
     FrameWriter &operator=(const FrameWriter &);
 
     unsigned char *start() { return reinterpret_cast<unsigned char *>(bytes.data()); }
-    /// The check codes count 16 bits of it. Deliberate: behaviour 22.
+    /// The check codes count 16 bits of it. Deliberate: behaviour 154.
     unsigned short written() { return static_cast<unsigned short>(at - start()); }
 
     QByteArray bytes;

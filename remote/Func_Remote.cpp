@@ -19,13 +19,13 @@ QByteArray remoteFrame(const RW_VAR &var, const QByteArray &data)
     FrameWriter frame(length);
     frame.u8(length).u8(var.hostType).u8(var.hostField3).u8(var.linkNo).u8(var.station);
     frame.be16(var.areaType).be32(var.address).be16(var.length).be32(var.remoteStoreMark).be32(var.hostField14);
-    return frame.raw(data).sealSum();
+    return frame.raw(data).sealSum(); // Deliberate: behaviour 503.
 }
 
 /// Data bytes of a read reply: a byte a bit, whole double words, otherwise words.
 int remoteDataBytes(int areaType, qint64 length)
 {
-    if (areaType >= 0 && areaType <= 4) // Deliberate: behaviour 17.
+    if (areaType >= 0 && areaType <= 4) // Deliberate: behaviour 502.
         return cut(length);
     if (areaOf(areaType).kind == DoubleWordKind)
         return cut(4 * (length / 2 + (length > 0 && length % 2)));
