@@ -1,0 +1,152 @@
+// ExtendFindSameVar: the per-station entries, found by their three keys.
+#include "support/fixture.h"
+
+#include <climits>
+
+namespace
+{
+
+class ExtendEntries : public DriverTest
+{
+protected:
+    static EXTENDVAR entry(int station, int areaType, int address, const char *value = "")
+    {
+        EXTENDVAR var;
+        var.station = station;
+        var.areaType = areaType;
+        var.address = address;
+        var.value = bytes(value);
+        return var;
+    }
+};
+
+TEST_F(ExtendEntries, AMissOnAnEmptyListMakesTheFirstEntry)
+{
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 0);
+    EXPECT_EQ(stored(), "1/5@100 = 00 00 00 00\n");
+}
+
+TEST_F(ExtendEntries, ASecondCallFindsIt)
+{
+    ExtendFindSameVar(1, 5, 100);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 0);
+    EXPECT_EQ(PLC_driver.ExtendVarList.size(), 1);
+}
+
+TEST_F(ExtendEntries, AllThreeKeysTell)
+{
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 0);
+    EXPECT_EQ(ExtendFindSameVar(2, 5, 100), 1);
+    EXPECT_EQ(ExtendFindSameVar(1, 6, 100), 2);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 101), 3);
+    EXPECT_EQ(ExtendFindSameVar(5, 1, 100), 4);
+    EXPECT_EQ(ExtendFindSameVar(1, 6, 100), 2);
+    EXPECT_EQ(PLC_driver.ExtendVarList.size(), 5);
+}
+
+TEST_F(ExtendEntries, TheFourZeroBytesDoNotDependOnTheArea)
+{
+    for (int type : {0, 2, 5, 10, 13, 14, -1})
+        EXPECT_EQ(hex(PLC_driver.ExtendVarList.at(ExtendFindSameVar(1, type, 8)).value), "00 00 00 00") << type;
+}
+
+TEST_F(ExtendEntries, AnyKeysAreTaken)
+{
+    EXPECT_EQ(ExtendFindSameVar(INT_MIN, INT_MAX, -1), 0);
+    EXPECT_EQ(ExtendFindSameVar(-1, INT_MIN, INT_MAX), 1);
+    EXPECT_EQ(ExtendFindSameVar(-1, -1, -1), 2);
+    EXPECT_EQ(ExtendFindSameVar(INT_MIN, INT_MAX, -1), 0);
+    EXPECT_EQ(ExtendFindSameVar(0, 0, 0), 3);
+}
+
+TEST_F(ExtendEntries, AFoundEntryKeepsItsValue)
+{
+    PLC_driver.ExtendVarList.append(entry(1, 5, 100, "34 12"));
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 0);
+    EXPECT_EQ(stored(), "1/5@100 = 34 12\n");
+}
+
+TEST_F(ExtendEntries, TheFirstOfTwoTwinsIsFound)
+{
+    PLC_driver.ExtendVarList.append(entry(9, 9, 9));
+    PLC_driver.ExtendVarList.append(entry(1, 5, 100, "01"));
+    PLC_driver.ExtendVarList.append(entry(1, 5, 100, "02"));
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 1);
+    PLC_driver.ExtendVarList.prepend(entry(1, 5, 100, "03"));
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 0);
+}
+
+// The list belongs to everyone; what is found must be what it holds now.
+TEST_F(ExtendEntries, AClearedListStartsAgain)
+{
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(ExtendFindSameVar(1, 5, i), i);
+    PLC_driver.ExtendVarList.clear();
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 50), 0);
+    EXPECT_EQ(stored(), "1/5@50 = 00 00 00 00\n");
+}
+
+TEST_F(ExtendEntries, AListOfTheSameSizeWithOtherKeysIsNoticed)
+{
+    for (int i = 0; i < 100; ++i)
+        ExtendFindSameVar(1, 5, i);
+    QList<EXTENDVAR> other;
+    for (int i = 0; i < 100; ++i)
+        other.append(entry(2, 5, i));
+    PLC_driver.ExtendVarList = other;
+    EXPECT_EQ(ExtendFindSameVar(2, 5, 40), 40);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 40), 100);
+}
+
+TEST_F(ExtendEntries, AKeyChangedInPlaceIsNoticed)
+{
+    for (int i = 0; i < 100; ++i)
+        ExtendFindSameVar(1, 5, i);
+    PLC_driver.ExtendVarList[70].address = 5000;
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 5000), 70);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 100);
+}
+
+TEST_F(ExtendEntries, ATwinMadeInPlaceBeforeAnEntryIsFoundFirst)
+{
+    for (int i = 0; i < 100; ++i)
+        ExtendFindSameVar(1, 5, i);
+    PLC_driver.ExtendVarList[10].address = 70;
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 10);
+}
+
+TEST_F(ExtendEntries, AnEntryTakenOutMovesTheLaterOnes)
+{
+    for (int i = 0; i < 100; ++i)
+        ExtendFindSameVar(1, 5, i);
+    PLC_driver.ExtendVarList.removeAt(0);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 99), 98);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 0), 99);
+}
+
+TEST_F(ExtendEntries, EntriesAppendedFromOutsideAreFound)
+{
+    for (int i = 0; i < 100; ++i)
+        ExtendFindSameVar(1, 5, i);
+    PLC_driver.ExtendVarList.append(entry(3, 6, 7));
+    EXPECT_EQ(ExtendFindSameVar(3, 6, 7), 100);
+    EXPECT_EQ(ExtendFindSameVar(3, 6, 8), 101);
+}
+
+TEST_F(ExtendEntries, ManyEntriesKeepTheirIndexes)
+{
+    for (int i = 0; i < 3000; ++i)
+        ASSERT_EQ(ExtendFindSameVar(i % 7, 5, i), i);
+    for (int i = 2999; i >= 0; --i)
+        ASSERT_EQ(ExtendFindSameVar(i % 7, 5, i), i);
+    EXPECT_EQ(PLC_driver.ExtendVarList.size(), 3000);
+}
+
+TEST_F(ExtendEntries, TheCallerHoldsTheLock)
+{
+    PLC_driver.ImageMutex.lock(); // taking it again would wait for ever
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 0);
+    PLC_driver.ImageMutex.unlock();
+}
+
+} // namespace

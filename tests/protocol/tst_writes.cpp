@@ -1,0 +1,453 @@
+// WriteRegister and the three write builders: frames, expected acknowledgement, and the image at build time.
+#include "support/frames.h"
+#include "support/frames_request.h"
+
+#include <climits>
+
+namespace
+{
+
+using Builder = void (*)(RW_VAR *);
+
+class Writes : public frames::RequestTest
+{
+protected:
+    static const Protocol &build(Builder builder, RW_VAR var)
+    {
+        PLC_driver.ProtocolList.clear();
+        builder(&var);
+        static Protocol request;
+        request = head();
+        return request;
+    }
+
+    /// The bytes from the count on, without the CRC's two.
+    static std::string body(Builder builder, const RW_VAR &var)
+    {
+        const QByteArray frame = build(builder, var).frame;
+        return hex(frame.mid(4, frame.size() - 6));
+    }
+};
+
+const Builder builders[] = {WriteBool, WriteAnalog, WriteAnalog_32CV};
+
+/// 1 2 3 ... as many as asked.
+QByteArray counting(int size)
+{
+    QByteArray data(size, '\0');
+    for (int i = 0; i < size; ++i)
+        data[i] = static_cast<char>(i * 7 + 1);
+    return data;
+}
+
+// --- the dispatch
+
+TEST_F(Writes, EveryWritableAreaHasItsFrame)
+{
+    const QByteArray data = bytes("01 12 56 78");
+    for (int areaType : {1, 2, 3, 4, 5, 6, 7, 9, 10, 11, 12, 13}) {
+        const Protocol &request = build(WriteRegister, variable(areaType, 3, 2, 5, data));
+        EXPECT_EQ(built(), 1) << areaType;
+        EXPECT_EQ(hex(request.frame), hex(frames::writeRequest(5, {areaType, 3, 2}, data))) << areaType;
+        EXPECT_EQ(request.replyLen, 3) << areaType;
+    }
+}
+
+TEST_F(Writes, ReadOnlyAndUnknownAreasAreNotSent)
+{
+    markSettings();
+    const COMINFO before = settings;
+    for (int areaType : {0, 8, 14, -1, 15, 257, 261, INT_MAX, INT_MIN}) {
+        build(WriteRegister, variable(areaType, 3, 2, 5, bytes("01 02 03 04")));
+        EXPECT_EQ(built(), 0) << areaType;
+    }
+    EXPECT_EQ(std::memcmp(&settings, &before, sizeof before), 0);
+}
+
+TEST_F(Writes, AreaZeroAndEightStillChangeTheImageWhileTheLinkIsUp)
+{
+    build(WriteRegister, variable(0, 10, 1, 5, bytes("01")));
+    build(WriteRegister, variable(8, 10, 1, 5, bytes("34 12")));
+    EXPECT_EQ(built(), 0);
+    EXPECT_EQ(PLC_driver.ucArea0[1], 0x04);
+    EXPECT_EQ(PLC_driver.usArea8[10], 0x1234);
+}
+
+TEST_F(Writes, AnUnknownAreaChangesNothing)
+{
+    for (int areaType : {14, -1, INT_MAX, INT_MIN})
+        build(WriteRegister, variable(areaType, 0, 4, 5, bytes("01 01 01 01 01 01 01 01")));
+    EXPECT_TRUE(wholeImage() == QByteArray(wholeImage().size(), '\0'));
+}
+
+TEST_F(Writes, TheWrittenValueIsInTheImageAtOnce)
+{
+    for (const AreaBuffer &buffer : areaBuffers()) {
+        SCOPED_TRACE(buffer.areaType);
+        build(WriteRegister, variable(buffer.areaType, 3, 2, 5, bytes("01 00 56 78")));
+        if (buffer.isBits())
+            EXPECT_EQ(buffer.at(0), 0x08u);
+        else if (buffer.areaType == 10)
+            EXPECT_EQ(buffer.at(3), 0x78560001u);
+        else
+            EXPECT_EQ(buffer.at(3), 0x0001u);
+        EXPECT_TRUE(locksAreFree());
+    }
+}
+
+TEST_F(Writes, WhileTheLinkIsDownTheFrameIsBuiltAndTheImageKept)
+{
+    PLC_driver.CommFailFlag = 1;
+    fillImage(0x33);
+    const QByteArray before = wholeImage();
+    for (int areaType = -1; areaType <= 14; ++areaType) {
+        const bool sent = frames::area(areaType).writeCode >= 0;
+        build(WriteRegister, variable(areaType, 3, 2, 5, bytes("01 01 01 01")));
+        EXPECT_EQ(built(), sent ? 1 : 0) << areaType;
+    }
+    EXPECT_TRUE(wholeImage() == before);
+    EXPECT_EQ(PLC_driver.CommFailFlag, 1);
+}
+
+TEST_F(Writes, PerStationStorageTakesTheValueUnderTheRecordsStation)
+{
+    settings.stationMode = 1;
+    build(WriteRegister, variable(5, 100, 2, 7, bytes("34 12 78 56")));
+    build(WriteRegister, variable(10, 9, 2, 8, bytes("01 02 03 04")));
+    EXPECT_EQ(stored(), "7/5@100 = 34 12\n7/5@101 = 78 56\n8/10@9 = 01 02 03 04\n");
+    EXPECT_TRUE(wholeImage() == QByteArray(wholeImage().size(), '\0'));
+    PLC_driver.CommFailFlag = 1;
+    build(WriteRegister, variable(5, 200, 1, 7, bytes("FF FF")));
+    EXPECT_EQ(int(PLC_driver.ExtendVarList.size()), 3);
+}
+
+TEST_F(Writes, TheBuildersThemselvesLeaveTheImage)
+{
+    for (Builder builder : builders)
+        build(builder, variable(5, 3, 2, 5, bytes("01 01 01 01")));
+    EXPECT_TRUE(wholeImage() == QByteArray(wholeImage().size(), '\0'));
+}
+
+// --- bits
+
+TEST_F(Writes, OneBitIsSentWhateverTheLength)
+{
+    for (int length : {1, 2, 8, 100}) {
+        const Protocol &request = build(WriteBool, variable(1, 13, length, 6, QByteArray(length, '\x01')));
+        EXPECT_EQ(hex(request.frame), hex(frames::writeRequest(6, {1, 13, length}, "\x01"))) << length;
+        EXPECT_EQ(request.frameLen, 10) << length;
+        EXPECT_EQ(int(request.frame.size()), 10) << length;
+    }
+}
+
+TEST_F(Writes, OnlyTheValueOneIsOn)
+{
+    for (int value = 0; value < 256; ++value) {
+        const RW_VAR var = variable(2, 0, 1, 6, QByteArray(1, static_cast<char>(value)));
+        EXPECT_EQ(body(WriteBool, var), value == 1 ? "01 00 00 01" : "01 00 00 00") << value;
+    }
+    EXPECT_EQ(body(WriteBool, variable(2, 0, 1)), "01 00 00 00") << "no value at all";
+    EXPECT_EQ(body(WriteBool, variable(2, 0, 2, 1, bytes("00 01"))), "02 00 00 00") << "only the first byte counts";
+}
+
+TEST_F(Writes, ABitCountIsTheLengthCutToEightBits)
+{
+    for (int length : {0, 255, 256, 257, -1, INT_MAX, INT_MIN}) {
+        const Protocol &request = build(WriteBool, variable(2, 0, length, 6, "\x01"));
+        EXPECT_EQ(static_cast<unsigned char>(request.frame.at(4)), length & 0xFF) << length;
+        EXPECT_EQ(request.frameLen, 10) << length;
+    }
+}
+
+TEST_F(Writes, BitAreaCodesComeFromTheTableOfTypes1To11)
+{
+    const int codes[] = {1, 2, 5, 4, 0, 0, 0, 0, 0, 0, 3};
+    for (int areaType = 1; areaType <= 11; ++areaType)
+        EXPECT_EQ(int(build(WriteBool, variable(areaType, 0, 1)).frame.at(3)), codes[areaType - 1]) << areaType;
+    for (int areaType : {0, 12, 13, 14, -1, 257, INT_MAX, INT_MIN})
+        EXPECT_EQ(int(build(WriteBool, variable(areaType, 0, 1)).frame.at(3)), 0) << areaType;
+}
+
+// --- words
+
+TEST_F(Writes, TwoWordsGoHighByteFirst)
+{
+    const Protocol &request = build(WriteAnalog, variable(5, 100, 2, 8, bytes("34 12 78 56")));
+    EXPECT_EQ(hex(request.frame.mid(7, 4)), "12 34 56 78");
+    EXPECT_EQ(hex(request.frame), hex(frames::sealed(bytes("08 FF 01 08 02 64 00 12 34 56 78"))));
+    EXPECT_EQ(request.frameLen, 13);
+}
+
+TEST_F(Writes, OneWordIsBuiltLikeAnyOtherNumberOfThem)
+{
+    const Protocol &request = build(WriteAnalog, variable(6, 3, 1, 8, bytes("34 12 78 56")));
+    EXPECT_EQ(hex(request.frame), hex(frames::sealed(bytes("08 FF 01 12 01 03 00 12 34"))));
+    EXPECT_EQ(request.frameLen, 11);
+}
+
+TEST_F(Writes, MissingWordsAreSentAsZeroAndStillCounted)
+{
+    struct Row {
+        int length, given;
+        const char *sent;
+    };
+    const Row rows[] = {
+        {1, 0, "01 00 00 00 00"},
+        {1, 1, "01 00 00 00 00"},
+        {2, 2, "02 00 00 08 01 00 00"},
+        {2, 3, "02 00 00 08 01 00 00"},
+        {3, 5, "03 00 00 08 01 16 0F 00 00"},
+        {3, 0, "03 00 00 00 00 00 00 00 00"},
+        {2, 9, "02 00 00 08 01 16 0F"},
+    };
+    for (const Row &row : rows) {
+        EXPECT_EQ(body(WriteAnalog, variable(5, 0, row.length, 1, counting(row.given))), row.sent)
+            << row.length << " words of " << row.given << " bytes";
+        EXPECT_EQ(head().frameLen, 2 * row.length + 9);
+        EXPECT_EQ(hex(head().frame), hex(frames::writeRequest(1, {5, 0, row.length}, counting(row.given))));
+    }
+}
+
+TEST_F(Writes, WordAreaCodesComeFromTheWriteTableWithoutType8)
+{
+    const int codes[] = {8, 18, 17, 0, 7, 0, 0, 9, 16};
+    for (int areaType = 5; areaType <= 13; ++areaType)
+        EXPECT_EQ(int(build(WriteAnalog, variable(areaType, 0, 1)).frame.at(3)), codes[areaType - 5]) << areaType;
+    for (int areaType : {0, 1, 4, 14, -1, 261, INT_MAX, INT_MIN})
+        EXPECT_EQ(int(build(WriteAnalog, variable(areaType, 0, 1)).frame.at(3)), 0) << areaType;
+}
+
+TEST_F(Writes, WordCountsAreCutToEightBitsButTheDataIsNot)
+{
+    const Protocol &request = build(WriteAnalog, variable(5, 0, 300, 1, counting(600)));
+    EXPECT_EQ(int(request.frame.at(4)), 300 & 0xFF);
+    EXPECT_EQ(request.frameLen, 609);
+    EXPECT_EQ(hex(request.frame), hex(frames::writeRequest(1, {5, 0, 300}, counting(600))));
+}
+
+// --- double words
+
+TEST_F(Writes, ADoubleWordGoesLowWordFirst)
+{
+    const Protocol &request = build(WriteAnalog_32CV, variable(10, 50, 2, 8, bytes("78 56 34 12")));
+    EXPECT_EQ(hex(request.frame.mid(7, 4)), "56 78 12 34");
+    EXPECT_EQ(hex(request.frame), hex(frames::sealed(bytes("08 FF 01 13 01 32 00 56 78 12 34"))));
+    EXPECT_EQ(request.frameLen, 13);
+}
+
+TEST_F(Writes, AnOddLengthIsRoundedUpToWholeDoubleWords)
+{
+    struct Row {
+        int length, doubles;
+    };
+    for (const Row &row : {Row{1, 1}, Row{2, 1}, Row{3, 2}, Row{4, 2}, Row{5, 3}, Row{511, 256}, Row{512, 256}}) {
+        const Protocol &request =
+            build(WriteAnalog_32CV, variable(10, 0, row.length, 1, counting(4 * row.doubles)));
+        EXPECT_EQ(static_cast<unsigned char>(request.frame.at(4)), row.doubles & 0xFF) << row.length;
+        EXPECT_EQ(request.frameLen, 4 * row.doubles + 9) << row.length;
+        EXPECT_EQ(hex(request.frame), hex(frames::writeRequest(1, {10, 0, row.length}, counting(4 * row.doubles))));
+    }
+}
+
+TEST_F(Writes, AnIncompleteDoubleWordIsSentAsZero)
+{
+    EXPECT_EQ(body(WriteAnalog_32CV, variable(10, 0, 3, 1, bytes("78 56 34 12 F0 DE"))),
+              "02 00 00 56 78 12 34 00 00 00 00");
+    EXPECT_EQ(body(WriteAnalog_32CV, variable(10, 0, 4, 1, bytes("78 56 34 12 F0 DE BC"))),
+              "02 00 00 56 78 12 34 00 00 00 00");
+    EXPECT_EQ(body(WriteAnalog_32CV, variable(10, 0, 2, 1, bytes("78 56 34"))), "01 00 00 00 00 00 00");
+    EXPECT_EQ(body(WriteAnalog_32CV, variable(10, 0, 2)), "01 00 00 00 00 00 00");
+}
+
+TEST_F(Writes, ADoubleWordSendsItsCodeForAnyType)
+{
+    for (int areaType : {10, 0, 5, 8, 14, -1, INT_MAX, INT_MIN})
+        EXPECT_EQ(int(build(WriteAnalog_32CV, variable(areaType, 0, 2)).frame.at(3)), 19) << areaType;
+}
+
+// --- lengths at the ends of the range
+
+TEST_F(Writes, ALengthBelowOneGivesHeadAndCrcOnly)
+{
+    struct Row {
+        Builder builder;
+        int length;
+        const char *count;
+    };
+    const Row rows[] = {
+        {WriteAnalog, 0, "00"},       {WriteAnalog, -1, "FF"},      {WriteAnalog, -2, "FE"},
+        {WriteAnalog, -256, "00"},    {WriteAnalog, INT_MIN, "00"}, {WriteAnalog_32CV, 0, "00"},
+        {WriteAnalog_32CV, -2, "FF"}, {WriteAnalog_32CV, -4, "FE"}, {WriteAnalog_32CV, INT_MIN, "00"},
+    };
+    for (const Row &row : rows) {
+        const Protocol &request = build(row.builder, variable(5, 3, row.length, 9, counting(16)));
+        EXPECT_EQ(hex(request.frame.mid(4, 3)), std::string(row.count) + " 03 00") << row.length;
+        EXPECT_EQ(request.frameLen, 9) << row.length;
+        EXPECT_EQ(hex(request.frame), hex(frames::sealed(request.frame.left(7)))) << row.length;
+        EXPECT_EQ(request.replyLen, 3) << row.length;
+    }
+}
+
+TEST_F(Writes, AnOddNegativeNumberOfDoubleWordsGivesHeadAndCrcOnly)
+{
+    for (int length : {-1, -3, INT_MIN + 1}) {
+        const Protocol &request = build(WriteAnalog_32CV, variable(10, 3, length, 9, counting(16)));
+        EXPECT_EQ(request.frameLen, 9) << length;
+        EXPECT_EQ(hex(request.frame), hex(frames::sealed(request.frame.left(7)))) << length;
+    }
+}
+
+// The CRC's length is a 16-bit number: a frame of 65536 bytes and more is covered in part only.
+TEST_F(Writes, TheCrcCoversTheFrameLengthModulo65536)
+{
+    struct Row {
+        Builder builder;
+        int length, items, frameLen;
+    };
+    const Row rows[] = {
+        {WriteAnalog, 32764, 32764, 65537}, // 65535 bytes before the CRC: all of them
+        {WriteAnalog, 32765, 32765, 65539}, // 65537: the first
+        {WriteAnalog, 40000, 40000, 80009},      {WriteAnalog, 65536, 65536, 131081},
+        {WriteAnalog_32CV, 32764, 16382, 65537}, // 65535 again
+        {WriteAnalog_32CV, 32765, 16383, 65541}, {WriteAnalog_32CV, 65536, 32768, 131081},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.frameLen);
+        const Protocol &request = build(row.builder, variable(5, 3, row.length, 9, counting(2 * row.length + 2)));
+        const int covered = row.frameLen - 2;
+        ASSERT_EQ(request.frameLen, row.frameLen);
+        ASSERT_EQ(int(request.frame.size()), row.frameLen);
+        EXPECT_EQ(static_cast<unsigned char>(request.frame.at(4)), row.items & 0xFF);
+        const QByteArray crc = frames::sealed(request.frame.left(covered % 65536)).right(2);
+        EXPECT_EQ(hex(request.frame.right(2)), hex(crc));
+    }
+}
+
+TEST_F(Writes, ALengthAbove65536IsBuiltAs65536)
+{
+    const QByteArray data = counting(2 * 65537);
+    for (Builder builder : {Builder(WriteAnalog), Builder(WriteAnalog_32CV)}) {
+        const QByteArray longest = build(builder, variable(5, 3, 65536, 9, data)).frame;
+        for (int length : {65537, 65538, 100000, 1 << 20, INT_MAX - 1, INT_MAX}) {
+            const Protocol &request = build(builder, variable(5, 3, length, 9, data));
+            EXPECT_EQ(request.frameLen, 131081) << length;
+            EXPECT_TRUE(request.frame == longest) << length;
+            EXPECT_EQ(request.var.length, length) << "the copy keeps the length as given";
+        }
+    }
+}
+
+TEST_F(Writes, WordsOfTheLongestFrameLieInOrder)
+{
+    const QByteArray data = counting(2 * 65536);
+    const QByteArray frame = build(WriteAnalog, variable(5, 3, 65536, 9, data)).frame;
+    for (int i : {0, 1, 32767, 32768, 65535}) {
+        EXPECT_EQ(frame.at(7 + 2 * i), data.at(2 * i + 1)) << i;
+        EXPECT_EQ(frame.at(8 + 2 * i), data.at(2 * i)) << i;
+    }
+}
+
+// --- all three
+
+TEST_F(Writes, ExpectAnAcknowledgementOfThreeBytesExceptFromStationZero)
+{
+    for (Builder builder : builders) {
+        for (int station : {0, 1, 255, 256, -1, INT_MIN, INT_MAX}) {
+            const Protocol &request = build(builder, variable(5, 3, 2, station, bytes("01 02 03 04")));
+            EXPECT_EQ(request.replyLen, station == 0 ? 0 : 3) << station;
+            EXPECT_EQ(static_cast<unsigned char>(request.frame.at(0)), station & 0xFF) << station;
+            EXPECT_EQ(request.dataStart, 0);
+            EXPECT_EQ(request.dataLen, 0);
+            EXPECT_TRUE(spareIsZero(request));
+        }
+    }
+}
+
+TEST_F(Writes, AddressesAreCutToSixteenBitsLowByteFirst)
+{
+    struct Row {
+        int address;
+        const char *sent;
+    };
+    const Row rows[] = {{0x1234, "34 12"}, {0x10000, "00 00"}, {0x5ABCD, "CD AB"},
+                        {-1, "FF FF"},     {INT_MAX, "FF FF"}, {INT_MIN, "00 00"}};
+    for (Builder builder : builders)
+        for (const Row &row : rows)
+            EXPECT_EQ(hex(build(builder, variable(5, row.address, 1)).frame.mid(5, 2)), row.sent) << row.address;
+}
+
+TEST_F(Writes, EveryHeadSaysWriteAndOneEntry)
+{
+    for (Builder builder : builders)
+        EXPECT_EQ(hex(build(builder, variable(5, 3, 2, 0x42)).frame.left(3)), "42 FF 01");
+}
+
+TEST_F(Writes, TheRequestCarriesAFullCopyOfTheVariable)
+{
+    for (Builder builder : builders) {
+        RW_VAR var = distinctVariable(5, 100, 2);
+        PLC_driver.ProtocolList.clear();
+        builder(&var);
+        EXPECT_TRUE(sameVariable(var, distinctVariable(5, 100, 2)));
+        var.data[0] = 'x';
+        EXPECT_TRUE(sameVariable(head().var, distinctVariable(5, 100, 2)));
+    }
+}
+
+TEST_F(Writes, LeaveTheVariablesAndPositionsOfTheLastRead)
+{
+    for (Builder builder : builders)
+        for (int station : {0, 1})
+            build(builder, variable(5, 3, 2, station, bytes("01 02 03 04")));
+    build(WriteRegister, variable(5, 3, 2, 1, bytes("01 02 03 04")));
+    EXPECT_TRUE(positionsAreUntouched());
+}
+
+TEST_F(Writes, EveryRequestIsAJobOfOneFrame)
+{
+    for (int areaType : {1, 5, 10}) {
+        for (int station : {0, 1}) {
+            markSettings();
+            build(WriteRegister, variable(areaType, 3, 2, station, bytes("01 02 03 04")));
+            EXPECT_TRUE(onlyFrameCountsWereSet()) << areaType;
+        }
+    }
+}
+
+TEST_F(Writes, RequestsAreAppended)
+{
+    for (int areaType : {1, 5, 10}) {
+        RW_VAR var = variable(areaType, 3, 2, 1, bytes("01 02 03 04"));
+        WriteRegister(&var);
+    }
+    EXPECT_EQ(built(), 3);
+    EXPECT_EQ(head().var.areaType, 1);
+    EXPECT_EQ(last().var.areaType, 10);
+}
+
+TEST_F(Writes, TheQueueIsLeftToTheScheduler)
+{
+    PLC_driver.WriteVarList.append(variable(5, 3, 1, 1, bytes("01 02")));
+    WriteRegister(&PLC_driver.WriteVarList[0]);
+    EXPECT_EQ(int(PLC_driver.WriteVarList.size()), 1);
+    EXPECT_EQ(PLC_driver.WriteTimes, 0);
+}
+
+TEST_F(Writes, WithoutSettingsTheFrameIsBuiltAndTheFixedImageChanged)
+{
+    PLC_driver.settings = nullptr;
+    build(WriteRegister, variable(5, 100, 2, 8, bytes("34 12 78 56")));
+    EXPECT_EQ(hex(head().frame), hex(frames::sealed(bytes("08 FF 01 08 02 64 00 12 34 56 78"))));
+    EXPECT_EQ(PLC_driver.usArea5[101], 0x5678);
+}
+
+TEST_F(Writes, ANullRecordIsNothingToDo)
+{
+    WriteRegister(nullptr);
+    for (Builder builder : builders)
+        builder(nullptr);
+    EXPECT_EQ(built(), 0);
+    EXPECT_TRUE(locksAreFree());
+}
+
+} // namespace
