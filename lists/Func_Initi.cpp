@@ -2,7 +2,7 @@
 #include "image/areas_p.h"
 
 #include <algorithm>
-#include <QtCore/QMap>
+#include <QtCore/QHash>
 
 namespace
 {
@@ -122,7 +122,7 @@ public:
     void add(const RW_VAR &var)
     {
         const int key = var.areaType * Stations + var.station; // Deliberate: behaviour 203.
-        QMap<int, int>::const_iterator found = indexOfKey.constFind(key);
+        QHash<int, int>::const_iterator found = indexOfKey.constFind(key);
         const int index = found == indexOfKey.constEnd() ? append(key) : found.value();
         pieces[index].prepend(var); // the newest first
     }
@@ -145,7 +145,7 @@ private:
         return count() - 1;
     }
 
-    QMap<int, int> indexOfKey;
+    QHash<int, int> indexOfKey;
     QList<int> keys;
     QList<QList<RW_VAR>> pieces;
 };

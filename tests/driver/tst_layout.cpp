@@ -186,7 +186,7 @@ TEST_F(Layout, OffsetsOfTheImage)
     const size_t bits = (Expected{122, 178}).here();
     const size_t words = bits + 2664, doubles = words + 22080 + 2;
     std::vector<size_t> expected = {bits, bits + 256, bits + 512, bits + 2012, bits + 2152, bits + 2408};
-    for (size_t wordsBefore : {0, 256, 512, 10512, 10520, 10528, 10784})
+    for (size_t wordsBefore : {0u, 256u, 512u, 10512u, 10520u, 10528u, 10784u})
         expected.push_back(words + 2 * wordsBefore);
     expected.push_back(doubles);
     const std::vector<Member> members = imageMembers();

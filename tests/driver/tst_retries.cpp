@@ -78,6 +78,21 @@ TEST_F(Retries, TheNextSuccessClearsTheFailure)
     EXPECT_EQ(PLC_driver.CommFailFlag, 0);
 }
 
+TEST_F(Retries, TheFailureIsOneForAllStations)
+{
+    settings.stationMode = 1;
+    settings.retryLimit = 0;
+    readInFlight();
+    EXPECT_EQ(noAnswer(), 41);
+    PLC_driver.WriteVarList.append(variable(5, 7, 1, 2, bytes("34 12")));
+    EXPECT_NE(next(), nullptr);
+    EXPECT_EQ(stored(), ""); // a write to station 2 does not reach the image, for station 1 was silent
+    EXPECT_EQ(answerWell(), 1);
+    PLC_driver.WriteVarList.append(variable(5, 7, 1, 2, bytes("34 12")));
+    EXPECT_NE(next(), nullptr);
+    EXPECT_EQ(stored(), "2/5@7 = 34 12\n");
+}
+
 TEST_F(Retries, WithoutExtraAttemptsTheFirstFailureEndsTheJob)
 {
     for (int limit : {0, -1, INT_MIN}) {
