@@ -1,0 +1,46 @@
+// The frames of the controller protocol as far as a host looks into them.
+#ifndef FGS_HOST_FRAME_H
+#define FGS_HOST_FRAME_H
+
+#include <QtCore/QString>
+
+namespace fgs
+{
+
+/// Bytes of a frame; they belong to somebody else.
+struct FrameView {
+    const char *bytes;
+    int size;
+
+    int at(int index) const { return static_cast<unsigned char>(bytes[index]); }
+    int le16(int index) const { return at(index) | at(index + 1) << 8; }
+    int be16(int index) const { return at(index) << 8 | at(index + 1); }
+    FrameView from(int index) const { return {bytes + index, size - index}; }
+};
+
+// Offsets and values that requests and replies share.
+const int StationAt = 0;
+const int CommandAt = 1;
+const int CountAt = 2; ///< number of entries
+const int EntriesAt = 3;
+const int RequestEntrySize = 4; ///< code, count, two bytes of address
+const int ReplyHeaderSize = 2;  ///< code, count
+const int CrcSize = 2;
+const int AcknowledgeSize = 3;
+const int ReadCommand = 0xFE;
+const int WriteCommand = 0xFF;
+const int Acknowledged = 0x20;
+const int MaxEntries = 6;
+
+/// Whether the frame ends with the check code of what is before it.
+bool hasGoodCheck(FrameView frame);
+/// Bytes of the whole reply that starts here, as its own counts tell; 0 if it is none, or its counts are not there.
+int replySize(FrameView start);
+
+/// What a request or a reply says, in words. The check code is not looked at.
+QString describeRequest(FrameView frame);
+QString describeReply(FrameView frame);
+
+} // namespace fgs
+
+#endif

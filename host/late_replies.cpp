@@ -1,0 +1,64 @@
+#include "late_replies.h"
+
+#include "frame.h"
+
+namespace fgs
+{
+
+namespace
+{
+
+/// Whether a reply to one could not be told from a reply to the other.
+bool sameShape(const QByteArray &a, const QByteArray &b)
+{
+    if (a.left(EntriesAt) != b.left(EntriesAt))
+        return false;
+    if (a.at(CommandAt) == char(WriteCommand))
+        return true;
+    for (int i = 0; i < a.at(CountAt); ++i) {
+        const int entry = EntriesAt + i * RequestEntrySize;
+        if (a.mid(entry, ReplyHeaderSize) != b.mid(entry, ReplyHeaderSize))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+void LateReplies::expect(const Protocol &request, const DataStarts &dataStarts, Time until)
+{
+    for (Question &question : questions)
+        if (question.request.frame == request.frame) {
+            question.until = until;
+            ++question.owed;
+            return;
+        }
+    questions.push_back({request, dataStarts, until, 1, false});
+}
+
+void LateReplies::noteWrite(const Protocol &request)
+{
+    for (Question &question : questions)
+        if (question.request.frame.at(StationAt) == request.frame.at(StationAt) &&
+            question.request.frame != request.frame)
+            question.beforeWrite = true;
+}
+
+const LateReplies::Question *LateReplies::blocking(const Protocol &request, Time now)
+{
+    questions.remove_if([now](const Question &question) { return question.until <= now || question.owed == 0; });
+    for (const Question &question : questions)
+        if (sameShape(question.request.frame, request.frame) &&
+            (question.beforeWrite || question.request.frame != request.frame))
+            return &question;
+    return nullptr;
+}
+
+void LateReplies::answered(const Question *question)
+{
+    for (Question &each : questions)
+        if (&each == question)
+            --each.owed;
+}
+
+} // namespace fgs

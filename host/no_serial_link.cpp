@@ -1,0 +1,15 @@
+// Stands in for serial_link.cpp where Qt SerialPort is not installed.
+#include "devices.h"
+#include "text_error.h"
+
+namespace fgs
+{
+
+std::unique_ptr<Link> makeLink(const SerialAddress &address)
+{
+    throw TextError(QStringLiteral("link '%1': this build has no serial ports; install Qt SerialPort "
+                                   "(libqt5serialport5-dev) and build again, or use tcp:HOST:PORT")
+                        .arg(address.device));
+}
+
+} // namespace fgs

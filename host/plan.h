@@ -1,0 +1,41 @@
+// What a host asks of the driver for a set of variables, within the rules that the driver leaves to its host.
+#ifndef FGS_HOST_PLAN_H
+#define FGS_HOST_PLAN_H
+
+#include "variable.h"
+
+#include <tarn_fgsseries.h>
+#include <vector>
+
+namespace fgs
+{
+
+/// Where the driver keeps the values.
+struct Storage {
+    bool perStation = false; ///< COMINFO::stationMode
+    int station = 1;         ///< COMINFO::defaultStation, the one station of the fixed image
+    int blockWords = 0;      ///< COMINFO::blockWords
+};
+
+const int MinBlockWords = 4;
+const int DefaultBlockWords = 64;
+const int MaxBlockWords = 255; ///< a frame counts in one byte
+const int MaxBitBytes = 31;    ///< it counts bits
+
+/// The fixed image serves one station and ends at the areas' capacities; anything else is stored per station.
+/// The block size is the given one, cut to what one frame can carry: with bits at most 31.
+Storage storageFor(const std::vector<Variable> &variables, int blockWords = DefaultBlockWords);
+
+/// The cyclic list to hand to ReCreatReadVarList(). The blocks that the driver builds from it cover every address
+/// of the variables and reach no further up than these do, whole bytes of bits and the lowest addresses of an area
+/// aside; no reply to them can have the shape of its request. Station 0 cannot be read and is left out. The
+/// stations follow each other from the given one on.
+QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Storage &storage, int firstStation = 0);
+
+/// The same for bits that are wanted once: records for AddListOnceReadVar(), mode 0. hostAddr is the index in the
+/// result. Other kinds cannot be read once: the driver would store the reply under its last grouped read.
+std::vector<RW_VAR> onceWishes(const std::vector<Variable> &variables, const Storage &storage);
+
+} // namespace fgs
+
+#endif

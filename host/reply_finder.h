@@ -1,0 +1,64 @@
+// Finds the reply to one request in the bytes that arrive on the line.
+#ifndef FGS_HOST_REPLY_FINDER_H
+#define FGS_HOST_REPLY_FINDER_H
+
+#include "frame.h"
+#include "late_replies.h"
+
+namespace fgs
+{
+
+/// What the bytes that arrived are, as far as a host can tell. The driver compares neither the station nor the
+/// areas and counts of a reply with its request, so a host does; the check code of a reply in its place it leaves
+/// to the driver.
+class ReplyFinder
+{
+public:
+    /// Forgets what has arrived. The request stays valid while its reply is looked for.
+    void expect(const Protocol &request, const DataStarts &dataStarts);
+
+    /// Where received bytes go, and how many fit. Without room no reply will be found any more.
+    char *room() { return buffer + size; }
+    int roomSize() const { return Capacity - size; }
+    /// Takes note of bytes put there. Returns whether the reply is there.
+    bool take(int count);
+
+    /// The reply; without one, what has arrived besides other frames.
+    FrameView reply() const { return {buffer + front, found ? request.replyLen : size - front}; }
+    /// Everything that has arrived.
+    FrameView received() const { return {buffer, size}; }
+
+    /// Whether a good frame has arrived that answers another question to the station.
+    bool sawOtherAnswer() const { return otherAnswer; }
+    /// Whether what has arrived begins like the reply, but is not all of it.
+    bool sawPart() const { return !found && size - front > EntriesAt && fits(front, size - front); }
+    /// Whether the driver would take reply() for good although it is not the reply.
+    bool wouldPass() const;
+
+private:
+    static const int Capacity = 16384; ///< over twice the longest reply
+
+    bool isReadReply() const { return request.frame[CommandAt] == char(ReadCommand); }
+    bool fits(int at, int known) const;
+    bool isEcho(int at) const;
+    bool skipOtherFrame();
+    bool search();
+
+    struct Expected {
+        const char *frame;
+        int frameLen;
+        int replyLen;
+        int entries;
+        int headers[MaxEntries]; ///< where area code and count of each entry stand in the reply
+    };
+    Expected request;
+    char buffer[Capacity];
+    int size = 0;
+    int front = 0; ///< what is before it is done with
+    bool found = false;
+    bool otherAnswer = false;
+};
+
+} // namespace fgs
+
+#endif

@@ -1,0 +1,66 @@
+#include "statistics.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace fgs
+{
+
+namespace
+{
+
+struct Names {
+    const char *name;
+    const char *key;
+};
+const Names names[OutcomeCount] = {
+    {"good", "good"},
+    {"no reply", "noReply"},
+    {"wrong length", "wrongLength"},
+    {"wrong check code", "badCheck"},
+    {"answer to another question", "otherReply"},
+    {"link lost", "linkLost"},
+};
+
+} // namespace
+
+const char *nameOf(Outcome outcome)
+{
+    return names[static_cast<std::size_t>(outcome)].name;
+}
+
+const char *keyOf(Outcome outcome)
+{
+    return names[static_cast<std::size_t>(outcome)].key;
+}
+
+// Slot n * StepsPerOctave + s counts times from 2^n * (1 + s / StepsPerOctave) ns on.
+void RoundTrips::add(Time time)
+{
+    const quint64 span = static_cast<quint64>(std::max<qint64>(1, time.count()));
+    const int octave = 63 - __builtin_clzll(span);
+    const quint64 rest = span - (1ull << octave);
+    const quint64 step = octave >= 4 ? rest >> (octave - 4) : rest << (4 - octave);
+    ++counts[static_cast<std::size_t>(octave) * StepsPerOctave + step];
+    shortest = number ? std::min(shortest, time) : time;
+    longest = std::max(longest, time);
+    total += time;
+    ++number;
+}
+
+Time RoundTrips::quantile(double share) const
+{
+    const double wanted = share * static_cast<double>(number);
+    quint64 seen = 0;
+    for (std::size_t slot = 0; slot < counts.size(); ++slot) {
+        seen += counts[slot];
+        if (seen == 0 || static_cast<double>(seen) < wanted)
+            continue;
+        const double steps = static_cast<double>(slot % StepsPerOctave + 1) / StepsPerOctave;
+        const double end = std::ldexp(1 + steps, static_cast<int>(slot / StepsPerOctave));
+        return end < static_cast<double>(longest.count()) ? Time(static_cast<qint64>(end)) : longest;
+    }
+    return longest;
+}
+
+} // namespace fgs

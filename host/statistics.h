@@ -1,0 +1,66 @@
+// What became of the requests, and how long the answers took.
+#ifndef FGS_HOST_STATISTICS_H
+#define FGS_HOST_STATISTICS_H
+
+#include "link.h"
+
+#include <array>
+
+namespace fgs
+{
+
+/// What became of one request.
+enum class Outcome {
+    Good,
+    NoReply,     ///< nothing came that could be the reply
+    WrongLength, ///< something else came, or only a part
+    BadCheck,    ///< a reply whose check code is wrong
+    OtherReply,  ///< a good answer, but to another question
+    LinkLost     ///< the link went away; the request is sent again on the next one
+};
+const int OutcomeCount = 6;
+
+/// "no reply", for people.
+const char *nameOf(Outcome outcome);
+/// "noReply", for programs.
+const char *keyOf(Outcome outcome);
+
+/// Times from the last byte of the request to the last byte of the reply. Takes no memory as they grow in number.
+class RoundTrips
+{
+public:
+    void add(Time time);
+
+    quint64 count() const { return number; }
+    Time min() const { return shortest; }
+    Time max() const { return longest; }
+    Time mean() const { return number ? Time(total / number) : Time(0); }
+    /// The time that this share of them, 0..1, does not exceed; up to 6 % too long.
+    Time quantile(double share) const;
+
+private:
+    static const int StepsPerOctave = 16;
+    std::array<quint64, 64 *StepsPerOctave> counts = {};
+    quint64 number = 0;
+    Time shortest{0}, longest{0}, total{0};
+};
+
+/// Two equations hold after every step of the poller:
+///   requests = sum of outcomes
+///   requests - good = retries + abandoned
+struct Statistics {
+    quint64 requests = 0; ///< frames sent, repetitions included
+    std::array<quint64, OutcomeCount> outcomes = {};
+    quint64 retries = 0;    ///< failures after which the same request is to be sent again
+    quint64 abandoned = 0;  ///< failures after which the driver gave its job up
+    quint64 strayBytes = 0; ///< thrown away between two transactions
+    quint64 reconnects = 0;
+    RoundTrips roundTrips;
+
+    quint64 of(Outcome outcome) const { return outcomes[static_cast<std::size_t>(outcome)]; }
+    quint64 failures() const { return requests - of(Outcome::Good); }
+};
+
+} // namespace fgs
+
+#endif

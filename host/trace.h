@@ -1,0 +1,33 @@
+// A look at every frame on the line.
+#ifndef FGS_HOST_TRACE_H
+#define FGS_HOST_TRACE_H
+
+#include "frame.h"
+#include "statistics.h"
+
+#include <functional>
+
+namespace fgs
+{
+
+struct TraceEntry {
+    enum Event {
+        Sent,     ///< bytes is a request
+        Received, ///< bytes is everything that came for it; outcome is what it was taken for
+        Stray     ///< bytes came between two transactions and are thrown away
+    };
+    Event event;
+    Time time;
+    FrameView bytes;
+    Outcome outcome; ///< of Received
+    int replyAt;     ///< of Received and Good: where the reply starts in bytes
+};
+
+using TraceHook = std::function<void(const TraceEntry &)>;
+
+/// "> 01 FE 01 08 02 64 00 AA BE  station 1, read area 5 100x2 (wire 0x08:100)"
+QString describe(const TraceEntry &entry);
+
+} // namespace fgs
+
+#endif

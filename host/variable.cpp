@@ -1,0 +1,132 @@
+#include "variable.h"
+
+#include "text_error.h"
+
+#include <QtCore/QRegularExpression>
+
+namespace fgs
+{
+
+namespace
+{
+
+const Area areas[AreaCount] = {
+    {0, Kind::Bit, 0x00, false, 8, 2048},        {1, Kind::Bit, 0x01, true, 8, 2048},
+    {2, Kind::Bit, 0x02, true, 10, 12000},       {3, Kind::Bit, 0x05, true, 10, 2048},
+    {4, Kind::Bit, 0x04, true, 10, 2048},        {5, Kind::Word, 0x08, true, 10, 10000},
+    {6, Kind::Word, 0x12, true, 10, 256},        {7, Kind::Word, 0x11, true, 10, 256},
+    {8, Kind::Word, 0x06, false, 10, 256},       {9, Kind::Word, 0x07, true, 10, 256},
+    {10, Kind::DoubleWord, 0x13, true, 10, 256}, {11, Kind::Bit, 0x03, true, 10, 1120},
+    {12, Kind::Word, 0x09, true, 10, 8},         {13, Kind::Word, 0x10, true, 10, 8},
+};
+
+/// Reads the parts of one text; every fault names the whole text.
+class VariableText
+{
+public:
+    explicit VariableText(const QString &whole) : text(whole) {}
+
+    Variable parse(int defaultStation) const
+    {
+        static const QRegularExpression form(QStringLiteral("^([0-9]+):([0-9]+)(?:x([0-9]+))?(?:@([0-9]+))?$"));
+        const QRegularExpressionMatch match = form.match(text);
+        if (!match.hasMatch())
+            refuse(QStringLiteral("not of the form AREA:ADDRESS[xCOUNT][@STATION]; for example 5:100x4@1"));
+        Variable variable;
+        variable.area = parseArea(match.captured(1));
+        variable.address = parseAddress(*areaOf(variable.area), match.captured(2));
+        variable.count = parseCount(variable.address, match.captured(3));
+        variable.station = parseStation(match.captured(4), defaultStation);
+        return variable;
+    }
+
+private:
+    [[noreturn]] void refuse(const QString &fault) const
+    {
+        throw TextError(QStringLiteral("variable '%1': %2").arg(text, fault));
+    }
+
+    int parseArea(const QString &part) const
+    {
+        bool fits = false;
+        const int number = part.toInt(&fits);
+        if (!fits || !areaOf(number))
+            refuse(QStringLiteral("there is no area %1; areas are 0..13").arg(part));
+        return number;
+    }
+
+    int parseAddress(const Area &area, const QString &part) const
+    {
+        static const QRegularExpression notOctal(QStringLiteral("[89]"));
+        if (area.base == 8 && part.contains(notOctal))
+            refuse(QStringLiteral("%1 is not octal; addresses of areas 0 and 1 are written in octal").arg(part));
+        bool fits = false;
+        const int address = part.toInt(&fits, area.base);
+        if (!fits || address >= AddressCount)
+            refuse(QStringLiteral("address %1 is too high; the highest is %2")
+                       .arg(part, addressText(area.number, AddressCount - 1)));
+        return address;
+    }
+
+    int parseCount(int address, const QString &part) const
+    {
+        bool fits = true;
+        const int count = part.isEmpty() ? 1 : part.toInt(&fits);
+        if (!fits || count < 1 || count > AddressCount - address)
+            refuse(QStringLiteral("count %1 must be 1..%2").arg(part).arg(AddressCount - address));
+        return count;
+    }
+
+    int parseStation(const QString &part, int defaultStation) const
+    {
+        bool fits = true;
+        const int station = part.isEmpty() ? defaultStation : part.toInt(&fits);
+        if (!fits || station > MaxStation)
+            refuse(QStringLiteral("station %1 must be 0..%2").arg(part).arg(MaxStation));
+        return station;
+    }
+
+    const QString text;
+};
+
+} // namespace
+
+const Area *areaOf(int number)
+{
+    return number >= 0 && number < AreaCount ? &areas[number] : nullptr;
+}
+
+const Area *areaOfCode(int code)
+{
+    for (const Area &area : areas)
+        if (area.code == code)
+            return &area;
+    return nullptr;
+}
+
+QString nameOf(Kind kind)
+{
+    return kind == Kind::Bit    ? QStringLiteral("bit")
+           : kind == Kind::Word ? QStringLiteral("word")
+                                : QStringLiteral("double word");
+}
+
+Variable parseVariable(const QString &text, int defaultStation)
+{
+    return VariableText(text).parse(defaultStation);
+}
+
+QString addressText(int area, int address)
+{
+    return QString::number(address, areaOf(area)->base);
+}
+
+QString textOf(const Variable &variable)
+{
+    const QString place =
+        QStringLiteral("%1:%2").arg(variable.area).arg(addressText(variable.area, variable.address));
+    const QString count = variable.count == 1 ? QString() : QStringLiteral("x%1").arg(variable.count);
+    return place + count + QStringLiteral("@%1").arg(variable.station);
+}
+
+} // namespace fgs

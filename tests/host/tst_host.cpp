@@ -1,0 +1,347 @@
+// A whole host on the linked driver: reading, writing, and stations that do not answer.
+#include "host/fake_link.h"
+#include "host/host.h"
+#include "host/text_error.h"
+
+using namespace fgs;
+
+namespace
+{
+
+std::vector<Variable> parse(const std::vector<const char *> &texts)
+{
+    std::vector<Variable> variables;
+    for (const char *text : texts)
+        variables.push_back(parseVariable(QString::fromLatin1(text)));
+    return variables;
+}
+
+class HostTest : public DriverTest
+{
+protected:
+    Host &start(const std::vector<const char *> &texts)
+    {
+        variables = parse(texts);
+        return *(host = std::make_unique<Host>(linkedDriver(), link, variables, options));
+    }
+
+    quint32 wanted(const Variable &variable, int i) const
+    {
+        return link.controller.value(variable.station, areaOf(variable.area)->code, variable.address + i);
+    }
+
+    /// Whether every value that counts as known is the controller's.
+    ::testing::AssertionResult knownValuesAreRight() const
+    {
+        for (const Variable &variable : variables) {
+            if (!host->ageOf(variable).isKnown())
+                continue;
+            const std::vector<quint32> values = host->values(variable);
+            if (values.size() != std::size_t(variable.count))
+                return ::testing::AssertionFailure()
+                       << textOf(variable).toStdString() << ": " << values.size() << " values";
+            for (int i = 0; i < variable.count; ++i)
+                if (values[std::size_t(i)] != wanted(variable, i))
+                    return ::testing::AssertionFailure() << textOf(variable).toStdString() << " at " << i;
+        }
+        return ::testing::AssertionSuccess();
+    }
+
+    bool allKnown() const
+    {
+        return std::all_of(variables.begin(), variables.end(),
+                           [this](const Variable &variable) { return host->ageOf(variable).isKnown(); });
+    }
+
+    void steps(int count)
+    {
+        while (count-- > 0)
+            host->step();
+    }
+
+    fake::Link link;
+    HostOptions options;
+    std::vector<Variable> variables;
+    std::unique_ptr<Host> host;
+};
+
+const std::vector<const char *> EveryArea = {"0:17x9",    "1:0",     "2:11990x10", "3:5", "4:100x33",
+                                             "5:9990x10", "6:255",   "7:0x2",      "8:9", "9:100x100",
+                                             "10:250x6",  "11:1119", "12:0x8",     "13:7"};
+
+TEST_F(HostTest, ReadsEveryAreaIntoTheFixedImage)
+{
+    start(EveryArea).poll(variables);
+    EXPECT_EQ(PLC_driver.settings->stationMode, 0);
+    steps(5);
+    EXPECT_TRUE(allKnown());
+    EXPECT_TRUE(knownValuesAreRight());
+}
+
+TEST_F(HostTest, ReadsEveryAreaOfSeveralStations)
+{
+    std::vector<const char *> texts = EveryArea;
+    texts.insert(texts.end(), {"5:60000x300@2", "2:65500x36@255", "10:65535@3", "0:177777@3", "10:5x3@3"});
+    start(texts).poll(variables);
+    EXPECT_EQ(PLC_driver.settings->stationMode, 1);
+    steps(12);
+    EXPECT_TRUE(allKnown());
+    EXPECT_TRUE(knownValuesAreRight());
+}
+
+TEST_F(HostTest, ReadsBitsOnceAndTheOthersRoundAndRound)
+{
+    start({"2:100x300", "0:17", "5:0x4", "10:3"}).readSoon(variables);
+    while (!allKnown())
+        host->step();
+    EXPECT_TRUE(knownValuesAreRight());
+    // Two blocks of bits of area 2 and one of area 0, then words and double word together.
+    EXPECT_EQ(link.sent.size(), 4u);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(link.sent.at(std::size_t(i)).at(2), 1);
+    EXPECT_EQ(link.sent.at(3).at(2), 2);
+    steps(1);
+    EXPECT_EQ(link.sent.back(), link.sent.at(3));
+}
+
+TEST_F(HostTest, BitsWhoseReadingTheDriverDropsCountAsFailed)
+{
+    start({"2:0x100", "2:1000x100", "3:0"}).readSoon(variables);
+    link.onSend = [](const QByteArray &) {};
+    steps(3); // the first is given up; the driver forgets the others
+    for (const Variable &variable : variables) {
+        EXPECT_FALSE(host->ageOf(variable).isKnown());
+        EXPECT_EQ(host->ageOf(variable).outcome, Outcome::NoReply);
+        EXPECT_EQ(host->ageOf(variable).tried, link.now());
+    }
+    EXPECT_EQ(host->step().kind, Step::Idle);
+}
+
+TEST_F(HostTest, PerStationOnlyThatStationsBitsAreDropped)
+{
+    start({"2:0x100@1", "3:0@1", "2:0@2"}).readSoon(variables);
+    link.onSend = [this](const QByteArray &request) {
+        if (request.at(0) == 2)
+            link.answer(request);
+    };
+    steps(4);
+    EXPECT_EQ(host->ageOf(variables[1]).outcome, Outcome::NoReply);
+    EXPECT_NE(host->ageOf(variables[1]).tried, Never);
+    EXPECT_TRUE(host->ageOf(variables[2]).isKnown());
+}
+
+// ---- writing
+
+TEST_F(HostTest, WritesEveryKindAndReadsItBack)
+{
+    for (const char *other : {"5:9@1", "5:9@2"}) { // fixed image, per station
+        start({"5:100x3", "2:7x4", "10:5x2", other});
+        const std::vector<std::vector<quint32>> values = {{1, 0x1234, 65535}, {1, 0, 1, 1}, {0x12345678, 9}};
+        for (std::size_t i = 0; i < values.size(); ++i)
+            EXPECT_TRUE(host->write(variables[i], values[i]));
+        EXPECT_EQ(host->writesQueued(), 1 + 4 + 1);
+        while (host->writesQueued())
+            EXPECT_TRUE(host->step().isWrite);
+        EXPECT_FALSE(host->ageOf(variables[0]).isKnown());
+        host->poll(variables);
+        while (!allKnown())
+            host->step();
+        for (std::size_t i = 0; i < values.size(); ++i)
+            EXPECT_EQ(host->values(variables[i]), values[i]);
+        EXPECT_TRUE(knownValuesAreRight());
+        EXPECT_EQ(host->writesLost(), 0);
+        host.reset();
+        reset();
+    }
+}
+
+TEST_F(HostTest, WritesMoreDoubleWordsThanABlockHolds)
+{
+    for (int blockWords : {5, 31, 64}) {
+        options.blockWords = blockWords;
+        start({"10:10x100"});
+        std::vector<quint32> values;
+        for (quint32 i = 0; i < 100; ++i)
+            values.push_back(0x10000 * i + 7);
+        EXPECT_TRUE(host->write(variables[0], values));
+        while (host->writesQueued())
+            host->step();
+        for (int i = 0; i < 100; ++i)
+            ASSERT_EQ(wanted(variables[0], i), values[std::size_t(i)]) << i << " by " << blockWords;
+        host.reset();
+        reset();
+    }
+}
+
+TEST_F(HostTest, RefusesWhatTheDriverWouldDrop)
+{
+    start({"2:0x1000", "2:2000x24", "2:3000x25"});
+    EXPECT_TRUE(host->write(variables[0], std::vector<quint32>(1000, 1)));
+    EXPECT_FALSE(host->write(variables[2], std::vector<quint32>(25, 1)));
+    EXPECT_TRUE(host->write(variables[1], std::vector<quint32>(24, 1)));
+    EXPECT_EQ(host->writesQueued(), 1024);
+    EXPECT_EQ(PLC_driver.WriteVarList.size(), 1024);
+    steps(1024);
+    EXPECT_EQ(host->writesQueued(), 0);
+    EXPECT_EQ(link.sent.size(), 1024u);
+}
+
+TEST_F(HostTest, AWriteOfAPlaceThatWaitsTakesItsPlace)
+{
+    start({"5:0", "5:1"});
+    host->write(variables[0], {1});
+    host->write(variables[1], {2});
+    host->write(variables[1], {3});
+    EXPECT_EQ(host->writesQueued(), 2);
+    steps(2);
+    EXPECT_EQ(host->writesQueued(), 0);
+    EXPECT_EQ(wanted(variables[1], 0), 3u);
+}
+
+TEST_F(HostTest, ReadOnlyAreasAreRefused)
+{
+    start({"8:3", "0:17"});
+    for (const Variable &variable : variables)
+        EXPECT_THROW(host->write(variable, {1}), TextError);
+    try {
+        host->write(variables[1], {1});
+    } catch (const TextError &error) {
+        EXPECT_STREQ(error.what(), "variable '0:17@1': area 0 is read-only");
+    }
+}
+
+TEST_F(HostTest, WritesThatAFailureDropsAreCounted)
+{
+    start({"5:0x2", "5:10", "5:20@2"});
+    for (const Variable &variable : variables)
+        host->write(variable, std::vector<quint32>(std::size_t(variable.count), 5));
+    link.onSend = [this](const QByteArray &request) {
+        if (request.at(0) == 2)
+            link.answer(request);
+    };
+    steps(3);
+    EXPECT_EQ(host->writesLost(), 2) << "both of station 1";
+    EXPECT_EQ(host->writesQueued(), 1);
+    steps(1);
+    EXPECT_EQ(host->writesQueued(), 0);
+    EXPECT_EQ(wanted(variables[2], 0), 5u);
+}
+
+TEST_F(HostTest, EveryRequestHasItsOwnAttempts)
+{
+    start({"5:0x2"}).poll(variables);
+    int count = 0;
+    link.onSend = [this, &count](const QByteArray &request) {
+        if (++count % 3 == 0)
+            link.answer(request); // every third attempt
+    };
+    steps(30);
+    EXPECT_EQ(host->statistics().abandoned, 0u);
+    EXPECT_EQ(host->statistics().of(Outcome::Good), 10u);
+}
+
+// ---- stations
+
+class StationsTest : public HostTest
+{
+protected:
+    /// Answers of these stations do not come.
+    void silence(const std::set<int> &silent)
+    {
+        link.onSend = [this, silent](const QByteArray &request) {
+            if (!silent.count(request.at(0)))
+                link.answer(request);
+        };
+    }
+
+    /// Requests to each station in the time to come.
+    std::map<int, int> requestsIn(Time span)
+    {
+        const std::size_t before = link.sent.size();
+        for (const Time end = link.now() + span; link.now() < end;)
+            if (host->step().kind == Step::Idle)
+                link.pauseUntil(link.now() + 10ms);
+        std::map<int, int> counts;
+        for (std::size_t i = before; i < link.sent.size(); ++i)
+            ++counts[link.sent[i].at(0)];
+        return counts;
+    }
+};
+
+TEST_F(StationsTest, ADeadOneRestsSoThatTheOthersKeepTheirRate)
+{
+    start({"5:0x2@1", "5:0x2@2", "5:0x2@3"}).poll(variables);
+    std::map<int, int> healthy = requestsIn(10s);
+    silence({2});
+    requestsIn(10s); // three jobs of three attempts
+    EXPECT_TRUE(host->rests(2));
+    std::map<int, int> counts = requestsIn(130s);
+    EXPECT_LE(counts[2], 3 * 10) << "one job a rest of ten seconds";
+    EXPECT_GE(counts[2], 3 * 9);
+    EXPECT_GE(counts[1], 13 * healthy[1] * 7 / 10) << "three of thirteen seconds go into the dead one";
+    EXPECT_GE(counts[3], 13 * healthy[1] * 7 / 10);
+}
+
+TEST_F(StationsTest, ADeadOneThatComesBackIsAskedAgain)
+{
+    start({"5:0x2@1", "5:0x2@2"}).poll(variables);
+    silence({2});
+    requestsIn(30s);
+    silence({});
+    requestsIn(10s);
+    EXPECT_FALSE(host->rests(2));
+    EXPECT_TRUE(allKnown());
+    std::map<int, int> counts = requestsIn(1s);
+    EXPECT_NEAR(counts[1], counts[2], 1);
+}
+
+TEST_F(StationsTest, NoneRestsWhileNoneAnswers)
+{
+    start({"5:0x2@1", "5:0x2@2"}).poll(variables);
+    silence({1, 2});
+    requestsIn(60s);
+    EXPECT_FALSE(host->rests(1));
+    EXPECT_FALSE(host->rests(2));
+    silence({});
+    const Time back = link.now();
+    while (!allKnown())
+        host->step();
+    EXPECT_LE(link.now() - back, 100ms);
+}
+
+TEST_F(StationsTest, ALoneOneNeverRests)
+{
+    start({"5:0x2@1"}).poll(variables);
+    silence({1});
+    requestsIn(60s);
+    EXPECT_FALSE(host->rests(1));
+    EXPECT_GE(link.sent.size(), 59u);
+}
+
+TEST_F(StationsTest, EveryHealthyOneIsServedHoweverManyAreDead)
+{
+    std::vector<std::string> texts;
+    for (int station = 1; station <= 32; ++station)
+        texts.push_back("5:0x2@" + std::to_string(station));
+    std::vector<const char *> pointers;
+    std::set<int> dead;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        pointers.push_back(texts[i].c_str());
+        if (i % 2)
+            dead.insert(int(i) + 1);
+    }
+    options.timing.timeout = 200ms;
+    start(pointers).poll(variables);
+    silence(dead);
+    requestsIn(60s);
+    std::map<int, int> counts = requestsIn(120s);
+    int least = counts[1], most = counts[1];
+    for (int station = 1; station <= 31; station += 2) {
+        least = std::min(least, counts[station]);
+        most = std::max(most, counts[station]);
+    }
+    EXPECT_GT(least, 20);
+    EXPECT_LE(most, 2 * least);
+}
+
+} // namespace

@@ -1,0 +1,552 @@
+// One transaction at a time, over a line in virtual time.
+#include "host/fake_link.h"
+#include "host/plan.h"
+#include "host/poller.h"
+
+using namespace fgs;
+
+namespace
+{
+
+class PollerTest : public DriverTest
+{
+protected:
+    PollerTest()
+    {
+        settings.blockWords = 64;
+        settings.defaultStation = 1;
+        settings.retryLimit = 2;
+        settings.writeMode = 2;
+    }
+
+    void watch(std::initializer_list<const char *> texts)
+    {
+        std::vector<Variable> variables;
+        for (const char *text : texts)
+            variables.push_back(parseVariable(QString::fromLatin1(text)));
+        const Storage storage = storageFor(variables, 64);
+        settings.stationMode = storage.perStation;
+        QList<HOST_VAR> wishes = cyclicWishes(variables, storage);
+        ReCreatReadVarList(&wishes);
+    }
+
+    /// One step, after which the counts must add up.
+    Step step()
+    {
+        const Step made = poller.step();
+        const Statistics &stats = poller.statistics();
+        quint64 sum = 0;
+        for (quint64 count : stats.outcomes)
+            sum += count;
+        EXPECT_EQ(stats.requests, sum);
+        EXPECT_EQ(stats.failures(), stats.retries + stats.abandoned);
+        EXPECT_EQ(stats.requests, link.sent.size() + lostWhileSending);
+        return made;
+    }
+    Outcome outcome() { return step().outcome; }
+
+    void write(const char *address, const char *value)
+    {
+        QByteArray data = bytes(value);
+        SetRegisterData(QString(), 5, QString::fromLatin1(address), 1, &data, int(data.size()) / 2, 0, 0);
+    }
+
+    /// Answers the first request as the test says and all others well.
+    void answerFirst(const std::function<void(const QByteArray &)> &first)
+    {
+        link.onSend = [this, first](const QByteArray &request) {
+            if (link.sent.size() == 1)
+                first(request);
+            else
+                link.answer(request);
+        };
+    }
+
+    static int word(int address) { return PLC_driver.usArea5[address]; }
+    int wanted(int address) { return int(link.controller.value(1, 0x08, address)); }
+    static Age age(const Poller &of, const char *text)
+    {
+        return of.freshness.of(parseVariable(QString::fromLatin1(text)));
+    }
+
+    fake::Link link;
+    Timing timing;
+    Poller poller{linkedDriver(), link, timing};
+    std::size_t lostWhileSending = 0;
+};
+
+TEST_F(PollerTest, StoresAGoodReply)
+{
+    watch({"5:100x4"});
+    const Time start = link.now();
+    const Step made = step();
+    EXPECT_EQ(made.kind, Step::Exchanged);
+    EXPECT_EQ(made.outcome, Outcome::Good);
+    EXPECT_TRUE(made.ended);
+    EXPECT_FALSE(made.isWrite);
+    EXPECT_EQ(made.station, 1);
+    EXPECT_EQ(hex(link.sent.at(0)), hex(frames::readRequest(1, {{5, 100, 4}})));
+    for (int address = 100; address < 104; ++address)
+        EXPECT_EQ(word(address), wanted(address));
+    EXPECT_EQ(age(poller, "5:100x4").stored, start + 5ms);
+    EXPECT_FALSE(age(poller, "5:100x5").isKnown());
+    EXPECT_EQ(poller.statistics().roundTrips.max(), 5ms);
+}
+
+TEST_F(PollerTest, HasNothingToDoWithoutAList)
+{
+    EXPECT_EQ(step().kind, Step::Idle);
+    EXPECT_TRUE(link.sent.empty());
+}
+
+TEST_F(PollerTest, ReadsAGroupOfSixWithEveryKind)
+{
+    watch({"0:0x24", "2:80x30", "5:100x4", "5:300x2", "10:7x3", "9:5"});
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sent.at(0).at(2), 6);
+    EXPECT_EQ(word(301), wanted(301));
+    EXPECT_EQ(PLC_driver.uiArea10[9], link.controller.value(1, 0x13, 9));
+    EXPECT_EQ(PLC_driver.usArea9[5], link.controller.value(1, 0x07, 5));
+    EXPECT_TRUE(age(poller, "10:7x3").isKnown());
+    EXPECT_TRUE(age(poller, "2:80x30").isKnown());
+    EXPECT_FALSE(age(poller, "10:10").isKnown());
+}
+
+// ---- what surrounds the reply
+
+struct Around {
+    const char *name;
+    const char *before, *after; ///< bytes; R stands for the request, F for a frame of station 2
+};
+void PrintTo(const Around &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
+QByteArray filled(const char *text, const QByteArray &request)
+{
+    QByteArray all;
+    for (const QByteArray &part : QByteArray(text).split(' '))
+        all += part == "R"   ? request
+               : part == "F" ? frames::readReply(2, {{5, 100, 4}}, {bytes("01 FE 01 08 04 01 FF 20")})
+                             : QByteArray::fromHex(part);
+    return all;
+}
+
+class Surrounded : public PollerTest, public ::testing::WithParamInterface<Around>
+{
+};
+
+TEST_P(Surrounded, ReplyIsFoundAndTheNextTransactionIsGood)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &request) {
+        link.arrive(1ms, filled(GetParam().before, request));
+        link.arrive(5ms, link.controller.answer(request));
+        link.arrive(5ms, filled(GetParam().after, request));
+    });
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(word(103), wanted(103));
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(poller.statistics().roundTrips.max(), 5ms);
+}
+
+TEST_P(Surrounded, NothingButTheSurroundingsIsNoReply)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &request) { link.arrive(1ms, filled(GetParam().before, request)); });
+    const Time start = link.now();
+    EXPECT_NE(outcome(), Outcome::Good);
+    EXPECT_EQ(link.now(), start + timing.timeout);
+    EXPECT_EQ(word(100), 0);
+    EXPECT_EQ(outcome(), Outcome::Good);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Line, Surrounded,
+    ::testing::Values(
+        Around{"noise ahead", "00 13 FF", ""}, Around{"one byte of noise behind", "", "00"},
+        Around{"noise like a beginning", "01", ""}, Around{"noise like two beginnings", "01 FE 01 01", ""},
+        Around{"echo", "R", ""}, Around{"echo twice", "R R", ""}, Around{"noise and echo", "55 R", ""},
+        Around{"another station's frame", "F", ""}, Around{"two of them", "F F", ""},
+        Around{"echo and another station's frame", "R F", "F"},
+        Around{"another station's acknowledgement", "02 FF 20", ""}, Around{"an acknowledgement", "01 FF 20", ""},
+        Around{"200 bytes behind", "", "R R R R R R R R R R"}, Around{"the request behind", "", "R"}));
+
+TEST_F(PollerTest, BytesMayComeOneByOne)
+{
+    watch({"5:100x4"});
+    link.onSend = [this](const QByteArray &request) {
+        const QByteArray reply = link.controller.answer(request);
+        for (int i = 0; i < reply.size(); ++i)
+            link.arrive(std::chrono::milliseconds(i + 1), reply.mid(i, 1));
+    };
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(poller.statistics().roundTrips.max(), 15ms);
+}
+
+// ---- what is no reply
+
+TEST_F(PollerTest, SilenceEndsAtTheTimeLimitAndTheDriverGivesUpAfterItsRetries)
+{
+    watch({"5:100x4"});
+    link.onSend = [](const QByteArray &) {};
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const Time start = link.now();
+        const Step made = step();
+        EXPECT_EQ(made.outcome, Outcome::NoReply);
+        EXPECT_EQ(made.ended, attempt == 2);
+        EXPECT_EQ(link.now(), start + timing.timeout);
+        EXPECT_EQ(link.sent.back(), link.sent.front());
+    }
+    EXPECT_EQ(poller.statistics().retries, 2u);
+    EXPECT_EQ(poller.statistics().abandoned, 1u);
+    EXPECT_FALSE(age(poller, "5:100x4").isKnown());
+    EXPECT_EQ(age(poller, "5:100x4").tried, link.now());
+    EXPECT_EQ(age(poller, "5:100x4").outcome, Outcome::NoReply);
+}
+
+TEST_F(PollerTest, AShortReplyIsAWrongLength)
+{
+    watch({"5:100x4"});
+    answerFirst(
+        [this](const QByteArray &request) { link.arrive(5ms, link.controller.answer(request).chopped(1)); });
+    EXPECT_EQ(outcome(), Outcome::WrongLength);
+    EXPECT_EQ(PLC_driver.RetVar.result, 0);
+    EXPECT_EQ(word(100), 0);
+    EXPECT_EQ(outcome(), Outcome::Good);
+}
+
+TEST_F(PollerTest, AWrongCheckCodeIsReportedAtOnce)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &request) {
+        QByteArray reply = link.controller.answer(request);
+        reply[7] = char(reply.at(7) ^ 1);
+        link.arrive(5ms, reply);
+    });
+    const Time start = link.now();
+    EXPECT_EQ(outcome(), Outcome::BadCheck);
+    EXPECT_EQ(link.now(), start + 5ms);
+    EXPECT_EQ(word(100), 0);
+}
+
+TEST_F(PollerTest, ADamagedHeaderIsAWrongCheckCode)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &request) {
+        QByteArray reply = link.controller.answer(request);
+        reply[4] = 9;
+        link.arrive(5ms, reply);
+    });
+    EXPECT_EQ(outcome(), Outcome::BadCheck);
+    EXPECT_EQ(word(100), 0);
+}
+
+struct Other {
+    const char *name;
+    int station;
+    std::vector<frames::Block> blocks;
+    Outcome outcome;
+};
+void PrintTo(const Other &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
+class OtherAnswer : public PollerTest, public ::testing::WithParamInterface<Other>
+{
+};
+
+TEST_P(OtherAnswer, IsNotHandedOver)
+{
+    watch({"5:100x4", "2:80x24"}); // the bits come first
+    answerFirst([this](const QByteArray &) {
+        std::vector<QByteArray> data;
+        for (const frames::Block &block : GetParam().blocks)
+            data.push_back(QByteArray(frames::dataBytes(block), '\x55'));
+        link.arrive(5ms, frames::readReply(GetParam().station, GetParam().blocks, data));
+    });
+    const Time start = link.now();
+    EXPECT_EQ(outcome(), GetParam().outcome);
+    EXPECT_EQ(link.now(), start + timing.timeout);
+    EXPECT_EQ(word(100), 0);
+    EXPECT_EQ(PLC_driver.ucArea2[10], 0);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(word(100), wanted(100));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Answers, OtherAnswer,
+    ::testing::Values(
+        Other{"right but for its station", 2, {{2, 80, 3}, {5, 100, 4}}, Outcome::NoReply},
+        Other{"another area of the same length", 1, {{3, 80, 3}, {5, 100, 4}}, Outcome::OtherReply},
+        Other{"another second area of the same length", 1, {{2, 80, 3}, {6, 100, 4}}, Outcome::OtherReply},
+        Other{"other counts of the same length", 1, {{2, 80, 5}, {5, 100, 3}}, Outcome::OtherReply},
+        Other{"fewer entries", 1, {{2, 80, 3}}, Outcome::OtherReply},
+        Other{"more words", 1, {{2, 80, 3}, {5, 100, 8}}, Outcome::OtherReply},
+        Other{"fewer words", 1, {{2, 80, 3}, {5, 100, 3}}, Outcome::OtherReply}));
+
+TEST_F(PollerTest, AnEchoOfTheShapeOfTheReplyIsNeverTaken)
+{
+    RW_VAR var = variable(5, 100, 1); // one word: its reply is as long as the request and begins like it
+    AddListReadVar(&var);
+    answerFirst([this](const QByteArray &request) { link.arrive(1ms, request); });
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    EXPECT_EQ(word(100), 0);
+    link.onSend = [this](const QByteArray &request) {
+        link.arrive(1ms, bytes("00") + request);
+        link.answer(request);
+    };
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(word(100), wanted(100));
+}
+
+TEST_F(PollerTest, ALineThatNeverFallsSilentCostsTwoTimeLimitsAtMost)
+{
+    watch({"5:100x4"});
+    link.onSend = [](const QByteArray &) {};
+    for (int ms = 0; ms < 20000; ++ms)
+        link.arrive(std::chrono::milliseconds(ms), bytes("01 FE 01 08"));
+    for (int i = 0; i < 4; ++i) {
+        const Time start = link.now();
+        EXPECT_EQ(outcome(), Outcome::WrongLength);
+        EXPECT_LE(link.now() - start, 2 * timing.timeout + 10ms);
+    }
+}
+
+// ---- replies that come late
+
+TEST_F(PollerTest, ALateReplyAnswersTheSameQuestion)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &request) { link.answer(request, timing.timeout + 20ms); });
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    const Time retried = link.now();
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.now(), retried + 5ms);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(word(100), wanted(100));
+}
+
+TEST_F(PollerTest, ALateReplyIsNotTakenForTheAnswerToAnotherQuestionOfItsShape)
+{
+    settings.retryLimit = 0;
+    settings.blockWords = 4;
+    for (int i = 0; i < 12; ++i) { // two requests of six blocks of four words
+        RW_VAR var = variable(5, 100 + 10 * i, 4);
+        AddListReadVar(&var);
+    }
+    answerFirst([this](const QByteArray &request) { link.answer(request, timing.timeout + 500ms); });
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    const Time failed = link.now();
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sentAt.at(1), failed + 500ms + timing.gap) << "as soon as the late reply has come";
+    for (int i = 6; i < 12; ++i)
+        EXPECT_EQ(word(100 + 10 * i), wanted(100 + 10 * i));
+    EXPECT_EQ(word(100), 0);
+    EXPECT_EQ(poller.statistics().strayBytes, 65u);
+}
+
+TEST_F(PollerTest, AReplyThatNeverComesIsWaitedForNoLongerThanItMayBeLate)
+{
+    settings.retryLimit = 0;
+    for (int address : {100, 200, 300, 400, 500, 600, 700}) {
+        RW_VAR var = variable(5, address, 4);
+        AddListReadVar(&var);
+    }
+    answerFirst([](const QByteArray &) {});
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    const Time failed = link.now();
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sentAt.at(1), failed + timing.late);
+}
+
+TEST_F(PollerTest, AQuestionOfAnotherShapeOrStationNeedNotWait)
+{
+    settings.retryLimit = 0;
+    settings.stationMode = 1;
+    RW_VAR vars[] = {variable(5, 100, 4, 1), variable(5, 100, 4, 2), variable(6, 10, 4, 1)};
+    for (RW_VAR &var : vars)
+        AddListReadVar(&var);
+    answerFirst([this](const QByteArray &request) { link.answer(request, timing.timeout + 3ms); });
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    const Time failed = link.now();
+    EXPECT_EQ(outcome(), Outcome::Good); // station 2, beside the late reply
+    EXPECT_EQ(outcome(), Outcome::Good); // area 6
+    EXPECT_LE(link.now(), failed + 20ms);
+}
+
+TEST_F(PollerTest, AQuestionAskedBeforeAWriteIsNotAnsweredAfterIt)
+{
+    watch({"5:100x4"});
+    settings.retryLimit = 0;
+    answerFirst([this](const QByteArray &request) { link.answer(request, timing.timeout + 100ms); });
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    write("100", "34 12");
+    EXPECT_TRUE(step().isWrite);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(word(100), 0x1234) << "the late reply still has the old value";
+}
+
+TEST_F(PollerTest, ASecondCopyOfAReplyIsThrownAwayBeforeTheNextQuestion)
+{
+    settings.blockWords = 4;
+    for (int i = 0; i < 12; ++i) {
+        RW_VAR var = variable(5, 100 + 10 * i, 4);
+        AddListReadVar(&var);
+    }
+    answerFirst([this](const QByteArray &request) {
+        const QByteArray reply = link.controller.answer(request);
+        link.arrive(5ms, reply);
+        link.arrive(6ms, reply.left(20));
+        link.arrive(7ms, reply.mid(20));
+    });
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sentAt.at(1) - link.sentAt.at(0), 7ms + timing.gap);
+    for (int i = 0; i < 12; ++i)
+        EXPECT_EQ(word(100 + 10 * i), wanted(100 + 10 * i));
+}
+
+// ---- writes
+
+TEST_F(PollerTest, AWriteIsAcknowledged)
+{
+    write("100", "34 12");
+    const Step made = step();
+    EXPECT_TRUE(made.isWrite);
+    EXPECT_TRUE(made.ended);
+    EXPECT_EQ(made.outcome, Outcome::Good);
+    EXPECT_EQ(wanted(100), 0x1234);
+    EXPECT_FALSE(age(poller, "5:100").isKnown()) << "the image shows it, but nothing was read";
+}
+
+TEST_F(PollerTest, AnAcknowledgementInsideTheEchoIsNone)
+{
+    write("100", "FF 01 01 20"); // on the wire: 01 FF 20 01
+    answerFirst([this](const QByteArray &request) { link.arrive(1ms, request); });
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    link.onSend = [this](const QByteArray &request) {
+        link.arrive(1ms, request);
+        link.answer(request);
+    };
+    EXPECT_EQ(outcome(), Outcome::Good);
+}
+
+TEST_F(PollerTest, AnAcknowledgementBehindNoiseProvesNothing)
+{
+    write("100", "34 12");
+    answerFirst([this](const QByteArray &) { link.arrive(5ms, bytes("55 01 FF 20")); });
+    EXPECT_EQ(outcome(), Outcome::WrongLength);
+    EXPECT_EQ(outcome(), Outcome::Good);
+}
+
+TEST_F(PollerTest, AnAcknowledgementOfAnotherStationIsPassedOver)
+{
+    write("100", "34 12");
+    answerFirst([this](const QByteArray &request) {
+        link.arrive(1ms, bytes("02 FF 20"));
+        link.answer(request);
+    });
+    EXPECT_EQ(outcome(), Outcome::Good);
+    write("101", "34 12");
+    link.onSend = [this](const QByteArray &) { link.arrive(1ms, bytes("02 FF 20")); };
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+}
+
+TEST_F(PollerTest, ABroadcastIsFollowedByAPause)
+{
+    settings.defaultStation = 0;
+    write("100", "34 12");
+    const Time start = link.now();
+    const Step made = step();
+    EXPECT_EQ(made.outcome, Outcome::Good);
+    EXPECT_TRUE(made.ended);
+    EXPECT_EQ(link.now(), start + timing.turnaround);
+    EXPECT_EQ(poller.statistics().roundTrips.count(), 0u);
+}
+
+// ---- the line
+
+TEST_F(PollerTest, TheBytesHaveTheirTimeOnTheLine)
+{
+    link.perByte = 1ms;
+    watch({"5:100x4"});
+    link.onSend = [](const QByteArray &) {};
+    const Time start = link.now();
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    EXPECT_EQ(link.now(), start + timing.timeout + (9 + 15) * 1ms);
+}
+
+TEST_F(PollerTest, TheSilenceBeforeARequestIsFourBytesLongAtLeast)
+{
+    link.perByte = 1ms;
+    watch({"5:100x4"});
+    step();
+    const Time received = link.now();
+    step();
+    EXPECT_EQ(link.sentAt.at(1), received + 4ms);
+}
+
+TEST_F(PollerTest, ALostLinkCostsTheDriverNothing)
+{
+    watch({"5:100x4"});
+    write("100", "34 12");
+    answerFirst([this](const QByteArray &) { link.cut(); });
+    link.refusals = 3;
+    const Step made = step();
+    EXPECT_EQ(made.outcome, Outcome::LinkLost);
+    EXPECT_FALSE(made.ended);
+    const Time lost = link.now();
+    while (step().kind == Step::NoLink)
+        EXPECT_FALSE(link.isOpen());
+    EXPECT_EQ(link.now() - lost, 500ms + 1000ms + 2000ms + 5ms) << "tries at once, then ever more rarely";
+    EXPECT_EQ(link.sent.size(), 2u);
+    EXPECT_EQ(link.sent.at(1), link.sent.at(0)) << "the write is sent again";
+    EXPECT_EQ(settings.retryCount, 0);
+    EXPECT_EQ(wanted(100), 0x1234);
+    EXPECT_EQ(poller.statistics().reconnects, 1u);
+    EXPECT_EQ(outcome(), Outcome::Good);
+}
+
+TEST_F(PollerTest, ALinkThatIsLostWhileNothingIsAskedIsOpenedAgain)
+{
+    watch({"5:100x4"});
+    step();
+    link.cut();
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(poller.statistics().reconnects, 1u);
+}
+
+TEST_F(PollerTest, TracesEveryFrame)
+{
+    QStringList lines;
+    poller.trace = [&lines](const TraceEntry &entry) { lines << describe(entry); };
+    watch({"5:0x2"});
+    link.onSend = [this](const QByteArray &) {
+        link.arrive(5ms, bytes("55") + frames::readReply(1, {{5, 0, 2}}, {bytes("12 34 56 78")}));
+        link.arrive(6ms, bytes("AA"));
+    };
+    step();
+    step();
+    ASSERT_GE(lines.size(), 3);
+    EXPECT_EQ(lines.at(0).toStdString(), "> 01 FE 01 08 02 00 00 80 7E  station 1, read area 5 0x2 (wire 0x08:0)");
+    EXPECT_EQ(lines.at(1).toStdString(),
+              "< 55 01 FE 01 08 02 12 34 56 78 9A D4  1 bytes skipped; station 1, area 5 x2: 1234 5678");
+    EXPECT_EQ(lines.at(2).toStdString(), "< AA  thrown away: came without a question");
+}
+
+TEST_F(PollerTest, ASingleReadOfWordsLeavesNoMark)
+{
+    watch({"5:100x4"});
+    step();
+    const Time stored = age(poller, "5:100x4").stored;
+    RW_VAR var = variable(6, 10, 4); // the driver stores its reply under the last grouped read
+    AddListOnceReadVar(&var, 1);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(age(poller, "5:100x4").stored, stored);
+    EXPECT_FALSE(age(poller, "6:10x4").isKnown());
+}
+
+} // namespace

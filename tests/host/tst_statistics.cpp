@@ -1,0 +1,117 @@
+// Round trips and the health of stations.
+#include "host/station_health.h"
+#include "host/statistics.h"
+
+#include <gtest/gtest.h>
+
+using namespace fgs;
+
+namespace
+{
+
+TEST(RoundTrips, AreEmptyAtFirst)
+{
+    const RoundTrips times;
+    EXPECT_EQ(times.count(), 0u);
+    EXPECT_EQ(times.mean(), Time(0));
+    EXPECT_EQ(times.quantile(0.99), Time(0));
+}
+
+TEST(RoundTrips, KnowTheirEndsAndTheirMean)
+{
+    RoundTrips times;
+    for (Time time : {3ms, 1ms, 8ms})
+        times.add(time);
+    EXPECT_EQ(times.count(), 3u);
+    EXPECT_EQ(times.min(), 1ms);
+    EXPECT_EQ(times.max(), 8ms);
+    EXPECT_EQ(times.mean(), 4ms);
+}
+
+TEST(RoundTrips, QuantilesAreAtMostSixPercentTooLong)
+{
+    for (int unit : {1, 37, 1000, 123457}) {
+        RoundTrips times;
+        for (int i = 1; i <= 1000; ++i)
+            times.add(Time(qint64(i) * unit));
+        for (int percent : {1, 50, 90, 99, 100}) {
+            const Time exact(qint64(percent) * 10 * unit);
+            EXPECT_GE(times.quantile(percent / 100.0), exact) << percent << " % of " << unit;
+            EXPECT_LE(times.quantile(percent / 100.0), exact * 17 / 16 + Time(1)) << percent << " % of " << unit;
+        }
+    }
+}
+
+TEST(RoundTrips, TakeAnyTime)
+{
+    RoundTrips times;
+    times.add(Time(0));
+    times.add(Time(-5));
+    times.add(Time::max());
+    EXPECT_EQ(times.count(), 3u);
+    EXPECT_EQ(times.quantile(1), Time::max());
+}
+
+TEST(Outcomes, HaveNames)
+{
+    EXPECT_STREQ(nameOf(Outcome::Good), "good");
+    EXPECT_STREQ(nameOf(Outcome::LinkLost), "link lost");
+    EXPECT_STREQ(keyOf(Outcome::NoReply), "noReply");
+    EXPECT_STREQ(keyOf(Outcome::OtherReply), "otherReply");
+}
+
+using Stations = std::set<int>;
+
+TEST(StationHealth, AStationRestsAfterSomeFailuresInARow)
+{
+    StationHealth health(2, 10s);
+    health.watch({1, 2, 3});
+    EXPECT_FALSE(health.isTroubled());
+    health.gaveUp(2, 5s);
+    EXPECT_TRUE(health.isTroubled());
+    EXPECT_EQ(health.active(5s), (Stations{1, 2, 3}));
+    health.answered(2);
+    EXPECT_FALSE(health.isTroubled());
+    health.gaveUp(2, 6s);
+    health.gaveUp(2, 7s);
+    EXPECT_EQ(health.active(7s), (Stations{1, 3}));
+    EXPECT_EQ(health.active(17s), (Stations{1, 2, 3}));
+    health.gaveUp(2, 18s);
+    EXPECT_EQ(health.active(18s), (Stations{1, 3})) << "the next rest begins at once";
+    health.answered(2);
+    EXPECT_EQ(health.active(18s), (Stations{1, 2, 3}));
+}
+
+TEST(StationHealth, AllAreAskedWhileNoneAnswers)
+{
+    StationHealth health(1, 10s);
+    health.watch({1, 2});
+    health.gaveUp(1, 0s);
+    EXPECT_EQ(health.active(0s), (Stations{2}));
+    health.gaveUp(2, 0s);
+    EXPECT_EQ(health.active(0s), (Stations{1, 2}));
+}
+
+TEST(StationHealth, AllAreTriedOnceTheLineIsBack)
+{
+    StationHealth health(1, 10s);
+    health.watch({1, 2, 3});
+    for (int station : {1, 2, 3})
+        health.gaveUp(station, 0s);
+    health.answered(2);
+    EXPECT_EQ(health.active(0s), (Stations{1, 2, 3}));
+    health.gaveUp(1, 1s);
+    EXPECT_EQ(health.active(1s), (Stations{2, 3}));
+}
+
+TEST(StationHealth, StrangersDoNotCount)
+{
+    StationHealth health(1, 10s);
+    health.watch({1, 2});
+    health.gaveUp(7, 0s);
+    health.answered(7);
+    EXPECT_FALSE(health.isTroubled());
+    EXPECT_EQ(health.active(0s), (Stations{1, 2}));
+}
+
+} // namespace

@@ -1,0 +1,64 @@
+// fgs and fgs-sim as processes.
+#ifndef FGS_TESTS_PROGRAMS_H
+#define FGS_TESTS_PROGRAMS_H
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+#include <vector>
+
+const int LongWait = 60000; ///< ms; only a broken program lets a test wait so long
+
+/// What a finished program left.
+struct Result {
+    int code;
+    QString out;
+    QString messages;
+
+    QStringList lines() const { return out.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+    /// The lines as JSON objects; the summary is among them.
+    std::vector<QJsonObject> objects() const;
+    QJsonObject summary() const;
+};
+
+class Program
+{
+public:
+    Program(const QString &name, const QStringList &arguments);
+    /// Ends a process that still runs.
+    ~Program();
+
+    /// The next line of stdout or stderr, without its end; empty once there is none.
+    QString line(QProcess::ProcessChannel channel = QProcess::StandardOutput);
+    void interrupt();
+    Result wait();
+
+private:
+    QProcess process;
+};
+
+Result runFgs(const QStringList &arguments);
+
+/// A simulated controller, on a pseudo-terminal unless the arguments say otherwise.
+class Simulator
+{
+public:
+    explicit Simulator(const QStringList &arguments = {});
+
+    /// What fgs takes for it.
+    QString link() const { return address; }
+    /// Ends it. Returns its number of good requests, those for stations that it does not have included.
+    int endAndCountRequests();
+
+private:
+    Program program;
+    QString address;
+};
+
+/// What `fgs-sim --values pattern` holds.
+quint32 patternValue(int station, int area, int address);
+
+/// Fails unless the counts in a summary add up.
+void expectCountsAddUp(const QJsonObject &summary);
+
+#endif

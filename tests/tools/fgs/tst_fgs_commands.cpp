@@ -1,0 +1,229 @@
+// The commands against a simulated controller, over a pseudo-terminal and TCP.
+#include "programs.h"
+
+#include <gtest/gtest.h>
+#include <QtCore/QJsonArray>
+#include <QtCore/QRegularExpression>
+
+namespace
+{
+
+class OnLink : public ::testing::TestWithParam<const char *>
+{
+protected:
+    static QStringList simulatorArguments(const QString &more)
+    {
+        return (QString::fromLatin1(GetParam()) + more).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    }
+    /// The program's arguments, L standing for the link.
+    Result run(const char *arguments)
+    {
+        QStringList list = QString::fromLatin1(arguments).split(QLatin1Char(' '));
+        list.replaceInStrings(QRegularExpression(QStringLiteral("^L$")), simulator.link());
+        return runFgs(list);
+    }
+
+    Simulator simulator{simulatorArguments(QStringLiteral(" --stations 1,2 --values pattern"))};
+};
+
+INSTANTIATE_TEST_SUITE_P(Links, OnLink, ::testing::Values("--pty", "--tcp 0"));
+
+std::string word(int station, int address)
+{
+    return std::to_string(patternValue(station, 5, address));
+}
+
+TEST_P(OnLink, ReadsEveryKind)
+{
+    const Result result = run("read L 5:100x2 0:17@2 10:5 --quiet");
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.messages.toStdString(), "");
+    const QStringList lines = result.lines();
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_EQ(lines.at(0).toStdString(),
+              "5:100x2@1       word         wire 0x08:100    " + word(1, 100) + " " + word(1, 101));
+    EXPECT_EQ(lines.at(1).toStdString(),
+              "0:17@2          bit          wire 0x00:15     " + std::to_string(patternValue(2, 0, 15)));
+    EXPECT_EQ(lines.at(2).toStdString(),
+              "10:5@1          double word  wire 0x13:5      " + std::to_string(patternValue(1, 10, 5)));
+}
+
+TEST_P(OnLink, WritesAndReadsBack)
+{
+    const Result written = run("write L 5:100=1,0xFFFF 1:17@2=1,0,1 10:5=-1 5:7@2=12 --format signed");
+    EXPECT_EQ(written.code, 0) << written.messages.toStdString();
+    const QStringList lines = written.lines();
+    ASSERT_EQ(lines.size(), 4);
+    EXPECT_TRUE(lines.at(0).endsWith(QLatin1String("  1 -1")));
+    EXPECT_TRUE(lines.at(1).endsWith(QLatin1String("  1 0 1")));
+    EXPECT_TRUE(lines.at(2).endsWith(QLatin1String("  -1")));
+    EXPECT_EQ(run("read L 5:100x2 1:17x3@2 10:5 5:7@2 --quiet --format signed").lines(), lines);
+}
+
+TEST_P(OnLink, WritesAThousandBitsAndManyDoubleWords)
+{
+    QStringList bits, doubles;
+    for (int i = 0; i < 1000; ++i)
+        bits << QString::number(i % 3 == 0);
+    for (int i = 0; i < 100; ++i)
+        doubles << QString::number(i * 1000003);
+    const Result written =
+        runFgs({QStringLiteral("write"), simulator.link(), QStringLiteral("2:5=") + bits.join(QLatin1Char(',')),
+                QStringLiteral("10:3=") + doubles.join(QLatin1Char(','))});
+    EXPECT_EQ(written.code, 0) << written.messages.toStdString();
+    const QStringList lines = run("read L 2:5x1000 10:3x100 --quiet").lines();
+    ASSERT_EQ(lines.size(), 2);
+    EXPECT_TRUE(lines.at(0).endsWith(QLatin1String("  ") + bits.join(QLatin1Char(' '))));
+    EXPECT_TRUE(lines.at(1).endsWith(QLatin1String("  ") + doubles.join(QLatin1Char(' '))));
+}
+
+TEST_P(OnLink, PollsRoundsAndSumsUp)
+{
+    const Result result = run("poll L 5:0x300 5:9000x2 2:7x500 10:0x20@2 --count 5 --interval 5");
+    EXPECT_EQ(result.code, 0) << result.messages.toStdString();
+    EXPECT_EQ(result.lines().size(), 4) << "nothing changes: a line a variable";
+    const auto sent = QRegularExpression(QStringLiteral("^([0-9]+) requests in [0-9.]+ s: ([0-9]+) good, 0 failed; "
+                                                        "0 repeated, 0 given up\nround trip: min .* ms"))
+                          .match(result.messages);
+    EXPECT_TRUE(sent.hasMatch()) << result.messages.toStdString();
+    EXPECT_EQ(sent.captured(1), sent.captured(2));
+    EXPECT_EQ(simulator.endAndCountRequests(), sent.captured(1).toInt());
+}
+
+TEST_P(OnLink, SpeaksJson)
+{
+    const Result result = run("read L 0:17x2@2 5:100@9 --timeout 50 --json");
+    EXPECT_EQ(result.code, 8);
+    const std::vector<QJsonObject> objects = result.objects();
+    ASSERT_EQ(objects.size(), 3u);
+    EXPECT_EQ(objects[0].value(QStringLiteral("variable")).toString(), QStringLiteral("0:17x2@2"));
+    EXPECT_EQ(objects[0].value(QStringLiteral("wireAddress")).toInt(), 15);
+    EXPECT_EQ(objects[0].value(QStringLiteral("values")).toArray(),
+              (QJsonArray{int(patternValue(2, 0, 15)), int(patternValue(2, 0, 16))}));
+    EXPECT_TRUE(objects[1].value(QStringLiteral("values")).isNull());
+    EXPECT_EQ(objects[1].value(QStringLiteral("reason")).toString(), QStringLiteral("noReply"));
+    expectCountsAddUp(result.summary());
+}
+
+TEST_P(OnLink, TracesFrames)
+{
+    const Result result = run("read L 5:100x2 --trace");
+    const QStringList lines = result.messages.split(QLatin1Char('\n'));
+    ASSERT_GE(lines.size(), 2);
+    EXPECT_TRUE(lines.at(0).endsWith(
+        QLatin1String(" > 01 FE 01 08 02 64 00 AA BE  station 1, read area 5 100x2 (wire 0x08:100)")))
+        << lines.at(0).toStdString();
+    EXPECT_TRUE(lines.at(1).contains(QLatin1String(" < 01 FE 01 08 02 "))) << lines.at(1).toStdString();
+}
+
+TEST_P(OnLink, EndsWithDistinctCodes)
+{
+    EXPECT_EQ(run("read L 5:0").code, 0);
+    EXPECT_EQ(run("read L 5:0@9 --timeout 20").code, 4);
+    EXPECT_EQ(run("read L 5:0 5:0@9 --timeout 20").code, 8);
+    EXPECT_EQ(run("poll L 5:0@9 --timeout 20 --count 2").code, 4);
+    EXPECT_EQ(run("write L 5:0@9=1 --timeout 20").code, 4);
+    EXPECT_EQ(run("write L 5:0@0=1").code, 0);
+    EXPECT_EQ(run("read L 5:0@0").code, 2);
+}
+
+TEST_P(OnLink, AnInterruptedPollStillSumsUp)
+{
+    Program poll(QStringLiteral("fgs"), {QStringLiteral("poll"), simulator.link(), QStringLiteral("5:0x10")});
+    EXPECT_TRUE(poll.line().contains(QLatin1String("5:0x10@1")));
+    poll.interrupt();
+    const Result result = poll.wait();
+    EXPECT_EQ(result.code, 130);
+    EXPECT_TRUE(result.messages.contains(QLatin1String(" requests in "))) << result.messages.toStdString();
+}
+
+TEST_P(OnLink, MovingValuesGiveALineAChange)
+{
+    Simulator moving(simulatorArguments(QStringLiteral(" --tick 20 --set 5:0=ramp:0..9/1")));
+    Program poll(QStringLiteral("fgs"),
+                 {QStringLiteral("poll"), moving.link(), QStringLiteral("5:0"), QStringLiteral("--quiet")});
+    int last = poll.line().section(QLatin1Char(' '), -1).toInt();
+    for (int i = 0; i < 10; ++i) {
+        const int value = poll.line().section(QLatin1Char(' '), -1).toInt();
+        EXPECT_NE(value, last);
+        last = value;
+    }
+}
+
+// ---- without a simulator
+
+struct Wrong {
+    const char *arguments;
+    int code;
+    const char *message; ///< its beginning
+};
+void PrintTo(const Wrong &row, std::ostream *out)
+{
+    *out << row.arguments;
+}
+
+class WrongUse : public ::testing::TestWithParam<Wrong>
+{
+};
+
+TEST_P(WrongUse, NamesTheArgumentAndTheRemedy)
+{
+    const Result result =
+        runFgs(QString::fromLatin1(GetParam().arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    EXPECT_EQ(result.code, GetParam().code);
+    EXPECT_EQ(result.out.toStdString(), "");
+    EXPECT_EQ(result.messages.toStdString().find(GetParam().message), 0u) << result.messages.toStdString();
+}
+
+#define TAIL "; fgs --help and fgs COMMAND --help tell the rest\n"
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, WrongUse,
+    ::testing::Values(
+        Wrong{"", 2, "fgs: a command is missing; commands are read, write and poll" TAIL},
+        Wrong{"read", 2, "fgs: LINK is required" TAIL}, Wrong{"read /dev/null", 2, "fgs: VAR is required" TAIL},
+        Wrong{"frob", 2, "fgs: 'frob' is no command; commands are read, write and poll" TAIL},
+        Wrong{"read tcp:x 5:0", 2, "fgs: link 'tcp:x': not of the form tcp:HOST:PORT; write "},
+        Wrong{"read /dev/x 5", 2, "fgs: variable '5': not of the form AREA:ADDRESS[xCOUNT][@STATION]; for example"},
+        Wrong{"read /dev/x 0:8", 2, "fgs: variable '0:8': 8 is not octal; addresses of areas 0 and 1"},
+        Wrong{"write /dev/x 5:0", 2, "fgs: '5:0' assigns nothing; write VAR=VALUE[,VALUE...]"},
+        Wrong{"write /dev/x 5:0=1,2 5:1=3", 2,
+              "fgs: variables '5:0x2@1' and '5:1@1' overlap; write them one after"},
+        Wrong{"read /dev/x 5:0 --timeout 0", 2, "fgs: --timeout: Value 0 not in range 1 to 3600000" TAIL},
+        Wrong{"read /dev/x 5:0 --block 3", 2, "fgs: --block: Value 3 not in range 4 to 255" TAIL},
+        Wrong{"read /dev/x 5:0 --format oct", 2, "fgs: --format: 'oct' is none of dec, signed, hex, float" TAIL},
+        Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: Value -1 not in range 0.001"},
+        Wrong{"read /dev/no_such_port 5:0", 3,
+              "fgs: cannot open link '/dev/no_such_port': No such file or directory; check the name, the cable"},
+        Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
+              "fgs: cannot open link 'tcp:127.0.0.1:1': Connection refused; check"}));
+
+TEST(WrongUse, AThousandValuesAreTheMost)
+{
+    const QString values = QStringLiteral("1,").repeated(1000) + QStringLiteral("1");
+    const Result result =
+        runFgs({QStringLiteral("write"), QStringLiteral("/dev/x"), QStringLiteral("5:0=") + values});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.messages.toStdString(), "fgs: variable '5:0x1001@1': more than 1000 values; split it\n");
+}
+
+TEST(Help, BeginsWithExamplesAndDocumentsTheExitCodes)
+{
+    for (const char *arguments : {"--help", "read --help", "write --help", "poll --help"}) {
+        const Result result = runFgs(QString::fromLatin1(arguments).split(QLatin1Char(' ')));
+        EXPECT_EQ(result.code, 0);
+        EXPECT_TRUE(result.out.startsWith(QLatin1String("Examples:\n  fgs "))) << arguments;
+        EXPECT_TRUE(result.out.contains(QLatin1String("Exit code: 0 ok, 1 other, 2 usage, 3 "))) << arguments;
+    }
+    const QString poll = runFgs({QStringLiteral("poll"), QStringLiteral("--help")}).out;
+    EXPECT_FALSE(poll.contains(QLatin1String("fgs read ")));
+}
+
+TEST(Help, TellsTheVersion)
+{
+    const Result result = runFgs({QStringLiteral("--version")});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_TRUE(
+        QRegularExpression(QStringLiteral("^fgs [0-9]+\\.[0-9]+\\.[0-9]+\n$")).match(result.out).hasMatch());
+}
+
+} // namespace

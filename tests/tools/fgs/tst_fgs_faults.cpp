@@ -1,0 +1,112 @@
+// fgs against a controller whose line is bad: no wrong value, no stop, counts that add up.
+#include "host/variable.h"
+#include "programs.h"
+
+#include <gtest/gtest.h>
+#include <QtCore/QJsonArray>
+
+namespace
+{
+
+QStringList arguments(const QString &line)
+{
+    return line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+/// Fails if a printed value is not the pattern's. Returns the number of values.
+int checkValues(const std::vector<QJsonObject> &objects)
+{
+    int count = 0;
+    for (const QJsonObject &object : objects) {
+        const QJsonArray values = object.value(QStringLiteral("values")).toArray();
+        for (int i = 0; i < values.size(); ++i, ++count)
+            EXPECT_EQ(values.at(i).toDouble(),
+                      patternValue(object.value(QStringLiteral("station")).toInt(),
+                                   object.value(QStringLiteral("area")).toInt(),
+                                   object.value(QStringLiteral("wireAddress")).toInt() + i))
+                << object.value(QStringLiteral("variable")).toString().toStdString() << " at " << i;
+    }
+    return count;
+}
+
+class Faults : public ::testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(Faults, BecomeNoValues)
+{
+    Simulator simulator(arguments(QString::fromLatin1(GetParam())) +
+                        arguments(QStringLiteral("--stations 1,2 --values pattern --faults 5 --late-by 150")));
+    // Many blocks of one shape: a late reply to one would pass for an answer to any other.
+    QString variables;
+    for (int i = 0; i < 14; ++i)
+        variables += QStringLiteral(" 5:%1x64@%2").arg(100 * i).arg(1 + i % 2);
+    const Result result = runFgs(arguments(QStringLiteral("poll %1 --json --for 4 --timeout 50 --late 500 0:7x9@1 "
+                                                          "11:100x77@2 10:3x9@1 12:7@2")
+                                               .arg(simulator.link()) +
+                                           variables));
+    EXPECT_EQ(result.code, 0) << result.messages.toStdString();
+    EXPECT_GT(checkValues(result.objects()), 14 * 64);
+    const QJsonObject summary = result.summary();
+    expectCountsAddUp(summary);
+    EXPECT_EQ(simulator.endAndCountRequests(), summary.value(QStringLiteral("requests")).toInt());
+    EXPECT_GT(summary.value(QStringLiteral("outcomes")).toObject().value(QStringLiteral("good")).toInt(), 50);
+    EXPECT_GT(summary.value(QStringLiteral("retries")).toInt(), 5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Links, Faults, ::testing::Values("--pty --seed 1", "--pty --seed 2", "--tcp 0 --seed 3"));
+
+TEST(WriteThroughFaults, EndsWithTheValueOrWithAReason)
+{
+    int verified = 0;
+    for (int seed = 1; seed <= 5; ++seed) {
+        Simulator simulator(
+            arguments(QStringLiteral("--faults 7 --values still --late-by 100 --seed %1").arg(seed)));
+        const Result result = runFgs(arguments(
+            QStringLiteral("write %1 5:100=1,2,3 2:7=1,0,1 10:5=77 --json --timeout 40 --late 300 --retries 5")
+                .arg(simulator.link())));
+        EXPECT_TRUE(result.code == 0 || result.code == 4 || result.code == 6 || result.code == 8)
+            << result.messages.toStdString();
+        for (const QJsonObject &object : result.objects())
+            if (object.contains(QStringLiteral("verified")))
+                verified += object.value(QStringLiteral("verified")).toBool();
+    }
+    EXPECT_GE(verified, 12) << "of 15";
+}
+
+TEST(LostLink, IsOpenedAgain)
+{
+    auto simulator = std::make_unique<Simulator>(arguments(QStringLiteral("--tcp 0 --values pattern")));
+    const QString link = simulator->link();
+    Program poll(QStringLiteral("fgs"), arguments(QStringLiteral("poll %1 5:1 --timeout 200 --json").arg(link)));
+    EXPECT_TRUE(poll.line().contains(QStringLiteral("[%1]").arg(patternValue(1, 5, 1))));
+    simulator.reset();
+    simulator = std::make_unique<Simulator>(
+        arguments(QStringLiteral("--values still --tcp ") + link.section(QLatin1Char(':'), -1)));
+    QString line;
+    do
+        line = poll.line();
+    while (line.contains(QLatin1String("linkLost")));
+    EXPECT_TRUE(line.contains(QLatin1String("[0]"))) << line.toStdString();
+    poll.interrupt();
+    const Result result = poll.wait();
+    EXPECT_EQ(result.code, 130);
+    EXPECT_EQ(result.summary().value(QStringLiteral("reconnects")).toInt(), 1);
+    expectCountsAddUp(result.summary());
+    EXPECT_TRUE(result.messages.contains(QLatin1String("fgs: link lost: ")));
+    EXPECT_TRUE(result.messages.contains(QLatin1String("fgs: link open again")));
+}
+
+TEST(LostLink, EndsAReadWithItsOwnCode)
+{
+    auto simulator = std::make_unique<Simulator>(arguments(QStringLiteral("--tcp 0 --fault silence=100")));
+    Program read(QStringLiteral("fgs"),
+                 arguments(QStringLiteral("read %1 5:1 --timeout 30000 --trace").arg(simulator->link())));
+    EXPECT_TRUE(read.line(QProcess::StandardError).contains(QLatin1String("> 01 FE 01 08 02 ")));
+    simulator->endAndCountRequests();
+    const Result result = read.wait();
+    EXPECT_EQ(result.code, 3);
+    EXPECT_TRUE(result.messages.contains(QLatin1String("was lost: "))) << result.messages.toStdString();
+}
+
+} // namespace

@@ -1,0 +1,35 @@
+#ifndef FGS_TOOL_FAILURE_H
+#define FGS_TOOL_FAILURE_H
+
+#include <QtCore/QString>
+#include <stdexcept>
+
+namespace fgs
+{
+
+enum ExitCode {
+    ExitOk = 0,
+    ExitOther = 1,
+    ExitUsage = 2,
+    ExitLink = 3, ///< the link cannot be opened, or was lost
+    ExitNoReply = 4,
+    ExitBadReply = 6,
+    ExitVerify = 7,  ///< the controller holds other values than were written
+    ExitPartial = 8, ///< some variables have no value
+    ExitInterrupted = 130
+};
+
+/// Ends the program with a message.
+class Failure : public std::runtime_error
+{
+public:
+    Failure(ExitCode exitCode, const QString &message) : std::runtime_error(message.toStdString()), code(exitCode)
+    {
+    }
+
+    const ExitCode code;
+};
+
+} // namespace fgs
+
+#endif

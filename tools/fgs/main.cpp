@@ -1,0 +1,50 @@
+#include "commands.h"
+#include "host/text_error.h"
+#include "output.h"
+#include "session.h"
+
+#include <QtCore/QCoreApplication>
+
+namespace
+{
+
+fgs::ExitCode run(const fgs::Options &options)
+{
+    switch (options.command) {
+    case fgs::Options::Read:
+        return fgs::readCommand(options);
+    case fgs::Options::Write:
+        return fgs::writeCommand(options);
+    case fgs::Options::Poll:
+        return fgs::pollCommand(options);
+    }
+    return fgs::ExitOther;
+}
+
+int fail(fgs::ExitCode code, const std::exception &error)
+{
+    fgs::printMessage(QStringLiteral("fgs: ") + QString::fromStdString(error.what()));
+    return code;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    fgs::watchForInterrupts();
+    try {
+        const fgs::Options options = fgs::parseArguments(argc, argv); // before Qt may change the form of numbers
+        int nameOnly = 1;                                             // the arguments are not for Qt
+        const QCoreApplication application(nameOnly, argv);
+        return run(options);
+    } catch (const fgs::Finished &finished) {
+        (finished.code ? fgs::printMessage : fgs::printLine)(QString::fromStdString(finished.text).trimmed());
+        return finished.code;
+    } catch (const fgs::TextError &error) {
+        return fail(fgs::ExitUsage, error);
+    } catch (const fgs::Failure &error) {
+        return fail(error.code, error);
+    } catch (const std::exception &error) {
+        return fail(fgs::ExitOther, error);
+    }
+}

@@ -1,0 +1,42 @@
+// The command line of fgs.
+#ifndef FGS_TOOL_OPTIONS_H
+#define FGS_TOOL_OPTIONS_H
+
+#include "host/host.h"
+#include "values.h"
+
+#include <string>
+
+namespace fgs
+{
+
+struct Options {
+    enum Command { Read, Write, Poll };
+    Command command = Read;
+    std::string link;
+    std::vector<std::string> variables; ///< of write with their values
+    int station = 1;                    ///< of variables without @STATION
+    HostOptions host;
+    Format format = Format::Unsigned;
+    bool json = false;
+    bool trace = false;
+    bool quiet = false;
+    double seconds = 0;      ///< poll: ends after them; 0: does not
+    int cycles = 0;          ///< poll: ends after them; 0: does not
+    Time interval = Time(0); ///< poll: from the start of one cycle to that of the next
+};
+
+/// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
+struct Finished {
+    int code;
+    std::string text;
+};
+
+/// Throws Finished for help, version and every error in the options. Link, variables and values are still texts.
+Options parseArguments(int argc, const char *const *argv);
+
+std::vector<Variable> readableVariables(const Options &options);
+
+} // namespace fgs
+
+#endif
