@@ -1,0 +1,291 @@
+#include "crc.h"
+#include "program.h"
+#include "sim_frames.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <memory>
+#include <termios.h>
+#include <unistd.h>
+
+using namespace fgssim;
+
+namespace
+{
+
+const Bytes Write = bytes("01 FF 01 08 02 64 00 12 34 56 78 6B 0D");
+const Bytes Acknowledgement = bytes("01 FF 20");
+const Bytes ReadTwo = sealed("01 FE 01 08 02 64 00");
+const Bytes AnswerTwo = sealed("01 FE 01 08 02 12 34 56 78");
+const Bytes ReadOnly = sealed("01 FF 01 06 01 05 00 00 2A");
+
+int interrupted(Program &program)
+{
+    program.signal(SIGINT);
+    return program.wait();
+}
+
+/// A directory of its own for each test; removed at the end.
+class Directory
+{
+public:
+    Directory()
+    {
+        std::string name = std::filesystem::temp_directory_path() / "fgs-sim-test-XXXXXX";
+        path = ::mkdtemp(name.data());
+    }
+    ~Directory() { std::filesystem::remove_all(path); }
+    std::filesystem::path path;
+};
+
+/// A pseudo-terminal of the test's own, to be opened as a serial device.
+class Line
+{
+public:
+    Line() : client(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)), master(client)
+    {
+        EXPECT_EQ(::grantpt(client), 0);
+        EXPECT_EQ(::unlockpt(client), 0);
+        path = ::ptsname(client);
+    }
+
+private:
+    int client;
+
+public:
+    Client master;
+    std::string path;
+};
+
+} // namespace
+
+TEST(Program, PseudoTerminal)
+{
+    Program program({"--values", "still"});
+    const std::string path = program.outputLine();
+    EXPECT_EQ(path.rfind("/dev/pts/", 0), 0u) << path;
+    {
+        Client client(openDevice(path));
+        EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+        EXPECT_EQ(client.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
+    }
+    Client second(openDevice(path)); // another client after the first has closed
+    EXPECT_EQ(second.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
+    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_NE(program.restOfLog().find("requests 3, replies 3, rejected 0"), std::string::npos);
+}
+
+TEST(Program, PseudoTerminalPassesEveryByteUnchanged)
+{
+    Program program({"--values", "still"});
+    Client client(openDevice(program.outputLine()));
+    Bytes all = bytes("01 FF 01 08 80 00 00");
+    for (unsigned byte = 0; byte < 256; ++byte)
+        all.push_back(Byte(byte));
+    EXPECT_EQ(client.ask(sealed(all), 3), Acknowledgement);
+    const Bytes reply = client.ask(sealed("01 FE 01 08 80 00 00"), 7 + 256);
+    EXPECT_EQ(Slice(reply).from(5).first(256).copy(), Slice(all).from(7).copy());
+}
+
+TEST(Program, LargestReplyOverThePseudoTerminal)
+{
+    Program program({"--values", "pattern"});
+    Client client(openDevice(program.outputLine()));
+    std::string text = "01 FE 06";
+    for (int i = 0; i < 6; ++i)
+        text += " 13 FF 00 00";
+    const Bytes reply = client.ask(sealed(text), 6137);
+    EXPECT_EQ(reply.size(), 6137u);
+    EXPECT_TRUE(hasGoodCrc(reply));
+}
+
+TEST(Program, SymbolicLinkComesAndGoes)
+{
+    const Directory directory;
+    const std::filesystem::path link = directory.path / "plc";
+    std::filesystem::create_symlink("/dev/pts/99999", link); // left behind by a killed simulator
+    Program program({"--pty=" + link.string(), "--values", "still"});
+    const std::string path = program.outputLine();
+    EXPECT_EQ(std::filesystem::read_symlink(link), path);
+    Client client(openDevice(link));
+    EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_FALSE(std::filesystem::is_symlink(link));
+}
+
+TEST(Program, SymbolicLinkNeverReplacesAFile)
+{
+    const Directory directory;
+    Program program({"--pty=" + directory.path.string()});
+    EXPECT_EQ(program.wait(), 3);
+    EXPECT_EQ(program.restOfLog(), "fgs-sim: --pty: cannot make the link " + directory.path.string() +
+                                       ": File exists; choose another path\n");
+    EXPECT_TRUE(std::filesystem::is_directory(directory.path));
+}
+
+TEST(Program, TcpOnLoopback)
+{
+    Program program({"--tcp", "0", "--values", "still", "--stations", "1,9"});
+    const std::string address = program.outputLine();
+    EXPECT_EQ(address.rfind("127.0.0.1:", 0), 0u) << address;
+    Client first(openTcp(address)), second(openTcp(address));
+    EXPECT_EQ(first.ask(Write, 3), Acknowledgement);
+    EXPECT_EQ(second.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
+    EXPECT_EQ(second.ask(sealed("09 FE 01 08 01 64 00"), 9), sealed("09 FE 01 08 01 00 00"));
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0);
+}
+
+TEST(Program, TcpRefusesTheNinthConnection)
+{
+    Program program({"--tcp", "0"});
+    const std::string address = program.outputLine();
+    std::vector<std::unique_ptr<Client>> clients;
+    for (int i = 0; i < 8; ++i)
+        clients.push_back(std::make_unique<Client>(openTcp(address)));
+    for (const auto &client : clients)
+        EXPECT_EQ(client->ask(Write, 3), Acknowledgement);
+    Client ninth(openTcp(address));
+    EXPECT_TRUE(ninth.receive(1).empty());
+    clients.pop_back();
+    EXPECT_NE(program.logLineWith(" disconnected"), "");
+    Client next(openTcp(address));
+    EXPECT_EQ(next.ask(Write, 3), Acknowledgement);
+}
+
+TEST(Program, AClientThatNeverReadsHarmsNobody)
+{
+    Program program({"--tcp", "0", "--log", "quiet"});
+    const std::string address = program.outputLine();
+    std::string text = "01 FE 06";
+    for (int i = 0; i < 6; ++i)
+        text += " 13 FF 00 00";
+    const Bytes large = sealed(text);
+    Client deaf(openTcp(address));
+    for (int i = 0; i < 3000; ++i) // 18 MB of replies
+        deaf.send(large);
+    Client other(openTcp(address));
+    EXPECT_EQ(other.ask(Write, 3), Acknowledgement);
+    EXPECT_EQ(interrupted(program), 0);
+    const std::string summary = program.restOfLog();
+    EXPECT_EQ(summary.find(" lost 0;"), std::string::npos) << summary;
+}
+
+TEST(Program, RejectsByASilentLogLine)
+{
+    Program program({"--values", "still"});
+    Client client(openDevice(program.outputLine()));
+    client.send(ReadOnly);
+    EXPECT_NE(program.logLineWith("rejected: write to area 8, which is read-only: 01 FF 01 06"), "");
+    client.send(bytes("01 FE 01 08 01 64 00 00 00"));
+    client.send(sealed("02 FE 01 08 01 64 00"));
+    EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+    EXPECT_NE(program.logLineWith("rejected: bad CRC 00 00, computed 5A BE: 01 FE 01 08 01 64 00 00 00"), "");
+    EXPECT_NE(program.logLineWith("not for a station here: 02 FE"), "");
+}
+
+TEST(Program, FindsTheRequestBehindACutOneWithoutMoreBytes)
+{
+    Program program({"--values", "still"});
+    Client client(openDevice(program.outputLine()));
+    EXPECT_EQ(client.ask(bytes("01 FF 01 13 FF") + Write, 3), Acknowledgement);
+}
+
+TEST(Program, LateRepliesComeAndSilenceIsCounted)
+{
+    Program program({"--fault", "late=100", "--late-by", "150"});
+    Client client(openDevice(program.outputLine()));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(150));
+    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_NE(program.restOfLog().find("late 1,"), std::string::npos);
+}
+
+// 13 request bytes and 3 reply bytes of 11 bits at 1200 baud: 146.6 ms.
+TEST(Program, KeepsThePaceOfALine)
+{
+    Program program({"--pace", "1200,8E1"});
+    Client client(openDevice(program.outputLine()));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::microseconds(146600));
+}
+
+TEST(Program, ValuesMove)
+{
+    Program program({"--tick", "5", "--set", "5:7=ramp:0..60000/1"});
+    Client client(openDevice(program.outputLine()));
+    const auto value = [&] { return Slice(client.ask(sealed("01 FE 01 08 01 07 00"), 9)).be16(5); };
+    const unsigned first = value();
+    unsigned later = first;
+    for (int i = 0; i < 1000000 && later == first; ++i)
+        later = value();
+    EXPECT_GT(later, first);
+}
+
+TEST(Program, EndsByItself)
+{
+    Program program({"--for", "0.05"});
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_NE(program.restOfLog().find("requests 0, replies 0"), std::string::npos);
+}
+
+TEST(Program, QuietLogHasOnlyTheSummary)
+{
+    Program program({"--for", "0.05", "--log", "quiet"});
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_EQ(program.restOfLog().rfind("requests 0", 0), 0u);
+}
+
+TEST(Program, VersionAndHelpGoToStdout)
+{
+    Program version({"--version"});
+    EXPECT_EQ(version.wait(), 0);
+    EXPECT_EQ(version.restOfOutput(), "fgs-sim " FGS_SIM_VERSION "\n");
+    Program help({"--help"});
+    EXPECT_EQ(help.wait(), 0);
+    EXPECT_EQ(help.outputLine(), "Examples:");
+    EXPECT_EQ(help.restOfLog(), "");
+}
+
+TEST(Program, UsageErrorsEndWithTwo)
+{
+    Program program({"--stations", "none"});
+    EXPECT_EQ(program.wait(), 2);
+    EXPECT_EQ(program.restOfOutput(), "");
+    EXPECT_EQ(program.restOfLog(), "fgs-sim: --stations: station 'none' is not a number from 1 to 255\n"
+                                   "fgs-sim --help lists the options.\n");
+}
+
+TEST(Program, APortInUseEndsWithThree)
+{
+    Program first({"--tcp", "0"});
+    const std::string address = first.outputLine();
+    Program second({"--tcp", address});
+    EXPECT_EQ(second.wait(), 3);
+    EXPECT_EQ(second.restOfLog().rfind("fgs-sim: --tcp: cannot listen on " + address + ": ", 0), 0u);
+}
+
+TEST(Program, AMissingSerialDeviceEndsWithThree)
+{
+    Program program({"--serial", "/dev/no-such-device"});
+    EXPECT_EQ(program.wait(), 3);
+    EXPECT_EQ(program.restOfLog().rfind("fgs-sim: --serial: cannot open /dev/no-such-device: ", 0), 0u);
+}
+
+TEST(Program, SerialDevice)
+{
+    if (!FGS_SIM_WITH_SERIAL)
+        GTEST_SKIP() << "built without Qt SerialPort";
+    Line line;
+    Program program({"--serial", line.path + ":115200,8N1", "--values", "still"});
+    EXPECT_EQ(program.outputLine(), line.path);
+    EXPECT_EQ(line.master.ask(Write, 3), Acknowledgement);
+    EXPECT_EQ(line.master.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
+    EXPECT_EQ(interrupted(program), 0);
+}

@@ -1,0 +1,38 @@
+// Runs a session on a stream of bytes in the event loop.
+#ifndef FGS_SIM_CHANNEL_H
+#define FGS_SIM_CHANNEL_H
+
+#include "session.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+namespace fgssim
+{
+
+class Channel : public QObject
+{
+public:
+    /// Sends all bytes, or says false: there is no room, because the other side does not read.
+    using Write = std::function<bool(const char *bytes, std::size_t count)>;
+
+    Channel(Simulation &shared, const Timing &times, Write to, const std::string &prefix = {},
+            QObject *parent = nullptr);
+
+    void receive(const char *bytes, std::size_t count);
+
+    /// Most bytes to be read from a link at once.
+    static const std::size_t ChunkSize = 4096;
+
+private:
+    void sendDue();
+    void wait();
+
+    Session session;
+    Write write;
+    QTimer timer;
+};
+
+} // namespace fgssim
+
+#endif

@@ -1,0 +1,223 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <numeric>
+#include <sstream>
+
+namespace fgssim
+{
+
+namespace
+{
+
+const char *const Description = R"(Examples:
+  fgs-sim                                    a new pseudo-terminal; its path is the first line of the output
+  fgs-sim --pty=/tmp/plc                     the same, with a symbolic link to it
+  fgs-sim --tcp 5020 --stations 1,2,5-9      TCP on 127.0.0.1, seven stations
+  fgs-sim --serial /dev/ttyUSB0:19200,8E1    a serial device
+  fgs-sim --set 5:100x10=ramp:0..500/5 --set 1:17@2=fixed:1
+  fgs-sim --faults 2 --fault silence=10 --late-by 800 --seed 7 --log all
+
+A simulated controller of the FGs series: fourteen register areas for each station, values that move,
+faults at given rates. It answers reads and writes and meets everything malformed with silence.
+The first line on stdout is where it can be reached; the log and the final summary go to stderr.
+Exit code: 0 ended as asked, 2 wrong usage, 3 the link cannot be opened or was lost.
+)";
+
+using Texts = std::vector<std::string>;
+
+// Calls `use` with the option's text; what it dislikes becomes a complaint about the option.
+template <typename Use>
+CLI::Option *addText(CLI::App &app, const std::string &name, Use use, const char *help)
+{
+    const auto guarded = [name, use](const std::string &text) {
+        try {
+            use(text);
+        } catch (const BadText &bad) {
+            throw CLI::ValidationError(name, bad.what());
+        }
+    };
+    return app.add_option_function<std::string>(name, guarded, help);
+}
+
+// The same for an option that may be repeated.
+template <typename Use>
+CLI::Option *addTexts(CLI::App &app, const std::string &name, Use use, const char *help)
+{
+    const auto guarded = [name, use](const Texts &texts) {
+        try {
+            for (const std::string &text : texts)
+                use(text);
+        } catch (const BadText &bad) {
+            throw CLI::ValidationError(name, bad.what());
+        }
+    };
+    return app.add_option_function<Texts>(name, guarded, help)->allow_extra_args(false);
+}
+
+template <typename Value>
+struct Named {
+    const char *name;
+    Value value;
+};
+
+template <typename Value, std::size_t Count>
+Value chosen(const Named<Value> (&table)[Count], const std::string &text)
+{
+    std::string names;
+    for (const Named<Value> &row : table) {
+        if (text == row.name)
+            return row.value;
+        names += (names.empty() ? "" : ", ") + std::string(row.name);
+    }
+    throw BadText("'" + text + "' is none of " + names);
+}
+
+const Named<Values> ValueNames[] = {
+    {"still", Values::Still}, {"moving", Values::Moving}, {"pattern", Values::Pattern}};
+const Named<Log::Level> LevelNames[] = {
+    {"quiet", Log::Level::Quiet}, {"normal", Log::Level::Normal}, {"all", Log::Level::All}};
+
+void addLinkOptions(CLI::App &app, Options &options)
+{
+    const auto pty = [&](const Texts &link) { options.link = PtyAddress{link.empty() ? "" : link.front()}; };
+    CLI::Option *ptyOption = app.add_option_function<Texts>(
+                                    "--pty", pty, "A new pseudo-terminal (default), and a link to it at LINKPATH")
+                                 ->type_name("[=LINKPATH]")
+                                 ->expected(0, 1);
+    CLI::Option *serialOption = addText(
+        app, "--serial", [&](const std::string &text) { options.link = parseSerialAddress(text); },
+        "A serial device; without BAUD 19200,8E1");
+    CLI::Option *tcpOption = addText(
+        app, "--tcp", [&](const std::string &text) { options.link = parseTcpAddress(text); },
+        "A TCP port, 0 for any free one; without HOST on 127.0.0.1");
+    serialOption->type_name("DEVICE[:BAUD[,8E1]]")->excludes(ptyOption);
+    tcpOption->type_name("[HOST:]PORT")->excludes(ptyOption)->excludes(serialOption);
+}
+
+void addValueOptions(CLI::App &app, Options &options)
+{
+    addText(
+        app, "--stations", [&](const std::string &text) { options.stations = parseStations(text); },
+        "The stations that it has (default 1)")
+        ->type_name("LIST");
+    addTexts(
+        app, "--set", [&](const std::string &text) { options.ranges.push_back(parseRange(text)); },
+        "What addresses hold; VALUE is fixed:V, ramp:A..B[/STEP] or walk:A..B[/STEP]; addresses of areas 0 and 1\n"
+        "are octal; the last one that names an address counts")
+        ->type_name("AREA:ADDRESS[xCOUNT][@STATION]=VALUE");
+    addText(
+        app, "--values", [&](const std::string &text) { options.values = chosen(ValueNames, text); },
+        "What all others hold: still (0), moving (default) or pattern (a function of the address)")
+        ->type_name("KIND");
+    app.add_option("--tick", options.tickMs, "How often values move")
+        ->type_name("MS")
+        ->check(CLI::Range(1, 3600000))
+        ->capture_default_str();
+    addText(
+        app, "--seed", [&](const std::string &text) { options.seed = parseSeed(text); },
+        "Of walks and faults; the same seed gives the same run (default 1)")
+        ->type_name("N");
+}
+
+// Faults that the user named one by one stand in `single`, the rate of all others in `common`.
+struct FaultSettings {
+    std::optional<double> common;
+    std::array<std::optional<double>, FaultKinds> single;
+};
+
+FaultRates ratesOf(const FaultSettings &settings)
+{
+    FaultRates rates{};
+    for (std::size_t kind = 0; kind < FaultKinds; ++kind)
+        rates[kind] = settings.single[kind].value_or(settings.common.value_or(0));
+    if (std::accumulate(rates.begin(), rates.end(), 0.0) > 100.0 + 1e-9)
+        throw CLI::ValidationError("--fault", "the rates of all kinds add up to more than 100 percent; "
+                                              "a reply gets one fault at most, so lower some");
+    return rates;
+}
+
+void addFaultOptions(CLI::App &app, FaultSettings &settings)
+{
+    addTexts(
+        app, "--fault",
+        [&](const std::string &text) {
+            const auto [kind, percent] = parseFault(text);
+            settings.single[std::size_t(kind)] = percent;
+        },
+        "How many of the replies are hit; kinds: silence, late, crc, short, long, noise")
+        ->type_name("KIND=PERCENT");
+    app.add_option("--faults", settings.common, "The same for every kind that --fault does not name")
+        ->type_name("PERCENT")
+        ->check(CLI::Range(0.0, 100.0));
+}
+
+void addTimeOptions(CLI::App &app, Options &options)
+{
+    const auto milliseconds = [&app](const char *name, Time &time, const char *help) {
+        app.add_option_function<int>(
+               name, [&time](int ms) { time = std::chrono::milliseconds(ms); }, help)
+            ->type_name("MS")
+            ->check(CLI::Range(0, 3600000));
+    };
+    milliseconds("--delay", options.timing.delay, "From the end of a request to its reply (default 0)");
+    milliseconds("--late-by", options.timing.lateBy, "What a late reply takes in addition (default 1000)");
+    addText(
+        app, "--pace", [&](const std::string &text) { options.timing.byteTime = parseSerialLine(text).byteTime(); },
+        "Keeps the byte times of such a line, whatever the link is")
+        ->type_name("BAUD[,8E1]");
+    app.add_option("--for", options.seconds, "Ends by itself")->type_name("SECONDS")->check(CLI::Range(0.001, 1e6));
+}
+
+void addLogOption(CLI::App &app, Options &options)
+{
+    addText(
+        app, "--log", [&](const std::string &text) { options.log = chosen(LevelNames, text); },
+        "quiet, normal (rejections and faults; default) or all (every frame)")
+        ->type_name("LEVEL");
+}
+
+void requireStations(const Options &options)
+{
+    for (const Range &range : options.ranges) {
+        const std::vector<unsigned> &all = options.stations;
+        if (range.station && std::find(all.begin(), all.end(), *range.station) == all.end())
+            throw CLI::ValidationError("--set", "station " + std::to_string(*range.station) +
+                                                    " is not simulated; add it to --stations");
+    }
+}
+
+Finished finished(const CLI::App &app, const CLI::ParseError &error)
+{
+    if (error.get_exit_code() != 0)
+        return {ExitUsage, std::string("fgs-sim: ") + error.what() + "\nfgs-sim --help lists the options.\n"};
+    std::ostringstream out, complaint;
+    app.exit(error, out, complaint);
+    return {0, out.str()};
+}
+
+} // namespace
+
+Options parseArguments(int argc, const char *const *argv)
+{
+    Options options;
+    FaultSettings faults;
+    CLI::App app(Description, "fgs-sim");
+    app.set_version_flag("--version", "fgs-sim " FGS_SIM_VERSION);
+    addLinkOptions(app, options);
+    addValueOptions(app, options);
+    addFaultOptions(app, faults);
+    addTimeOptions(app, options);
+    addLogOption(app, options);
+    try {
+        app.parse(argc, argv);
+        options.faults = ratesOf(faults);
+        requireStations(options);
+    } catch (const CLI::ParseError &error) {
+        throw finished(app, error);
+    }
+    return options;
+}
+
+} // namespace fgssim

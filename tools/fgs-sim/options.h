@@ -1,0 +1,43 @@
+// The command line of fgs-sim.
+#ifndef FGS_SIM_OPTIONS_H
+#define FGS_SIM_OPTIONS_H
+
+#include "session.h"
+#include "setting_texts.h"
+
+#include <variant>
+
+namespace fgssim
+{
+
+enum ExitCode { ExitUsage = 2, ExitLink = 3 };
+
+struct PtyAddress {
+    std::string link; ///< path of a symbolic link to make; empty: none
+};
+
+struct Options {
+    std::variant<PtyAddress, SerialAddress, TcpAddress> link;
+    std::vector<unsigned> stations = {1};
+    std::vector<Range> ranges;
+    Values values = Values::Moving;
+    int tickMs = 200;
+    std::uint64_t seed = 1;
+    FaultRates faults{};
+    Timing timing;
+    double seconds = 0; ///< ends by itself after them; 0: does not
+    Log::Level log = Log::Level::Normal;
+};
+
+/// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
+struct Finished {
+    int code;
+    std::string text;
+};
+
+/// Throws Finished for help, version and every error.
+Options parseArguments(int argc, const char *const *argv);
+
+} // namespace fgssim
+
+#endif

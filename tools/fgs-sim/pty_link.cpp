@@ -1,0 +1,146 @@
+#include "channel.h"
+#include "link.h"
+
+#include <QtCore/QSocketNotifier>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace fgssim
+{
+
+namespace
+{
+
+/// A file descriptor that is closed with its owner.
+class Descriptor
+{
+public:
+    explicit Descriptor(int opened) : fd(opened) {}
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+    int get() const { return fd; }
+
+private:
+    const int fd;
+};
+
+void require(bool success, const std::string &what)
+{
+    if (!success)
+        throw LinkError("--pty: " + what + ": " + std::strerror(errno));
+}
+
+int openMaster()
+{
+    const int fd = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    require(fd >= 0, "no pseudo-terminal can be opened (see /proc/sys/kernel/pty/max)");
+    return fd;
+}
+
+std::string unlockedSlave(int master)
+{
+    char path[128];
+    require(::grantpt(master) == 0 && ::unlockpt(master) == 0 && ::ptsname_r(master, path, sizeof path) == 0,
+            "the pseudo-terminal cannot be used");
+    return path;
+}
+
+int openRaw(const std::string &path)
+{
+    const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    require(fd >= 0, "cannot open " + path);
+    termios settings{};
+    const bool known = ::tcgetattr(fd, &settings) == 0;
+    ::cfmakeraw(&settings);
+    require(known && ::tcsetattr(fd, TCSANOW, &settings) == 0, "cannot set " + path + " to raw mode");
+    return fd;
+}
+
+/// Where a symbolic link leads; empty if it is none.
+std::string target(const std::string &path)
+{
+    char text[256];
+    const ssize_t length = ::readlink(path.c_str(), text, sizeof text);
+    return length < 0 ? std::string() : std::string(text, std::size_t(length));
+}
+
+/// A symbolic link to a pseudo-terminal. One that an ended simulator left behind is replaced.
+class SymbolicLink
+{
+public:
+    SymbolicLink(const std::string &at, const std::string &to) : path(at), destination(to)
+    {
+        if (path.empty())
+            return;
+        if (target(path).rfind("/dev/pts/", 0) == 0)
+            ::unlink(path.c_str());
+        if (::symlink(destination.c_str(), path.c_str()) != 0)
+            throw LinkError("--pty: cannot make the link " + path + ": " + std::strerror(errno) +
+                            "; choose another path");
+    }
+    SymbolicLink(const SymbolicLink &) = delete;
+    SymbolicLink &operator=(const SymbolicLink &) = delete;
+    ~SymbolicLink()
+    {
+        if (!path.empty() && target(path) == destination)
+            ::unlink(path.c_str());
+    }
+
+private:
+    const std::string path, destination;
+};
+
+class PtyLink : public Link
+{
+public:
+    PtyLink(Simulation &simulation, const Timing &timing, const PtyAddress &address)
+        : master(openMaster()), path(unlockedSlave(master.get())), slave(openRaw(path)),
+          symbolicLink(address.link, path),
+          channel(simulation, timing, [this](const char *bytes, std::size_t count) { return send(bytes, count); }),
+          readable(master.get(), QSocketNotifier::Read)
+    {
+        QObject::connect(&readable, &QSocketNotifier::activated, &channel, [this] { receive(); });
+    }
+
+    std::string address() const override { return path; }
+
+private:
+    bool send(const char *bytes, std::size_t count)
+    {
+        return ::write(master.get(), bytes, count) == ssize_t(count);
+    }
+
+    void receive()
+    {
+        char bytes[Channel::ChunkSize];
+        const ssize_t count = ::read(master.get(), bytes, sizeof bytes);
+        if (count > 0)
+            channel.receive(bytes, std::size_t(count));
+    }
+
+    const Descriptor master;
+    const std::string path;
+    const Descriptor slave; // kept open, so that a client may close its end and another one come
+    const SymbolicLink symbolicLink;
+    Channel channel;
+    QSocketNotifier readable;
+};
+
+} // namespace
+
+std::unique_ptr<Link> openLink(Simulation &simulation, const Timing &timing, const PtyAddress &address)
+{
+    return std::make_unique<PtyLink>(simulation, timing, address);
+}
+
+} // namespace fgssim

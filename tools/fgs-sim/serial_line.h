@@ -1,0 +1,26 @@
+// The format of a serial line, and how long its bytes take.
+#ifndef FGS_SIM_SERIAL_LINE_H
+#define FGS_SIM_SERIAL_LINE_H
+
+#include <chrono>
+#include <cstdint>
+
+namespace fgssim
+{
+
+/// Frames are binary, so a byte always has 8 data bits.
+struct SerialLine {
+    int baud = 19200;
+    char parity = 'E'; ///< 'N', 'E' or 'O'
+    int stopBits = 1;  ///< 1 or 2
+
+    std::chrono::nanoseconds byteTime() const
+    {
+        const std::int64_t bits = 1 + 8 + (parity == 'N' ? 0 : 1) + stopBits;
+        return std::chrono::nanoseconds(bits * 1000000000 / baud);
+    }
+};
+
+} // namespace fgssim
+
+#endif

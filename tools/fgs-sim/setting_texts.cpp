@@ -1,0 +1,238 @@
+#include "setting_texts.h"
+
+#include <arpa/inet.h>
+#include <bitset>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+namespace fgssim
+{
+
+namespace
+{
+
+const unsigned MaxStation = 255;
+
+std::string quoted(const std::string &text)
+{
+    return "'" + text + "'";
+}
+
+// A whole text that is a number in the base and inside the limits.
+std::int64_t number(const std::string &text, const std::string &what, std::int64_t low, std::int64_t high)
+{
+    std::int64_t value = 0;
+    const char *const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || rest != end || value < low || value > high)
+        throw BadText(what + " " + quoted(text) + " is not a number from " + std::to_string(low) + " to " +
+                      std::to_string(high));
+    return value;
+}
+
+// The same for hexadecimal and octal numbers from 0 on.
+std::int64_t number(const std::string &text, int base, std::int64_t high)
+{
+    std::uint32_t value = 0;
+    const char *const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value, base);
+    return error == std::errc() && rest == end && value <= high ? std::int64_t(value) : -1;
+}
+
+unsigned parseAddress(const std::string &text, const Area &area)
+{
+    const std::int64_t address = number(text, area.base, AddressesPerArea - 1);
+    if (address < 0)
+        throw BadText("address " + quoted(text) + " is not " + (area.base == 8 ? "an octal" : "a") +
+                      " number from 0 to " + addressText(area, AddressesPerArea - 1));
+    return unsigned(address);
+}
+
+// The text before and after the first separator.
+struct Halves {
+    std::string left, right;
+    bool split;
+};
+
+Halves halves(const std::string &text, const std::string &separator)
+{
+    const std::size_t at = text.find(separator);
+    if (at == std::string::npos)
+        return {text, {}, false};
+    return {text.substr(0, at), text.substr(at + separator.size()), true};
+}
+
+void addStations(const std::string &text, std::bitset<MaxStation + 1> &stations)
+{
+    const Halves ends = halves(text, "-");
+    const std::int64_t first = number(ends.left, "station", 1, MaxStation);
+    const std::int64_t last = ends.split ? number(ends.right, "station", 1, MaxStation) : first;
+    if (last < first)
+        throw BadText("stations " + quoted(text) + " run backwards; write the smaller one first");
+    for (std::int64_t station = first; station <= last; ++station)
+        stations.set(std::size_t(station));
+}
+
+struct Limits {
+    std::int64_t low, high;
+};
+
+Limits limitsOf(Kind kind)
+{
+    switch (kind) {
+    case Kind::Bit:
+        return {0, 1};
+    case Kind::Word:
+        return {INT16_MIN, UINT16_MAX};
+    case Kind::DoubleWord:
+        break;
+    }
+    return {INT32_MIN, UINT32_MAX};
+}
+
+std::int64_t parseValue(const std::string &text, Kind kind)
+{
+    const Limits limits = limitsOf(kind);
+    if (text.rfind("0x", 0) == 0) {
+        const std::int64_t value = number(text.substr(2), 16, limits.high);
+        if (value >= 0)
+            return value;
+    }
+    return number(text, "value", limits.low, limits.high);
+}
+
+Course parseCourse(const std::string &text, Kind kind)
+{
+    const Halves parts = halves(text, ":");
+    if (parts.left == "fixed" && parts.split) {
+        const std::int64_t value = parseValue(parts.right, kind);
+        return {Course::Kind::Fixed, value, value, 1};
+    }
+    const Halves stepped = halves(parts.right, "/");
+    const Halves ends = halves(stepped.left, "..");
+    if ((parts.left != "ramp" && parts.left != "walk") || !ends.split)
+        throw BadText(quoted(text) + " is none of fixed:VALUE, ramp:FROM..TO/STEP and walk:FROM..TO/STEP");
+    return {parts.left == "ramp" ? Course::Kind::Ramp : Course::Kind::Walk, parseValue(ends.left, kind),
+            parseValue(ends.right, kind), stepped.split ? number(stepped.right, "step", 1, UINT32_MAX) : 1};
+}
+
+void parsePlace(const std::string &text, Range &range)
+{
+    const Halves parts = halves(text, ":");
+    if (!parts.split)
+        throw BadText(quoted(text) + " names no address; write AREA:ADDRESS, for instance 5:100");
+    range.area = &areas()[std::size_t(number(parts.left, "area", 0, std::int64_t(areas().size()) - 1))];
+    const Halves counted = halves(parts.right, "x");
+    range.first = parseAddress(counted.left, *range.area);
+    const std::int64_t room = AddressesPerArea - range.first;
+    range.count = counted.split ? unsigned(number(counted.right, "count", 1, room)) : 1;
+}
+
+bool isNumericHost(const std::string &host)
+{
+    in6_addr any; // large enough for both
+    return ::inet_pton(AF_INET, host.c_str(), &any) == 1 || ::inet_pton(AF_INET6, host.c_str(), &any) == 1;
+}
+
+bool isSerialLine(const std::string &text)
+{
+    const std::string baud = halves(text, ",").left;
+    return !baud.empty() && baud.find_first_not_of("0123456789") == std::string::npos;
+}
+
+} // namespace
+
+std::vector<unsigned> parseStations(const std::string &text)
+{
+    std::bitset<MaxStation + 1> present;
+    Halves list{{}, text, true};
+    while (list.split) {
+        list = halves(list.right, ",");
+        addStations(list.left, present);
+    }
+    std::vector<unsigned> stations;
+    for (unsigned station = 1; station <= MaxStation; ++station) {
+        if (present[station])
+            stations.push_back(station);
+    }
+    return stations;
+}
+
+std::uint64_t parseSeed(const std::string &text)
+{
+    return std::uint64_t(number(text, "seed", 0, INT64_MAX));
+}
+
+Range parseRange(const std::string &text)
+{
+    const Halves sides = halves(text, "=");
+    if (!sides.split)
+        throw BadText(quoted(text) + " gives no value; write for instance 5:100=fixed:42");
+    Range range{};
+    const Halves place = halves(sides.left, "@");
+    parsePlace(place.left, range);
+    if (place.split)
+        range.station = unsigned(number(place.right, "station", 1, MaxStation));
+    range.course = parseCourse(sides.right, range.area->kind);
+    return range;
+}
+
+std::pair<Fault, double> parseFault(const std::string &text)
+{
+    const Halves parts = halves(text, "=");
+    for (std::size_t kind = 0; parts.split && kind < FaultKinds; ++kind) {
+        if (parts.left != FaultNames[kind])
+            continue;
+        char *end = nullptr;
+        const double percent = std::strtod(parts.right.c_str(), &end);
+        if (parts.right.empty() || *end != '\0' || !std::isfinite(percent) || percent < 0 || percent > 100)
+            throw BadText("percentage " + quoted(parts.right) + " is not a number from 0 to 100");
+        return {Fault(kind), percent};
+    }
+    throw BadText(quoted(text) + " is not KIND=PERCENT; the kinds are silence, late, crc, short, long and noise");
+}
+
+SerialLine parseSerialLine(const std::string &text)
+{
+    const Halves parts = halves(text, ",");
+    SerialLine line;
+    line.baud = int(number(parts.left, "baud rate", 50, 4000000));
+    if (!parts.split)
+        return line;
+    const std::string &format = parts.right;
+    const bool valid = format.size() == 3 && format[0] == '8' && std::string("NEO").find(format[1]) < 3 &&
+                       (format[2] == '1' || format[2] == '2');
+    if (!valid)
+        throw BadText("line format " + quoted(format) + " is not one of 8N1, 8N2, 8E1, 8E2, 8O1 and 8O2");
+    line.parity = format[1];
+    line.stopBits = format[2] - '0';
+    return line;
+}
+
+SerialAddress parseSerialAddress(const std::string &text)
+{
+    const std::size_t colon = text.rfind(':');
+    const bool withLine = colon != std::string::npos && isSerialLine(text.substr(colon + 1));
+    const SerialAddress address{withLine ? text.substr(0, colon) : text,
+                                withLine ? parseSerialLine(text.substr(colon + 1)) : SerialLine()};
+    if (address.device.empty())
+        throw BadText(quoted(text) + " names no device; write for instance /dev/ttyUSB0:19200,8E1");
+    return address;
+}
+
+TcpAddress parseTcpAddress(const std::string &text)
+{
+    const std::size_t colon = text.rfind(':');
+    const std::string port = colon == std::string::npos ? text : text.substr(colon + 1);
+    std::string host = colon == std::string::npos ? "127.0.0.1" : text.substr(0, colon);
+    if (host.size() > 2 && host.front() == '[' && host.back() == ']')
+        host = host.substr(1, host.size() - 2);
+    if (host == "localhost")
+        host = "127.0.0.1";
+    if (!isNumericHost(host))
+        throw BadText("host " + quoted(host) + " is no numeric address; write for instance 127.0.0.1:5020");
+    return {host, unsigned(number(port, "port", 0, UINT16_MAX))};
+}
+
+} // namespace fgssim

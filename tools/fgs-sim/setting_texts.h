@@ -1,0 +1,53 @@
+// The texts of the command line's values. Each function throws BadText, which says what is wrong and what to
+// write instead.
+#ifndef FGS_SIM_SETTING_TEXTS_H
+#define FGS_SIM_SETTING_TEXTS_H
+
+#include "faults.h"
+#include "motion.h"
+#include "serial_line.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace fgssim
+{
+
+class BadText : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// "1,2,5-9": ascending and each once.
+std::vector<unsigned> parseStations(const std::string &text);
+
+/// 0 or more
+std::uint64_t parseSeed(const std::string &text);
+
+/// "AREA:ADDRESS[xCOUNT][@STATION]=fixed:VALUE | ramp:FROM..TO[/STEP] | walk:FROM..TO[/STEP]"
+Range parseRange(const std::string &text);
+
+/// "KIND=PERCENT"
+std::pair<Fault, double> parseFault(const std::string &text);
+
+/// "BAUD[,8E1]"
+SerialLine parseSerialLine(const std::string &text);
+
+struct SerialAddress {
+    std::string device;
+    SerialLine line;
+};
+/// "DEVICE[:BAUD[,8E1]]"
+SerialAddress parseSerialAddress(const std::string &text);
+
+struct TcpAddress {
+    std::string host; ///< a numeric address
+    unsigned port;    ///< 0: any free one
+};
+/// "[HOST:]PORT"; the host is a numeric address, IPv6 in square brackets, or "localhost".
+TcpAddress parseTcpAddress(const std::string &text);
+
+} // namespace fgssim
+
+#endif
