@@ -40,9 +40,7 @@ int lengthBias(const Area &area)
 
 int mostElements(const Area &area, int blockWords)
 {
-    return area.kind == Kind::Bit    ? std::min(blockWords, MaxBitBytes)
-           : area.kind == Kind::Word ? blockWords
-                                     : blockWords / 2 - lengthBias(area);
+    return area.kind == Kind::DoubleWord ? blockWords / 2 - lengthBias(area) : blockWords;
 }
 
 /// Downwards, because the lower addresses of an area exist.

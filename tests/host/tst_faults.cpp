@@ -187,8 +187,8 @@ protected:
 TEST_P(Faults, NeverBecomeValues)
 {
     // Many blocks of one shape, so that every late or doubled reply has its chance.
-    for (int i = 0; i < 20; ++i)
-        variables.push_back(parseVariable(QStringLiteral("5:%1x16@%2").arg(100 * i).arg(1 + i % 2)));
+    for (int i = 0; i < 36; ++i)
+        variables.push_back(parseVariable(QStringLiteral("5:%1x16@%2").arg(100 * i).arg(i < 30 ? 1 : 2)));
     addVariables({"0:0x248@1", "2:500x77@2", "10:3x9@1", "12:7@1", "5:9000@2"});
     BadLine line(link, unsigned(GetParam()), 3);
     Host host(linkedDriver(), link, variables, options);

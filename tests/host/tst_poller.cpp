@@ -287,6 +287,19 @@ INSTANTIATE_TEST_SUITE_P(
         Other{"more words", 1, {{2, 80, 3}, {5, 100, 8}}, Outcome::OtherReply},
         Other{"fewer words", 1, {{2, 80, 3}, {5, 100, 3}}, Outcome::OtherReply}));
 
+TEST_F(PollerTest, AGoodCheckCodeAndTheRightLengthAreNotEnough)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &) { // no such area, so no counts tell how long it is
+        link.arrive(5ms, frames::sealed(bytes("01 FE 01 0A 04 55 55 55 55 55 55 55 55")));
+    });
+    EXPECT_EQ(outcome(), Outcome::OtherReply);
+    EXPECT_EQ(word(100), 0);
+    write("100", "34 12");
+    link.onSend = [this](const QByteArray &) { link.arrive(5ms, bytes("55 FF 20")); };
+    EXPECT_NE(outcome(), Outcome::Good) << "the driver looks at the last two bytes only";
+}
+
 TEST_F(PollerTest, AnEchoOfTheShapeOfTheReplyIsNeverTaken)
 {
     RW_VAR var = variable(5, 100, 1); // one word: its reply is as long as the request and begins like it
@@ -346,6 +359,37 @@ TEST_F(PollerTest, ALateReplyIsNotTakenForTheAnswerToAnotherQuestionOfItsShape)
         EXPECT_EQ(word(100 + 10 * i), wanted(100 + 10 * i));
     EXPECT_EQ(word(100), 0);
     EXPECT_EQ(poller.statistics().strayBytes, 65u);
+}
+
+TEST_F(PollerTest, AQuestionAskedTwiceMayBeAnsweredTwice)
+{
+    settings.retryLimit = 1;
+    for (int i = 0; i < 12; ++i) {
+        RW_VAR var = variable(5, 100 + 10 * i, 4);
+        AddListReadVar(&var);
+    }
+    link.onSend = [this](const QByteArray &request) {
+        link.answer(request, link.sent.size() <= 2 ? timing.timeout * 2 + 100ms : 5ms);
+    };
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sentAt.at(2), link.sentAt.at(1) + timing.timeout * 2 + 100ms + timing.gap);
+    for (int i = 6; i < 12; ++i)
+        EXPECT_EQ(word(100 + 10 * i), wanted(100 + 10 * i));
+}
+
+TEST_F(PollerTest, AQuestionWithADamagedAnswerIsAnswered)
+{
+    settings.retryLimit = 0;
+    for (int i = 0; i < 12; ++i) {
+        RW_VAR var = variable(5, 100 + 10 * i, 4);
+        AddListReadVar(&var);
+    }
+    answerFirst([this](const QByteArray &request) { link.arrive(5ms, link.controller.answer(request).left(20)); });
+    EXPECT_EQ(outcome(), Outcome::WrongLength);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sentAt.at(1), link.sentAt.at(0) + timing.timeout) << "no late reply is waited for";
 }
 
 TEST_F(PollerTest, AReplyThatNeverComesIsWaitedForNoLongerThanItMayBeLate)

@@ -17,7 +17,7 @@ using fgssim::Bytes;
 namespace
 {
 
-const int LongWait = 30000; // ms; only a broken simulator makes a test wait so long
+const int LongWait = 20000; // ms; only a broken simulator makes a test wait so long
 
 bool readable(int descriptor)
 {
@@ -119,6 +119,12 @@ Bytes Client::receive(std::size_t count)
         received.insert(received.end(), chunk, chunk + size);
     }
     return received;
+}
+
+bool Client::isClosed()
+{
+    Byte byte = 0;
+    return readable(descriptor) && ::read(descriptor, &byte, 1) <= 0;
 }
 
 int openDevice(const std::string &path)

@@ -49,6 +49,8 @@ public:
     void send(const fgssim::Bytes &data);
     /// As many bytes as that; fewer only if the other side has closed, or after a long wait.
     fgssim::Bytes receive(std::size_t count);
+    /// Whether the other side closes before it sends anything.
+    bool isClosed();
     fgssim::Bytes ask(const fgssim::Bytes &request, std::size_t replySize)
     {
         send(request);

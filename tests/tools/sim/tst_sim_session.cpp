@@ -94,14 +94,17 @@ TEST_F(SessionTest, ThePaceOfALine)
     EXPECT_EQ(after(1s), Slice(Answer).from(5).copy());
 }
 
-TEST_F(SessionTest, RepliesKeepTheirOrderAndTheLine)
+// At 1 ms a byte the long answer leaves the line after 9 + 207 ms, long after the second request has ended.
+TEST_F(SessionTest, AReplyWaitsUntilTheOneBeforeHasLeftTheLine)
 {
     Timing timing;
     timing.byteTime = 1ms;
     start({}, timing);
-    session->receive(Read, now);
+    session->receive(sealed("01 FE 01 08 64 00 00"), now);
     session->receive(Write, now);
-    EXPECT_EQ(after(100ms), Answer + Acknowledgement);
+    EXPECT_EQ(after(216ms).size(), 207u);
+    EXPECT_EQ(after(2ms), Slice(Acknowledgement).first(2).copy());
+    EXPECT_EQ(after(1ms), Slice(Acknowledgement).from(2).copy());
 }
 
 TEST_F(SessionTest, SilenceCarriesTheRequestOut)
