@@ -164,7 +164,7 @@ public:
         const Time due = arrivals.begin()->first;
         QByteArray chunk = arrivals.begin()->second;
         arrivals.erase(arrivals.begin());
-        const int size = std::min<int>(most, chunk.size());
+        const int size = std::min(most, int(chunk.size()));
         std::memcpy(data, chunk.constData(), size_t(size));
         if (size < chunk.size())
             arrivals.emplace_hint(arrivals.begin(), due, chunk.mid(size));

@@ -127,7 +127,7 @@ void Session::enqueue(Bytes reply, Time wait)
 void Session::replyLost()
 {
     ++simulation.counters.lost;
-    say(Log::Level::Normal, [] { return std::string("reply lost: nobody reads the replies that wait"); });
+    say(Log::Level::Normal, [] { return std::string("reply lost: too many wait to be sent or read"); });
 }
 
 Bytes Session::takeDue(Time now)

@@ -18,7 +18,7 @@ struct Counters {
     std::uint64_t broadcasts = 0; ///< requests for every station
     std::uint64_t elsewhere = 0;  ///< requests for stations that are not here
     std::uint64_t rejected = 0;   ///< refused requests and stretches of garbage
-    std::uint64_t lost = 0;       ///< replies for which there was no room, because nobody reads
+    std::uint64_t lost = 0;       ///< replies for which there was no room: too many wait to be sent or read
     std::array<std::uint64_t, FaultKinds> faults{};
 };
 
