@@ -11,7 +11,7 @@ namespace fgs
 
 struct HostOptions {
     int blockWords = DefaultBlockWords; ///< most words that one block reads
-    int retries = 2;                    ///< failures of one request before the driver gives it up
+    int retries = 2;                    ///< of a failing request, before the driver gives it up
     Timing timing;
     Time rest = 10s; ///< of a station that does not answer while others do
 };

@@ -67,7 +67,7 @@ void addLinkOptions(CLI::App &app, Options &options)
     addMilliseconds(app, "--timeout", options.host.timing.timeout, 1, "Time limit of an answer");
     addMilliseconds(app, "--late", options.host.timing.late, 0, "How long after that it may still come");
     addMilliseconds(app, "--gap", options.host.timing.gap, 0, "Least silence before a request");
-    app.add_option("--retries", options.host.retries, "Failures before the driver gives a request up (default 2)")
+    app.add_option("--retries", options.host.retries, "How often a failing request is repeated (default 2)")
         ->type_name("N")
         ->check(CLI::Range(0, 1000));
     app.add_option("--block", options.host.blockWords,

@@ -91,16 +91,16 @@ void Session::note(const QString &message) const
 
 ExitCode exitCodeOf(const Host &host, const std::vector<Variable> &variables)
 {
-    std::size_t known = 0;
-    bool silent = true;
+    std::size_t known = 0, silent = 0;
     for (const Variable &variable : variables) {
         const Age age = host.ageOf(variable);
+        const bool answered = age.outcome != Outcome::NoReply && age.outcome != Outcome::LinkLost;
         known += age.isKnown();
-        silent = silent && (age.isKnown() || age.outcome == Outcome::NoReply || age.outcome == Outcome::Good);
+        silent += !age.isKnown() && (age.tried == Never || !answered);
     }
     if (known == variables.size())
         return ExitOk;
-    return known ? ExitPartial : silent ? ExitNoReply : ExitBadReply;
+    return known ? ExitPartial : silent == variables.size() ? ExitNoReply : ExitBadReply;
 }
 
 } // namespace fgs

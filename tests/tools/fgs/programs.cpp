@@ -90,8 +90,7 @@ Result runFgs(const QStringList &arguments)
 Simulator::Simulator(const QStringList &arguments)
     : program(QStringLiteral("fgs-sim"), arguments + QStringList{QStringLiteral("--log"), QStringLiteral("quiet")})
 {
-    const QString first = program.line(); // a device, or "listening on HOST:PORT"
-    const QString place = first.section(QLatin1Char(' '), -1);
+    const QString place = program.line(); // a device, or HOST:PORT
     address = place.startsWith(QLatin1Char('/')) ? place : QStringLiteral("tcp:") + place;
 }
 
