@@ -41,7 +41,7 @@ void RoundTrips::add(Time time)
     const int octave = 63 - __builtin_clzll(span);
     const quint64 rest = span - (1ull << octave);
     const quint64 step = octave >= 4 ? rest >> (octave - 4) : rest << (4 - octave);
-    ++counts[static_cast<std::size_t>(octave) * StepsPerOctave + step];
+    ++counts[static_cast<std::size_t>(octave) * StepsPerOctave + static_cast<std::size_t>(step)];
     shortest = number ? std::min(shortest, time) : time;
     longest = std::max(longest, time);
     total += time;

@@ -7,7 +7,7 @@ namespace
 {
 
 const std::uint64_t RandomStream = 3;
-const std::uint64_t MaxStrayBytes = 8;
+const std::size_t MaxStrayBytes = 8;
 const std::uint64_t DrawsPerPercent = 1000000;
 const std::size_t AcknowledgementLength = 3;
 

@@ -15,7 +15,11 @@ public:
     Random(std::uint64_t seed, std::uint64_t stream) : engine(seed * 1000003 + stream) {}
 
     /// 0 .. limit - 1; limit is at least 1.
-    std::uint64_t below(std::uint64_t limit) { return engine() % limit; }
+    template <typename Number>
+    Number below(Number limit)
+    {
+        return Number(engine() % std::uint64_t(limit));
+    }
     std::int64_t between(std::int64_t low, std::int64_t high)
     {
         return low + std::int64_t(below(std::uint64_t(high - low) + 1));

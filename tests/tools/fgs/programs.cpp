@@ -4,29 +4,19 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
-#include <memory>
-#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QRegularExpression>
 
 namespace
 {
 
-/// QProcess wants an application.
-class Application : public ::testing::Environment
+std::vector<std::string> texts(const QStringList &list)
 {
-public:
-    void SetUp() override { application = std::make_unique<QCoreApplication>(nameOnly, arguments); }
-    void TearDown() override { application.reset(); }
-
-private:
-    int nameOnly = 1;
-    char name[6] = "tests";
-    char *arguments[2] = {name, nullptr};
-    std::unique_ptr<QCoreApplication> application;
-};
-
-const auto *const environment = ::testing::AddGlobalTestEnvironment(new Application);
+    std::vector<std::string> texts;
+    for (const QString &text : list)
+        texts.push_back(text.toStdString());
+    return texts;
+}
 
 } // namespace
 
@@ -48,38 +38,20 @@ QJsonObject Result::summary() const
 }
 
 Program::Program(const QString &name, const QStringList &arguments)
+    : process(TARN_BINARY_DIR "/" + name.toStdString(), texts(arguments))
 {
-    process.start(QStringLiteral(TARN_BINARY_DIR "/") + name, arguments, QIODevice::ReadOnly);
-    EXPECT_TRUE(process.waitForStarted(LongWait)) << process.errorString().toStdString();
-}
-
-Program::~Program()
-{
-    if (process.state() == QProcess::NotRunning)
-        return;
-    process.terminate();
-    process.waitForFinished(LongWait);
-}
-
-QString Program::line(QProcess::ProcessChannel channel)
-{
-    process.setReadChannel(channel);
-    while (!process.canReadLine() && process.waitForReadyRead(LongWait)) {
-    }
-    return QString::fromUtf8(process.readLine()).trimmed();
 }
 
 void Program::interrupt()
 {
-    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    process.signal(SIGINT);
 }
 
 Result Program::wait()
 {
-    EXPECT_TRUE(process.state() == QProcess::NotRunning || process.waitForFinished(LongWait));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    const QString out = QString::fromStdString(process.restOfOutput());
+    const QString messages = QString::fromStdString(process.restOfLog());
+    return {process.wait(), out, messages};
 }
 
 Result runFgs(const QStringList &arguments)

@@ -2,12 +2,11 @@
 #ifndef FGS_TESTS_PROGRAMS_H
 #define FGS_TESTS_PROGRAMS_H
 
+#include "support/process.h"
+
 #include <QtCore/QJsonObject>
-#include <QtCore/QProcess>
 #include <QtCore/QStringList>
 #include <vector>
-
-const int LongWait = 60000; ///< ms; only a broken program lets a test wait so long
 
 /// What a finished program left.
 struct Result {
@@ -25,16 +24,15 @@ class Program
 {
 public:
     Program(const QString &name, const QStringList &arguments);
-    /// Ends a process that still runs.
-    ~Program();
 
-    /// The next line of stdout or stderr, without its end; empty once there is none.
-    QString line(QProcess::ProcessChannel channel = QProcess::StandardOutput);
+    /// The next line, without its end; empty once there is none.
+    QString line() { return QString::fromStdString(process.outputLine()); }
+    QString message() { return QString::fromStdString(process.logLine()); }
     void interrupt();
     Result wait();
 
 private:
-    QProcess process;
+    Process process;
 };
 
 Result runFgs(const QStringList &arguments);

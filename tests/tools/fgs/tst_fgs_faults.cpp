@@ -102,7 +102,7 @@ TEST(LostLink, EndsAReadWithItsOwnCode)
     auto simulator = std::make_unique<Simulator>(arguments(QStringLiteral("--tcp 0 --fault silence=100")));
     Program read(QStringLiteral("fgs"),
                  arguments(QStringLiteral("read %1 5:1 --timeout 30000 --trace").arg(simulator->link())));
-    EXPECT_TRUE(read.line(QProcess::StandardError).contains(QLatin1String("> 01 FE 01 08 02 ")));
+    EXPECT_TRUE(read.message().contains(QLatin1String("> 01 FE 01 08 02 ")));
     simulator->endAndCountRequests();
     const Result result = read.wait();
     EXPECT_EQ(result.code, 3);

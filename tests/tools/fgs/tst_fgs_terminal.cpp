@@ -22,12 +22,12 @@ struct Shown {
 /// Runs fgs on a terminal of 8 lines and 70 columns until it ends.
 Shown onTerminal(const QString &arguments, const char *environment)
 {
-    QList<QByteArray> texts{TARN_BINARY_DIR "/fgs"};
+    std::vector<std::string> command = commandOf(TARN_BINARY_DIR "/fgs");
     for (const QString &argument : arguments.split(QLatin1Char(' ')))
-        texts << argument.toLocal8Bit();
+        command.push_back(argument.toStdString());
     std::vector<char *> list;
-    for (QByteArray &text : texts)
-        list.push_back(text.data());
+    for (std::string &word : command)
+        list.push_back(word.data());
     list.push_back(nullptr);
     winsize size = {8, 70, 0, 0};
     int terminal = -1;

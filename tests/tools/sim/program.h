@@ -3,38 +3,15 @@
 #define SIM_PROGRAM_H
 
 #include "bytes.h"
+#include "support/process.h"
 
-#include <sys/types.h>
-
-/// A running fgs-sim; ended with the object.
-class Program
+class Program : public Process
 {
 public:
-    explicit Program(const std::vector<std::string> &arguments);
-    Program(const Program &) = delete;
-    Program &operator=(const Program &) = delete;
-    ~Program();
+    explicit Program(const std::vector<std::string> &arguments) : Process(FGS_SIM, arguments) {}
 
-    /// The next line of stdout or stderr without its end; what has come if there is no more.
-    std::string outputLine() { return line(output); }
-    std::string logLine() { return line(log); }
     /// Lines of the log up to one that contains the text; empty if none does.
     std::string logLineWith(const std::string &text);
-
-    void signal(int number);
-    /// Waits for the end; the exit code, or minus the signal that ended it.
-    int wait();
-    /// Everything on stdout or stderr that was not taken as a line, up to the end.
-    std::string restOfOutput() { return rest(output); }
-    std::string restOfLog() { return rest(log); }
-
-private:
-    static std::string line(int descriptor);
-    static std::string rest(int descriptor);
-
-    pid_t process = -1;
-    int output = -1;
-    int log = -1;
 };
 
 /// A client's end of the link.
