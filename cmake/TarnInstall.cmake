@@ -25,6 +25,25 @@ endif()
 configure_file(cmake/TarnFGs.pc.in ${CMAKE_BINARY_DIR}/TarnFGs.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/TarnFGs.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-if(TARGET fgs AND TARGET fgs-sim)
-  install(TARGETS fgs fgs-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+if(NOT TARGET fgs OR NOT TARGET fgs-sim)
+  return()
 endif()
+install(TARGETS fgs fgs-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+
+# Man pages, whose options come from the programs' own help: where the programs run.
+find_program(TARN_PERL perl)
+if(CMAKE_CROSSCOMPILING OR TARN_SANITIZE OR NOT TARN_PERL)
+  return()
+endif()
+string(TIMESTAMP TARN_DATE "%Y-%m-%d" UTC)
+foreach(program fgs fgs-sim)
+  set(page ${CMAKE_BINARY_DIR}/packaging/${program}.1)
+  configure_file(packaging/${program}.1.in ${page}.in @ONLY)
+  add_custom_command(OUTPUT ${page}.gz
+    COMMAND ${TARN_PERL} ${CMAKE_CURRENT_SOURCE_DIR}/packaging/manpage $<TARGET_FILE:${program}> ${page}.in > ${page}
+    COMMAND gzip -9nf ${page}
+    DEPENDS ${program} ${page}.in packaging/manpage VERBATIM)
+  list(APPEND TARN_MAN_PAGES ${page}.gz)
+endforeach()
+add_custom_target(man ALL DEPENDS ${TARN_MAN_PAGES})
+install(FILES ${TARN_MAN_PAGES} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)

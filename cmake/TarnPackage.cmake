@@ -23,7 +23,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA 
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${CMAKE_BINARY_DIR}/packaging/symbols ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "An operator-panel runtime loads this library to exchange data with
 controllers over a link that it operates itself.")
@@ -45,12 +45,11 @@ if(NOT CMAKE_CROSSCOMPILING)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
 else()
-  set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6, libgcc-s1, libqt5core5a, libstdc++6")
-  find_program(TARN_STRIP arm-linux-gnueabihf-strip)
-  set(CPACK_STRIP_FILES OFF)
-  set(CMAKE_INSTALL_DO_STRIP ON)
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
+    "libc6 (>= 2.4), libgcc-s1 (>= 3.5), libqt5core5a (>= 5.15.1), libstdc++6 (>= 11)")
 endif()
 
+string(TIMESTAMP TARN_CHANGED "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(packaging/changelog.in ${CMAKE_BINARY_DIR}/packaging/changelog @ONLY)
 execute_process(COMMAND gzip -9nkf ${CMAKE_BINARY_DIR}/packaging/changelog)
 function(tarn_package_documents component package)
@@ -59,6 +58,8 @@ function(tarn_package_documents component package)
 endfunction()
 tarn_package_documents(runtime ${runtime})
 tarn_package_documents(development libtarnfgs-dev)
+install(FILES packaging/lintian-overrides
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME ${runtime} COMPONENT runtime)
 
 set(CPACK_COMPONENTS_ALL runtime development)
 if(TARGET fgs AND TARGET fgs-sim)

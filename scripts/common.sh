@@ -52,7 +52,8 @@ debian_suite() {
     (. /etc/os-release && echo "$VERSION_CODENAME")
 }
 debian_source() {
-    apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' "Component: $1" |
+    apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' "Component: $1" \
+        "Origin: Debian" |
         sort -u | grep -v -e -updates -e -security | head -n 1
 }
 
