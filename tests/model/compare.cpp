@@ -7,7 +7,8 @@ namespace model
 
 QString toDriver(const Text &text)
 {
-    return QString::fromUtf16(text.c_str(), static_cast<int>(text.size()));
+    // Character by character: fromUtf16() takes a first U+FEFF for a byte order mark.
+    return QString(reinterpret_cast<const QChar *>(text.data()), static_cast<int>(text.size()));
 }
 
 QByteArray toDriver(const Bytes &bytes)

@@ -17,13 +17,23 @@ namespace model
 class Random
 {
 public:
-    explicit Random(unsigned long long seed) : engine_(seed) {}
+    /// Gives a number below the span, any one for span 0.
+    using Source = std::function<unsigned long long(unsigned long long span)>;
 
-    unsigned long long number() { return engine_(); }
+    explicit Random(unsigned long long seed)
+        : draw_([engine = std::mt19937_64(seed)](unsigned long long span) mutable {
+              return span == 0 ? engine() : engine() % span;
+          })
+    {
+    }
+    /// Every decision is the source's.
+    explicit Random(Source source) : draw_(std::move(source)) {}
+
+    unsigned long long number() { return draw_(0); }
     int between(int first, int last)
     {
         const unsigned long long span = static_cast<unsigned long long>(Wide(last) - first + 1);
-        return static_cast<int>(first + static_cast<Wide>(engine_() % span));
+        return static_cast<int>(first + static_cast<Wide>(draw_(span)));
     }
     bool chance(int percent) { return between(1, 100) <= percent; }
     int pick(std::initializer_list<int> choices)
@@ -32,7 +42,7 @@ public:
     }
 
 private:
-    std::mt19937_64 engine_;
+    Source draw_;
 };
 
 /// Any 32-bit number, the ends and small ones preferred.

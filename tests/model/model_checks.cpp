@@ -19,7 +19,9 @@ unsigned char lowByte(Wide number)
 // Blanks around, one sign, then digits of the base and nothing else; false for a number beyond 32 bits.
 static bool parse(const Text &text, int base, int *number)
 {
-    const Text blanks = u" \t\n\v\f\r";
+    // Those of Unicode too.
+    const Text blanks = u" \t\n\v\f\r\u0085\u00A0\u1680\u2000\u2001\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009"
+                        u"\u200A\u2028\u2029\u202F\u205F\u3000";
     const size_t first = text.find_first_not_of(blanks);
     if (first == Text::npos)
         return false;

@@ -26,15 +26,21 @@ Session::Session(COMINFO &hostSettings, Random &source)
 
 std::string Session::run()
 {
-    for (int step = 1; step <= steps; ++step) {
-        operation.clear();
-        std::string found = (this->*anyOperation())();
-        if (found.empty())
-            found = difference();
+    for (int done = 1; done <= steps; ++done) {
+        const std::string found = step();
         if (!found.empty())
-            return "step " + std::to_string(step) + ", " + operation + ": " + found + describeSettings();
+            return "step " + std::to_string(done) + ", " + found;
     }
     return "";
+}
+
+std::string Session::step()
+{
+    operation.clear();
+    std::string found = (this->*anyOperation())();
+    if (found.empty())
+        found = difference();
+    return found.empty() ? found : operation + ": " + found + describeSettings();
 }
 
 Session::Operation Session::anyOperation()

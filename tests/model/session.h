@@ -16,6 +16,8 @@ public:
 
     /// Runs the steps; what differs after one of them ends it.
     std::string run();
+    /// One operation on both sides. Returns what differs after it, with the operation and the settings.
+    std::string step();
 
 private:
     using Operation = std::string (Session::*)();

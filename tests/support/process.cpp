@@ -11,9 +11,9 @@
 
 std::vector<std::string> commandOf(const std::string &program)
 {
-    std::istringstream emulator(TARN_EMULATOR); // "name;option;option", or empty
+    std::istringstream emulator(TARN_EMULATOR); // "name|option|option", or empty
     std::vector<std::string> command;
-    for (std::string word; std::getline(emulator, word, ';');)
+    for (std::string word; std::getline(emulator, word, '|');)
         command.push_back(word);
     command.push_back(program);
     return command;

@@ -2,6 +2,7 @@
 
 #include "host/text_error.h"
 
+#include <cmath>
 #include <cstring>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>
@@ -47,18 +48,17 @@ quint32 parseNumber(const QString &part, Kind kind)
     const qint64 end = qint64(1) << bitsOf(kind), lowest = kind == Kind::Bit ? 0 : -end / 2;
     if (!fits || number < lowest || number >= end)
         throw TextError(QStringLiteral("value '%1' is no number from %2 to %3, as a %4 takes it")
-                            .arg(part)
-                            .arg(lowest)
-                            .arg(end - 1)
-                            .arg(nameOf(kind)));
+                            .arg(part, QString::number(lowest), QString::number(end - 1), nameOf(kind)));
     return static_cast<quint32>(number & (end - 1));
 }
 
 quint32 parseFloat(const QString &part)
 {
     bool isNumber = false;
-    const float number = part.toFloat(&isNumber);
-    if (!isNumber)
+    // By way of a double: toFloat() refuses the text of the highest float, which is a little above it.
+    const double written = part.toDouble(&isNumber);
+    const float number = static_cast<float>(written);
+    if (!isNumber || (std::isinf(number) && !std::isinf(written)))
         throw TextError(QStringLiteral("value '%1' is no decimal fraction like 12.5").arg(part));
     return asBits(number);
 }
