@@ -135,20 +135,20 @@ public:
     unsigned char spareFlag;
 
     // The register image: bits packed eight to a byte from the least significant, words, double words.
-    unsigned char ucArea0[256];
-    unsigned char ucArea1[256];
-    unsigned char ucArea2[1500];
-    unsigned char ucArea11[140];
-    unsigned char ucArea4[256];
-    unsigned char ucArea3[256];
-    unsigned short usArea8[256];
-    unsigned short usArea9[256];
-    unsigned short usArea5[10000];
-    unsigned short usArea12[8];
-    unsigned short usArea13[8];
-    unsigned short usArea7[256];
-    unsigned short usArea6[256];
-    unsigned int uiArea10[256];
+    unsigned char ucArea0[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned char ucArea1[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned char ucArea2[1500] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned char ucArea11[140] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned char ucArea4[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned char ucArea3[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned short usArea8[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned short usArea9[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned short usArea5[10000] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned short usArea12[8] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned short usArea13[8] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned short usArea7[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned short usArea6[256] TARN_THREAD(guarded_by(ImageMutex));
+    unsigned int uiArea10[256] TARN_THREAD(guarded_by(ImageMutex));
 };
 
 TARN_EXPORT extern Tarn_FGsSeries PLC_driver;
@@ -185,14 +185,17 @@ TARN_EXPORT int AddListReadVar(RW_VAR *var);
 
 /// Replaces the cyclic read list by one built from the host's variables. Returns 0, with per-station storage
 /// the number of entries built. Takes ListMutex.
-TARN_EXPORT int ReCreatReadVarList(QList<HOST_VAR> *hostVars) TARN_THREAD(locks_excluded(PLC_driver.ListMutex));
+TARN_EXPORT int ReCreatReadVarList(QList<HOST_VAR> *hostVars)
+    TARN_THREAD(locks_excluded(PLC_driver.ListMutex, PLC_driver.ImageMutex));
 /// Queues a write; unless mode is 1, a queued write of the same place (but not the first) takes the new value
 /// instead, and a full queue (1024) drops the record. Returns the queue's size. Takes ListMutex.
-TARN_EXPORT int AddListWriteVar(RW_VAR *var, int mode) TARN_THREAD(locks_excluded(PLC_driver.ListMutex));
+TARN_EXPORT int AddListWriteVar(RW_VAR *var, int mode)
+    TARN_THREAD(locks_excluded(PLC_driver.ListMutex, PLC_driver.ImageMutex));
 /// Queues a one-shot read; unless mode is 1, it is placed by its addressText, split into blocks, and dropped if
 /// it already waits or the queue is full (1024). Returns the queue's size, 0 for a negative address. Takes
 /// ListMutex.
-TARN_EXPORT int AddListOnceReadVar(RW_VAR *var, int mode) TARN_THREAD(locks_excluded(PLC_driver.ListMutex));
+TARN_EXPORT int AddListOnceReadVar(RW_VAR *var, int mode)
+    TARN_THREAD(locks_excluded(PLC_driver.ListMutex, PLC_driver.ImageMutex));
 /// Reads length items from the image into out (text that is no number is address 0), from its position 0; never
 /// asks the controller. Length counts bits or words; for area 10, 16-bit words in the fixed image and double words
 /// in per-station storage. Returns 0 for a negative address, otherwise 1. Takes ImageMutex.
@@ -209,10 +212,11 @@ TARN_EXPORT int SetRegisterData(QString text, int areaType, QString address, int
 // Polling thread.
 
 /// The request to send now, or null. It stays valid until DataCom(). Takes ListMutex when nothing is in flight.
-TARN_EXPORT Protocol *ComCommunication();
+TARN_EXPORT Protocol *ComCommunication() TARN_THREAD(locks_excluded(PLC_driver.ListMutex, PLC_driver.ImageMutex));
 /// Takes the reply to the request in flight, length 0 if none came. Returns RetVar: the served variable, and in
 /// result 1 or 100 for success, 0 while the request is to be sent again, otherwise the failure. Takes both locks.
-TARN_EXPORT RW_VAR *DataCom(QByteArray *reply, int length);
+TARN_EXPORT RW_VAR *DataCom(QByteArray *reply, int length)
+    TARN_THREAD(locks_excluded(PLC_driver.ListMutex, PLC_driver.ImageMutex));
 
 } // extern "C"
 

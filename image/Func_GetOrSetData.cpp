@@ -96,6 +96,7 @@ void setDoubleWords(const Span<unsigned int> &span, int start, const QByteArray 
 // ---- the fixed image; the caller holds ImageMutex
 
 void readFixed(const Area &area, int address, int length, QByteArray &out)
+    TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
 {
     switch (area.kind) {
     case BitKind:
@@ -109,7 +110,7 @@ void readFixed(const Area &area, int address, int length, QByteArray &out)
     }
 }
 
-void writeFixed(const Area &area, const RW_VAR &var)
+void writeFixed(const Area &area, const RW_VAR &var) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
 {
     switch (area.kind) {
     case BitKind:

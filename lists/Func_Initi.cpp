@@ -36,13 +36,13 @@ int appendBlock(const RW_VAR &var, const Block &block, int count)
     entry.address = cut(block.start);
     entry.length = cut(block.length);
     AddListReadVar(&entry);
-    return count + 1;
+    return cut(qint64(count) + 1);
 }
 
-void setLength(int index, qint64 length) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
+void setLength(qint64 index, qint64 length) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
     if (index >= 0 && index < int(PLC_driver.ReadVarList.size()))
-        PLC_driver.ReadVarList[index].length = cut(length);
+        PLC_driver.ReadVarList[int(index)].length = cut(length);
 }
 
 /// Joins the records of a sorted list into blocks that span at most limit addresses. Gaps are read along. The
@@ -61,7 +61,7 @@ int merge(const QList<RW_VAR> sorted, int unit, int limit, int count)
         const qint64 span = block.spanTo(var);
         if (limit >= 1 && span <= limit) { // Deliberate: behaviour 206.
             block.length = block.elements(span);
-            setLength(count - 1, block.length);
+            setLength(qint64(count) - 1, block.length);
         } else {
             block = Block(var, unit);
             count = appendBlock(var, block, count);
@@ -225,14 +225,15 @@ void place(RW_VAR &var, int address)
 
 void queueOnceRead(RW_VAR piece) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
+    QList<RW_VAR> &queue = PLC_driver.OnceReadVarList;
     const RW_VAR whole(piece);
     const int stride = isBit(areaOf(whole.areaType)) ? 8 : 1;
     const Pieces pieces(whole.length, settings().blockWords);
-    for (int i = 0; i < pieces.count(); ++i) {
+    for (int i = 0; i < pieces.count() && int(queue.size()) < QueueLimit; ++i) {
         piece.address = cut(whole.address + pieces.offset(i) * stride);
         piece.length = pieces.size(i);
-        if (find(PLC_driver.OnceReadVarList, 0, piece, sameWish) < 0)
-            appendWithinLimit(PLC_driver.OnceReadVarList, piece);
+        if (find(queue, 0, piece, sameWish) < 0)
+            queue.append(piece);
     }
 }
 

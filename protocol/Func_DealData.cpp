@@ -34,6 +34,7 @@ void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element>
 }
 
 void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &area)
+    TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
 {
     switch (area.kind) {
     case BitKind:

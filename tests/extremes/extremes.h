@@ -1,0 +1,152 @@
+// Edge values in pairs, and a bound on what one call may take.
+#ifndef TARN_TESTS_EXTREMES_H
+#define TARN_TESTS_EXTREMES_H
+
+#include "soak/heap.h"
+#include "support/fixture.h"
+
+#include <climits>
+#include <ctime>
+
+namespace extremes
+{
+
+using Values = std::vector<int>;
+
+/// One number that a call looks at.
+struct Parameter {
+    const char *name;
+    int usual;
+    Values edges;
+};
+
+inline Values edges()
+{
+    return {INT_MIN, -1, 0, 1, 65535, 65536, INT_MAX};
+}
+
+/// With the last number inside a capacity and the first one outside.
+inline Values edgesAround(int capacity)
+{
+    Values values = edges();
+    values.push_back(capacity - 1);
+    values.push_back(capacity);
+    return values;
+}
+
+/// All area types, the one after the last, and values that are none.
+inline Values areaTypes()
+{
+    Values values = edges();
+    for (int type = 2; type <= 14; ++type)
+        values.push_back(type);
+    return values;
+}
+
+/// " length 65536", for every value that is not the usual one.
+inline std::string describe(const std::vector<Parameter> &parameters, const Values &values)
+{
+    std::string text;
+    for (size_t i = 0; i < values.size(); ++i)
+        if (values[i] != parameters[i].usual)
+            text += std::string(" ") + parameters[i].name + " " + std::to_string(values[i]);
+    return text;
+}
+
+/// Every edge of every parameter with every edge of every other one; what remains is usual.
+template <typename Call>
+void forPairs(const std::vector<Parameter> &parameters, Call call)
+{
+    Values usual;
+    for (const Parameter &parameter : parameters)
+        usual.push_back(parameter.usual);
+    for (size_t i = 0; i + 1 < parameters.size(); ++i)
+        for (size_t j = i + 1; j < parameters.size(); ++j)
+            for (int first : parameters[i].edges)
+                for (int second : parameters[j].edges) {
+                    Values values = usual;
+                    values[i] = first;
+                    values[j] = second;
+                    call(values);
+                }
+}
+
+/// CPU time of one call; sanitizers and unoptimised code take theirs.
+const double MostSeconds = 5;
+/// More than before, at any moment of one call.
+const long long MostBytes = 64 << 20;
+
+inline double cpuSeconds()
+{
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+class ExtremesTest : public DriverTest
+{
+protected:
+    ExtremesTest() { usualSettings(); }
+    void TearDown() override
+    {
+        RecordProperty("calls", calls);
+        RecordProperty("slowest", slowest + ": " + std::to_string(slowestSeconds) + " s");
+        RecordProperty("largest", largest + ": " + std::to_string(largestBytes) + " bytes");
+    }
+
+    void usualSettings()
+    {
+        settings.blockWords = 30;
+        settings.defaultStation = 1;
+        settings.retryLimit = 1;
+        settings.writeMode = 2;
+    }
+
+    /// The driver as it was after loading, with usual settings.
+    void restart(int stationMode)
+    {
+        reset();
+        usualSettings();
+        settings.stationMode = stationMode;
+    }
+
+    /// Makes a call, which may take so much time and memory and no more, and leaves no lock behind.
+    template <typename Call>
+    void bounded(const std::string &what, Call call)
+    {
+        heap::startPeak();
+        const long long before = heap::inUse();
+        const double start = cpuSeconds();
+        call();
+        const double seconds = cpuSeconds() - start;
+        const long long bytes = heap::peak() - before;
+        ++calls;
+        EXPECT_LT(seconds, MostSeconds) << what;
+        EXPECT_LT(bytes, MostBytes) << what;
+        EXPECT_TRUE(locksAreFree()) << what;
+        note(what, seconds, bytes);
+    }
+
+    int calls = 0;
+
+private:
+    void note(const std::string &what, double seconds, long long bytes)
+    {
+        if (seconds > slowestSeconds) {
+            slowestSeconds = seconds;
+            slowest = what;
+        }
+        if (bytes > largestBytes) {
+            largestBytes = bytes;
+            largest = what;
+        }
+    }
+
+    double slowestSeconds = 0;
+    long long largestBytes = 0;
+    std::string slowest, largest;
+};
+
+} // namespace extremes
+
+#endif
