@@ -3,6 +3,7 @@
 #include "text_error.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace fgs
 {
@@ -52,7 +53,7 @@ std::set<int> stationsOf(const std::vector<Variable> &variables)
 Host::Host(const DriverApi &theDriver, Link &theLink, const std::vector<Variable> &variables,
            const HostOptions &options)
     : driver(theDriver), link(theLink), storage(storageFor(variables, options.blockWords)),
-      poller(theDriver, theLink, options.timing), health(Patience, options.rest)
+      poller(theDriver, theLink, options.timing), health(Patience, options.firstRest, options.longestRest)
 {
     info.blockWords = storage.blockWords;
     info.defaultStation = storage.station;
@@ -175,26 +176,43 @@ int Host::writesQueued() const
 
 Step Host::step()
 {
+    if (!std::exchange(jobUnderWay, true))
+        jobStart = link.now();
+    if (health.isTroubled())
+        probeOnce();
     const Step step = poller.step();
-    if (step.kind == Step::Exchanged && step.ended) {
-        lastStation = step.station;
-        if (step.isWrite)
-            --queuedWrites[step.station];
-        if (step.outcome == Outcome::Good) {
-            info.retryCount = 0; // a success does not, so that the failures of many requests would add up
-            health.answered(step.station);
-        } else {
-            lostWrites += step.isWrite;
-            health.gaveUp(step.station, link.now());
-            dropQueued(step);
-        }
-    }
+    jobUnderWay = step.kind == Step::Exchanged && !step.ended;
+    if (step.kind == Step::Exchanged && step.ended)
+        endJob(step);
     if (health.isTroubled()) {
         const std::set<int> active = health.active(link.now());
         if (active != listed)
             list(active);
     }
     return step;
+}
+
+/// A probe has one attempt: the others count as used up.
+void Host::probeOnce()
+{
+    const Protocol *const next = driver.ComCommunication();
+    if (next && next->frame.at(CommandAt) == char(ReadCommand) && health.isProbed(next->var.station))
+        info.retryCount = info.retryLimit;
+}
+
+void Host::endJob(const Step &step)
+{
+    lastStation = step.station;
+    if (step.isWrite)
+        --queuedWrites[step.station];
+    if (step.outcome == Outcome::Good) {
+        info.retryCount = 0; // a success does not, so that the failures of many requests would add up
+        health.answered(step.station);
+    } else {
+        lostWrites += step.isWrite;
+        health.gaveUp(step.station, link.now(), link.now() - jobStart);
+        dropQueued(step);
+    }
 }
 
 /// A job that was given up empties the driver's queues, per station those of its station. No callback tells.

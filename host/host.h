@@ -13,7 +13,8 @@ struct HostOptions {
     int blockWords = DefaultBlockWords; ///< most words that one block reads
     int retries = 2;                    ///< of a failing request, before the driver gives it up
     Timing timing;
-    Time rest = 10s; ///< of a station that does not answer while others do
+    Time firstRest = 1s;    ///< of a station that does not answer while others do; doubled after each probe
+    Time longestRest = 10s; ///< longer if many stations rest, because probes take a bounded share of the time
 };
 
 /// The driver is one in a process, and so is its host. One thread, the driver's polling thread.
@@ -56,6 +57,8 @@ public:
 private:
     static void onceReadEnded(int handle, int type, int index, int status);
     void list(const std::set<int> &stations);
+    void probeOnce();
+    void endJob(const Step &step);
     void dropQueued(const Step &step);
     bool loses(int station, const Step &step) const;
     int recordsOf(const Variable &variable) const;
@@ -72,6 +75,8 @@ private:
     std::map<int, RW_VAR> once;      ///< one-shot reads under way, by their index
     std::map<int, int> queuedWrites; ///< records in the driver's queue, by station
     int lostWrites = 0;
+    Time jobStart{0};
+    bool jobUnderWay = false;
     int lastStation = 0;
 };
 

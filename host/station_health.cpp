@@ -1,5 +1,7 @@
 #include "station_health.h"
 
+#include <algorithm>
+
 namespace fgs
 {
 
@@ -7,6 +9,7 @@ void StationHealth::watch(const std::set<int> &stations)
 {
     states.clear();
     troubled = 0;
+    nextProbe = Time(0);
     for (int station : stations)
         states[station] = State();
 }
@@ -16,29 +19,63 @@ void StationHealth::answered(int station)
     const auto state = states.find(station);
     if (state == states.end() || state->second.failures == 0)
         return;
-    if (troubled == states.size())
-        for (auto &[other, otherState] : states)
-            otherState.restUntil = Time(0); // the line is back, so the others may be too
+    if (isLineDown())
+        giveAnotherChance();
     state->second = State();
-    --troubled;
+    troubled = static_cast<std::size_t>(
+        std::count_if(states.begin(), states.end(), [](const auto &each) { return each.second.failures > 0; }));
 }
 
-void StationHealth::gaveUp(int station, Time now)
+/// The line is back, so each station may be too; one more failure and it rests.
+void StationHealth::giveAnotherChance()
+{
+    for (auto &[station, state] : states) {
+        state = State();
+        state.failures = patience - 1;
+    }
+}
+
+void StationHealth::gaveUp(int station, Time now, Time took)
+{
+    const auto found = states.find(station);
+    if (found == states.end())
+        return;
+    State &state = found->second;
+    if (isDead(state))
+        nextProbe = now + (ProbeShare - 1) * took;
+    if (state.failures++ == 0)
+        ++troubled;
+    if (state.failures < patience)
+        return;
+    state.rest = state.rest == Time(0) ? firstRest : std::min(2 * state.rest, longestRest);
+    state.restUntil = now + state.rest;
+}
+
+bool StationHealth::isProbed(int station) const
 {
     const auto state = states.find(station);
-    if (state == states.end())
-        return;
-    if (state->second.failures++ == 0)
-        ++troubled;
-    if (state->second.failures >= patience)
-        state->second.restUntil = now + rest;
+    return state != states.end() && isDead(state->second);
+}
+
+/// The station whose rest ended first; 0 if none is to be probed now.
+int StationHealth::dueProbe(Time now) const
+{
+    int due = 0;
+    Time earliest = now;
+    for (const auto &[station, state] : states)
+        if (now >= nextProbe && isDead(state) && (state.restUntil < earliest || (!due && state.restUntil == now))) {
+            due = station;
+            earliest = state.restUntil;
+        }
+    return due;
 }
 
 std::set<int> StationHealth::active(Time now) const
 {
+    const int due = dueProbe(now);
     std::set<int> stations;
     for (const auto &[station, state] : states)
-        if (troubled == states.size() || now >= state.restUntil)
+        if (station == due || !isDead(state))
             stations.insert(station);
     return stations;
 }

@@ -10,30 +10,43 @@
 namespace fgs
 {
 
-/// A station that gave no good answer to `patience` jobs in a row rests, then is tried with one job at a time. So a
-/// dead station takes at most one job's time limits out of every rest. While no station answers, the line is at
-/// fault and all are asked.
+/// A station that gave no good answer to `patience` jobs in a row rests. After the rest it is probed with one job;
+/// if that fails too it rests twice as long, up to a limit. One station is probed at a time, and all probes
+/// together take at most one part in ProbeShare of the time, however many stations are dead and however long the
+/// time limits are. While no station answers, the line is at fault and all are asked.
 class StationHealth
 {
 public:
-    StationHealth(int jobs, Time span) : patience(jobs), rest(span) {}
+    static const int ProbeShare = 12;
+
+    StationHealth(int jobs, Time first, Time longest) : patience(jobs), firstRest(first), longestRest(longest) {}
 
     void watch(const std::set<int> &stations);
     void answered(int station);
-    void gaveUp(int station, Time now);
+    /// A job was given up now; it took that long.
+    void gaveUp(int station, Time now, Time took);
 
     /// Whether any station has failures; if not, all are active.
     bool isTroubled() const { return troubled > 0; }
+    /// Whether the next job of the station is a probe.
+    bool isProbed(int station) const;
     /// The stations to ask now.
     std::set<int> active(Time now) const;
 
 private:
     struct State {
         int failures = 0; ///< jobs given up in a row
+        Time rest{0};     ///< the last one
         Time restUntil{0};
     };
+    bool isLineDown() const { return troubled == states.size(); }
+    bool isDead(const State &state) const { return state.failures >= patience && !isLineDown(); }
+    void giveAnotherChance();
+    int dueProbe(Time now) const;
+
     const int patience;
-    const Time rest;
+    const Time firstRest, longestRest;
+    Time nextProbe{0};
     std::map<int, State> states;
     std::size_t troubled = 0; ///< stations with failures
 };

@@ -64,51 +64,82 @@ using Stations = std::set<int>;
 
 TEST(StationHealth, AStationRestsAfterSomeFailuresInARow)
 {
-    StationHealth health(2, 10s);
+    StationHealth health(2, 10s, 10s);
     health.watch({1, 2, 3});
     EXPECT_FALSE(health.isTroubled());
-    health.gaveUp(2, 5s);
+    health.gaveUp(2, 5s, 0s);
     EXPECT_TRUE(health.isTroubled());
+    EXPECT_FALSE(health.isProbed(2));
     EXPECT_EQ(health.active(5s), (Stations{1, 2, 3}));
     health.answered(2);
     EXPECT_FALSE(health.isTroubled());
-    health.gaveUp(2, 6s);
-    health.gaveUp(2, 7s);
+    health.gaveUp(2, 6s, 0s);
+    health.gaveUp(2, 7s, 0s);
     EXPECT_EQ(health.active(7s), (Stations{1, 3}));
+    EXPECT_TRUE(health.isProbed(2));
     EXPECT_EQ(health.active(17s), (Stations{1, 2, 3}));
-    health.gaveUp(2, 18s);
+    health.gaveUp(2, 18s, 0s);
     EXPECT_EQ(health.active(18s), (Stations{1, 3})) << "the next rest begins at once";
     health.answered(2);
     EXPECT_EQ(health.active(18s), (Stations{1, 2, 3}));
 }
 
+TEST(StationHealth, ARestDoublesUpToALimit)
+{
+    StationHealth health(1, 1s, 5s);
+    health.watch({1, 2});
+    Time now = 0s;
+    for (Time rest : {1s, 2s, 4s, 5s, 5s}) {
+        health.gaveUp(2, now, 0s);
+        EXPECT_EQ(health.active(now + rest - 1ns), (Stations{1})) << rest.count();
+        EXPECT_EQ(health.active(now + rest), (Stations{1, 2})) << rest.count();
+        now += rest;
+    }
+    health.answered(2);
+    health.gaveUp(2, now, 0s);
+    EXPECT_EQ(health.active(now + 1s), (Stations{1, 2})) << "an answer forgets the rests";
+}
+
+TEST(StationHealth, OneStationIsProbedAtATimeAndProbesTakeABoundedShare)
+{
+    StationHealth health(1, 1s, 1s);
+    health.watch({1, 2, 3, 4});
+    health.gaveUp(3, 0s, 300ms);
+    health.gaveUp(2, 100ms, 300ms);
+    EXPECT_EQ(health.active(2s), (Stations{1, 3, 4})) << "the one whose rest ended first";
+    health.gaveUp(3, 2s, 500ms);
+    const Time next = 2s + (StationHealth::ProbeShare - 1) * 500ms;
+    EXPECT_EQ(health.active(next - 1ns), (Stations{1, 4}));
+    EXPECT_EQ(health.active(next), (Stations{1, 2, 4}));
+}
+
 TEST(StationHealth, AllAreAskedWhileNoneAnswers)
 {
-    StationHealth health(1, 10s);
+    StationHealth health(1, 10s, 10s);
     health.watch({1, 2});
-    health.gaveUp(1, 0s);
+    health.gaveUp(1, 0s, 0s);
     EXPECT_EQ(health.active(0s), (Stations{2}));
-    health.gaveUp(2, 0s);
+    health.gaveUp(2, 0s, 0s);
     EXPECT_EQ(health.active(0s), (Stations{1, 2}));
 }
 
 TEST(StationHealth, AllAreTriedOnceTheLineIsBack)
 {
-    StationHealth health(1, 10s);
+    StationHealth health(1, 10s, 10s);
     health.watch({1, 2, 3});
     for (int station : {1, 2, 3})
-        health.gaveUp(station, 0s);
+        health.gaveUp(station, 0s, 0s);
     health.answered(2);
     EXPECT_EQ(health.active(0s), (Stations{1, 2, 3}));
-    health.gaveUp(1, 1s);
+    health.gaveUp(1, 1s, 0s);
     EXPECT_EQ(health.active(1s), (Stations{2, 3}));
 }
 
 TEST(StationHealth, StrangersDoNotCount)
 {
-    StationHealth health(1, 10s);
+    StationHealth health(1, 10s, 10s);
     health.watch({1, 2});
-    health.gaveUp(7, 0s);
+    health.gaveUp(7, 0s, 0s);
     health.answered(7);
     EXPECT_FALSE(health.isTroubled());
     EXPECT_EQ(health.active(0s), (Stations{1, 2}));

@@ -1,0 +1,43 @@
+# Everything that is measured is compiled with the same flags, those of the build type.
+find_package(benchmark REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(MODBUS REQUIRED IMPORTED_TARGET libmodbus)
+tarn_qt(SERIALBUS SerialBus)
+tarn_qt(BENCH_SERIALPORT SerialPort)
+if(NOT SERIALBUS)
+  message(FATAL_ERROR "Qt SerialBus is missing. On Debian: apt-get install libqt5serialbus5-dev.")
+endif()
+
+# Shared, as the driver is, so that calling it costs the same.
+add_library(bench-plain SHARED plain.cpp)
+tarn_host_language(bench-plain)
+target_link_libraries(bench-plain PUBLIC TarnFGs::TarnFGs)
+
+add_library(bench-driver STATIC driver_under_test.cpp)
+tarn_host_language(bench-driver)
+target_link_libraries(bench-driver PUBLIC bench-plain)
+
+add_library(bench-operations STATIC operations.cpp driver_operations.cpp list_operations.cpp check_operations.cpp
+  host_operations.cpp libmodbus_operations.cpp qt_operations.cpp server.cpp)
+tarn_host_language(bench-operations)
+target_link_libraries(bench-operations PUBLIC bench-driver fgs-host PkgConfig::MODBUS ${SERIALBUS}
+  ${BENCH_SERIALPORT})
+
+function(bench_program name)
+  add_executable(${name} ${name}.cpp)
+  tarn_host_language(${name})
+  target_link_libraries(${name} PRIVATE ${ARGN})
+endfunction()
+
+bench_program(operate bench-operations)
+bench_program(times bench-operations benchmark::benchmark)
+bench_program(modbus_server bench-plain)
+bench_program(same_lists bench-driver)
+bench_program(wire bench-driver fgs-host)
+bench_program(line_use TarnFGs::TarnFGs fgs-host fgs-sim-core)
+bench_program(load ${TARN_QT_CORE} dl)
+target_link_options(load PRIVATE -Wl,--no-as-needed)
+add_dependencies(operate fgs-sim modbus_server)
+
+add_custom_target(benchmarks)
+add_dependencies(benchmarks operate times same_lists wire line_use load)

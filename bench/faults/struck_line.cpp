@@ -1,0 +1,150 @@
+#include "struck_line.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdexcept>
+#include <termios.h>
+#include <unistd.h>
+#include <utility>
+
+namespace bench
+{
+
+using faults::Time;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+Time now()
+{
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+void require(bool good, const char *what)
+{
+    if (!good)
+        throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
+}
+
+} // namespace
+
+StruckLine::StruckLine(std::unique_ptr<Controller> at, Time clientLimit)
+    : controller(std::move(at)), limit(clientLimit)
+{
+    master = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+    require(master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0, "no pseudo-terminal");
+    name = QString::fromLocal8Bit(::ptsname(master));
+    slave = ::open(::ptsname(master), O_RDWR | O_NOCTTY); // stays open, so that the client may come late
+    termios settings{};
+    require(::tcgetattr(slave, &settings) == 0, "no terminal");
+    ::cfmakeraw(&settings);
+    require(::tcsetattr(slave, TCSANOW, &settings) == 0, "no raw mode");
+    thread = std::thread([this] { serve(); });
+}
+
+StruckLine::~StruckLine()
+{
+    ends = true;
+    thread.join();
+    ::close(slave);
+    ::close(master);
+}
+
+void StruckLine::arm(const faults::Fault &fault, int strike, int strikes)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    armed = &fault;
+    armedStrike = strike;
+    armedStrikes = strikes;
+}
+
+bool StruckLine::wasSent(int of, const Values &values)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return sent[of].count(values) != 0;
+}
+
+int StruckLine::lastQuestion()
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return question;
+}
+
+void StruckLine::serve()
+{
+    QByteArray received;
+    while (!ends) {
+        pollfd wanted = {master, POLLIN, 0};
+        if (::poll(&wanted, 1, millisecondsToNext()) > 0) {
+            char chunk[512];
+            const ssize_t count = ::read(master, chunk, sizeof chunk);
+            if (count > 0)
+                received.append(chunk, int(count));
+        }
+        for (; received.size() >= controller->requestSize(); received.remove(0, controller->requestSize()))
+            handle(received.left(controller->requestSize()));
+        sendDue();
+    }
+}
+
+int StruckLine::millisecondsToNext() const
+{
+    const Time most = 5ms; // then it looks whether it is to end
+    const Time wait = due.empty() ? most : std::min(most, std::max(Time(0), due.begin()->first - now()));
+    return int((wait + 999us) / 1ms);
+}
+
+void StruckLine::handle(const QByteArray &request)
+{
+    const Time start = now();
+    for (const faults::Piece &piece : std::exchange(held, {}))
+        due.emplace(start + piece.after, piece.bytes);
+    Answer answer = controller->answer(request);
+    answer.exchange.limit = limit;
+    faults::Delivery delivery = {{faults::ReplyDelay, answer.exchange.reply}};
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (const faults::Fault *const fault = std::exchange(armed, nullptr)) {
+        const int places = fault->positions(answer.exchange);
+        delivery = fault->deliver(answer.exchange, armedStrike * (places - 1) / (armedStrikes - 1));
+    }
+    question = answer.question;
+    sent[question].insert(answer.values);
+    schedule(delivery);
+}
+
+void StruckLine::schedule(const faults::Delivery &delivery)
+{
+    const Time start = now();
+    for (const faults::Piece &piece : delivery)
+        if (piece.withNextRequest)
+            held.push_back(piece);
+        else
+            due.emplace(start + piece.after, piece.bytes);
+}
+
+void StruckLine::sendDue()
+{
+    while (!due.empty() && due.begin()->first <= now()) {
+        send(due.begin()->second);
+        due.erase(due.begin());
+    }
+}
+
+/// What a client does not read is lost after a while, as it is on a line.
+void StruckLine::send(const QByteArray &bytes)
+{
+    const Time deadline = now() + 200ms;
+    for (int done = 0; done < bytes.size() && now() < deadline && !ends;) {
+        const ssize_t count = ::write(master, bytes.constData() + done, size_t(bytes.size() - done));
+        if (count > 0)
+            done += int(count);
+        else
+            std::this_thread::sleep_for(1ms);
+    }
+}
+
+} // namespace bench
