@@ -68,10 +68,10 @@ void countCallback(int, int, int, int)
 class Poller
 {
 public:
-    /// Polls until told to stop and until nothing is left to write.
+    /// Polls until told to stop and until nothing is left to write or to read once.
     void run()
     {
-        while (!stop || writesWait())
+        while (!stop || jobsWait())
             step();
     }
 
@@ -81,10 +81,10 @@ public:
     fake::Controller controller;
 
 private:
-    static bool writesWait()
+    static bool jobsWait()
     {
         hold(PLC_driver.ListMutex);
-        const bool wait = !PLC_driver.WriteVarList.isEmpty();
+        const bool wait = !PLC_driver.WriteVarList.isEmpty() || !PLC_driver.OnceReadVarList.isEmpty();
         release(PLC_driver.ListMutex);
         return wait;
     }

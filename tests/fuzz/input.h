@@ -20,12 +20,14 @@ public:
     bool isUsedUp() const { return left == 0; }
 
     /// A number below the span, any one for span 0. Takes as few bytes as hold it, the least significant first.
-    std::uint64_t below(std::uint64_t span)
+    template <typename Number>
+    Number below(Number span)
     {
+        const std::uint64_t limit = static_cast<std::uint64_t>(span);
         std::uint64_t number = 0;
-        for (int shift = 0; shift < 64 && (span == 0 || (span - 1) >> shift != 0); shift += 8)
+        for (int shift = 0; shift < 64 && (limit == 0 || (limit - 1) >> shift != 0); shift += 8)
             number |= std::uint64_t(byte()) << shift;
-        return span == 0 ? number : number % span;
+        return static_cast<Number>(limit == 0 ? number : number % limit);
     }
     int between(int first, int last)
     {
