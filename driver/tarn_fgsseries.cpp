@@ -62,17 +62,48 @@ int QueryFinishFlag()
     return 1;
 }
 
+namespace
+{
+
+/// A number of digits only, as nearly every address is; -1 for any other text, and for more digits than surely fit.
+int plainNumber(const QString &text, int base)
+{
+    const int mostDigits = 9;
+    const int size = int(text.size());
+    if (size < 1 || size > mostDigits)
+        return -1;
+    const QChar *const digits = text.constData();
+    int number = 0;
+    for (int i = 0; i < size; ++i) {
+        const int digit = digits[i].unicode() - '0';
+        if (digit < 0 || digit >= base)
+            return -1;
+        number = number * base + digit;
+    }
+    return number;
+}
+
+} // namespace
+
+int addressOf(const Area &area, const QString &text)
+{
+    if (area.kind == NoKind)
+        return 0;
+    const int number = plainNumber(text, area.base);
+    return number >= 0 ? number : text.toInt(0, area.base);
+}
+
 int StringAddressToInt(int areaType, QString text)
 {
-    const Area &area = areaOf(areaType);
-    return area.kind == NoKind ? 0 : text.toInt(0, area.base);
+    return addressOf(areaOf(areaType), text);
 }
 
 int PLCAddressChangeIntef(int areaType, QString text)
 {
     const int firstDoubleWord = 200;
-    const int address = StringAddressToInt(areaType, text);
-    if (areaOf(areaType).kind != DoubleWordKind)
+    const Area &area = areaOf(areaType);
+    const int address = addressOf(area, text);
+    if (area.kind != DoubleWordKind)
         return address;
     return address < firstDoubleWord ? -1 : address - firstDoubleWord; // Deliberate: behaviour 102.
 }
@@ -140,20 +171,22 @@ void buildNextRequest() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
     PLC_driver.OnceReadTimes = 0;
 }
 
-Protocol *head()
+/// The request in flight. The list is not detached for it: nobody but the polling thread knows it.
+const Protocol *head()
 {
-    return PLC_driver.ProtocolList.isEmpty() ? 0 : &PLC_driver.ProtocolList.first();
+    const QList<Protocol> &list = PLC_driver.ProtocolList;
+    return list.isEmpty() ? 0 : &list.at(0);
 }
 
 } // namespace
 
 Protocol *ComCommunication()
 {
-    if (Protocol *const inFlight = head())
-        return inFlight;
-    Locker lock(PLC_driver.ListMutex);
-    buildNextRequest();
-    return head();
+    if (!head()) {
+        Locker lock(PLC_driver.ListMutex);
+        buildNextRequest();
+    }
+    return const_cast<Protocol *>(head());
 }
 
 // ---- result codes
@@ -266,8 +299,8 @@ void passRetValue(RW_VAR *source, RW_VAR *destination)
 {
     if (!source || !destination)
         return;
-    *destination = *source;
-    destination->data = QByteArray();
+    assignAllButData(*destination, *source);
+    assignShared(destination->data, QByteArray());
 }
 
 namespace
@@ -294,7 +327,7 @@ bool retry() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 bool nextFrame() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
     PLC_driver.CommFailFlag = 0;
-    PLC_driver.ProtocolList.removeFirst();
+    removeHead();
     addTo(&COMINFO::frameDone, 1);
     return settings().frameDone < settings().frameTotal; // Deliberate: behaviour 133.
 }

@@ -4,6 +4,8 @@
 
 #include "tarn_fgsseries.h"
 
+#include <cstring>
+
 // The thread sanitizer cannot see into Qt's mutex; it is told.
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
@@ -38,6 +40,43 @@ private:
 
     TarnMutex &mutex;
 };
+
+// Values stand in the image as they go to the host, byte by byte.
+static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "byte strings are little-endian");
+
+/// Assigns a string or a byte array, which counts references; not if it is the same one already.
+template <typename Shared>
+inline void assignShared(Shared &to, const Shared &from)
+{
+    if (memcmp(&to, &from, sizeof to) != 0)
+        to = from;
+}
+
+/// Copies every field but data.
+inline void assignAllButData(RW_VAR &to, const RW_VAR &from)
+{
+    to.hostType = from.hostType;
+    to.hostAddr = from.hostAddr;
+    to.hostField3 = from.hostField3;
+    to.remoteModeCopy = from.remoteModeCopy;
+    to.linkNo = from.linkNo;
+    to.result = from.result;
+    assignShared(to.text1, from.text1);
+    assignShared(to.addressText, from.addressText);
+    to.areaType = from.areaType;
+    to.address = from.address;
+    to.station = from.station;
+    to.length = from.length;
+    to.remoteStoreMark = from.remoteStoreMark;
+    to.hostField14 = from.hostField14;
+}
+
+/// As to = from, for records that often share their texts and data already.
+inline void assign(RW_VAR &to, const RW_VAR &from)
+{
+    assignAllButData(to, from);
+    assignShared(to.data, from.data);
+}
 
 extern const COMINFO noSettings;
 

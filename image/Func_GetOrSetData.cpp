@@ -7,17 +7,25 @@
 namespace
 {
 
-/// Makes the array at least this long, with zeros, and returns its bytes; null if no array is so long.
-char *grown(QByteArray &array, qint64 size)
+/// Makes the array at least `size` long, with zeros up to `written`, from where on the caller fills it. Returns its
+/// bytes; null if no array is so long.
+char *grown(QByteArray &array, qint64 size, qint64 written)
 {
     const int before = int(array.size());
     if (size > before) {
         if (size > 0x7fff0000)
             return 0;
         array.resize(int(size));
-        memset(array.data() + before, 0, size_t(size - before));
+        if (written > before)
+            memset(array.data() + before, 0, size_t(written - before));
     }
     return array.data();
+}
+
+/// Makes the array at least this long, with zeros.
+char *grown(QByteArray &array, qint64 size)
+{
+    return grown(array, size, size);
 }
 
 template <typename Element>
@@ -32,7 +40,7 @@ void getBits(QByteArray &out, const Span<Element> &span, int start, int count)
 {
     const int bits = 8 * sizeof(Element);
     const Clip clip = clipBits(span, start, count);
-    char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end);
+    char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end, clip.begin);
     for (qint64 i = clip.begin; bytes && i < clip.end; ++i) {
         const qint64 at = start + i;
         bytes[i] = char((span.base[at / bits] >> (at & (bits - 1))) & 1);
@@ -56,25 +64,21 @@ void setBits(const Span<Element> &span, int start, const QByteArray *in, int cou
 template <typename Element>
 void getElements(QByteArray &out, const Span<Element> &span, int start, qint64 count)
 {
-    const int width = sizeof(Element);
+    const qint64 width = sizeof(Element);
     const Clip clip(start, count, span.first, span.end);
-    char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end * width);
-    for (qint64 i = clip.begin; bytes && i < clip.end; ++i)
-        for (int b = 0; b < width; ++b)
-            bytes[i * width + b] = char(span.base[start + i] >> (8 * b));
+    char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end * width, clip.begin * width);
+    if (bytes)
+        memcpy(bytes + clip.begin * width, span.base + start + clip.begin, size_t((clip.end - clip.begin) * width));
 }
 
 template <typename Element>
 void setElements(const Span<Element> &span, int start, const QByteArray *in, qint64 count)
 {
-    const int width = sizeof(Element);
+    const qint64 width = sizeof(Element);
     const Clip clip(start, in ? qMin(count, qint64(in->size() / width)) : 0, span.first, span.end);
-    for (qint64 i = clip.begin; i < clip.end; ++i) {
-        unsigned value = 0;
-        for (int b = 0; b < width; ++b)
-            value |= unsigned(static_cast<unsigned char>(in->at(int(i * width + b)))) << (8 * b);
-        span.base[start + i] = Element(value);
-    }
+    if (!clip.isEmpty())
+        memcpy(span.base + start + clip.begin, in->constData() + clip.begin * width,
+               size_t((clip.end - clip.begin) * width));
 }
 
 /// Double words counted in 16-bit words. Deliberate: behaviour 302.
@@ -311,10 +315,10 @@ void WriteDataToLocal(RW_VAR *var)
 
 int GetRegisterData(int, int areaType, QString address, int station, QByteArray *out, int length)
 {
-    const int start = StringAddressToInt(areaType, address);
+    const Area &area = areaOf(areaType);
+    const int start = addressOf(area, address);
     if (start < 0)
         return 0;
-    const Area &area = areaOf(areaType);
     QByteArray unwanted;
     QByteArray &bytes = out ? *out : unwanted;
     Locker lock(PLC_driver.ImageMutex);
@@ -328,15 +332,14 @@ int GetRegisterData(int, int areaType, QString address, int station, QByteArray 
 int SetRegisterData(QString text, int areaType, QString address, int station, QByteArray *values, int length,
                     int hostType, int hostAddr)
 {
-    const int start = StringAddressToInt(areaType, address);
+    const Area &area = areaOf(areaType);
+    const int start = addressOf(area, address);
     if (start < 0)
         return 0;
     RW_VAR var = writeRecord(text, areaType, address, station, hostType, hostAddr);
     const QByteArray bytes = values ? *values : QByteArray();
-    if (settings().writeMode == 2) {
-        const Area &area = areaOf(areaType);
+    if (settings().writeMode == 2)
         return area.writeCode ? queueWrites(var, area, bytes, length, start) : 0; // Deliberate: behaviour 304.
-    }
     var.address = start;
     var.length = length;
     var.data = bytes;

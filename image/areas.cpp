@@ -3,8 +3,6 @@
 namespace
 {
 
-const Kind kinds[] = {{0, 0, 0}, {8, 1, 0}, {1, 2, 0}, {1, 4, -1}};
-
 template <typename Element, int Count>
 constexpr int countOf(const Element (&)[Count])
 {
@@ -13,8 +11,12 @@ constexpr int countOf(const Element (&)[Count])
 
 #define BUFFER(name) PLC_driver.name, countOf(PLC_driver.name)
 
+} // namespace
+
+const Kind kindTable[] = {{0, 0, 0}, {8, 1, 0}, {1, 2, 0}, {1, 4, -1}};
+
 // Row 0..13 by area type; row 14 stands for every other one.
-const Area areas[] = {
+const Area areaTable[] = {
     //    kind        read  write base  buffer and capacity
     {BitKind, 0x00, 0x00, 8, BUFFER(ucArea0)},
     {BitKind, 0x01, 0x01, 8, BUFFER(ucArea1)},
@@ -32,7 +34,10 @@ const Area areas[] = {
     {WordKind, 0x10, 0x10, 10, BUFFER(usArea13)},
     {NoKind, 0x00, 0x00, 0, 0, 0},
 };
-static_assert(sizeof areas / sizeof *areas == AreaTypes + 1, "a row for each area type and one for the rest");
+static_assert(countOf(areaTable) == AreaTypes + 1, "a row for each area type and one for the rest");
+
+namespace
+{
 
 template <typename Element>
 bool holds(const Area &area, const Element *pointer)
@@ -44,22 +49,12 @@ bool holds(const Area &area, const Element *pointer)
 
 } // namespace
 
-const Area &areaOf(int areaType)
-{
-    return areas[areaType < 0 || areaType >= AreaTypes ? AreaTypes : areaType];
-}
-
-const Kind &kindOf(AreaKind kind)
-{
-    return kinds[kind];
-}
-
 template <typename Element>
 Span<Element> spanOf(Element *buffer)
 {
     const qint64 unbounded = Q_INT64_C(1) << 40;
     for (int type = 0; buffer && type < AreaTypes; ++type) {
-        const Area &area = areas[type];
+        const Area &area = areaTable[type];
         if (holds(area, buffer)) {
             const qint64 skipped = buffer - static_cast<Element *>(area.buffer);
             return Span<Element>{buffer, -skipped, area.capacity - skipped};

@@ -24,12 +24,23 @@ struct Area {
     int capacity;  ///< elements in the buffer
 };
 
+extern const Kind kindTable[];
+extern const Area areaTable[];
+
 const int AreaTypes = 14;
 const int DoubleWordArea = 10; ///< the one area of double words
 
 /// The row of an area type; any type outside 0..13 has a row of its own without kind, codes and buffer.
-const Area &areaOf(int areaType);
-const Kind &kindOf(AreaKind kind);
+inline const Area &areaOf(int areaType)
+{
+    return areaTable[areaType < 0 || areaType >= AreaTypes ? AreaTypes : areaType];
+}
+inline const Kind &kindOf(AreaKind kind)
+{
+    return kindTable[kind];
+}
+/// The number of an address text; 0 if it is none, or the area is none.
+int addressOf(const Area &area, const QString &text);
 
 inline bool isBit(const Area &area)
 {

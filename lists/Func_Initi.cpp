@@ -97,7 +97,7 @@ int buildShared(const QList<HOST_VAR> &hostVars) TARN_THREAD(requires_capability
     QList<RW_VAR> byType[AreaTypes];
     for (int i = 0; i < int(hostVars.size()); ++i) {
         const HOST_VAR &host = hostVars.at(i);
-        const int address = StringAddressToInt(host.areaType, host.address);
+        const int address = addressOf(areaOf(host.areaType), host.address);
         if (address < 0 || host.areaType >= AreaTypes)
             continue;
         RW_VAR var = blockRecord(host.areaType, address, settings().defaultStation, host.length);
@@ -168,7 +168,7 @@ int buildPerStation(const QList<HOST_VAR> &hostVars) TARN_THREAD(requires_capabi
     bool lastIsBit = false;
     for (int i = 0; i < int(hostVars.size()); ++i) {
         const HOST_VAR &host = hostVars.at(i);
-        const int address = StringAddressToInt(host.areaType, host.address);
+        const int address = addressOf(areaOf(host.areaType), host.address);
         if (address < 0)
             continue;
         lastIsBit = isBit(areaOf(host.areaType));
@@ -315,7 +315,7 @@ int AddListWriteVar(RW_VAR *var, int mode)
 int AddListOnceReadVar(RW_VAR *var, int mode)
 {
     RW_VAR wish = var ? *var : RW_VAR();
-    const int address = StringAddressToInt(wish.areaType, wish.addressText);
+    const int address = addressOf(areaOf(wish.areaType), wish.addressText);
     if (mode != 1 && address < 0)
         return 0;
     Locker lock(PLC_driver.ListMutex);

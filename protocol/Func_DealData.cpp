@@ -10,17 +10,6 @@ int iTimes;
 namespace
 {
 
-/// An element as the wire has it: words come high byte first, double words low word first.
-template <typename Element>
-Element elementAt(const unsigned char *wire)
-{
-    const unsigned swap = sizeof(Element) == 1 ? 0 : 1;
-    unsigned value = 0;
-    for (unsigned b = 0; b < sizeof(Element); ++b)
-        value |= unsigned(wire[b ^ swap]) << (8 * b);
-    return Element(value);
-}
-
 template <typename Element>
 void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element> &span)
 {
@@ -29,8 +18,8 @@ void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element>
     const Clip inBuffer(first, piece.length / width, span.first, span.end);
     const qint64 begin = qMax(inBuffer.begin, (width - 1 - qint64(piece.start)) / width);
     const qint64 end = qMin(inBuffer.end, (reply.size - piece.start) / width);
-    for (qint64 i = begin; i < end; ++i)
-        span.base[first + i] = elementAt<Element>(reply.bytes + piece.start + i * width);
+    if (begin < end)
+        copyElements(span.base + first + begin, reply.bytes + piece.start + begin * width, cut(end - begin), width);
 }
 
 void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &area)
@@ -53,14 +42,9 @@ QByteArray valueAt(const ReplyView &reply, qint64 element, int width)
 {
     if (!reply.holds(element, width))
         return QByteArray();
-    const unsigned char *const wire = reply.bytes + element;
-    const unsigned value = width == 1   ? elementAt<unsigned char>(wire)
-                           : width == 2 ? elementAt<unsigned short>(wire)
-                                        : elementAt<unsigned int>(wire);
-    char bytes[sizeof value];
-    for (int b = 0; b < width; ++b)
-        bytes[b] = static_cast<char>(value >> (8 * b));
-    return QByteArray(bytes, width);
+    char value[sizeof(unsigned int)];
+    copyElements(value, reply.bytes + element, 1, width);
+    return QByteArray(value, width);
 }
 
 void resizeStationValue(int entry, int size) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))

@@ -46,13 +46,13 @@ int replyLength(const Entry *entries, int count)
     return cut(length);
 }
 
-QByteArray readFrame(int station, const Entry *entries, int count)
+void writeFrame(Protocol &request, const Entry *entries, int count)
 {
-    FrameWriter frame(HeadLength + count * EntryLength + CrcLength);
-    frame.u8(station).u8(ReadCommand).u8(count);
+    FrameWriter frame(request, HeadLength + count * EntryLength + CrcLength);
+    frame.u8(request.var.station).u8(ReadCommand).u8(count);
     for (int i = 0; i < count; ++i)
         frame.u8(entries[i].code).u8(entries[i].count).le16(entries[i].address);
-    return frame.sealCrc();
+    frame.sealCrc();
 }
 
 void setPosition(int index, int start, int length)
@@ -81,7 +81,7 @@ const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
         nextRWVar.removeLast();
     for (int i = 0; i < count; ++i) {
         if (i < int(nextRWVar.size()))
-            nextRWVar[i] = *vars[i];
+            assign(nextRWVar[i], *vars[i]);
         else
             nextRWVar.append(*vars[i]);
     }
@@ -92,27 +92,11 @@ const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
 /// A single read whose data position goes into the request itself. Deliberate: behaviour 403.
 void readSingle(const RW_VAR &var, const Entry &entry)
 {
-    queueRequest(readFrame(var.station, &entry, 1), var,
-                 ReplyShape{replyLength(&entry, 1), FirstData, entry.dataBytes});
+    const ReplyShape reply = {replyLength(&entry, 1), FirstData, entry.dataBytes};
+    writeFrame(queueRequest(var, reply), &entry, 1);
 }
 
 } // namespace
-
-void queueRequest(const QByteArray &frame, const RW_VAR &var, const ReplyShape &reply)
-{
-    Protocol request;
-    request.frame = frame;
-    request.frameLen = int(frame.size());
-    if (var.station != 0) {
-        request.replyLen = reply.length;
-        request.dataStart = reply.dataStart;
-        request.dataLen = reply.dataLen;
-    }
-    request.var = var;
-    PLC_driver.ProtocolList.append(request);
-    setWord(&COMINFO::frameTotal, 1);
-    setWord(&COMINFO::frameDone, 0);
-}
 
 void readGroup(RW_VAR *const *vars, int count)
 {
@@ -125,7 +109,7 @@ void readGroup(RW_VAR *const *vars, int count)
     const RW_VAR &first = setCurrent(vars, count);
     if (first.station != 0)
         setPositions(entries, count);
-    queueRequest(readFrame(first.station, entries, count), first, ReplyShape{replyLength(entries, count), 0, 0});
+    writeFrame(queueRequest(first, ReplyShape{replyLength(entries, count), 0, 0}), entries, count);
 }
 
 void ReadRegister1(RW_VAR *a)
@@ -188,7 +172,7 @@ void ReadBool(RW_VAR *var)
     const RW_VAR &current = setCurrent(&var, 1);
     const bool answered = current.station != 0; // Deliberate: behaviour 404.
     setPosition(0, answered ? FirstData : 0, answered ? entry.dataBytes : 0);
-    queueRequest(readFrame(current.station, &entry, 1), current, ReplyShape{replyLength(&entry, 1), 0, 0});
+    writeFrame(queueRequest(current, ReplyShape{replyLength(&entry, 1), 0, 0}), &entry, 1);
 }
 
 void ReadAnalog(RW_VAR *var)

@@ -19,29 +19,20 @@ void putHead(FrameWriter &frame, const RW_VAR &var, int code, int count)
     frame.u8(var.station).u8(WriteCommand).u8(1).u8(code).u8(count).le16(var.address);
 }
 
-/// Elements of `width` bytes as the wire has them: words low word first, each high byte first. An element that
-/// the data does not hold whole goes as zeros.
-void putElements(FrameWriter &frame, const QByteArray &data, int count, int width)
+Protocol &queueWrite(const RW_VAR &var)
 {
-    for (int element = 0; element < count; ++element) {
-        const int at = element * width;
-        const bool present = data.size() >= at + width;
-        for (int b = 0; b < width; ++b)
-            frame.u8(present ? data.at(at + (b ^ 1)) : 0);
-    }
+    return queueRequest(var, ReplyShape{AcknowledgeLength, 0, 0});
 }
 
-void queueWriteFrame(FrameWriter &frame, const RW_VAR &var)
-{
-    queueRequest(frame.sealCrc(), var, ReplyShape{AcknowledgeLength, 0, 0});
-}
-
+/// Elements of `width` bytes, double words low word first. One that the data does not hold whole goes as zeros.
 void writeElements(const RW_VAR &var, int code, int count, int elements, int width)
 {
-    FrameWriter frame(WriteHeadLength + elements * width + CrcLength);
-    putHead(frame, var, code, count);
-    putElements(frame, var.data, elements, width);
-    queueWriteFrame(frame, var);
+    Protocol &request = queueWrite(var);
+    const QByteArray &data = request.var.data;
+    const int present = qMin(elements, int(data.size()) / width);
+    FrameWriter frame(request, WriteHeadLength + elements * width + CrcLength);
+    putHead(frame, request.var, code, count);
+    frame.words(data.constData(), present * width / 2).zeros((elements - present) * width).sealCrc();
 }
 
 } // namespace
@@ -65,10 +56,11 @@ void WriteBool(RW_VAR *var)
 {
     if (!var)
         return;
-    FrameWriter frame(WriteHeadLength + 1 + CrcLength);
-    putHead(frame, *var, writeCode(BitKind, var->areaType), var->length);
-    frame.u8(!var->data.isEmpty() && var->data.at(0) == 1);
-    queueWriteFrame(frame, *var);
+    Protocol &request = queueWrite(*var);
+    const RW_VAR &bit = request.var;
+    FrameWriter frame(request, WriteHeadLength + 1 + CrcLength);
+    putHead(frame, bit, writeCode(BitKind, bit.areaType), bit.length);
+    frame.u8(!bit.data.isEmpty() && bit.data.at(0) == 1).sealCrc();
 }
 
 void WriteAnalog(RW_VAR *var)

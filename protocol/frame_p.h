@@ -17,16 +17,27 @@ const int FirstData = HeadLength + ReplyHeadLength;
 
 const int GroupLimit = 6; ///< most variables in one read request
 
-/// Writes a frame of a known length from front to back; what is not written is 0.
+/// Copies whole words between the wire, high byte first, and a byte string: the two bytes of each change places.
+void copyWords(void *to, const void *from, int words);
+
+/// Copies elements of 1, 2 or 4 bytes from the wire. Double words come low word first.
+inline void copyElements(void *to, const void *from, int count, int width)
+{
+    if (width == 1)
+        memcpy(to, from, size_t(count));
+    else
+        copyWords(to, from, count * (width / 2));
+}
+
+/// Writes the frame of a request from front to back; all of its length has to be written.
 class FrameWriter
 {
 public:
-    explicit FrameWriter(int length) : bytes(length, 0), at(start()), end(at + length) {}
+    FrameWriter(Protocol &request, int length);
 
     FrameWriter &u8(int value)
     {
-        if (at != end)
-            *at++ = static_cast<unsigned char>(value);
+        *at++ = static_cast<unsigned char>(value);
         return *this;
     }
     FrameWriter &le16(int value) { return u8(value).u8(value >> 8); }
@@ -34,23 +45,28 @@ public:
     FrameWriter &be32(int value) { return be16(value >> 16).be16(value); }
     FrameWriter &raw(const QByteArray &values)
     {
-        for (int i = 0; i < int(values.size()); ++i)
-            u8(values.at(i));
+        memcpy(at, values.constData(), size_t(values.size()));
+        at += values.size();
+        return *this;
+    }
+    /// Words low byte first, as they stand in the records.
+    FrameWriter &words(const char *values, int count)
+    {
+        copyWords(at, values, count);
+        at += 2 * count;
+        return *this;
+    }
+    FrameWriter &zeros(int count)
+    {
+        memset(at, 0, size_t(count));
+        at += count;
         return *this;
     }
 
-    /// Ends the frame with the CRC of everything before it, low byte first, and hands it over.
-    const QByteArray &sealCrc()
-    {
-        le16(CalCRC(start(), written()));
-        return bytes;
-    }
-    /// Ends the frame with the low byte of the sum of everything before it, and hands it over.
-    const QByteArray &sealSum()
-    {
-        u8(CalSUM(start(), written()));
-        return bytes;
-    }
+    /// Ends the frame with the CRC of everything before it, low byte first.
+    void sealCrc() { le16(CalCRC(start(), written())); }
+    /// Ends the frame with the low byte of the sum of everything before it.
+    void sealSum() { u8(CalSUM(start(), written())); }
 
 private:
     FrameWriter(const FrameWriter &);
@@ -60,9 +76,8 @@ private:
     /// The check codes count 16 bits of it. Deliberate: behaviour 154.
     unsigned short written() { return static_cast<unsigned short>(at - start()); }
 
-    QByteArray bytes;
+    QByteArray &bytes;
     unsigned char *at;
-    unsigned char *const end;
 };
 
 /// The bytes of a reply. What lies outside is not there, and is never read.
@@ -85,8 +100,12 @@ struct ReplyShape {
     int dataLen;
 };
 
-/// Appends a request for var to ProtocolList, as a job of one frame. Station 0 expects no reply.
-void queueRequest(const QByteArray &frame, const RW_VAR &var, const ReplyShape &reply);
+/// Appends a request for var to ProtocolList, as a job of one frame. Its frame is still to be written; var may be
+/// gone. Station 0 expects no reply.
+Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply);
+
+/// Removes the first request.
+void removeHead();
 
 /// One read request for 1 to GroupLimit variables, as ReadRegister1() .. ReadRegister6() build it.
 void readGroup(RW_VAR *const *vars, int count);

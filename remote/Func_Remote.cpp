@@ -12,14 +12,15 @@ const int RemoteReplyOverhead = 5; ///< bytes of a read reply around its data
 const int RemoteFirstData = 3;
 const int RemoteWriteReply = 8;
 
-/// The whole description of a variable, its data behind it.
-QByteArray remoteFrame(const RW_VAR &var, const QByteArray &data)
+/// The whole description of the request's variable, the data behind it.
+void writeFrame(Protocol &request, const QByteArray &data)
 {
+    const RW_VAR &var = request.var;
     const int length = RemoteHeadLength + int(data.size()) + SumLength;
-    FrameWriter frame(length);
+    FrameWriter frame(request, length);
     frame.u8(length).u8(var.hostType).u8(var.hostField3).u8(var.linkNo).u8(var.station);
     frame.be16(var.areaType).be32(var.address).be16(var.length).be32(var.remoteStoreMark).be32(var.hostField14);
-    return frame.raw(data).sealSum(); // Deliberate: behaviour 503.
+    frame.raw(data).sealSum(); // Deliberate: behaviour 503.
 }
 
 /// Data bytes of a read reply: a byte a bit, whole double words, otherwise words.
@@ -37,7 +38,7 @@ StoredPiece headPiece()
 {
     if (PLC_driver.ProtocolList.isEmpty())
         return StoredPiece{-1, 0, 0, 0, 0};
-    const Protocol &request = PLC_driver.ProtocolList.first();
+    const Protocol &request = PLC_driver.ProtocolList.at(0);
     const RW_VAR &var = request.var;
     return StoredPiece{var.areaType, var.address, var.station, request.dataStart, request.dataLen};
 }
@@ -49,15 +50,16 @@ void Remote_ReadVar(RW_VAR *var)
     if (!var)
         return;
     const int dataBytes = remoteDataBytes(var->areaType, var->length);
-    queueRequest(remoteFrame(*var, QByteArray()), *var,
-                 ReplyShape{cut(qint64(dataBytes) + RemoteReplyOverhead), RemoteFirstData, dataBytes});
+    const ReplyShape reply = {cut(qint64(dataBytes) + RemoteReplyOverhead), RemoteFirstData, dataBytes};
+    writeFrame(queueRequest(*var, reply), QByteArray());
 }
 
 void Remote_WriteVar(RW_VAR *var)
 {
     if (!var)
         return;
-    queueRequest(remoteFrame(*var, var->data), *var, ReplyShape{RemoteWriteReply, 0, 0});
+    Protocol &request = queueRequest(*var, ReplyShape{RemoteWriteReply, 0, 0});
+    writeFrame(request, request.var.data);
     WriteDataToLocal(var);
 }
 

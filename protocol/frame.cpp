@@ -1,0 +1,74 @@
+// Words of the wire, and the life of a request in ProtocolList.
+#include "protocol/frame_p.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// ProtocolList as the last request left it: the record serves the next one.
+QList<Protocol> spareRequest;
+
+Protocol &newRequest(const RW_VAR &var)
+{
+    QList<Protocol> &list = PLC_driver.ProtocolList;
+    if (list.isEmpty() && !spareRequest.isEmpty()) {
+        list.swap(spareRequest);
+        assign(list.last().var, var);
+    } else {
+        Protocol request;
+        request.var = var;
+        list.append(request);
+    }
+    return list.last();
+}
+
+} // namespace
+
+void removeHead()
+{
+    if (PLC_driver.ProtocolList.size() == 1 && spareRequest.isEmpty())
+        PLC_driver.ProtocolList.swap(spareRequest);
+    else
+        PLC_driver.ProtocolList.removeFirst();
+}
+
+Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply)
+{
+    Protocol &request = newRequest(var);
+    const bool answered = request.var.station != 0;
+    request.replyLen = answered ? reply.length : 0;
+    request.dataStart = answered ? reply.dataStart : 0;
+    request.dataLen = answered ? reply.dataLen : 0;
+    std::fill_n(request.spare, sizeof request.spare / sizeof *request.spare, 0);
+    setWord(&COMINFO::frameTotal, 1);
+    setWord(&COMINFO::frameDone, 0);
+    return request;
+}
+
+void copyWords(void *to, const void *from, int words)
+{
+    const size_t oddBytes = static_cast<size_t>(-1) / 0xFFFF * 0xFF; // 0x00FF00FF..
+    unsigned char *out = static_cast<unsigned char *>(to);
+    const unsigned char *in = static_cast<const unsigned char *>(from);
+    size_t several;
+    const int number = sizeof several / 2;
+    for (; words >= number; words -= number, in += sizeof several, out += sizeof several) {
+        memcpy(&several, in, sizeof several);
+        several = ((several & oddBytes) << 8) | ((several >> 8) & oddBytes);
+        memcpy(out, &several, sizeof several);
+    }
+    for (; words > 0; --words, in += 2, out += 2) {
+        const unsigned char high = in[0];
+        out[0] = in[1];
+        out[1] = high;
+    }
+}
+
+FrameWriter::FrameWriter(Protocol &request, int length) : bytes(request.frame), at(0)
+{
+    request.frameLen = length;
+    bytes.reserve(length); // so that a shorter frame keeps the room of a longer one
+    bytes.resize(length);
+    at = start();
+}
