@@ -62,7 +62,7 @@ unsigned short CalCRC(unsigned char *bytes, unsigned short length)
     unsigned crc = Start;
     const unsigned char *at = bytes;
     const unsigned char *const end = bytes ? bytes + length : bytes;
-    for (; end - at >= Slices; at += Slices)
+    for (long slices = (end - at) / Slices; slices > 0; --slices, at += Slices)
         crc = addEightBytes(crc, at);
     for (; at != end; ++at)
         crc = addByte(crc, *at);

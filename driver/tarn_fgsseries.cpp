@@ -22,6 +22,8 @@ enum Status { OnceReadDone = 1, OnceReadFailed = 2 }; ///< last argument of the 
 // Reasons of GetDriverReturnValue().
 enum Reason { Good, BadCheck, NoReply, WrongLength, RemoteGood, RemoteBadCheck, RemoteNoReply, RemoteWrongLength };
 
+enum Code { GoodCode = 1, RemoteGoodCode = 100 }; ///< the results of answered requests; all others are failures
+
 enum Check { Bad = 0, GoodData = 1, NothingToStore = 2 };
 
 } // namespace
@@ -137,11 +139,11 @@ int takeGroup(RW_VAR **vars) TARN_THREAD(requires_capability(PLC_driver.ListMute
 {
     QList<RW_VAR> &list = PLC_driver.ReadVarList;
     const int most = settings().remoteMode ? 1 : qMin(GroupLimit, int(list.size())); // Deliberate: behaviour 114.
+    QList<RW_VAR>::iterator var = list.begin();
+    const int station = var->station;
     int count = 0;
-    while (count < most && list.at(count).station == list.at(0).station) { // Deliberate: behaviour 113.
-        vars[count] = &list[count];
-        ++count;
-    }
+    for (; count < most && var->station == station; ++count, ++var) // Deliberate: behaviour 113.
+        vars[count] = &*var;
     return count;
 }
 
@@ -202,7 +204,7 @@ int GetDriverReturnValue(int reason)
 {
     switch (reason) {
     case Good:
-        return 1;
+        return GoodCode;
     case BadCheck:
         return SwitchErrorReturn(10);
     case NoReply:
@@ -210,7 +212,7 @@ int GetDriverReturnValue(int reason)
     case WrongLength:
         return SwitchErrorReturn(70);
     case RemoteGood:
-        return 100;
+        return RemoteGoodCode;
     case RemoteBadCheck:
         return SwitchErrorReturn(110);
     case RemoteNoReply:
@@ -420,7 +422,7 @@ void purge() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 /// What DataCom() leaves in RetVar.result for a reply that was judged.
 int settle(int code, bool remote) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
-    const bool good = code == GetDriverReturnValue(Good) || code == GetDriverReturnValue(RemoteGood);
+    const bool good = code == GoodCode || code == RemoteGoodCode;
     if (!good) {
         if (retry())
             return 0;

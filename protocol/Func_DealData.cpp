@@ -15,11 +15,14 @@ void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element>
 {
     const int width = sizeof(Element);
     const qint64 first = width == 1 ? piece.address / 8 : piece.address;
-    const Clip inBuffer(first, piece.length / width, span.first, span.end);
-    const qint64 begin = qMax(inBuffer.begin, (width - 1 - qint64(piece.start)) / width);
-    const qint64 end = qMin(inBuffer.end, (reply.size - piece.start) / width);
-    if (begin < end)
-        copyElements(span.base + first + begin, reply.bytes + piece.start + begin * width, cut(end - begin), width);
+    Clip clip(first, piece.length / width, span.first, span.end);
+    if (piece.start < 0)
+        clip.begin = qMax(clip.begin, (width - 1 - qint64(piece.start)) / width);
+    if (piece.start + clip.end * width > reply.size)
+        clip.end = (reply.size - piece.start) / width;
+    if (!clip.isEmpty())
+        copyElements(span.base + first + clip.begin, reply.bytes + piece.start + clip.begin * width,
+                     cut(clip.end - clip.begin), width);
 }
 
 void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &area)
@@ -117,7 +120,8 @@ void storePiece(const QByteArray *reply, const StoredPiece &piece, int &lastEntr
 void SaveToLocalDataErea(QByteArray *reply)
 {
     int lastEntry = 0;
-    for (iTimes = 0; iTimes <= qMin(settings().groupExtra, GroupLimit - 1); ++iTimes) {
+    const int last = qMin(settings().groupExtra, GroupLimit - 1);
+    for (iTimes = 0; iTimes <= last; ++iTimes) {
         StoredPiece piece;
         if (currentPiece(piece))
             storePiece(reply, piece, lastEntry);

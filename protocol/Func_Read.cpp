@@ -40,9 +40,9 @@ int readCode(AreaKind kind, int areaType)
 
 int replyLength(const Entry *entries, int count)
 {
-    qint64 length = HeadLength + CrcLength;
+    qint64 length = HeadLength + CrcLength + ReplyHeadLength * count;
     for (int i = 0; i < count; ++i)
-        length += ReplyHeadLength + qint64(entries[i].dataBytes);
+        length += entries[i].dataBytes;
     return cut(length);
 }
 
@@ -51,7 +51,7 @@ void writeFrame(Protocol &request, const Entry *entries, int count)
     FrameWriter frame(request, HeadLength + count * EntryLength + CrcLength);
     frame.u8(request.var.station).u8(ReadCommand).u8(count);
     for (int i = 0; i < count; ++i)
-        frame.u8(entries[i].code).u8(entries[i].count).le16(entries[i].address);
+        frame.entry(entries[i].code, entries[i].count, entries[i].address);
     frame.sealCrc();
 }
 
@@ -79,12 +79,12 @@ const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
 {
     while (int(nextRWVar.size()) > count)
         nextRWVar.removeLast();
-    for (int i = 0; i < count; ++i) {
-        if (i < int(nextRWVar.size()))
-            assign(nextRWVar[i], *vars[i]);
-        else
-            nextRWVar.append(*vars[i]);
-    }
+    const int kept = int(nextRWVar.size());
+    QList<RW_VAR>::iterator copy = nextRWVar.begin();
+    for (int i = 0; i < kept; ++i, ++copy)
+        assign(*copy, *vars[i]);
+    for (int i = kept; i < count; ++i)
+        nextRWVar.append(*vars[i]);
     CurrentRWVar.swap(nextRWVar);
     return CurrentRWVar.at(0);
 }
@@ -100,7 +100,7 @@ void readSingle(const RW_VAR &var, const Entry &entry)
 
 void readGroup(RW_VAR *const *vars, int count)
 {
-    Entry entries[GroupLimit] = {};
+    Entry entries[GroupLimit];
     for (int i = 0; i < count; ++i) {
         if (!vars[i])
             return;

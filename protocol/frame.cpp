@@ -48,27 +48,29 @@ Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply)
 
 void copyWords(void *to, const void *from, int words)
 {
+    unsigned char *const out = static_cast<unsigned char *>(to);
+    const unsigned char *const in = static_cast<const unsigned char *>(from);
+    const size_t size = 2 * size_t(qMax(words, 0));
     const size_t oddBytes = static_cast<size_t>(-1) / 0xFFFF * 0xFF; // 0x00FF00FF..
-    unsigned char *out = static_cast<unsigned char *>(to);
-    const unsigned char *in = static_cast<const unsigned char *>(from);
-    size_t several;
-    const int number = sizeof several / 2;
-    for (; words >= number; words -= number, in += sizeof several, out += sizeof several) {
-        memcpy(&several, in, sizeof several);
+    size_t at = 0;
+    for (size_t several; at + sizeof several <= size; at += sizeof several) {
+        memcpy(&several, in + at, sizeof several);
         several = ((several & oddBytes) << 8) | ((several >> 8) & oddBytes);
-        memcpy(out, &several, sizeof several);
+        memcpy(out + at, &several, sizeof several);
     }
-    for (; words > 0; --words, in += 2, out += 2) {
-        const unsigned char high = in[0];
-        out[0] = in[1];
-        out[1] = high;
+    for (; at < size; at += 2) {
+        const unsigned char high = in[at];
+        out[at] = in[at + 1];
+        out[at + 1] = high;
     }
 }
 
 FrameWriter::FrameWriter(Protocol &request, int length) : bytes(request.frame), at(0)
 {
     request.frameLen = length;
-    bytes.reserve(length); // so that a shorter frame keeps the room of a longer one
-    bytes.resize(length);
+    if (bytes.size() != length) {
+        bytes.reserve(length); // so that a shorter frame keeps the room of a longer one
+        bytes.resize(length);
+    }
     at = start();
 }

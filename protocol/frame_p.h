@@ -43,6 +43,13 @@ public:
     FrameWriter &le16(int value) { return u8(value).u8(value >> 8); }
     FrameWriter &be16(int value) { return u8(value >> 8).u8(value); }
     FrameWriter &be32(int value) { return be16(value >> 16).be16(value); }
+    FrameWriter &entry(int code, int count, int address)
+    {
+        const quint32 bytesOfEntry = (quint32(address) << 16) | ((count & 0xFFu) << 8) | (code & 0xFFu);
+        memcpy(at, &bytesOfEntry, EntryLength);
+        at += EntryLength;
+        return *this;
+    }
     FrameWriter &raw(const QByteArray &values)
     {
         memcpy(at, values.constData(), size_t(values.size()));
