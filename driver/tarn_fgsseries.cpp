@@ -426,7 +426,7 @@ int settle(int code, bool remote) TARN_THREAD(requires_capability(PLC_driver.Lis
     if (!good) {
         if (retry())
             return 0;
-        PLC_driver.ProtocolList.clear();
+        removeRequests();
     } else {
         if (nextFrame())
             return code;

@@ -6,8 +6,18 @@
 namespace
 {
 
-/// ProtocolList as the last request left it: the record serves the next one.
+/// ProtocolList as the last request left it: the record and the room of its frame serve the next one.
 QList<Protocol> spareRequest;
+
+/// A record to spare holds on to nothing of the host's, nor to the room of a long frame.
+void release(Protocol &request)
+{
+    assignShared(request.var.text1, QString());
+    assignShared(request.var.addressText, QString());
+    assignShared(request.var.data, QByteArray());
+    if (request.frame.size() > LongestRead)
+        request.frame = QByteArray();
+}
 
 Protocol &newRequest(const RW_VAR &var)
 {
@@ -27,10 +37,16 @@ Protocol &newRequest(const RW_VAR &var)
 
 void removeHead()
 {
-    if (PLC_driver.ProtocolList.size() == 1 && spareRequest.isEmpty())
-        PLC_driver.ProtocolList.swap(spareRequest);
-    else
-        PLC_driver.ProtocolList.removeFirst();
+    if (PLC_driver.ProtocolList.size() != 1 || !spareRequest.isEmpty())
+        return PLC_driver.ProtocolList.removeFirst();
+    PLC_driver.ProtocolList.swap(spareRequest);
+    release(spareRequest.first());
+}
+
+void removeRequests()
+{
+    while (!PLC_driver.ProtocolList.isEmpty())
+        removeHead();
 }
 
 Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply)
@@ -68,8 +84,10 @@ void copyWords(void *to, const void *from, int words)
 FrameWriter::FrameWriter(Protocol &request, int length) : bytes(request.frame), at(0)
 {
     request.frameLen = length;
+    if (!bytes.isDetached()) // the host has kept the last frame
+        bytes = QByteArray();
     if (bytes.size() != length) {
-        bytes.reserve(length); // so that a shorter frame keeps the room of a longer one
+        bytes.reserve(qMax(length, LongestRead));
         bytes.resize(length);
     }
     at = start();

@@ -16,6 +16,7 @@ const int ReplyHeadLength = 2; ///< area code and count, before the data of each
 const int FirstData = HeadLength + ReplyHeadLength;
 
 const int GroupLimit = 6; ///< most variables in one read request
+const int LongestRead = HeadLength + GroupLimit * EntryLength + CrcLength;
 
 /// Copies whole words between the wire, high byte first, and a byte string: the two bytes of each change places.
 void copyWords(void *to, const void *from, int words);
@@ -111,8 +112,9 @@ struct ReplyShape {
 /// gone. Station 0 expects no reply.
 Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply);
 
-/// Removes the first request.
+/// Removes the first request, of at least one.
 void removeHead();
+void removeRequests();
 
 /// One read request for 1 to GroupLimit variables, as ReadRegister1() .. ReadRegister6() build it.
 void readGroup(RW_VAR *const *vars, int count);
