@@ -277,7 +277,7 @@ int DealDataOfLocalArea(QByteArray *reply, int length)
         Locker lock(PLC_driver.ImageMutex);
         SaveToLocalDataErea(reply);
     }
-    return GetDriverReturnValue(check == Bad ? BadCheck : Good);
+    return check == Bad ? GetDriverReturnValue(BadCheck) : GoodCode;
 }
 
 int DealDataOfRemoteArea(QByteArray *reply, int length)
@@ -302,7 +302,7 @@ void passRetValue(RW_VAR *source, RW_VAR *destination)
     if (!source || !destination)
         return;
     assignAllButData(*destination, *source);
-    assignShared(destination->data, QByteArray());
+    clearShared(destination->data);
 }
 
 namespace

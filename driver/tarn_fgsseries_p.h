@@ -52,6 +52,13 @@ inline void assignShared(Shared &to, const Shared &from)
         to = from;
 }
 
+template <typename Shared>
+inline void clearShared(Shared &value)
+{
+    if (!value.isNull())
+        value = Shared();
+}
+
 /// Copies every field but data.
 inline void assignAllButData(RW_VAR &to, const RW_VAR &from)
 {

@@ -67,12 +67,13 @@ bool Poller::awaitLateReplies()
 bool Poller::awaitSilence()
 {
     const Time gap = std::max(timing.gap, 4 * link.byteTime());
-    const Time limit = link.now() + timing.timeout;
+    Time limit = Time::max();
     char stray[512];
     int count = 0;
     while (lastByte < limit && (count = link.receive(stray, sizeof stray, lastByte + gap)) > 0) {
         throwAway({stray, count});
         lastByte = link.now();
+        limit = std::min(limit, lastByte + timing.timeout);
     }
     return count >= 0;
 }
@@ -156,7 +157,8 @@ void Poller::tellDriver(Step &step)
     const bool broadcast = request->replyLen == 0;
     const bool nothing = step.outcome == Outcome::OtherReply || step.outcome == Outcome::NoReply || broadcast;
     const FrameView bytes = nothing ? FrameView{nullptr, 0} : finder.reply();
-    reply.resize(bytes.size);
+    if (reply.size() != bytes.size)
+        reply.resize(bytes.size);
     if (bytes.size)
         std::memcpy(reply.data(), bytes.bytes, static_cast<std::size_t>(bytes.size));
     request = nullptr;
@@ -174,7 +176,7 @@ void Poller::tellDriver(Step &step)
 void Poller::markCurrent(const Step &step)
 {
     const QList<RW_VAR> &vars = *driver.CurrentRWVar;
-    const Time now = link.now();
+    const Time now = step.outcome == Outcome::Good ? lastByte : link.now();
     for (int i = 0; i < static_cast<int>(vars.size()); ++i) {
         const RW_VAR &var = vars.at(i);
         const int bytes = (*driver.iRet_ValidLen)[i];

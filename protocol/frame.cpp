@@ -1,8 +1,6 @@
 // Words of the wire, and the life of a request in ProtocolList.
 #include "protocol/frame_p.h"
 
-#include <algorithm>
-
 namespace
 {
 
@@ -12,9 +10,9 @@ QList<Protocol> spareRequest;
 /// A record to spare holds on to nothing of the host's, nor to the room of a long frame.
 void release(Protocol &request)
 {
-    assignShared(request.var.text1, QString());
-    assignShared(request.var.addressText, QString());
-    assignShared(request.var.data, QByteArray());
+    clearShared(request.var.text1);
+    clearShared(request.var.addressText);
+    clearShared(request.var.data);
     if (request.frame.size() > LongestRead)
         request.frame = QByteArray();
 }
@@ -56,7 +54,7 @@ Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply)
     request.replyLen = answered ? reply.length : 0;
     request.dataStart = answered ? reply.dataStart : 0;
     request.dataLen = answered ? reply.dataLen : 0;
-    std::fill_n(request.spare, sizeof request.spare / sizeof *request.spare, 0);
+    request.spare[0] = request.spare[1] = request.spare[2] = 0;
     setWord(&COMINFO::frameTotal, 1);
     setWord(&COMINFO::frameDone, 0);
     return request;
