@@ -9,7 +9,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-FOLDER = Path(os.environ.get("TARN_BENCH_FOLDER", ROOT / "build/bench"))
+FOLDER = Path(os.environ.get("TARN_BENCH_FOLDER", ROOT / "build/benchmarks"))
 OPTIONS = ["-DCMAKE_BUILD_TYPE=RelWithDebInfo", "-DTARN_TOOLS=ON", "-DTARN_TESTS=OFF", "-DTARN_BENCH=ON"]
 
 
