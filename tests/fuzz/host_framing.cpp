@@ -38,6 +38,12 @@ Bytes damaged(Bytes frame, Input &input)
     return frame;
 }
 
+/// A reply whose data continue the copied head as the request does cannot be told from an echo.
+bool beginsWith(const Bytes &reply, const Bytes &request)
+{
+    return reply.size() >= request.size() && std::equal(request.begin(), request.end(), reply.begin());
+}
+
 Arrival anyArrival(const Question &question, Input &input)
 {
     Arrival arrival;
@@ -47,13 +53,16 @@ Arrival anyArrival(const Question &question, Input &input)
     };
     for (int parts = input.between(1, 6); parts > 0; --parts) {
         switch (input.between(0, 4)) {
-        case 0:
+        case 0: {
+            const Bytes reply = goodReply(question, input);
+            orderly = orderly && !beginsWith(reply, question.frame());
             if (orderly && !arrival.hasReply) {
                 arrival.hasReply = true;
                 arrival.replyAt = arrival.bytes.size();
             }
-            append(goodReply(question, input));
+            append(reply);
             break;
+        }
         case 1:
             append(question.frame());
             break;
