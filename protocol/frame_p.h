@@ -46,7 +46,7 @@ public:
     FrameWriter &be32(int value) { return be16(value >> 16).be16(value); }
     FrameWriter &entry(int code, int count, int address)
     {
-        const quint32 bytesOfEntry = (quint32(address) << 16) | ((count & 0xFFu) << 8) | (code & 0xFFu);
+        const quint32 bytesOfEntry = quint32(address) << 16 | quint32(quint8(count)) << 8 | quint8(code);
         memcpy(at, &bytesOfEntry, EntryLength);
         at += EntryLength;
         return *this;

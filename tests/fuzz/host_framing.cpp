@@ -74,7 +74,7 @@ Arrival anyArrival(const Question &question, Input &input)
             orderly = false;
             break;
         default:
-            append(input.bytes(input.below(40)));
+            append(input.bytes(input.below(std::size_t(40))));
             orderly = false;
             break;
         }
@@ -203,7 +203,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
     Input input(bytes, size);
     while (!input.isUsedUp()) {
         if (input.oneIn(4)) {
-            describeAnything(input.bytes(input.below(80)));
+            describeAnything(input.bytes(input.below(std::size_t(80))));
             continue;
         }
         const Question question = anyQuestion(input);

@@ -43,7 +43,7 @@ Bytes anyStream(Input &input)
 {
     Bytes stream;
     for (int parts = input.between(1, 8); parts > 0; --parts) {
-        Bytes part = input.oneIn(3) ? input.bytes(input.below(60)) : anyRequest(input);
+        Bytes part = input.oneIn(3) ? input.bytes(input.below(std::size_t(60))) : anyRequest(input);
         if (!part.empty() && input.oneIn(6))
             part.resize(input.below(part.size()));
         stream.insert(stream.end(), part.begin(), part.end());
