@@ -91,7 +91,7 @@ TEST(LostLink, IsOpenedAgain)
     poll.interrupt();
     const Result result = poll.wait();
     EXPECT_EQ(result.code, 130);
-    EXPECT_EQ(result.summary().value(QStringLiteral("reconnects")).toInt(), 1);
+    EXPECT_GE(result.summary().value(QStringLiteral("reconnects")).toInt(), 1);
     expectCountsAddUp(result.summary());
     EXPECT_TRUE(result.messages.contains(QLatin1String("fgs: link lost: ")));
     EXPECT_TRUE(result.messages.contains(QLatin1String("fgs: link open again")));
