@@ -173,7 +173,7 @@ void buildNextRequest() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
     PLC_driver.OnceReadTimes = 0;
 }
 
-/// The request in flight. The list is not detached for it: nobody but the polling thread knows it.
+/// The request in flight, to look at.
 const Protocol *head()
 {
     const QList<Protocol> &list = PLC_driver.ProtocolList;
@@ -188,7 +188,7 @@ Protocol *ComCommunication()
         Locker lock(PLC_driver.ListMutex);
         buildNextRequest();
     }
-    return const_cast<Protocol *>(head());
+    return head() ? &PLC_driver.ProtocolList.first() : 0;
 }
 
 // ---- result codes

@@ -48,7 +48,7 @@ int replyLength(const Entry *entries, int count)
 
 void writeFrame(Protocol &request, const Entry *entries, int count)
 {
-    FrameWriter frame(request, HeadLength + count * EntryLength + CrcLength);
+    FrameWriter frame(request, readLength(count));
     frame.u8(request.var.station).u8(ReadCommand).u8(count);
     for (int i = 0; i < count; ++i)
         frame.entry(entries[i].code, entries[i].count, entries[i].address);

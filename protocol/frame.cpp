@@ -13,7 +13,7 @@ void release(Protocol &request)
     clearShared(request.var.text1);
     clearShared(request.var.addressText);
     clearShared(request.var.data);
-    if (request.frame.size() > LongestRead)
+    if (request.frame.size() > readLength(GroupLimit))
         request.frame = QByteArray();
 }
 
@@ -85,7 +85,7 @@ FrameWriter::FrameWriter(Protocol &request, int length) : bytes(request.frame), 
     if (!bytes.isDetached()) // the host has kept the last frame
         bytes = QByteArray();
     if (bytes.size() != length) {
-        bytes.reserve(qMax(length, LongestRead));
+        bytes.reserve(qMax(length, readLength(GroupLimit)));
         bytes.resize(length);
     }
     at = start();

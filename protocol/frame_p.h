@@ -1,4 +1,4 @@
-// Private: writing frames, reading replies, and the two ways in which requests leave the builders. Not installed.
+// Private: writing frames, reading replies, and the requests in ProtocolList. Not installed.
 #ifndef TARN_FRAME_P_H
 #define TARN_FRAME_P_H
 
@@ -16,7 +16,11 @@ const int ReplyHeadLength = 2; ///< area code and count, before the data of each
 const int FirstData = HeadLength + ReplyHeadLength;
 
 const int GroupLimit = 6; ///< most variables in one read request
-const int LongestRead = HeadLength + GroupLimit * EntryLength + CrcLength;
+
+constexpr int readLength(int variables)
+{
+    return HeadLength + variables * EntryLength + CrcLength;
+}
 
 /// Copies whole words between the wire, high byte first, and a byte string: the two bytes of each change places.
 void copyWords(void *to, const void *from, int words);

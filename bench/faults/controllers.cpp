@@ -1,25 +1,18 @@
 #include "controllers.h"
 
 #include "crc.h"
+#include "faults/sim_bytes.h"
 #include "frame.h"
 
 namespace bench
 {
 
+using faults::fromBytes;
+using faults::Stranger;
+using faults::toBytes;
+
 namespace
 {
-
-const int Stranger = 77;
-
-fgssim::Bytes toBytes(const QByteArray &bytes)
-{
-    return fgssim::Bytes(bytes.begin(), bytes.end());
-}
-
-QByteArray fromBytes(const fgssim::Bytes &bytes)
-{
-    return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size()));
-}
 
 faults::Exchange exchangeOf(const QByteArray &request)
 {

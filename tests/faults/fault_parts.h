@@ -4,6 +4,7 @@
 
 #include "crc.h"
 #include "line_faults.h"
+#include "sim_bytes.h"
 
 #include <algorithm>
 #include <random>
@@ -29,9 +30,9 @@ inline QByteArray flipped(QByteArray frame, int at, int bit)
 
 inline QByteArray sealed(const QByteArray &frame)
 {
-    fgssim::Bytes bytes(frame.begin(), frame.end());
+    fgssim::Bytes bytes = toBytes(frame);
     fgssim::appendCrc(bytes);
-    return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size()));
+    return fromBytes(bytes);
 }
 
 inline QByteArray renewed(const QByteArray &frame)

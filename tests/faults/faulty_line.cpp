@@ -1,22 +1,12 @@
 #include "faulty_line.h"
 
+#include "sim_bytes.h"
+
 namespace faults
 {
 
 namespace
 {
-
-const int Stranger = 77;
-
-fgssim::Bytes toBytes(const QByteArray &bytes)
-{
-    return fgssim::Bytes(bytes.begin(), bytes.end());
-}
-
-QByteArray fromBytes(const fgssim::Bytes &bytes)
-{
-    return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size()));
-}
 
 int bytesOf(const fgssim::Entry &entry)
 {

@@ -1,13 +1,12 @@
 // Links over real descriptors: a pseudo-terminal and TCP on the loopback.
 #include "host/devices.h"
 #include "host/text_error.h"
+#include "support/loopback.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <QtCore/QCoreApplication>
 #include <stdlib.h>
-#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
@@ -74,18 +73,7 @@ private:
 class TcpEnd : public FarEnd
 {
 public:
-    TcpEnd()
-    {
-        listener = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in local = {};
-        local.sin_family = AF_INET;
-        local.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof local;
-        ::bind(listener, reinterpret_cast<sockaddr *>(&local), size);
-        ::listen(listener, 1);
-        ::getsockname(listener, reinterpret_cast<sockaddr *>(&local), &size);
-        port = ntohs(local.sin_port);
-    }
+    TcpEnd() : listener(listenOnLoopback(port)) {}
     ~TcpEnd() override
     {
         hangUp();
@@ -107,8 +95,8 @@ public:
     }
 
 private:
-    int listener;
     int port;
+    int listener;
 };
 
 template <typename End>

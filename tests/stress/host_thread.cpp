@@ -1,5 +1,6 @@
 #include "threads.h"
-#include "tsan.h"
+
+#include "driver/tarn_fgsseries_p.h"
 
 #include <thread>
 
@@ -131,7 +132,7 @@ void HostThread::rebuildRemote()
     ++calls["ReCreatReadVarList"];
     RW_VAR var = record(RemoteGroup);
     var.remoteStoreMark = -1;
-    Lists held;
+    Locker held(PLC_driver.ListMutex);
     AddListReadVar(&var);
     ++calls["AddListReadVar"];
 }
@@ -141,7 +142,7 @@ void HostThread::addRead()
 {
     RW_VAR var = record(settings.remoteMode ? RemoteGroup : controllerGroups().back());
     var.remoteStoreMark = settings.remoteMode ? -1 : 0;
-    Lists held;
+    Locker held(PLC_driver.ListMutex);
     const QList<RW_VAR> &list = PLC_driver.ReadVarList;
     const bool alone = !list.isEmpty() && list.first().areaType == AllBlocks.areaType && !settings.remoteMode;
     if (!alone && list.size() < MostBlocks)

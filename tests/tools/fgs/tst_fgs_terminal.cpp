@@ -1,12 +1,11 @@
 // The live table, on a pseudo-terminal, and controllers that the simulator does not play.
 #include "programs.h"
 #include "support/frames.h"
+#include "support/loopback.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <QtCore/QRegularExpression>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -101,18 +100,7 @@ TEST(Table, NeedsATerminalThatCanDraw)
 class ForgetfulController
 {
 public:
-    ForgetfulController() : listener(::socket(AF_INET, SOCK_STREAM, 0))
-    {
-        sockaddr_in local = {};
-        local.sin_family = AF_INET;
-        local.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof local;
-        ::bind(listener, reinterpret_cast<sockaddr *>(&local), size);
-        ::listen(listener, 1);
-        ::getsockname(listener, reinterpret_cast<sockaddr *>(&local), &size);
-        port = ntohs(local.sin_port);
-        server = std::thread([this] { serve(); });
-    }
+    ForgetfulController() : listener(listenOnLoopback(port)), server([this] { serve(); }) {}
     ~ForgetfulController()
     {
         server.join();
@@ -141,8 +129,8 @@ private:
         return frames::sealed(request.left(5) + QByteArray(2 * request.at(4), 0));
     }
 
-    int listener;
     int port;
+    int listener;
     std::thread server;
 };
 

@@ -1,0 +1,26 @@
+// Between Qt's byte arrays and those of fgs-sim.
+#ifndef FGS_TESTS_SIM_BYTES_H
+#define FGS_TESTS_SIM_BYTES_H
+
+#include "bytes.h"
+
+#include <QtCore/QByteArray>
+
+namespace faults
+{
+
+const int Stranger = 77; ///< a station that nobody asks
+
+inline fgssim::Bytes toBytes(const QByteArray &bytes)
+{
+    return fgssim::Bytes(bytes.begin(), bytes.end());
+}
+
+inline QByteArray fromBytes(const fgssim::Bytes &bytes)
+{
+    return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size()));
+}
+
+} // namespace faults
+
+#endif
