@@ -43,23 +43,27 @@ constexpr Slice slice(int following)
 
 constexpr Slice table[Slices] = {slice(0), slice(1), slice(2), slice(3), slice(4), slice(5), slice(6), slice(7)};
 
-unsigned addByte(unsigned crc, unsigned char byte)
+typedef unsigned short Register;
+
+Register addByte(Register crc, unsigned char byte)
 {
-    return (crc >> 8) ^ table[0].entry[(crc ^ byte) & 0xFF];
+    return static_cast<Register>((crc >> 8) ^ table[0].entry[(crc ^ byte) & 0xFF]);
 }
 
-unsigned addEightBytes(unsigned crc, const unsigned char *b)
+Register addEightBytes(Register crc, const unsigned char *b)
 {
-    return table[7].entry[(crc ^ b[0]) & 0xFF] ^ table[6].entry[((crc >> 8) ^ b[1]) & 0xFF] ^ table[5].entry[b[2]] ^
-           table[4].entry[b[3]] ^ table[3].entry[b[4]] ^ table[2].entry[b[5]] ^ table[1].entry[b[6]] ^
-           table[0].entry[b[7]];
+    Register first;
+    memcpy(&first, b, sizeof first);
+    first ^= crc;
+    return table[7].entry[first & 0xFF] ^ table[6].entry[first >> 8] ^ table[5].entry[b[2]] ^ table[4].entry[b[3]] ^
+           table[3].entry[b[4]] ^ table[2].entry[b[5]] ^ table[1].entry[b[6]] ^ table[0].entry[b[7]];
 }
 
 } // namespace
 
 unsigned short CalCRC(unsigned char *bytes, unsigned short length)
 {
-    unsigned crc = Start;
+    Register crc = Start;
     const unsigned char *at = bytes;
     const unsigned char *const end = bytes ? bytes + length : bytes;
     for (long slices = (end - at) / Slices; slices > 0; --slices, at += Slices)

@@ -2,7 +2,6 @@
 #include "protocol/store_p.h"
 
 #include "image/areas_p.h"
-#include "image/station_p.h"
 #include "protocol/frame_p.h"
 
 int iTimes;
@@ -11,10 +10,11 @@ namespace
 {
 
 template <typename Element>
-void store(const ReplyView &reply, const StoredPiece &piece, const Span<Element> &span)
+inline __attribute__((always_inline)) void store(const ReplyView &reply, const StoredPiece &piece,
+                                                 const Span<Element> &span)
 {
     const int width = sizeof(Element);
-    const qint64 first = width == 1 ? piece.address / 8 : piece.address;
+    const qint64 first = width == 1 ? piece.var->address / 8 : piece.var->address;
     Clip clip(first, piece.length / width, span.first, span.end);
     if (piece.start < 0)
         clip.begin = qMax(clip.begin, (width - 1 - qint64(piece.start)) / width);
@@ -40,49 +40,12 @@ void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &a
     }
 }
 
-/// The value bytes of one element, least significant first; none unless the reply holds it whole.
-QByteArray valueAt(const ReplyView &reply, qint64 element, int width)
-{
-    if (!reply.holds(element, width))
-        return QByteArray();
-    char value[sizeof(unsigned int)];
-    copyElements(value, reply.bytes + element, 1, width);
-    return QByteArray(value, width);
-}
-
-void resizeStationValue(int entry, int size) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
-{
-    if (entry >= int(PLC_driver.ExtendVarList.size()))
-        return;
-    QByteArray value = stationValue(entry);
-    value.append(QByteArray(qMax(0, size - int(value.size())), 0)).truncate(size);
-    setStationValue(entry, value);
-}
-
-/// An entry for each element; then the entry written last takes the size of the whole piece.
-/// Deliberate: behaviour 441.
-void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Area &area, int &lastEntry)
-    TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
-{
-    const ReplyView view(reply);
-    const Kind &kind = kindOf(area.kind);
-    const int width = kind.bytesPerElement;
-    const int length = qBound(0, piece.length, MostItems * width);
-    for (int i = 0; i < length / width; ++i) {
-        const int address = cut(piece.address + qint64(i) * kind.addressesPerElement);
-        lastEntry = ExtendFindSameVar(piece.station, piece.areaType, address);
-        setStationValue(lastEntry, valueAt(view, qint64(piece.start) + i * width, width));
-    }
-    resizeStationValue(lastEntry, length);
-}
-
 /// The piece of variable iTimes of the request in flight; false if there is none.
 bool currentPiece(StoredPiece &piece)
 {
     if (iTimes < 0 || iTimes >= GroupLimit || iTimes >= int(CurrentRWVar.size()))
         return false;
-    const RW_VAR &var = CurrentRWVar.at(iTimes);
-    piece = StoredPiece{var.areaType, var.address, var.station, iRet_ValidStar[iTimes], iRet_ValidLen[iTimes]};
+    piece = StoredPiece{&CurrentRWVar.at(iTimes), iRet_ValidStar[iTimes], iRet_ValidLen[iTimes]};
     return true;
 }
 
@@ -108,9 +71,7 @@ template void storeElements(const QByteArray *, const StoredPiece &, unsigned in
 
 void storePiece(const QByteArray *reply, const StoredPiece &piece, int &lastEntry)
 {
-    const Area &area = areaOf(piece.areaType);
-    if (area.kind == NoKind)
-        return;
+    const Area &area = areaOf(piece.var->areaType);
     if (settings().stationMode)
         storePerStation(reply, piece, area, lastEntry);
     else

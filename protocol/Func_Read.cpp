@@ -11,18 +11,17 @@ namespace
 
 /// What a read request asks of one variable.
 struct Entry {
-    int code;
-    int count;
-    int dataBytes;
-    int address;
+    quint32 bytes; ///< as in the frame
+    int dataBytes; ///< in the reply
 };
 
 /// The entry of a length in a kind's units; numbers are cut to 32 bits here and to their width in the frame.
 Entry entryOf(AreaKind kind, int code, const RW_VAR &var)
 {
     const Kind &shape = kindOf(kind);
-    const qint64 length = qint64(var.length) + shape.lengthBias;
-    return Entry{code, cut(length * shape.addressesPerElement), cut(length * shape.bytesPerElement), var.address};
+    const unsigned length = unsigned(var.length) + unsigned(shape.lengthBias);
+    return Entry{entryBytes(code, length * unsigned(shape.addressesPerElement), var.address),
+                 int(length * unsigned(shape.bytesPerElement))};
 }
 
 Entry entryOf(const RW_VAR &var)
@@ -38,12 +37,28 @@ int readCode(AreaKind kind, int areaType)
     return area.kind == kind ? area.readCode : 0;
 }
 
-int replyLength(const Entry *entries, int count)
+/// Where the data of variable `index` stand in the reply.
+void setPosition(int index, int start, int length)
 {
-    qint64 length = HeadLength + CrcLength + ReplyHeadLength * count;
-    for (int i = 0; i < count; ++i)
-        length += entries[i].dataBytes;
-    return cut(length);
+    iRet_ValidStar[index] = start;
+    iRet_ValidLen[index] = length;
+}
+
+/// The length of the reply to the entries; if it will be answered, the positions of its data are set.
+int layReply(const Entry *entries, int count, bool answered)
+{
+    qint64 start = FirstData;
+    for (int i = 0; i < count; ++i) {
+        if (answered)
+            setPosition(i, cut(start), entries[i].dataBytes);
+        start += qint64(entries[i].dataBytes) + ReplyHeadLength;
+    }
+    return cut(start - ReplyHeadLength + CrcLength);
+}
+
+int replyLength(const Entry &entry)
+{
+    return layReply(&entry, 1, false);
 }
 
 void writeFrame(Protocol &request, const Entry *entries, int count)
@@ -51,23 +66,8 @@ void writeFrame(Protocol &request, const Entry *entries, int count)
     FrameWriter frame(request, readLength(count));
     frame.u8(request.var.station).u8(ReadCommand).u8(count);
     for (int i = 0; i < count; ++i)
-        frame.entry(entries[i].code, entries[i].count, entries[i].address);
+        frame.entry(entries[i].bytes);
     frame.sealCrc();
-}
-
-void setPosition(int index, int start, int length)
-{
-    iRet_ValidStar[index] = start;
-    iRet_ValidLen[index] = length;
-}
-
-void setPositions(const Entry *entries, int count)
-{
-    qint64 start = FirstData;
-    for (int i = 0; i < count; ++i) {
-        setPosition(i, cut(start), entries[i].dataBytes);
-        start += qint64(entries[i].dataBytes) + ReplyHeadLength;
-    }
 }
 
 /// The list that CurrentRWVar was before. It is filled while CurrentRWVar still stands, so that a variable may come
@@ -92,7 +92,7 @@ const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
 /// A single read whose data position goes into the request itself. Deliberate: behaviour 403.
 void readSingle(const RW_VAR &var, const Entry &entry)
 {
-    const ReplyShape reply = {replyLength(&entry, 1), FirstData, entry.dataBytes};
+    const ReplyShape reply = {replyLength(entry), FirstData, entry.dataBytes};
     writeFrame(queueRequest(var, reply), &entry, 1);
 }
 
@@ -107,9 +107,8 @@ void readGroup(RW_VAR *const *vars, int count)
         entries[i] = entryOf(*vars[i]);
     }
     const RW_VAR &first = setCurrent(vars, count);
-    if (first.station != 0)
-        setPositions(entries, count);
-    writeFrame(queueRequest(first, ReplyShape{replyLength(entries, count), 0, 0}), entries, count);
+    const int length = layReply(entries, count, first.station != 0);
+    writeFrame(queueRequest(first, ReplyShape{length, 0, 0}), entries, count);
 }
 
 void ReadRegister1(RW_VAR *a)
@@ -172,7 +171,7 @@ void ReadBool(RW_VAR *var)
     const RW_VAR &current = setCurrent(&var, 1);
     const bool answered = current.station != 0; // Deliberate: behaviour 404.
     setPosition(0, answered ? FirstData : 0, answered ? entry.dataBytes : 0);
-    writeFrame(queueRequest(current, ReplyShape{replyLength(&entry, 1), 0, 0}), &entry, 1);
+    writeFrame(queueRequest(current, ReplyShape{replyLength(entry), 0, 0}), &entry, 1);
 }
 
 void ReadAnalog(RW_VAR *var)

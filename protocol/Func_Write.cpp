@@ -16,7 +16,7 @@ int writeCode(AreaKind kind, int areaType)
 
 void putHead(FrameWriter &frame, const RW_VAR &var, int code, int count)
 {
-    frame.u8(var.station).u8(WriteCommand).u8(1).entry(code, count, var.address);
+    frame.u8(var.station).u8(WriteCommand).u8(1).entry(entryBytes(code, quint32(count), var.address));
 }
 
 Protocol &queueWrite(const RW_VAR &var)

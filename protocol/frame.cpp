@@ -62,12 +62,13 @@ Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply)
 
 void copyWords(void *to, const void *from, int words)
 {
+    typedef size_t Several __attribute__((vector_size(16)));
     unsigned char *const out = static_cast<unsigned char *>(to);
     const unsigned char *const in = static_cast<const unsigned char *>(from);
     const size_t size = 2 * size_t(qMax(words, 0));
     const size_t oddBytes = static_cast<size_t>(-1) / 0xFFFF * 0xFF; // 0x00FF00FF..
     size_t at = 0;
-    for (size_t several; at + sizeof several <= size; at += sizeof several) {
+    for (Several several; at + sizeof several <= size; at += sizeof several) {
         memcpy(&several, in + at, sizeof several);
         several = ((several & oddBytes) << 8) | ((several >> 8) & oddBytes);
         memcpy(out + at, &several, sizeof several);
@@ -79,14 +80,15 @@ void copyWords(void *to, const void *from, int words)
     }
 }
 
-FrameWriter::FrameWriter(Protocol &request, int length) : bytes(request.frame), at(0)
+unsigned char *newFrame(Protocol &request, int length)
 {
+    QByteArray &frame = request.frame;
     request.frameLen = length;
-    if (!bytes.isDetached()) // the host has kept the last frame
-        bytes = QByteArray();
-    if (bytes.size() != length) {
-        bytes.reserve(qMax(length, readLength(GroupLimit)));
-        bytes.resize(length);
+    if (!frame.isDetached()) // the host has kept the last one
+        frame = QByteArray();
+    if (frame.size() != length) {
+        frame.reserve(qMax(length, readLength(GroupLimit)));
+        frame.resize(length);
     }
-    at = start();
+    return reinterpret_cast<unsigned char *>(frame.data());
 }

@@ -34,11 +34,20 @@ inline void copyElements(void *to, const void *from, int count, int width)
         copyWords(to, from, count * (width / 2));
 }
 
+/// An entry of a frame as it stands in memory: area code, count, address low byte first.
+inline quint32 entryBytes(int code, quint32 count, int address)
+{
+    return quint32(address) << 16 | (count & 0xFF) << 8 | quint8(code);
+}
+
+/// Makes the frame of a request so long; all of its bytes are still to be written.
+unsigned char *newFrame(Protocol &request, int length);
+
 /// Writes the frame of a request from front to back; all of its length has to be written.
 class FrameWriter
 {
 public:
-    FrameWriter(Protocol &request, int length);
+    FrameWriter(Protocol &request, int length) : start(newFrame(request, length)), at(start) {}
 
     FrameWriter &u8(int value)
     {
@@ -48,10 +57,9 @@ public:
     FrameWriter &le16(int value) { return u8(value).u8(value >> 8); }
     FrameWriter &be16(int value) { return u8(value >> 8).u8(value); }
     FrameWriter &be32(int value) { return be16(value >> 16).be16(value); }
-    FrameWriter &entry(int code, int count, int address)
+    FrameWriter &entry(quint32 bytes)
     {
-        const quint32 bytesOfEntry = quint32(address) << 16 | quint32(quint8(count)) << 8 | quint8(code);
-        memcpy(at, &bytesOfEntry, EntryLength);
+        memcpy(at, &bytes, EntryLength);
         at += EntryLength;
         return *this;
     }
@@ -76,19 +84,18 @@ public:
     }
 
     /// Ends the frame with the CRC of everything before it, low byte first.
-    void sealCrc() { le16(CalCRC(start(), written())); }
+    void sealCrc() { le16(CalCRC(start, written())); }
     /// Ends the frame with the low byte of the sum of everything before it.
-    void sealSum() { u8(CalSUM(start(), written())); }
+    void sealSum() { u8(CalSUM(start, written())); }
 
 private:
     FrameWriter(const FrameWriter &);
     FrameWriter &operator=(const FrameWriter &);
 
-    unsigned char *start() { return reinterpret_cast<unsigned char *>(bytes.data()); }
     /// The check codes count 16 bits of it. Deliberate: behaviour 154.
-    unsigned short written() { return static_cast<unsigned short>(at - start()); }
+    unsigned short written() const { return static_cast<unsigned short>(at - start); }
 
-    QByteArray &bytes;
+    unsigned char *const start;
     unsigned char *at;
 };
 

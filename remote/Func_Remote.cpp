@@ -33,14 +33,22 @@ int remoteDataBytes(int areaType, qint64 length)
     return cut(2 * length);
 }
 
-/// The piece of the request being answered; of no area if there is none.
-StoredPiece headPiece()
+/// The piece of the request being answered; false if there is none.
+bool headPiece(StoredPiece &piece)
 {
     if (PLC_driver.ProtocolList.isEmpty())
-        return StoredPiece{-1, 0, 0, 0, 0};
+        return false;
     const Protocol &request = PLC_driver.ProtocolList.at(0);
-    const RW_VAR &var = request.var;
-    return StoredPiece{var.areaType, var.address, var.station, request.dataStart, request.dataLen};
+    piece = StoredPiece{&request.var, request.dataStart, request.dataLen};
+    return true;
+}
+
+template <typename Element>
+void storeHead(const QByteArray *reply, Element *buffer)
+{
+    StoredPiece piece;
+    if (headPiece(piece))
+        storeElements(reply, piece, buffer);
 }
 
 } // namespace
@@ -66,20 +74,22 @@ void Remote_WriteVar(RW_VAR *var)
 void SaveToRemoteDataErea(QByteArray *reply)
 {
     int lastEntry = 0;
-    storePiece(reply, headPiece(), lastEntry);
+    StoredPiece piece;
+    if (headPiece(piece))
+        storePiece(reply, piece, lastEntry);
 }
 
 void SaveBitToUCRemote(QByteArray *reply, unsigned char *buffer)
 {
-    storeElements(reply, headPiece(), buffer);
+    storeHead(reply, buffer);
 }
 
 void SaveWordToUSRemote(QByteArray *reply, unsigned short *buffer)
 {
-    storeElements(reply, headPiece(), buffer);
+    storeHead(reply, buffer);
 }
 
 void SaveWordToUIRemote(QByteArray *reply, unsigned int *buffer)
 {
-    storeElements(reply, headPiece(), buffer);
+    storeHead(reply, buffer);
 }
