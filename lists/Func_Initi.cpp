@@ -97,22 +97,22 @@ void setLength(qint64 index, qint64 length) TARN_THREAD(requires_capability(PLC_
 template <typename List>
 int merge(const List &sorted, int unit, int limit, int count) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
-    if (sorted.empty())
+    typename List::const_iterator var = sorted.begin();
+    if (var == sorted.end())
         return count;
-    Block block(sorted[0], unit);
-    count = appendBlock(recordOf(sorted[0]), block, count);
-    for (int i = 1; i < int(sorted.size()); ++i) {
-        const typename List::value_type &var = sorted[i];
-        const qint64 end = qint64(var.address) + var.length;
-        if (block.holds(var.address, end))
+    Block block(*var, unit);
+    count = appendBlock(recordOf(*var), block, count);
+    while (++var != sorted.end()) {
+        const qint64 end = qint64(var->address) + var->length;
+        if (block.holds(var->address, end))
             continue;
         const qint64 span = end - block.start;
         if (limit >= 1 && span <= limit) { // Deliberate: behaviour 206.
             block.length = block.elements(span);
             setLength(qint64(count) - 1, block.length);
         } else {
-            block = Block(var, unit);
-            count = appendBlock(recordOf(var), block, count);
+            block = Block(*var, unit);
+            count = appendBlock(recordOf(*var), block, count);
         }
     }
     return count;
