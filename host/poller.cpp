@@ -9,6 +9,7 @@ namespace fgs
 Poller::Poller(const DriverApi &theDriver, Link &theLink, const Timing &given)
     : driver(theDriver), link(theLink), timing(given), reconnectDelay(given.firstReconnect)
 {
+    reply.reserve(ReplyFinder::Capacity); // so that no long reply makes it grow after days
 }
 
 Step Poller::step()

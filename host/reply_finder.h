@@ -14,6 +14,8 @@ namespace fgs
 class ReplyFinder
 {
 public:
+    static const int Capacity = 16384; ///< over twice the longest reply
+
     /// Forgets what has arrived. The request stays valid while its reply is looked for.
     void expect(const Protocol &request, const DataStarts &dataStarts);
 
@@ -36,8 +38,6 @@ public:
     bool wouldPass() const;
 
 private:
-    static const int Capacity = 16384; ///< over twice the longest reply
-
     bool isReadReply() const { return request.frame[CommandAt] == char(ReadCommand); }
     bool fits(int at, int known) const;
     bool isEcho(int at) const;

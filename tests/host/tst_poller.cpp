@@ -3,6 +3,8 @@
 #include "host/plan.h"
 #include "host/poller.h"
 
+#include <set>
+
 using namespace fgs;
 
 namespace
@@ -215,6 +217,25 @@ TEST_F(PollerTest, AShortReplyIsAWrongLength)
     EXPECT_EQ(PLC_driver.RetVar.result, 0);
     EXPECT_EQ(word(100), 0);
     EXPECT_EQ(outcome(), Outcome::Good);
+}
+
+TEST_F(PollerTest, TheLongestReplyNeedsNoMoreMemoryThanTheOthers)
+{
+    static std::set<int> rooms;
+    rooms.clear();
+    DriverApi driver = linkedDriver();
+    driver.DataCom = [](QByteArray *reply, int length) {
+        rooms.insert(int(reply->capacity()));
+        return DataCom(reply, length);
+    };
+    Poller observed(driver, link, timing);
+    watch({"5:100x4"});
+    EXPECT_EQ(Outcome::Good, observed.step().outcome);
+    link.onSend = [this](const QByteArray &) { link.arrive(5ms, QByteArray(100000, 'x')); };
+    EXPECT_EQ(Outcome::WrongLength, observed.step().outcome);
+    link.onSend = [](const QByteArray &) {};
+    EXPECT_EQ(Outcome::NoReply, observed.step().outcome);
+    EXPECT_EQ(1u, rooms.size());
 }
 
 TEST_F(PollerTest, AWrongCheckCodeIsReportedAtOnce)

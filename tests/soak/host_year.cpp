@@ -136,17 +136,18 @@ void HostYear::tidy()
     mustBe("requests that the controller refused", (long long)(line.rejected), 0);
 }
 
-/// A job that is given up while nothing waits leaves queues that hold no memory.
+/// A job that is given up while nothing waits leaves queues that hold no memory. Then no late reply is waited for.
 void HostYear::emptyQueues()
 {
     host.poll(screens.back());
-    while (host.writesQueued() > 0)
+    while (host.writesQueued() > 0 || !PLC_driver.OnceReadVarList.isEmpty())
         step();
     const quint64 before = host.statistics().abandoned;
     line.dead = true;
     while (host.statistics().abandoned == before)
         step();
     line.dead = false;
+    link.pauseUntil(link.now() + options().timing.late);
 }
 
 void HostYear::readScreen(const Variables &screen)
