@@ -13,6 +13,7 @@
 #define AT(record, member, on32, on64)                                                                             \
     static_assert(offsetof(record, member) == FOR_WIDTH(on32, on64), #record "::" #member " moved")
 
+// NOLINTBEGIN(bugprone-branch-clone): much stands at one place for both widths.
 //                                       32-bit  64-bit
 SIZE(RW_VAR, 60, 72);
 SIZE(Protocol, 92, 112);
@@ -106,4 +107,5 @@ AT(HOST_VAR, station, 1, 1);
 AT(HOST_VAR, address, 4, 8);
 AT(HOST_VAR, length, 8, 16);
 
+// NOLINTEND(bugprone-branch-clone)
 #endif

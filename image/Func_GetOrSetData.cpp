@@ -186,7 +186,7 @@ void writeStationBits(const RW_VAR &var, int count) TARN_THREAD(requires_capabil
         if (stationValue(entry).isEmpty() || i >= var.data.size())
             continue;
         const int mask = 1 << (bit & 7);
-        const int old = stationValue(entry).at(0);
+        const int old = static_cast<unsigned char>(stationValue(entry).at(0));
         setStationValue(entry, QByteArray(1, char(var.data.at(i) == 1 ? old | mask : old & ~mask)));
     }
 }

@@ -73,7 +73,7 @@ public:
     FrameWriter &words(const char *values, int count)
     {
         copyWords(at, values, count);
-        at += 2 * count;
+        at += 2 * ptrdiff_t(count);
         return *this;
     }
     FrameWriter &zeros(int count)

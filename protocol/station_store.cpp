@@ -40,7 +40,7 @@ void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Ar
     for (int i = 0; i < length / width; ++i) {
         const int address = cut(var.address + qint64(i) * kind.addressesPerElement);
         lastEntry = ExtendFindSameVar(var.station, var.areaType, address);
-        setStationValue(lastEntry, valueAt(view, qint64(piece.start) + i * width, width));
+        setStationValue(lastEntry, valueAt(view, piece.start + qint64(i) * width, width));
     }
     resizeStationValue(lastEntry, length);
 }
