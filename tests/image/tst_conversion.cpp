@@ -258,6 +258,20 @@ TEST_F(Conversion, ABufferOfTheCallersOwnIsNotBoundedByAnyArea)
     EXPECT_EQ(uc, std::vector<unsigned char>(3000, 0xFF));
 }
 
+// The caller's own buffer bounds nothing, but the values of such a count fit into no string: nothing is read.
+TEST_F(Conversion, MoreThanAStringCanHoldIsNotRead)
+{
+    unsigned char uc[] = {0xFF};
+    unsigned short us[] = {0xFFFF};
+    unsigned int ui[] = {0xFFFFFFFF};
+    QByteArray out = bytes("EE");
+    GetBitFromUC(out, uc, 0, INT_MAX);
+    GetBitFromUS(out, us, 0, INT_MAX);
+    GetWordFromUS(out, us, 0, INT_MAX);
+    GetWordFromUI(out, ui, 0, INT_MAX);
+    EXPECT_EQ(hex(out), "EE");
+}
+
 TEST_F(Conversion, NullPointersAreHarmless)
 {
     unsigned char uc[] = {0x5A};

@@ -44,6 +44,20 @@ TEST_F(ExtendEntries, AllThreeKeysTell)
     EXPECT_EQ(PLC_driver.ExtendVarList.size(), 5);
 }
 
+// Keys whose sums, or whose mixtures by the golden ratio, are equal: a table of hashes may take them for one.
+TEST_F(ExtendEntries, KeysThatAnIndexMayMixUpHaveEntriesOfTheirOwn)
+{
+    const int goldenRatio = 0x61C88647; // 2^32 less 0x9E3779B9
+    const EXTENDVAR alike[] = {entry(1, 0, 0),           entry(0, 31, 0), entry(1, 1, 0x61C8864F),
+                               entry(1, 1, goldenRatio), entry(0, 1, 0),  entry(0, 0, 1)};
+    int index = 0;
+    for (const EXTENDVAR &key : alike)
+        EXPECT_EQ(ExtendFindSameVar(key.station, key.areaType, key.address), index++);
+    index = 0;
+    for (const EXTENDVAR &key : alike)
+        EXPECT_EQ(ExtendFindSameVar(key.station, key.areaType, key.address), index++);
+}
+
 TEST_F(ExtendEntries, TheFourZeroBytesDoNotDependOnTheArea)
 {
     for (int type : {0, 2, 5, 10, 13, 14, -1})

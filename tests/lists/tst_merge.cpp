@@ -150,6 +150,16 @@ TEST_F(Merging, GoesOnFromTheRunningCount)
     EXPECT_EQ(blocks(PLC_driver.ReadVarList), "9@0+2 9@50+2 5@2+6 5@90+1 2@88+2");
 }
 
+// The running count is the caller's; blocks are lengthened only where it says that they stand.
+TEST_F(Merging, ACountThatNamesNoEntryLengthensNone)
+{
+    QList<RW_VAR> list = variablesAt(5, {{0, 2}, {2, 2}});
+    EXPECT_EQ(WordVarReCreat(&list, 32, -1), 0);
+    EXPECT_EQ(WordVarReCreat(&list, 32, 7), 8);
+    EXPECT_EQ(WordVarReCreat(&list, 32, INT_MIN), INT_MIN + 1);
+    EXPECT_EQ(blocks(PLC_driver.ReadVarList), "5@0+2 5@0+2 5@0+2");
+}
+
 TEST_F(Merging, AnEmptyListGivesTheCountBack)
 {
     QList<RW_VAR> list;
