@@ -68,7 +68,8 @@ Var extremeVar(Random &random);
 std::vector<HostVar> anyHostVars(Random &random, int most);
 int anyBlockSize(Random &random);
 
-/// Runs the cases: run() returns what differed, or nothing. Gives up after three failures.
+/// Runs the cases, a quarter of them with sanitizers: run() returns what differed, or nothing. Gives up after three
+/// failures.
 void forEachCase(int count, const std::function<std::string(Random &)> &run);
 
 } // namespace model
