@@ -17,7 +17,7 @@ namespace fgs
 
 /// Pointers to them. There is one driver in a process, so all tables stand for the same one.
 struct DriverApi {
-#define FGS_POINTER(name) decltype(&::name) name = nullptr;
+#define FGS_POINTER(name) decltype(&::name) name = nullptr; // NOLINT(bugprone-macro-parentheses): it names a member
     FGS_DRIVER_NAMES(FGS_POINTER)
 #undef FGS_POINTER
 };

@@ -29,7 +29,7 @@ bool ReplyFinder::fits(int at, int known) const
         return false;
     for (int i = 0; i < request.entries; ++i) {
         const int header = request.headers[i], present = std::min(known - header, ReplyHeaderSize);
-        const char *const entry = request.frame + EntriesAt + i * RequestEntrySize;
+        const char *const entry = request.frame + EntriesAt + std::ptrdiff_t(i) * RequestEntrySize;
         if (present > 0 && std::memcmp(bytes + header, entry, size_t(present)) != 0)
             return false;
     }

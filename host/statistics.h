@@ -40,7 +40,7 @@ public:
 
 private:
     static const int StepsPerOctave = 16;
-    std::array<quint64, 64 *StepsPerOctave> counts = {};
+    std::array<quint64, 64UL *StepsPerOctave> counts = {};
     quint64 number = 0;
     Time shortest{0}, longest{0}, total{0};
 };

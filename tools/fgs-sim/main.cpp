@@ -6,8 +6,8 @@
 //           [--seed N] [--for SECONDS] [--log quiet|normal|all]
 //
 // The first line on stdout is where the controller can be reached: a device path or HOST:PORT. The log and
-// the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 2 wrong usage, 3 the
-// link cannot be opened or was lost. README.md beside this file tells the rest.
+// the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 1 other, 2 wrong usage, 3
+// the link cannot be opened or was lost. README.md beside this file tells the rest.
 #include "link.h"
 #include "signals.h"
 
@@ -68,6 +68,12 @@ int report(const Finished &finished)
     return finished.code;
 }
 
+int fail(ExitCode code, const std::exception &error)
+{
+    std::fprintf(stderr, "fgs-sim: %s\n", error.what());
+    return code;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -80,7 +86,8 @@ int main(int argc, char **argv)
     } catch (const Finished &finished) {
         return report(finished);
     } catch (const LinkError &error) {
-        std::fprintf(stderr, "fgs-sim: %s\n", error.what());
-        return ExitLink;
+        return fail(ExitLink, error);
+    } catch (const std::exception &error) {
+        return fail(ExitOther, error);
     }
 }

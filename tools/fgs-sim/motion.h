@@ -34,7 +34,7 @@ private:
         std::vector<std::int64_t> walks; // one an address; empty unless the course is a walk
 
         bool covers(const Area &area, unsigned address) const;
-        std::int64_t value(unsigned address, std::uint64_t ticks) const;
+        std::int64_t value(unsigned address, std::uint64_t now) const;
     };
     void add(unsigned station, const Range &range);
 

@@ -22,7 +22,7 @@ const char *const Description = R"(Examples:
 A simulated controller of the FGs series: fourteen register areas for each station, values that move,
 faults at given rates. It answers reads and writes and meets everything malformed with silence.
 The first line on stdout is where it can be reached; the log and the final summary go to stderr.
-Exit code: 0 ended as asked, 2 wrong usage, 3 the link cannot be opened or was lost.
+Exit code: 0 ended as asked, 1 other, 2 wrong usage, 3 the link cannot be opened or was lost.
 )";
 
 using Texts = std::vector<std::string>;

@@ -10,7 +10,7 @@
 namespace fgssim
 {
 
-enum ExitCode { ExitUsage = 2, ExitLink = 3 };
+enum ExitCode { ExitOther = 1, ExitUsage = 2, ExitLink = 3 };
 
 struct PtyAddress {
     std::string link; ///< path of a symbolic link to make; empty: none

@@ -214,8 +214,8 @@ SerialAddress parseSerialAddress(const std::string &text)
 {
     const std::size_t colon = text.rfind(':');
     const bool withLine = colon != std::string::npos && isSerialLine(text.substr(colon + 1));
-    const SerialAddress address{withLine ? text.substr(0, colon) : text,
-                                withLine ? parseSerialLine(text.substr(colon + 1)) : SerialLine()};
+    SerialAddress address{withLine ? text.substr(0, colon) : text,
+                          withLine ? parseSerialLine(text.substr(colon + 1)) : SerialLine()};
     if (address.device.empty())
         throw BadText(quoted(text) + " names no device; write for instance /dev/ttyUSB0:19200,8E1");
     return address;

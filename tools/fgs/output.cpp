@@ -56,9 +56,9 @@ QString failuresText(const Statistics &statistics)
 
 QString roundTripsText(const RoundTrips &times, Time timeout)
 {
-    const QString text = QStringLiteral("\nround trip: min %1, mean %2, 99 % within %3, max %4")
-                             .arg(millisecondsText(times.min()), millisecondsText(times.mean()),
-                                  millisecondsText(times.quantile(0.99)), millisecondsText(times.max()));
+    QString text = QStringLiteral("\nround trip: min %1, mean %2, 99 % within %3, max %4")
+                       .arg(millisecondsText(times.min()), millisecondsText(times.mean()),
+                            millisecondsText(times.quantile(0.99)), millisecondsText(times.max()));
     if (2 * times.quantile(0.99) < timeout)
         return text;
     return text + QStringLiteral("\nthe slow ones come near the time limit of %1 ms; try --timeout %2")

@@ -58,10 +58,10 @@ void Session::traceFrame(const TraceEntry &entry) const
 
 Step Session::stepOn()
 {
-    const Step step = host.step();
-    if (step.kind == Step::Idle)
+    const Step done = host.step();
+    if (done.kind == Step::Idle)
         link->pauseUntil(link->now() + 10ms);
-    return step;
+    return done;
 }
 
 Step Session::step()

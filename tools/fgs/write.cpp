@@ -42,6 +42,7 @@ void refuseOverlaps(const std::vector<Variable> &variables)
 std::vector<Variable> variablesOf(const std::vector<Assignment> &assignments)
 {
     std::vector<Variable> variables;
+    variables.reserve(assignments.size());
     for (const Assignment &assignment : assignments)
         variables.push_back(assignment.variable);
     refuseOverlaps(variables);
