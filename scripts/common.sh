@@ -57,6 +57,14 @@ debian_source() {
         sort -u | grep -v -e -updates -e -security | head -n 1
 }
 
+# driver_tests BUILD: the programs that test the driver folders.
+driver_tests() {
+    local file
+    for file in tests/{driver,lists,image,protocol,remote}/tst_*.cpp; do
+        echo "$1/tests/$(basename "$file" .cpp)"
+    done
+}
+
 need_for_build() {
     need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev
 }
