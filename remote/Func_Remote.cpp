@@ -73,10 +73,11 @@ void Remote_WriteVar(RW_VAR *var)
 
 void SaveToRemoteDataErea(QByteArray *reply)
 {
-    int lastEntry = 0;
     StoredPiece piece;
-    if (headPiece(piece))
-        storePiece(reply, piece, lastEntry);
+    if (!headPiece(piece))
+        return;
+    int lastEntry = 0;
+    storePiece(reply, piece, lastEntry);
 }
 
 void SaveBitToUCRemote(QByteArray *reply, unsigned char *buffer)
