@@ -44,6 +44,8 @@ INSTANTIATE_TEST_SUITE_P(Decimal, Addresses,
 INSTANTIATE_TEST_SUITE_P(NoNumbers, Addresses,
                          ::testing::Values(Text{5, "", 0, 0}, Text{5, "D100", 0, 0}, Text{5, "1 0", 0, 0},
                                            Text{5, "1.5", 0, 0}, Text{5, "0x10", 0, 0}, Text{5, "2147483648", 0, 0},
+                                           Text{5, "4294967297", 0, 0}, Text{10, "4294967297", -1, 0},
+                                           Text{0, "40000000001", 0, 0}, Text{5, "18446744073709551617", 0, 0},
                                            Text{5, "-", 0, 0}, Text{0, "", 0, 0}, Text{2, "12a", 0, 0}));
 INSTANTIATE_TEST_SUITE_P(Blanks, Addresses,
                          ::testing::Values(Text{5, "  17", 17, 17}, Text{5, "17  ", 17, 17},

@@ -121,6 +121,17 @@ TEST_F(ExtendEntries, AKeyChangedInPlaceIsNoticed)
     EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 100);
 }
 
+// Pairs that a hash of 31 * station + area type, times 0x9E3779B1, plus the address does not tell apart.
+TEST_F(ExtendEntries, KeysOfTheSameHashAreToldApart)
+{
+    EXPECT_EQ(ExtendFindSameVar(0, 31, 7), 0);
+    EXPECT_EQ(ExtendFindSameVar(1, 0, 7), 1);
+    EXPECT_EQ(ExtendFindSameVar(1, 6, 0), 2);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, int(0x9E3779B1u)), 3);
+    EXPECT_EQ(ExtendFindSameVar(2, 5, 0), 4);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, int(31 * 0x9E3779B1u)), 5);
+}
+
 TEST_F(ExtendEntries, ATwinMadeInPlaceBeforeAnEntryIsFoundFirst)
 {
     for (int i = 0; i < 100; ++i)

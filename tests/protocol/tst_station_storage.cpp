@@ -50,6 +50,17 @@ TEST_F(PerStationStorage, TheLastOfTwoWordsGrowsToTheLengthOfBoth)
     EXPECT_EQ(stored(), "1/5@100 = 34 12\n1/5@101 = 78 56 00 00\n");
 }
 
+TEST_F(PerStationStorage, APieceOfNoElementDoesNotHideAnEntryThatTheHostMoved)
+{
+    addStored(1, 5, 100, "11 11");
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 0);
+    PLC_driver.ExtendVarList[0].address = 200;
+    alone(5, 100, 0, 0);
+    store("12 34");
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 200), 0);
+    EXPECT_EQ(stored(), "1/5@200 = \n");
+}
+
 TEST_F(PerStationStorage, TheLastEntryOfEveryKindGrowsToTheLengthOfAll)
 {
     alone(1, 8, 0, 3);
