@@ -3,6 +3,8 @@
 #include "output.h"
 #include "session.h"
 
+#include <cerrno>
+#include <cstring>
 #include <QtCore/QCoreApplication>
 
 namespace
@@ -27,11 +29,8 @@ int fail(fgs::ExitCode code, const std::exception &error)
     return code;
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int runProgram(int argc, char **argv)
 {
-    fgs::watchForInterrupts();
     try {
         const fgs::Options options = fgs::parseArguments(argc, argv); // before Qt may change the form of numbers
         int nameOnly = 1;                                             // the arguments are not for Qt
@@ -47,4 +46,23 @@ int main(int argc, char **argv)
     } catch (const std::exception &error) {
         return fail(fgs::ExitOther, error);
     }
+}
+
+/// The code, unless it hides that the output has not arrived. A reader that has had enough is no failure.
+int codeWithOutput(int code)
+{
+    const int error = fgs::flushOutput();
+    if (error == 0 || error == EPIPE)
+        return code;
+    fgs::printMessage(QStringLiteral("fgs: the output cannot be written: ") +
+                      QString::fromLocal8Bit(strerror(error)));
+    return code == fgs::ExitOk ? fgs::ExitOther : code;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    fgs::watchForInterrupts();
+    return codeWithOutput(runProgram(argc, argv));
 }

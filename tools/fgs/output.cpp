@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -184,9 +185,12 @@ void printMessage(const QString &message)
     print(stderr, message.toLocal8Bit());
 }
 
-bool flushOutput()
+int flushOutput()
 {
-    return std::fflush(stdout) == 0;
+    static int firstError = 0;
+    if (std::fflush(stdout) != 0 && !firstError)
+        firstError = errno;
+    return firstError;
 }
 
 } // namespace fgs

@@ -36,8 +36,8 @@ QString seconds(Time time);
 void printLine(const QString &line);       ///< to stdout
 void printJson(const QJsonObject &json);   ///< the same, as one line
 void printMessage(const QString &message); ///< to stderr
-/// False once stdout takes nothing any more.
-bool flushOutput();
+/// 0, or once stdout takes nothing any more the errno that tells why.
+int flushOutput();
 
 } // namespace fgs
 

@@ -100,7 +100,7 @@ private:
         for (const Variable &variable : variables)
             rows.push_back(rowOf(session.host, variable));
         display->show(rows, session.host, session.elapsed(), session.link->now());
-        stdoutClosed = !flushOutput();
+        stdoutClosed = flushOutput() != 0;
         shownAt = session.link->now();
     }
 

@@ -1,6 +1,7 @@
 // The commands against a simulated controller, over a pseudo-terminal and TCP.
 #include "programs.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <QtCore/QJsonArray>
 #include <QtCore/QRegularExpression>
@@ -22,11 +23,26 @@ protected:
         list.replaceInStrings(QRegularExpression(QStringLiteral("^L$")), simulator.link());
         return runFgs(list);
     }
+    /// The exit code when nothing can be written to stdout.
+    int codeOnFullDisk(const char *arguments)
+    {
+        std::string command;
+        for (const std::string &word : commandOf(TARN_BINARY_DIR "/fgs"))
+            command += word + ' ';
+        command += QString::fromLatin1(arguments).replace(QLatin1Char('L'), simulator.link()).toStdString();
+        return WEXITSTATUS(std::system((command + " >/dev/full 2>/dev/null").c_str()));
+    }
 
     Simulator simulator{simulatorArguments(QStringLiteral(" --stations 1,2 --values pattern"))};
 };
 
 INSTANTIATE_TEST_SUITE_P(Links, OnLink, ::testing::Values("--pty", "--tcp 0"));
+
+TEST_P(OnLink, OutputThatIsLostIsAFailure)
+{
+    for (const char *arguments : {"read L 5:100", "write L 5:100=1", "poll L 5:100 --for 1", "--help"})
+        EXPECT_EQ(codeOnFullDisk(arguments), 1) << arguments;
+}
 
 std::string word(int station, int address)
 {
