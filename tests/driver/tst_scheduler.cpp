@@ -279,6 +279,16 @@ TEST_F(Scheduler, AnUnknownAreaInTheCyclicListIsSentWithoutData)
     EXPECT_EQ(head().replyLen, 7);
 }
 
+TEST_F(Scheduler, AFrameThatTheHostKeepsStaysAsItWas)
+{
+    cyclic({1, 2});
+    const QByteArray kept = next()->frame;
+    const std::string was = hex(kept);
+    answerWell();
+    EXPECT_NE(hex(next()->frame), was);
+    EXPECT_EQ(hex(kept), was);
+}
+
 TEST_F(Scheduler, EveryBuilderMakesAJobOfOneFrame)
 {
     writes(1);

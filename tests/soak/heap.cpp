@@ -11,6 +11,7 @@ namespace
 
 std::atomic<long long> used{0};
 std::atomic<long long> highest{0};
+std::atomic<long long> asked{0};
 
 void count(long long bytes)
 {
@@ -44,6 +45,7 @@ namespace
 
 void taken(const volatile void *, size_t size)
 {
+    ++asked;
     count(static_cast<long long>(size));
 }
 
@@ -96,6 +98,7 @@ void *take(size_t size, size_t alignment)
     const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(start) + sizeof(Header);
     void *const block = start + sizeof(Header) + (alignment - first % alignment) % alignment;
     *headerOf(block) = Header{start, size};
+    ++asked;
     count(static_cast<long long>(size));
     return block;
 }
@@ -177,4 +180,10 @@ long long heap::peak()
 void heap::startPeak()
 {
     highest = inUse();
+}
+
+long long heap::requests()
+{
+    install();
+    return asked;
 }

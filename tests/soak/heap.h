@@ -14,6 +14,9 @@ long long inUse();
 long long peak();
 void startPeak();
 
+/// How often memory was asked for.
+long long requests();
+
 } // namespace heap
 
 #endif
