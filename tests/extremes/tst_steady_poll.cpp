@@ -43,4 +43,18 @@ TEST_F(SteadyPoll, AsksForNoMemory)
     EXPECT_EQ(after, before);
 }
 
+TEST_F(SteadyPoll, AWriteThatIsDoneLeavesNothingOfItsDataBehind)
+{
+    RW_VAR write = variable(5, 1000, 400, 1, QByteArray(800, 1));
+    cyclic({1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2});
+    for (int i = 0; i < 2; ++i) { // the first one makes the queue
+        makeReplies(4);
+        const long long before = heap::inUse();
+        PLC_driver.WriteVarList.append(write);
+        makeReplies(1);
+        EXPECT_TRUE(write.data.isDetached());
+        EXPECT_LT(heap::inUse(), before + 400);
+    }
+}
+
 } // namespace
