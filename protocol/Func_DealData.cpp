@@ -40,21 +40,12 @@ void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &a
     }
 }
 
-/// The piece of variable iTimes of the request in flight; false if there is none.
-bool currentPiece(StoredPiece &piece)
+/// The piece of variable iTimes of the request in flight.
+StoredPiece currentPiece()
 {
     if (iTimes < 0 || iTimes >= GroupLimit || iTimes >= int(CurrentRWVar.size()))
-        return false;
-    piece = StoredPiece{&CurrentRWVar.at(iTimes), iRet_ValidStar[iTimes], iRet_ValidLen[iTimes]};
-    return true;
-}
-
-template <typename Element>
-void storeCurrent(const QByteArray *reply, Element *buffer)
-{
-    StoredPiece piece;
-    if (currentPiece(piece))
-        storeElements(reply, piece, buffer);
+        return StoredPiece{0, 0, 0};
+    return StoredPiece{&CurrentRWVar.at(iTimes), iRet_ValidStar[iTimes], iRet_ValidLen[iTimes]};
 }
 
 } // namespace
@@ -62,7 +53,8 @@ void storeCurrent(const QByteArray *reply, Element *buffer)
 template <typename Element>
 void storeElements(const QByteArray *reply, const StoredPiece &piece, Element *buffer)
 {
-    store(ReplyView(reply), piece, spanOf(buffer));
+    if (piece.var)
+        store(ReplyView(reply), piece, spanOf(buffer));
 }
 
 template void storeElements(const QByteArray *, const StoredPiece &, unsigned char *);
@@ -71,6 +63,8 @@ template void storeElements(const QByteArray *, const StoredPiece &, unsigned in
 
 void storePiece(const QByteArray *reply, const StoredPiece &piece, int &lastEntry)
 {
+    if (!piece.var)
+        return;
     const Area &area = areaOf(piece.var->areaType);
     if (settings().stationMode)
         storePerStation(reply, piece, area, lastEntry);
@@ -82,26 +76,23 @@ void SaveToLocalDataErea(QByteArray *reply)
 {
     int lastEntry = 0;
     const int last = qMin(settings().groupExtra, GroupLimit - 1);
-    for (iTimes = 0; iTimes <= last; ++iTimes) {
-        StoredPiece piece;
-        if (currentPiece(piece))
-            storePiece(reply, piece, lastEntry);
-    }
+    for (iTimes = 0; iTimes <= last; ++iTimes)
+        storePiece(reply, currentPiece(), lastEntry);
 }
 
 void SaveBitToUC(QByteArray *reply, unsigned char *buffer)
 {
-    storeCurrent(reply, buffer);
+    storeElements(reply, currentPiece(), buffer);
 }
 
 void SaveWordToUS(QByteArray *reply, unsigned short *buffer)
 {
-    storeCurrent(reply, buffer);
+    storeElements(reply, currentPiece(), buffer);
 }
 
 void SaveWordToUI(QByteArray *reply, unsigned int *buffer)
 {
-    storeCurrent(reply, buffer);
+    storeElements(reply, currentPiece(), buffer);
 }
 
 void SpecialRegisterSave(QByteArray *, unsigned short *) {}

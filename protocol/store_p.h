@@ -6,7 +6,7 @@
 
 /// Where the data of one variable stands in a reply, and where they belong.
 struct StoredPiece {
-    const RW_VAR *var; ///< its area, address and station; stands in the request in flight
+    const RW_VAR *var; ///< its area, address and station, in the request in flight; null if there is none to store
     int start;         ///< first data byte in the reply
     int length;        ///< data bytes
 };

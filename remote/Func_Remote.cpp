@@ -33,22 +33,13 @@ int remoteDataBytes(int areaType, qint64 length)
     return cut(2 * length);
 }
 
-/// The piece of the request being answered; false if there is none.
-bool headPiece(StoredPiece &piece)
+/// The piece of the request being answered.
+StoredPiece headPiece()
 {
     if (PLC_driver.ProtocolList.isEmpty())
-        return false;
+        return StoredPiece{0, 0, 0};
     const Protocol &request = PLC_driver.ProtocolList.at(0);
-    piece = StoredPiece{&request.var, request.dataStart, request.dataLen};
-    return true;
-}
-
-template <typename Element>
-void storeHead(const QByteArray *reply, Element *buffer)
-{
-    StoredPiece piece;
-    if (headPiece(piece))
-        storeElements(reply, piece, buffer);
+    return StoredPiece{&request.var, request.dataStart, request.dataLen};
 }
 
 } // namespace
@@ -73,24 +64,21 @@ void Remote_WriteVar(RW_VAR *var)
 
 void SaveToRemoteDataErea(QByteArray *reply)
 {
-    StoredPiece piece;
-    if (!headPiece(piece))
-        return;
     int lastEntry = 0;
-    storePiece(reply, piece, lastEntry);
+    storePiece(reply, headPiece(), lastEntry);
 }
 
 void SaveBitToUCRemote(QByteArray *reply, unsigned char *buffer)
 {
-    storeHead(reply, buffer);
+    storeElements(reply, headPiece(), buffer);
 }
 
 void SaveWordToUSRemote(QByteArray *reply, unsigned short *buffer)
 {
-    storeHead(reply, buffer);
+    storeElements(reply, headPiece(), buffer);
 }
 
 void SaveWordToUIRemote(QByteArray *reply, unsigned int *buffer)
 {
-    storeHead(reply, buffer);
+    storeElements(reply, headPiece(), buffer);
 }
