@@ -72,7 +72,11 @@ public:
     /// Of the local reads. A read whose place the driver does not tell, a single one of words, leaves no trace.
     const Freshness &freshness() const { return fresh; }
     /// Every value known so far is that of before.
-    void lostLink() { fresh.lostLink(link.now()); }
+    void lostLink()
+    {
+        ++stats.linkLost;
+        fresh.lostLink(link.now());
+    }
     void setTrace(const TraceHook &hook) { trace = hook; }
 
 private:

@@ -64,6 +64,7 @@ struct Statistics {
     quint64 retries = 0;    ///< failures after which the same request is to be sent again
     quint64 abandoned = 0;  ///< failures after which the driver gave its job up
     quint64 strayBytes = 0; ///< thrown away between two transactions
+    quint64 linkLost = 0;   ///< how often it went away
     quint64 reconnects = 0;
     RoundTrips roundTrips;
 
