@@ -2,6 +2,7 @@
 #include "host/devices.h"
 #include "host/text_error.h"
 #include "support/loopback.h"
+#include "support/serial_ports.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -103,7 +104,12 @@ template <typename End>
 class DeviceLink : public ::testing::Test
 {
 protected:
-    DeviceLink() : link(makeLink(end.address())) {}
+    void SetUp() override
+    {
+        if (std::is_same<End, PtyEnd>::value)
+            NEEDS_SERIAL_PORTS();
+        link = makeLink(end.address());
+    }
 
     void connect()
     {

@@ -1,5 +1,6 @@
 // The commands against a simulated controller, over a pseudo-terminal and TCP.
 #include "programs.h"
+#include "support/serial_ports.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -14,6 +15,11 @@ class OnLink : public ::testing::TestWithParam<const char *>
 protected:
     static QStringList simulatorArguments(const QString &more)
     {
+    void SetUp() override
+    {
+        if (GetParam() == std::string("--pty"))
+            NEEDS_SERIAL_PORTS();
+    }
         return (QString::fromLatin1(GetParam()) + more).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     }
     /// The program's arguments, L standing for the link.
@@ -208,8 +214,6 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"read /dev/x 5:0 --block 3", 2, "fgs: --block: Value 3 not in range 4 to 255" TAIL},
         Wrong{"read /dev/x 5:0 --format oct", 2, "fgs: --format: 'oct' is none of dec, signed, hex, float" TAIL},
         Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: Value -1 not in range 0.001"},
-        Wrong{"read /dev/no_such_port 5:0", 3,
-              "fgs: cannot open link '/dev/no_such_port': No such file or directory; check the name, the cable"},
         Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
               "fgs: cannot open link 'tcp:127.0.0.1:1': Connection refused; check"}));
 
@@ -221,6 +225,30 @@ TEST(WrongUse, AThousandValuesAreTheMost)
     EXPECT_EQ(result.code, 2);
     EXPECT_EQ(result.messages.toStdString(), "fgs: variable '5:0x1001@1': more than 1000 values; split it\n");
 }
+TEST(WrongUse, APortThatIsNotThereIsNamed)
+{
+    NEEDS_SERIAL_PORTS();
+    const Result result =
+        runFgs({QStringLiteral("read"), QStringLiteral("/dev/no_such_port"), QStringLiteral("5:0")});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(
+        result.messages.toStdString().find(
+            "fgs: cannot open link '/dev/no_such_port': No such file or directory; check the name, the cable"),
+        0u)
+        << result.messages.toStdString();
+}
+
+#if !TARN_SERIAL_PORTS
+TEST(WrongUse, ABuildWithoutSerialPortsNamesThePackage)
+{
+    const Result result = runFgs({QStringLiteral("read"), QStringLiteral("/dev/ttyS0"), QStringLiteral("5:0")});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_TRUE(result.messages.contains(
+        QLatin1String(QT_VERSION_MAJOR == 6 ? "qt6-serialport-dev" : "libqt5serialport5-dev")))
+        << result.messages.toStdString();
+}
+#endif
+
 
 TEST(Help, BeginsWithExamplesAndDocumentsTheExitCodes)
 {

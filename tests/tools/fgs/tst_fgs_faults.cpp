@@ -1,6 +1,7 @@
 // fgs against a controller whose line is bad: no wrong value, no stop, counts that add up.
 #include "host/variable.h"
 #include "programs.h"
+#include "support/serial_ports.h"
 
 #include <gtest/gtest.h>
 #include <QtCore/QJsonArray>
@@ -35,6 +36,8 @@ class Faults : public ::testing::TestWithParam<const char *>
 
 TEST_P(Faults, BecomeNoValues)
 {
+    if (std::string(GetParam()).find("--pty") == 0)
+        NEEDS_SERIAL_PORTS();
     Simulator simulator(arguments(QString::fromLatin1(GetParam())) +
                         arguments(QStringLiteral("--stations 1,2 --values pattern --faults 5 --late-by 150")));
     // Many blocks of one shape: a late reply to one would pass for an answer to any other.
@@ -59,6 +62,7 @@ INSTANTIATE_TEST_SUITE_P(Links, Faults, ::testing::Values("--pty --seed 1", "--p
 TEST(WriteThroughFaults, EndsWithTheValueOrWithAReason)
 {
     int verified = 0;
+    NEEDS_SERIAL_PORTS();
     for (int seed = 1; seed <= 5; ++seed) {
         Simulator simulator(
             arguments(QStringLiteral("--faults 7 --values still --late-by 100 --seed %1").arg(seed)));

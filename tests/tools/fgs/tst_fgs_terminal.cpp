@@ -2,6 +2,7 @@
 #include "programs.h"
 #include "support/frames.h"
 #include "support/loopback.h"
+#include "support/serial_ports.h"
 
 #include <gtest/gtest.h>
 #include <pty.h>
@@ -50,6 +51,7 @@ const QString Red = QStringLiteral("\x1b[31m");
 
 TEST(Table, IsDrawnOverAndOver)
 {
+    NEEDS_SERIAL_PORTS();
     Simulator simulator({QStringLiteral("--values"), QStringLiteral("still")});
     const Shown shown =
         onTerminal(QStringLiteral("poll %1 5:100x2 1:7 --for 0.35").arg(simulator.link()), "TERM=xterm");
@@ -65,6 +67,7 @@ TEST(Table, IsDrawnOverAndOver)
 TEST(Table, ShowsTheReasonInRed)
 {
     Simulator simulator;
+    NEEDS_SERIAL_PORTS();
     const QString poll = QStringLiteral("poll %1 5:0 5:0@9 --timeout 20 --for 0.35").arg(simulator.link());
     const Shown shown = onTerminal(poll, "TERM=xterm");
     EXPECT_EQ(shown.code, 8);
@@ -79,6 +82,7 @@ TEST(Table, FitsOnTheTerminal)
 {
     Simulator simulator;
     const Shown shown =
+    NEEDS_SERIAL_PORTS();
         onTerminal(QStringLiteral("poll %1 5:0x90 5:100 5:101 5:102 5:103 5:104 5:105 5:106 --for 0.35 --quiet")
                        .arg(simulator.link()),
                    "TERM=xterm");
@@ -92,6 +96,7 @@ TEST(Table, NeedsATerminalThatCanDraw)
 {
     Simulator simulator;
     const Shown shown = onTerminal(QStringLiteral("poll %1 5:0 --count 1").arg(simulator.link()), "TERM=dumb");
+    NEEDS_SERIAL_PORTS();
     EXPECT_FALSE(shown.text.contains(QLatin1Char('\x1b')));
     EXPECT_TRUE(shown.text.contains(QLatin1String("5:0@1")));
 }

@@ -281,7 +281,7 @@ TEST(Program, AMissingSerialDeviceEndsWithThree)
 TEST(Program, SerialDevice)
 {
     if (!FGS_SIM_WITH_SERIAL)
-        GTEST_SKIP() << "built without Qt SerialPort";
+        GTEST_SKIP() << "this build has no serial ports";
     Line line;
     Program program({"--serial", line.path + ":115200,8N1", "--values", "still"});
     EXPECT_EQ(program.outputLine(), line.path);
