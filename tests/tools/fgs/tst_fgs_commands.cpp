@@ -10,23 +10,28 @@
 namespace
 {
 
+const QStringList Patience = {QStringLiteral("--timeout"), QStringLiteral("3600000")};
+
 class OnLink : public ::testing::TestWithParam<const char *>
 {
 protected:
-    static QStringList simulatorArguments(const QString &more)
-    {
     void SetUp() override
     {
         if (GetParam() == std::string("--pty"))
             NEEDS_SERIAL_PORTS();
     }
+    static QStringList simulatorArguments(const QString &more)
+    {
         return (QString::fromLatin1(GetParam()) + more).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     }
-    /// The program's arguments, L standing for the link.
+    /// The program's arguments, L standing for the link. An answer is waited for as long as it takes, unless they
+    /// say otherwise.
     Result run(const char *arguments)
     {
         QStringList list = QString::fromLatin1(arguments).split(QLatin1Char(' '));
         list.replaceInStrings(QRegularExpression(QStringLiteral("^L$")), simulator.link());
+        if (!list.contains(QStringLiteral("--timeout")))
+            list << Patience;
         return runFgs(list);
     }
     /// The exit code when nothing can be written to stdout.
@@ -46,7 +51,7 @@ INSTANTIATE_TEST_SUITE_P(Links, OnLink, ::testing::Values("--pty", "--tcp 0"));
 
 TEST_P(OnLink, OutputThatIsLostIsAFailure)
 {
-    for (const char *arguments : {"read L 5:100", "write L 5:100=1", "poll L 5:100 --for 1", "--help"})
+    for (const char *arguments : {"read L 5:100", "write L 5:100=1", "poll L 5:100 --count 1", "--help"})
         EXPECT_EQ(codeOnFullDisk(arguments), 1) << arguments;
 }
 
@@ -89,9 +94,10 @@ TEST_P(OnLink, WritesAThousandBitsAndManyDoubleWords)
         bits << QString::number(i % 3 == 0);
     for (int i = 0; i < 100; ++i)
         doubles << QString::number(i * 1000003);
-    const Result written =
-        runFgs({QStringLiteral("write"), simulator.link(), QStringLiteral("2:5=") + bits.join(QLatin1Char(',')),
-                QStringLiteral("10:3=") + doubles.join(QLatin1Char(','))});
+    const Result written = runFgs(QStringList{QStringLiteral("write"), simulator.link(),
+                                              QStringLiteral("2:5=") + bits.join(QLatin1Char(',')),
+                                              QStringLiteral("10:3=") + doubles.join(QLatin1Char(','))} +
+                                  Patience);
     EXPECT_EQ(written.code, 0) << written.messages.toStdString();
     const QStringList lines = run("read L 2:5x1000 10:3x100 --quiet").lines();
     ASSERT_EQ(lines.size(), 2);
@@ -114,7 +120,7 @@ TEST_P(OnLink, PollsRoundsAndSumsUp)
 
 TEST_P(OnLink, SpeaksJson)
 {
-    const Result result = run("read L 0:17x2@2 5:100@9 --timeout 50 --json");
+    const Result result = run("read L 0:17x2@2 5:100@9 --timeout 2000 --retries 0 --json");
     EXPECT_EQ(result.code, 8);
     const std::vector<QJsonObject> objects = result.objects();
     ASSERT_EQ(objects.size(), 3u);
@@ -142,7 +148,7 @@ TEST_P(OnLink, EndsWithDistinctCodes)
 {
     EXPECT_EQ(run("read L 5:0").code, 0);
     EXPECT_EQ(run("read L 5:0@9 --timeout 20").code, 4);
-    EXPECT_EQ(run("read L 5:0 5:0@9 --timeout 20").code, 8);
+    EXPECT_EQ(run("read L 5:0 5:0@9 --timeout 2000 --retries 0").code, 8);
     EXPECT_EQ(run("poll L 5:0@9 --timeout 20 --count 2").code, 4);
     EXPECT_EQ(run("write L 5:0@9=1 --timeout 20").code, 4);
     EXPECT_EQ(run("write L 5:0@0=1").code, 0);
@@ -151,7 +157,8 @@ TEST_P(OnLink, EndsWithDistinctCodes)
 
 TEST_P(OnLink, AnInterruptedPollStillSumsUp)
 {
-    Program poll(QStringLiteral("fgs"), {QStringLiteral("poll"), simulator.link(), QStringLiteral("5:0x10")});
+    Program poll(QStringLiteral("fgs"),
+                 QStringList{QStringLiteral("poll"), simulator.link(), QStringLiteral("5:0x10")} + Patience);
     EXPECT_TRUE(poll.line().contains(QLatin1String("5:0x10@1")));
     poll.interrupt();
     const Result result = poll.wait();
@@ -162,8 +169,9 @@ TEST_P(OnLink, AnInterruptedPollStillSumsUp)
 TEST_P(OnLink, MovingValuesGiveALineAChange)
 {
     Simulator moving(simulatorArguments(QStringLiteral(" --tick 20 --set 5:0=ramp:0..9/1")));
-    Program poll(QStringLiteral("fgs"),
-                 {QStringLiteral("poll"), moving.link(), QStringLiteral("5:0"), QStringLiteral("--quiet")});
+    Program poll(QStringLiteral("fgs"), QStringList{QStringLiteral("poll"), moving.link(), QStringLiteral("5:0"),
+                                                    QStringLiteral("--quiet")} +
+                                            Patience);
     int last = poll.line().section(QLatin1Char(' '), -1).toInt();
     for (int i = 0; i < 10; ++i) {
         const int value = poll.line().section(QLatin1Char(' '), -1).toInt();
@@ -217,14 +225,6 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
               "fgs: cannot open link 'tcp:127.0.0.1:1': Connection refused; check"}));
 
-TEST(WrongUse, AThousandValuesAreTheMost)
-{
-    const QString values = QStringLiteral("1,").repeated(1000) + QStringLiteral("1");
-    const Result result =
-        runFgs({QStringLiteral("write"), QStringLiteral("/dev/x"), QStringLiteral("5:0=") + values});
-    EXPECT_EQ(result.code, 2);
-    EXPECT_EQ(result.messages.toStdString(), "fgs: variable '5:0x1001@1': more than 1000 values; split it\n");
-}
 TEST(WrongUse, APortThatIsNotThereIsNamed)
 {
     NEEDS_SERIAL_PORTS();
@@ -249,6 +249,14 @@ TEST(WrongUse, ABuildWithoutSerialPortsNamesThePackage)
 }
 #endif
 
+TEST(WrongUse, AThousandValuesAreTheMost)
+{
+    const QString values = QStringLiteral("1,").repeated(1000) + QStringLiteral("1");
+    const Result result =
+        runFgs({QStringLiteral("write"), QStringLiteral("/dev/x"), QStringLiteral("5:0=") + values});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.messages.toStdString(), "fgs: variable '5:0x1001@1': more than 1000 values; split it\n");
+}
 
 TEST(Help, BeginsWithExamplesAndDocumentsTheExitCodes)
 {

@@ -53,8 +53,9 @@ TEST(Table, IsDrawnOverAndOver)
 {
     NEEDS_SERIAL_PORTS();
     Simulator simulator({QStringLiteral("--values"), QStringLiteral("still")});
-    const Shown shown =
-        onTerminal(QStringLiteral("poll %1 5:100x2 1:7 --for 0.35").arg(simulator.link()), "TERM=xterm");
+    const Shown shown = onTerminal(
+        QStringLiteral("poll %1 5:100x2 1:7 --count 6 --interval 120 --timeout 3600000").arg(simulator.link()),
+        "TERM=xterm");
     EXPECT_EQ(shown.code, 0);
     EXPECT_TRUE(shown.text.contains(QLatin1String(" s  5:100x2@1       word         wire 0x08:100    0 0")))
         << shown.text.toStdString();
@@ -66,9 +67,10 @@ TEST(Table, IsDrawnOverAndOver)
 
 TEST(Table, ShowsTheReasonInRed)
 {
-    Simulator simulator;
     NEEDS_SERIAL_PORTS();
-    const QString poll = QStringLiteral("poll %1 5:0 5:0@9 --timeout 20 --for 0.35").arg(simulator.link());
+    Simulator simulator;
+    const QString poll =
+        QStringLiteral("poll %1 5:0 5:0@9 --timeout 2000 --retries 0 --count 1").arg(simulator.link());
     const Shown shown = onTerminal(poll, "TERM=xterm");
     EXPECT_EQ(shown.code, 8);
     EXPECT_TRUE(shown.text.contains(Red));
@@ -80,12 +82,12 @@ TEST(Table, ShowsTheReasonInRed)
 
 TEST(Table, FitsOnTheTerminal)
 {
-    Simulator simulator;
-    const Shown shown =
     NEEDS_SERIAL_PORTS();
-        onTerminal(QStringLiteral("poll %1 5:0x90 5:100 5:101 5:102 5:103 5:104 5:105 5:106 --for 0.35 --quiet")
-                       .arg(simulator.link()),
-                   "TERM=xterm");
+    Simulator simulator;
+    const Shown shown = onTerminal(QStringLiteral("poll %1 5:0x90 5:100 5:101 5:102 5:103 5:104 5:105 5:106 "
+                                                  "--count 6 --interval 120 --timeout 3600000 --quiet")
+                                       .arg(simulator.link()),
+                                   "TERM=xterm");
     EXPECT_TRUE(shown.text.contains(QLatin1String("3 more variables; "))) << shown.text.toStdString();
     static const QRegularExpression escapes(QStringLiteral("\x1b\\[[0-9]*[A-Za-z]"));
     for (QString line : shown.text.split(QRegularExpression(QStringLiteral("[\r\n]+"))))
@@ -94,9 +96,10 @@ TEST(Table, FitsOnTheTerminal)
 
 TEST(Table, NeedsATerminalThatCanDraw)
 {
-    Simulator simulator;
-    const Shown shown = onTerminal(QStringLiteral("poll %1 5:0 --count 1").arg(simulator.link()), "TERM=dumb");
     NEEDS_SERIAL_PORTS();
+    Simulator simulator;
+    const Shown shown =
+        onTerminal(QStringLiteral("poll %1 5:0 --count 1 --timeout 3600000").arg(simulator.link()), "TERM=dumb");
     EXPECT_FALSE(shown.text.contains(QLatin1Char('\x1b')));
     EXPECT_TRUE(shown.text.contains(QLatin1String("5:0@1")));
 }
@@ -142,8 +145,8 @@ private:
 TEST(Write, ReportsWhatTheControllerHoldsInstead)
 {
     ForgetfulController controller;
-    const Result result =
-        runFgs(QStringLiteral("write %1 5:100=7,8").arg(controller.link()).split(QLatin1Char(' ')));
+    const Result result = runFgs(
+        QStringLiteral("write %1 5:100=7,8 --timeout 3600000").arg(controller.link()).split(QLatin1Char(' ')));
     EXPECT_EQ(result.code, 7);
     EXPECT_TRUE(result.out.endsWith(QLatin1String("wire 0x08:100    0 0\n"))) << result.out.toStdString();
     EXPECT_EQ(result.messages.section(QLatin1Char('\n'), 0, 0).toStdString(),
@@ -153,8 +156,9 @@ TEST(Write, ReportsWhatTheControllerHoldsInstead)
 TEST(Write, ReportsItInJsonToo)
 {
     ForgetfulController controller;
-    const Result result =
-        runFgs(QStringLiteral("write %1 5:100=7 --json --quiet").arg(controller.link()).split(QLatin1Char(' ')));
+    const Result result = runFgs(QStringLiteral("write %1 5:100=7 --timeout 3600000 --json --quiet")
+                                     .arg(controller.link())
+                                     .split(QLatin1Char(' ')));
     EXPECT_EQ(result.code, 7);
     ASSERT_EQ(result.objects().size(), 1u);
     EXPECT_EQ(result.objects()[0].value(QStringLiteral("verified")), QJsonValue(false));
