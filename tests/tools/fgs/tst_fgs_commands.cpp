@@ -223,7 +223,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"read /dev/x 5:0 --format oct", 2, "fgs: --format: 'oct' is none of dec, signed, hex, float" TAIL},
         Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: Value -1 not in range 0.001"},
         Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
-              "fgs: cannot open link 'tcp:127.0.0.1:1': Connection refused; check"}));
+              "fgs: cannot open link 'tcp:127.0.0.1:1': port 1 of 127.0.0.1 refuses connections; check the port, "
+              "and "}));
 
 TEST(WrongUse, APortThatIsNotThereIsNamed)
 {
