@@ -222,6 +222,9 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"read /dev/x 5:0 --block 3", 2, "fgs: --block: Value 3 not in range 4 to 255" TAIL},
         Wrong{"read /dev/x 5:0 --format oct", 2, "fgs: --format: 'oct' is none of dec, signed, hex, float" TAIL},
         Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: Value -1 not in range 0.001"},
+        Wrong{"read /dev/no_such_port 5:0", 3,
+              "fgs: cannot open link '/dev/no_such_port': /dev/no_such_port does not exist; is the adapter plugged "
+              "in?"},
         Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
               "fgs: cannot open link 'tcp:127.0.0.1:1': port 1 of 127.0.0.1 refuses connections; check the port, "
               "and "}));
