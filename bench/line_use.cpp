@@ -6,7 +6,7 @@
 // before a request, LATE what is left: the host computes.
 #include "host/host.h"
 #include "operations.h"
-#include "session.h"
+#include "sim/session.h"
 #include "variable_sets.h"
 
 #include <cstdio>

@@ -1,8 +1,8 @@
 #include "controllers.h"
 
-#include "crc.h"
 #include "faults/sim_bytes.h"
-#include "frame.h"
+#include "sim/crc.h"
+#include "sim/frame.h"
 
 namespace bench
 {

@@ -1,7 +1,7 @@
 // Strikes the replies of a line with every fault and prints what the driver, libmodbus and Qt's Modbus client make
 // of it.
 #include "clients.h"
-#include "crc.h"
+#include "sim/crc.h"
 
 #include <cstdio>
 #include <cstdlib>

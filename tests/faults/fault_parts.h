@@ -2,8 +2,8 @@
 #ifndef FGS_TESTS_FAULT_PARTS_H
 #define FGS_TESTS_FAULT_PARTS_H
 
-#include "crc.h"
 #include "line_faults.h"
+#include "sim/crc.h"
 #include "sim_bytes.h"
 
 #include <algorithm>

@@ -3,9 +3,9 @@
 #ifndef FGS_TESTS_FAULTY_LINE_H
 #define FGS_TESTS_FAULTY_LINE_H
 
-#include "frame.h"
 #include "host/fake_link.h"
 #include "line_faults.h"
+#include "sim/frame.h"
 
 #include <deque>
 #include <set>

@@ -2,7 +2,7 @@
 #ifndef FGS_TESTS_SIM_BYTES_H
 #define FGS_TESTS_SIM_BYTES_H
 
-#include "bytes.h"
+#include "sim/bytes.h"
 
 #include <QtCore/QByteArray>
 

@@ -1,7 +1,7 @@
 // The simulated controller's requests: any bytes in pieces of any length. What it cuts out of them depends on the
 // bytes alone, and so do its answers.
-#include "crc.h"
-#include "session.h"
+#include "sim/crc.h"
+#include "sim/session.h"
 #include "target.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
 // The texts of the simulated controller's command line. What a text means can be written again, and then means the
 // same; a text that means nothing is refused with a reason.
-#include "setting_texts.h"
 #include "target.h"
+#include "tools/fgs-sim/setting_texts.h"
 
 #include <cstdio>
 #include <optional>

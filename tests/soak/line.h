@@ -3,8 +3,8 @@
 #ifndef TARN_TESTS_LINE_H
 #define TARN_TESTS_LINE_H
 
-#include <controller.h>
-#include <faults.h>
+#include "sim/controller.h"
+#include "sim/random_faults.h"
 #include <QtCore/QByteArray>
 
 namespace soak

@@ -1,6 +1,6 @@
 #include "remote_line.h"
 
-#include <crc.h>
+#include "sim/crc.h"
 
 namespace stress
 {

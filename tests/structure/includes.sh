@@ -11,17 +11,23 @@ allowed() {
     protocol) echo 'driver image protocol' ;;
     remote) echo 'image protocol' ;;
     host) echo 'host' ;;
+    sim) echo 'sim' ;;
     tools/fgs) echo 'host tools/fgs' ;;
-    tools/fgs-sim) echo 'tools/fgs-sim' ;;
+    tools/fgs-sim) echo 'sim tools/fgs-sim' ;;
     esac
 }
 
 status=0
-for folder in driver image lists protocol remote host tools/fgs tools/fgs-sim; do
-    for header in $(grep -hoE '^#include "[^"]+"' "$folder"/*.cpp "$folder"/*.h | cut -d'"' -f2 | sort -u); do
+for folder in driver image lists protocol remote host sim tools/fgs tools/fgs-sim; do
+    for header in $(grep -hoE '^#include ("[^"]+|<tarn_[^>]+)' "$folder"/*.cpp "$folder"/*.h | cut -d' ' -f2 | tr -d '"<' | sort -u); do
         case $header in
         */*) from=${header%/*} ;;
-        tarn_fgsseries.h) [ "$folder" != tools/fgs-sim ] && continue || from=driver ;;
+        tarn_fgsseries.h)
+            case $folder in
+            sim | tools/fgs-sim) from=driver ;;
+            *) continue ;;
+            esac
+            ;;
         *) from=$folder ;;
         esac
         case " $(allowed $folder) " in

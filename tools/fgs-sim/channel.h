@@ -2,7 +2,7 @@
 #ifndef FGS_SIM_CHANNEL_H
 #define FGS_SIM_CHANNEL_H
 
-#include "session.h"
+#include "sim/session.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QTimer>

@@ -2,8 +2,8 @@
 #ifndef FGS_SIM_OPTIONS_H
 #define FGS_SIM_OPTIONS_H
 
-#include "session.h"
 #include "setting_texts.h"
+#include "sim/session.h"
 
 #include <variant>
 

@@ -3,9 +3,9 @@
 #ifndef FGS_SIM_SETTING_TEXTS_H
 #define FGS_SIM_SETTING_TEXTS_H
 
-#include "faults.h"
-#include "motion.h"
-#include "serial_line.h"
+#include "sim/motion.h"
+#include "sim/random_faults.h"
+#include "sim/serial_line.h"
 
 #include <stdexcept>
 #include <utility>

@@ -2,7 +2,7 @@
 #ifndef SIM_PROGRAM_H
 #define SIM_PROGRAM_H
 
-#include "bytes.h"
+#include "sim/bytes.h"
 #include "support/process.h"
 
 class Program : public Process

@@ -1,4 +1,4 @@
-#include "options.h"
+#include "tools/fgs-sim/options.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "crc.h"
 #include "program.h"
-#include "sim_frames.h"
+#include "sim/crc.h"
+#include "sim/sim_frames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "faults.h"
+#include "random_faults.h"
 
 namespace fgssim
 {

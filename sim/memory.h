@@ -1,6 +1,6 @@
 // The registers of all stations. A written address keeps its value: it moves no more.
-#ifndef FGS_SIM_MEMORY_H
-#define FGS_SIM_MEMORY_H
+#ifndef SIM_MEMORY_H
+#define SIM_MEMORY_H
 
 #include "motion.h"
 

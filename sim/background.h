@@ -1,6 +1,6 @@
 // What the addresses hold that nobody has set or written.
-#ifndef FGS_SIM_BACKGROUND_H
-#define FGS_SIM_BACKGROUND_H
+#ifndef SIM_BACKGROUND_H
+#define SIM_BACKGROUND_H
 
 #include "areas.h"
 #include "course.h"

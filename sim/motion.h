@@ -1,6 +1,6 @@
 // Ranges of addresses whose courses the user has set, over the background.
-#ifndef FGS_SIM_MOTION_H
-#define FGS_SIM_MOTION_H
+#ifndef SIM_MOTION_H
+#define SIM_MOTION_H
 
 #include "background.h"
 

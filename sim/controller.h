@@ -1,6 +1,6 @@
 // The stations of one line: takes a request frame, answers as controllers do.
-#ifndef FGS_SIM_CONTROLLER_H
-#define FGS_SIM_CONTROLLER_H
+#ifndef SIM_CONTROLLER_H
+#define SIM_CONTROLLER_H
 
 #include "frame.h"
 #include "memory.h"

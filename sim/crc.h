@@ -1,7 +1,7 @@
 // The check code of the frames: CRC-16, polynomial 0x8005 reflected (0xA001), start 0xFFFF, no final XOR;
 // "123456789" gives 0x4B37. It ends a frame low byte first.
-#ifndef FGS_SIM_CRC_H
-#define FGS_SIM_CRC_H
+#ifndef SIM_CRC_H
+#define SIM_CRC_H
 
 #include "bytes.h"
 

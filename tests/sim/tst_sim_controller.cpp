@@ -1,4 +1,4 @@
-#include "controller.h"
+#include "sim/controller.h"
 #include "sim_frames.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "crc.h"
-#include "describe.h"
-#include "frame.h"
+#include "sim/crc.h"
+#include "sim/describe.h"
+#include "sim/frame.h"
 #include "sim_frames.h"
 
 #include <gtest/gtest.h>

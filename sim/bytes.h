@@ -1,6 +1,6 @@
 // Byte strings, a bounds-checked view of them, and their hexadecimal text.
-#ifndef FGS_SIM_BYTES_H
-#define FGS_SIM_BYTES_H
+#ifndef SIM_BYTES_H
+#define SIM_BYTES_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "session.h"
+#include "sim/session.h"
 #include "sim_frames.h"
 
 #include <gtest/gtest.h>

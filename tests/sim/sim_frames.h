@@ -2,7 +2,7 @@
 #ifndef SIM_FRAMES_H
 #define SIM_FRAMES_H
 
-#include "bytes.h"
+#include "sim/bytes.h"
 
 #include <sstream>
 

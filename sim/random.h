@@ -1,6 +1,6 @@
 // Random numbers that are the same on every machine for the same seed.
-#ifndef FGS_SIM_RANDOM_H
-#define FGS_SIM_RANDOM_H
+#ifndef SIM_RANDOM_H
+#define SIM_RANDOM_H
 
 #include <cstdint>
 #include <random>

@@ -1,6 +1,6 @@
 // What the simulation tells about itself, line by line.
-#ifndef FGS_SIM_LOG_H
-#define FGS_SIM_LOG_H
+#ifndef SIM_LOG_H
+#define SIM_LOG_H
 
 #include <functional>
 #include <string>

@@ -1,10 +1,10 @@
 // One conversation: received bytes in, bytes to send out, with the time as an argument. No input or output.
-#ifndef FGS_SIM_SESSION_H
-#define FGS_SIM_SESSION_H
+#ifndef SIM_SESSION_H
+#define SIM_SESSION_H
 
 #include "controller.h"
-#include "faults.h"
 #include "log.h"
+#include "random_faults.h"
 #include "reassembler.h"
 
 #include <deque>

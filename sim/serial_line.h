@@ -1,6 +1,6 @@
 // The format of a serial line, and how long its bytes take.
-#ifndef FGS_SIM_SERIAL_LINE_H
-#define FGS_SIM_SERIAL_LINE_H
+#ifndef SIM_SERIAL_LINE_H
+#define SIM_SERIAL_LINE_H
 
 #include <chrono>
 #include <cstdint>

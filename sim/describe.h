@@ -1,6 +1,6 @@
 // The meaning of frames, for the log.
-#ifndef FGS_SIM_DESCRIBE_H
-#define FGS_SIM_DESCRIBE_H
+#ifndef SIM_DESCRIBE_H
+#define SIM_DESCRIBE_H
 
 #include "frame.h"
 

@@ -1,6 +1,6 @@
 // How one value moves from tick to tick.
-#ifndef FGS_SIM_COURSE_H
-#define FGS_SIM_COURSE_H
+#ifndef SIM_COURSE_H
+#define SIM_COURSE_H
 
 #include "random.h"
 

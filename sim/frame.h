@@ -8,8 +8,8 @@
 // Counts are in bits, words or double words. The data of a bit area is whole bytes, the lowest address in the
 // least significant bit; a word goes high byte first; a double word low word first, each word high byte first.
 // A bit write carries one byte, 0 or 1, whatever its count says, and sets one bit.
-#ifndef FGS_SIM_FRAME_H
-#define FGS_SIM_FRAME_H
+#ifndef SIM_FRAME_H
+#define SIM_FRAME_H
 
 #include "areas.h"
 #include "bytes.h"

@@ -1,5 +1,5 @@
-#include "crc.h"
-#include "faults.h"
+#include "sim/crc.h"
+#include "sim/random_faults.h"
 #include "sim_frames.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The fourteen register areas of a controller.
-#ifndef FGS_SIM_AREAS_H
-#define FGS_SIM_AREAS_H
+#ifndef SIM_AREAS_H
+#define SIM_AREAS_H
 
 #include "bytes.h"
 

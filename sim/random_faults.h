@@ -1,6 +1,6 @@
 // Faults of the line, at given rates: each reply gets at most one.
-#ifndef FGS_SIM_FAULTS_H
-#define FGS_SIM_FAULTS_H
+#ifndef SIM_RANDOM_FAULTS_H
+#define SIM_RANDOM_FAULTS_H
 
 #include "bytes.h"
 #include "random.h"

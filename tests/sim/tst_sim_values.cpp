@@ -1,4 +1,4 @@
-#include "memory.h"
+#include "sim/memory.h"
 
 #include <gtest/gtest.h>
 

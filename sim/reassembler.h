@@ -3,8 +3,8 @@
 // The length of a request is known from its first bytes. Where none can start, or where the CRC is bad, one
 // byte is skipped and the next start is tried, so that a request behind garbage is found. A silence ends
 // what is incomplete: it is skipped in the same way.
-#ifndef FGS_SIM_REASSEMBLER_H
-#define FGS_SIM_REASSEMBLER_H
+#ifndef SIM_REASSEMBLER_H
+#define SIM_REASSEMBLER_H
 
 #include "bytes.h"
 

@@ -1,4 +1,4 @@
-#include "reassembler.h"
+#include "sim/reassembler.h"
 #include "sim_frames.h"
 
 #include <gtest/gtest.h>
