@@ -6,7 +6,7 @@ namespace fgssim
 namespace
 {
 
-const Course Walk = {Course::Kind::Walk, 0, 1000, 10};
+const Course Walk = {Course::Shape::Walk, 0, 1000, 10};
 const unsigned RampLength = 1000;
 const std::uint64_t RandomStream = 1;
 

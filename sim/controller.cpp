@@ -10,38 +10,38 @@ Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start
         present.set(station);
 }
 
-Outcome Controller::handle(Slice frame)
+Response Controller::handle(Slice frame)
 {
     const unsigned station = frame.u8(0);
     if (station != EveryStation && !present[station])
-        return {Outcome::Kind::Elsewhere, {}, {}, {}};
+        return {Response::Status::Elsewhere, {}, {}, {}};
     try {
         const Request request = parseRequest(frame);
         return station == EveryStation ? broadcast(request) : answer(request);
     } catch (const Refusal &refusal) {
-        return {Outcome::Kind::Rejected, {}, {}, refusal.what()};
+        return {Response::Status::Rejected, {}, {}, refusal.what()};
     }
 }
 
-Outcome Controller::answer(const Request &request)
+Response Controller::answer(const Request &request)
 {
     if (request.write) {
         store(request.station, request);
-        return {Outcome::Kind::Answered, request, writeReply(request), {}};
+        return {Response::Status::Answered, request, writeReply(request), {}};
     }
     const auto value = [&](const Area &area, unsigned address) {
         return memory.value(request.station, area, address);
     };
-    return {Outcome::Kind::Answered, request, readReply(request, value), {}};
+    return {Response::Status::Answered, request, readReply(request, value), {}};
 }
 
-Outcome Controller::broadcast(const Request &request)
+Response Controller::broadcast(const Request &request)
 {
     if (request.write) {
         for (unsigned station : stations)
             store(station, request);
     }
-    return {Outcome::Kind::Broadcast, request, {}, {}};
+    return {Response::Status::Broadcast, request, {}, {}};
 }
 
 void Controller::store(unsigned station, const Request &request)

@@ -9,14 +9,14 @@ namespace fgssim
 {
 
 /// What became of a request.
-struct Outcome {
-    enum class Kind {
+struct Response {
+    enum class Status {
         Answered,  ///< `reply` is to be sent
         Broadcast, ///< for all stations: a write was carried out, a read ignored; never answered
         Elsewhere, ///< for a station that is not here; never answered
         Rejected   ///< nobody accepts it; `cause` says why; never answered
     };
-    Kind kind;
+    Status status;
     Request request; ///< empty if elsewhere or rejected
     Bytes reply;
     std::string cause;
@@ -29,13 +29,13 @@ public:
     Controller(const std::vector<unsigned> &stationNumbers, Memory start);
 
     /// REQUIRES: a frame with a good CRC.
-    Outcome handle(Slice frame);
+    Response handle(Slice frame);
     /// Moves the values by one step.
     void tick() { memory.tick(); }
 
 private:
-    Outcome answer(const Request &request);
-    Outcome broadcast(const Request &request);
+    Response answer(const Request &request);
+    Response broadcast(const Request &request);
     void store(unsigned station, const Request &request);
 
     std::vector<unsigned> stations;

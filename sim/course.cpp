@@ -7,7 +7,7 @@ namespace fgssim
 
 std::int64_t valueAt(const Course &course, std::uint64_t tick)
 {
-    if (course.kind == Course::Kind::Fixed)
+    if (course.shape == Course::Shape::Fixed)
         return course.from;
     const bool up = course.from <= course.to;
     const std::int64_t distance = up ? course.to - course.from : course.from - course.to;

@@ -8,12 +8,12 @@ namespace fgssim
 {
 
 struct Course {
-    enum class Kind {
+    enum class Shape {
         Fixed, ///< stays at `from`
         Ramp,  ///< goes from `from` to `to` by `step` a tick, up or down, then starts again
         Walk   ///< starts anywhere between the two ends and goes by up to `step` a tick, up or down
     };
-    Kind kind;
+    Shape shape;
     std::int64_t from, to;
     std::int64_t step; ///< at least 1
 };

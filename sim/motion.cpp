@@ -30,7 +30,7 @@ Motion::Motion(const std::vector<unsigned> &stations, const std::vector<Range> &
 void Motion::add(unsigned station, const Range &range)
 {
     Moving entry{range, {}};
-    if (range.course.kind == Course::Kind::Walk) {
+    if (range.course.shape == Course::Shape::Walk) {
         for (unsigned i = 0; i < range.count; ++i)
             entry.walks.push_back(startOfWalk(range.course, random));
     }

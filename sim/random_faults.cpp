@@ -20,33 +20,33 @@ FaultChooser::FaultChooser(const FaultRates &percent, std::uint64_t seed)
 {
 }
 
-std::optional<Fault> FaultChooser::choose()
+std::optional<RandomFault> FaultChooser::choose()
 {
     double drawn = double(random.below(100 * DrawsPerPercent)) / double(DrawsPerPercent);
     for (std::size_t kind = 0; kind < FaultKinds; ++kind) {
         if (drawn < rates[kind])
-            return Fault(kind);
+            return RandomFault(kind);
         drawn -= rates[kind];
     }
     return std::nullopt;
 }
 
-Bytes FaultChooser::damage(Fault fault, Bytes reply)
+Bytes FaultChooser::damage(RandomFault fault, Bytes reply)
 {
     const Bytes stray = someBytes();
     switch (fault) {
-    case Fault::Silence:
-    case Fault::Late:
+    case RandomFault::Silence:
+    case RandomFault::Late:
         break;
-    case Fault::Crc:
+    case RandomFault::Crc:
         return withWrongBit(std::move(reply));
-    case Fault::Short:
+    case RandomFault::Short:
         reply.resize(1 + random.below(reply.size() - 1));
         break;
-    case Fault::Long:
+    case RandomFault::Long:
         reply.insert(reply.end(), stray.begin(), stray.end());
         break;
-    case Fault::Noise:
+    case RandomFault::Noise:
         reply.insert(reply.begin(), stray.begin(), stray.end());
         break;
     }

@@ -11,7 +11,7 @@
 namespace fgssim
 {
 
-enum class Fault {
+enum class RandomFault {
     Silence, ///< the request is carried out, but no reply comes
     Late,    ///< the reply comes late
     Crc,     ///< one bit is wrong, so that the check fails; of an acknowledgement in what stands for the check
@@ -32,9 +32,9 @@ public:
     FaultChooser(const FaultRates &percent, std::uint64_t seed);
 
     /// The fault of the next reply, if it gets one.
-    std::optional<Fault> choose();
+    std::optional<RandomFault> choose();
     /// The reply as it comes with a fault that changes bytes; with the others as it was.
-    Bytes damage(Fault fault, Bytes reply);
+    Bytes damage(RandomFault fault, Bytes reply);
 
 private:
     Bytes withWrongBit(Bytes reply);

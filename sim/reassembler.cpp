@@ -83,7 +83,7 @@ void Reassembler::cut(bool ended, std::vector<Piece> &pieces)
             break;
         if (head.state == Head::State::Frame) {
             endGarbage(pieces);
-            pieces.push_back({Piece::Kind::Frame, rest.first(head.length).copy(), {}});
+            pieces.push_back({Piece::Content::Frame, rest.first(head.length).copy(), {}});
             rest = rest.from(head.length);
         } else {
             skip(rest.u8(0), head.cause, pieces);
@@ -107,7 +107,7 @@ void Reassembler::skip(Byte byte, const std::string &cause, std::vector<Piece> &
 void Reassembler::endGarbage(std::vector<Piece> &pieces)
 {
     if (!garbage.empty())
-        pieces.push_back({Piece::Kind::Garbage, std::move(garbage), garbageCause});
+        pieces.push_back({Piece::Content::Garbage, std::move(garbage), garbageCause});
     garbage.clear();
 }
 

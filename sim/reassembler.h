@@ -7,19 +7,16 @@
 #define SIM_REASSEMBLER_H
 
 #include "bytes.h"
+#include "line_times.h"
 
-#include <chrono>
 #include <optional>
 
 namespace fgssim
 {
 
-/// A point in time, counted from any fixed one.
-using Time = std::chrono::microseconds;
-
 struct Piece {
-    enum class Kind { Frame, Garbage };
-    Kind kind;
+    enum class Content { Frame, Garbage };
+    Content content;
     Bytes bytes;       ///< of garbage at most 256
     std::string cause; ///< of garbage: why no request starts with its first byte
 };

@@ -2,7 +2,8 @@
 #ifndef SIM_SERIAL_LINE_H
 #define SIM_SERIAL_LINE_H
 
-#include <chrono>
+#include "line_times.h"
+
 #include <cstdint>
 
 namespace fgssim
@@ -14,10 +15,10 @@ struct SerialLine {
     char parity = 'E'; ///< 'N', 'E' or 'O'
     int stopBits = 1;  ///< 1 or 2
 
-    std::chrono::nanoseconds byteTime() const
+    Time byteTime() const
     {
         const std::int64_t bits = 1 + 8 + (parity == 'N' ? 0 : 1) + stopBits;
-        return std::chrono::nanoseconds(bits * 1000000000 / baud);
+        return std::chrono::nanoseconds(std::chrono::seconds(bits)) / baud;
     }
 };
 

@@ -16,13 +16,13 @@ Controller makeController(const std::vector<unsigned> &stations, Values values)
 class ControllerTest : public testing::Test
 {
 protected:
-    Outcome ask(const std::string &request) { return controller.handle(sealed(request)); }
+    Response ask(const std::string &request) { return controller.handle(sealed(request)); }
     /// The reply to the request, without its CRC.
     std::string reply(const std::string &request)
     {
-        const Outcome outcome = ask(request);
-        EXPECT_EQ(outcome.kind, Outcome::Kind::Answered) << outcome.cause;
-        return hex(Slice(outcome.reply).first(outcome.reply.size() - 2));
+        const Response response = ask(request);
+        EXPECT_EQ(response.status, Response::Status::Answered) << response.cause;
+        return hex(Slice(response.reply).first(response.reply.size() - 2));
     }
 
     Controller controller = makeController({1, 2, 255}, Values::Still);
@@ -34,8 +34,8 @@ TEST_F(ControllerTest, AnswersForItsStationsOnly)
 {
     EXPECT_EQ(reply("01 FE 01 08 01 00 00"), "01 FE 01 08 01 00 00");
     EXPECT_EQ(reply("FF FE 01 08 01 00 00"), "FF FE 01 08 01 00 00");
-    EXPECT_EQ(ask("03 FE 01 08 01 00 00").kind, Outcome::Kind::Elsewhere);
-    EXPECT_EQ(ask("03 FE 01 0A 01 00 00").kind, Outcome::Kind::Elsewhere);
+    EXPECT_EQ(ask("03 FE 01 08 01 00 00").status, Response::Status::Elsewhere);
+    EXPECT_EQ(ask("03 FE 01 0A 01 00 00").status, Response::Status::Elsewhere);
 }
 
 TEST_F(ControllerTest, WrittenWordsAreReadBack)
@@ -71,7 +71,7 @@ TEST_F(ControllerTest, EveryWritableAreaKeepsItsOwnValues)
         write = write + (area.kind == Kind::Bit ? bytes("01") : Bytes{0, Byte(area.number)});
         if (area.kind == Kind::DoubleWord)
             write = write + bytes("00 00");
-        EXPECT_EQ(controller.handle(sealed(write)).kind, Outcome::Kind::Answered) << area.number;
+        EXPECT_EQ(controller.handle(sealed(write)).status, Response::Status::Answered) << area.number;
     }
     for (const Area &area : areas()) {
         const Byte count = area.kind == Kind::Bit ? 8 : 1;
@@ -83,26 +83,26 @@ TEST_F(ControllerTest, EveryWritableAreaKeepsItsOwnValues)
 
 TEST_F(ControllerTest, BroadcastWritesReachEveryStationUnanswered)
 {
-    const Outcome outcome = ask("00 FF 01 08 01 05 00 00 2A");
-    EXPECT_EQ(outcome.kind, Outcome::Kind::Broadcast);
-    EXPECT_TRUE(outcome.reply.empty());
+    const Response response = ask("00 FF 01 08 01 05 00 00 2A");
+    EXPECT_EQ(response.status, Response::Status::Broadcast);
+    EXPECT_TRUE(response.reply.empty());
     for (const char *station : {"01", "02", "FF"})
         EXPECT_EQ(reply(std::string(station) + " FE 01 08 01 05 00"), std::string(station) + " FE 01 08 01 00 2A");
 }
 
 TEST_F(ControllerTest, BroadcastReadsAreIgnored)
 {
-    const Outcome outcome = ask("00 FE 01 08 01 05 00");
-    EXPECT_EQ(outcome.kind, Outcome::Kind::Broadcast);
-    EXPECT_TRUE(outcome.reply.empty());
+    const Response response = ask("00 FE 01 08 01 05 00");
+    EXPECT_EQ(response.status, Response::Status::Broadcast);
+    EXPECT_TRUE(response.reply.empty());
 }
 
 TEST_F(ControllerTest, RefusedWritesChangeNothing)
 {
-    EXPECT_EQ(ask("01 FF 01 06 01 05 00 00 2A").kind, Outcome::Kind::Rejected);
+    EXPECT_EQ(ask("01 FF 01 06 01 05 00 00 2A").status, Response::Status::Rejected);
     EXPECT_EQ(ask("00 FF 01 06 01 05 00 00 2A").cause, "write to area 8, which is read-only");
     EXPECT_EQ(reply("01 FE 01 06 01 05 00"), "01 FE 01 06 01 00 00");
-    EXPECT_EQ(ask("01 FF 01 08 02 FF FF 00 01 00 02").kind, Outcome::Kind::Rejected);
+    EXPECT_EQ(ask("01 FF 01 08 02 FF FF 00 01 00 02").status, Response::Status::Rejected);
     EXPECT_EQ(reply("01 FE 01 08 01 FF FF"), "01 FE 01 08 01 00 00");
 }
 

@@ -38,14 +38,14 @@ INSTANTIATE_TEST_SUITE_P(Replies, Damage, testing::Values(ReadReply, Acknowledge
 
 TEST_P(Damage, SilenceAndLateLeaveTheBytes)
 {
-    EXPECT_EQ(faults.damage(Fault::Silence, good), good);
-    EXPECT_EQ(faults.damage(Fault::Late, good), good);
+    EXPECT_EQ(faults.damage(RandomFault::Silence, good), good);
+    EXPECT_EQ(faults.damage(RandomFault::Late, good), good);
 }
 
 TEST_P(Damage, CrcFlipsOneBitSoThatTheCheckFails)
 {
     for (int i = 0; i < Tries; ++i) {
-        const Bytes bad = faults.damage(Fault::Crc, good);
+        const Bytes bad = faults.damage(RandomFault::Crc, good);
         ASSERT_EQ(bad.size(), good.size());
         EXPECT_EQ(differingBits(bad, good), 1);
         EXPECT_FALSE(bad.size() == 3 ? bad[1] == 0xFF && bad[2] == 0x20 : hasGoodCrc(bad));
@@ -56,7 +56,7 @@ TEST_P(Damage, ShortIsABeginning)
 {
     std::set<std::size_t> sizes;
     for (int i = 0; i < Tries; ++i) {
-        const Bytes bad = faults.damage(Fault::Short, good);
+        const Bytes bad = faults.damage(RandomFault::Short, good);
         sizes.insert(bad.size());
         EXPECT_EQ(bad, Slice(good).first(bad.size()).copy());
     }
@@ -68,7 +68,7 @@ TEST_P(Damage, LongStartsWithTheReply)
 {
     std::set<std::size_t> extra;
     for (int i = 0; i < Tries; ++i) {
-        const Bytes bad = faults.damage(Fault::Long, good);
+        const Bytes bad = faults.damage(RandomFault::Long, good);
         EXPECT_EQ(Slice(bad).first(good.size()).copy(), good);
         extra.insert(bad.size() - good.size());
     }
@@ -79,7 +79,7 @@ TEST_P(Damage, NoiseEndsWithTheReply)
 {
     std::set<std::size_t> extra;
     for (int i = 0; i < Tries; ++i) {
-        const Bytes bad = faults.damage(Fault::Noise, good);
+        const Bytes bad = faults.damage(RandomFault::Noise, good);
         EXPECT_EQ(Slice(bad).from(bad.size() - good.size()).copy(), good);
         extra.insert(bad.size() - good.size());
     }
@@ -100,7 +100,7 @@ TEST(FaultChooser, HundredPercentHitsAlways)
         rates[kind] = 100;
         FaultChooser faults(rates, 1);
         for (int i = 0; i < Tries; ++i)
-            EXPECT_EQ(faults.choose(), Fault(kind));
+            EXPECT_EQ(faults.choose(), RandomFault(kind));
     }
 }
 
@@ -113,13 +113,13 @@ TEST(FaultChooser, KeepsTheRates)
     std::array<int, FaultKinds> hits{};
     int good = 0;
     for (int i = 0; i < draws; ++i) {
-        const std::optional<Fault> fault = faults.choose();
+        const std::optional<RandomFault> fault = faults.choose();
         ++(fault ? hits[std::size_t(*fault)] : good);
     }
     for (std::size_t kind = 0; kind < FaultKinds; ++kind)
         EXPECT_NEAR(100.0 * hits[kind] / draws, rates[kind], 2.0) << FaultNames[kind];
     EXPECT_NEAR(100.0 * good / draws, 50, 2.5);
-    EXPECT_EQ(hits[std::size_t(Fault::Short)], 0);
+    EXPECT_EQ(hits[std::size_t(RandomFault::Short)], 0);
 }
 
 TEST(FaultChooser, TheSeedDecides)
@@ -128,7 +128,7 @@ TEST(FaultChooser, TheSeedDecides)
         FaultChooser faults({10, 10, 10, 10, 10, 10}, seed);
         std::string text;
         for (int i = 0; i < 100; ++i) {
-            const std::optional<Fault> fault = faults.choose();
+            const std::optional<RandomFault> fault = faults.choose();
             text += fault ? hex(faults.damage(*fault, ReadReply)) : "-";
         }
         return text;

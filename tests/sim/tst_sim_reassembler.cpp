@@ -26,7 +26,7 @@ protected:
     void take(const std::vector<Piece> &pieces)
     {
         for (const Piece &piece : pieces) {
-            if (piece.kind == Piece::Kind::Frame)
+            if (piece.content == Piece::Content::Frame)
                 frames.push_back(hex(piece.bytes));
             else
                 garbage.push_back(piece.cause + ": " + hex(piece.bytes));

@@ -8,7 +8,7 @@
 // The first line on stdout is where the controller can be reached: a device path or HOST:PORT. The log and
 // the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 1 other, 2 wrong usage, 3
 // the link cannot be opened or was lost. README.md beside this file tells the rest.
-#include "link.h"
+#include "endpoint.h"
 #include "signals.h"
 
 #include <QtCore/QCoreApplication>
@@ -37,7 +37,7 @@ Simulation makeSimulation(const Options &options)
             {}};
 }
 
-void announce(const Link &link)
+void announce(const Endpoint &link)
 {
     std::printf("%s\n", link.address().c_str());
     std::fflush(stdout);
@@ -47,8 +47,8 @@ int run(const Options &options)
 {
     Simulation simulation = makeSimulation(options);
     quitOnSignals();
-    const std::unique_ptr<Link> link = std::visit(
-        [&](const auto &address) { return openLink(simulation, options.timing, address); }, options.link);
+    const std::unique_ptr<Endpoint> link = std::visit(
+        [&](const auto &address) { return openEndpoint(simulation, options.times, address); }, options.link);
     QTimer tick;
     QObject::connect(&tick, &QTimer::timeout, &tick, [&] { simulation.controller.tick(); });
     tick.start(options.tickMs);
@@ -85,7 +85,7 @@ int main(int argc, char **argv)
         return run(options);
     } catch (const Finished &finished) {
         return report(finished);
-    } catch (const LinkError &error) {
+    } catch (const EndpointError &error) {
         return fail(ExitLink, error);
     } catch (const std::exception &error) {
         return fail(ExitOther, error);

@@ -161,10 +161,10 @@ void addTimeOptions(CLI::App &app, Options &options)
             ->type_name("MS")
             ->check(CLI::Range(0, 3600000));
     };
-    milliseconds("--delay", options.timing.delay, "From the end of a request to its reply (default 0)");
-    milliseconds("--late-by", options.timing.lateBy, "What a late reply takes in addition (default 1000)");
+    milliseconds("--delay", options.times.delay, "From the end of a request to its reply (default 0)");
+    milliseconds("--late-by", options.times.lateBy, "What a late reply takes in addition (default 1000)");
     addText(
-        app, "--pace", [&](const std::string &text) { options.timing.byteTime = parseSerialLine(text).byteTime(); },
+        app, "--pace", [&](const std::string &text) { options.times.byteTime = parseSerialLine(text).byteTime(); },
         "Keeps the byte times of such a line, whatever the link is")
         ->type_name("BAUD[,8E1]");
     app.add_option("--for", options.seconds, "Ends by itself")->type_name("SECONDS")->check(CLI::Range(0.001, 1e6));

@@ -3,7 +3,7 @@
 #define FGS_SIM_OPTIONS_H
 
 #include "setting_texts.h"
-#include "sim/session.h"
+#include "sim/conversation.h"
 
 #include <variant>
 
@@ -24,7 +24,7 @@ struct Options {
     int tickMs = 200;
     std::uint64_t seed = 1;
     FaultRates faults{};
-    Timing timing;
+    LineTimes times;
     double seconds = 0; ///< ends by itself after them; 0: does not
     Log::Level log = Log::Level::Normal;
 };

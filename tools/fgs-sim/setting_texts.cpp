@@ -107,13 +107,13 @@ Course parseCourse(const std::string &text, Kind kind)
     const Halves parts = halves(text, ":");
     if (parts.left == "fixed" && parts.split) {
         const std::int64_t value = parseValue(parts.right, kind);
-        return {Course::Kind::Fixed, value, value, 1};
+        return {Course::Shape::Fixed, value, value, 1};
     }
     const Halves stepped = halves(parts.right, "/");
     const Halves ends = halves(stepped.left, "..");
     if ((parts.left != "ramp" && parts.left != "walk") || !ends.split)
         throw BadText(quoted(text) + " is none of fixed:VALUE, ramp:FROM..TO/STEP and walk:FROM..TO/STEP");
-    return {parts.left == "ramp" ? Course::Kind::Ramp : Course::Kind::Walk, parseValue(ends.left, kind),
+    return {parts.left == "ramp" ? Course::Shape::Ramp : Course::Shape::Walk, parseValue(ends.left, kind),
             parseValue(ends.right, kind), stepped.split ? number(stepped.right, "step", 1, UINT32_MAX) : 1};
 }
 
@@ -178,7 +178,7 @@ Range parseRange(const std::string &text)
     return range;
 }
 
-std::pair<Fault, double> parseFault(const std::string &text)
+std::pair<RandomFault, double> parseFault(const std::string &text)
 {
     const Halves parts = halves(text, "=");
     for (std::size_t kind = 0; parts.split && kind < FaultKinds; ++kind) {
@@ -188,7 +188,7 @@ std::pair<Fault, double> parseFault(const std::string &text)
         const double percent = std::strtod(parts.right.c_str(), &end);
         if (parts.right.empty() || *end != '\0' || !std::isfinite(percent) || percent < 0 || percent > 100)
             throw BadText("percentage " + quoted(parts.right) + " is not a number from 0 to 100");
-        return {Fault(kind), percent};
+        return {RandomFault(kind), percent};
     }
     throw BadText(quoted(text) + " is not KIND=PERCENT; the kinds are silence, late, crc, short, long and noise");
 }

@@ -29,7 +29,7 @@ std::uint64_t parseSeed(const std::string &text);
 Range parseRange(const std::string &text);
 
 /// "KIND=PERCENT"
-std::pair<Fault, double> parseFault(const std::string &text);
+std::pair<RandomFault, double> parseFault(const std::string &text);
 
 /// "BAUD[,8E1]"
 SerialLine parseSerialLine(const std::string &text);

@@ -33,7 +33,7 @@ TEST(Options, Defaults)
     EXPECT_EQ(options.stations, std::vector<unsigned>{1});
     EXPECT_EQ(options.values, Values::Moving);
     EXPECT_EQ(options.log, Log::Level::Normal);
-    EXPECT_EQ(options.timing.byteTime.count(), 0);
+    EXPECT_EQ(options.times.byteTime.count(), 0);
     EXPECT_EQ(options.seconds, 0);
     EXPECT_EQ(options.faults, FaultRates{});
 }
@@ -86,9 +86,9 @@ TEST(Options, Everything)
     EXPECT_EQ(options.tickMs, 50);
     EXPECT_EQ(options.seed, 9u);
     EXPECT_EQ(options.faults, (FaultRates{1.5, 0, 10, 1.5, 1.5, 1.5}));
-    EXPECT_EQ(options.timing.lateBy, std::chrono::milliseconds(800));
-    EXPECT_EQ(options.timing.delay, std::chrono::milliseconds(3));
-    EXPECT_EQ(options.timing.byteTime.count(), 1041666);
+    EXPECT_EQ(options.times.lateBy, std::chrono::milliseconds(800));
+    EXPECT_EQ(options.times.delay, std::chrono::milliseconds(3));
+    EXPECT_EQ(options.times.byteTime.count(), 1041666);
     EXPECT_EQ(options.seconds, 2.5);
     EXPECT_EQ(options.log, Log::Level::All);
 }
@@ -204,12 +204,12 @@ TEST(SettingTexts, Courses)
     EXPECT_EQ(parseRange("10:7=fixed:0x12345678").course.from, 0x12345678);
     EXPECT_EQ(parseRange("5:7=fixed:-5").course.from, -5);
     const Course ramp = parseRange("5:0=ramp:500..-5/25").course;
-    EXPECT_EQ(ramp.kind, Course::Kind::Ramp);
+    EXPECT_EQ(ramp.shape, Course::Shape::Ramp);
     EXPECT_EQ(ramp.from, 500);
     EXPECT_EQ(ramp.to, -5);
     EXPECT_EQ(ramp.step, 25);
     const Course walk = parseRange("5:0=walk:0..9").course;
-    EXPECT_EQ(walk.kind, Course::Kind::Walk);
+    EXPECT_EQ(walk.shape, Course::Shape::Walk);
     EXPECT_EQ(walk.step, 1);
 }
 

@@ -1,5 +1,5 @@
 #include "device.h"
-#include "link.h"
+#include "endpoint.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtSerialPort/QSerialPort>
@@ -15,12 +15,12 @@ QSerialPort::Parity parityOf(char letter)
     return letter == 'N' ? QSerialPort::NoParity : letter == 'E' ? QSerialPort::EvenParity : QSerialPort::OddParity;
 }
 
-class SerialLink : public Link
+class SerialEndpoint : public Endpoint
 {
 public:
-    SerialLink(Simulation &shared, const Timing &timing, const SerialAddress &wanted)
+    SerialEndpoint(Simulation &shared, const LineTimes &times, const SerialAddress &wanted)
         : simulation(shared), device(wanted.device),
-          channel(shared, timing,
+          channel(shared, times,
                   [this](const char *bytes, std::size_t count) { return sendBounded(port, bytes, count); })
     {
         port.setPortName(QString::fromStdString(wanted.device));
@@ -29,8 +29,8 @@ public:
         port.setStopBits(wanted.line.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
         port.setReadBufferSize(Channel::ChunkSize);
         if (!port.open(QIODevice::ReadWrite))
-            throw LinkError("--serial: cannot open " + wanted.device + ": " + port.errorString().toStdString() +
-                            "; check the path, and that you may use it (group dialout)");
+            throw EndpointError("--serial: cannot open " + wanted.device + ": " + port.errorString().toStdString() +
+                                "; check the path, and that you may use it (group dialout)");
         QObject::connect(&port, &QSerialPort::readyRead, &channel, [this] { receiveChunk(port, channel); });
         QObject::connect(&port, &QSerialPort::errorOccurred, &channel,
                          [this](QSerialPort::SerialPortError error) { failed(error); });
@@ -55,9 +55,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<Link> openLink(Simulation &simulation, const Timing &timing, const SerialAddress &address)
+std::unique_ptr<Endpoint> openEndpoint(Simulation &simulation, const LineTimes &times, const SerialAddress &address)
 {
-    return std::make_unique<SerialLink>(simulation, timing, address);
+    return std::make_unique<SerialEndpoint>(simulation, times, address);
 }
 
 } // namespace fgssim

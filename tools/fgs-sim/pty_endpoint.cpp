@@ -1,5 +1,5 @@
 #include "channel.h"
-#include "link.h"
+#include "endpoint.h"
 
 #include <QtCore/QSocketNotifier>
 
@@ -37,7 +37,7 @@ private:
 void require(bool success, const std::string &what)
 {
     if (!success)
-        throw LinkError("--pty: " + what + ": " + std::strerror(errno));
+        throw EndpointError("--pty: " + what + ": " + std::strerror(errno));
 }
 
 int openMaster()
@@ -85,8 +85,8 @@ public:
         if (target(path).rfind("/dev/pts/", 0) == 0)
             ::unlink(path.c_str());
         if (::symlink(destination.c_str(), path.c_str()) != 0)
-            throw LinkError("--pty: cannot make the link " + path + ": " + std::strerror(errno) +
-                            "; choose another path");
+            throw EndpointError("--pty: cannot make the link " + path + ": " + std::strerror(errno) +
+                                "; choose another path");
     }
     SymbolicLink(const SymbolicLink &) = delete;
     SymbolicLink &operator=(const SymbolicLink &) = delete;
@@ -100,13 +100,13 @@ private:
     const std::string path, destination;
 };
 
-class PtyLink : public Link
+class PtyEndpoint : public Endpoint
 {
 public:
-    PtyLink(Simulation &simulation, const Timing &timing, const PtyAddress &address)
+    PtyEndpoint(Simulation &simulation, const LineTimes &times, const PtyAddress &address)
         : master(openMaster()), path(unlockedSlave(master.get())), slave(openRaw(path)),
           symbolicLink(address.link, path),
-          channel(simulation, timing, [this](const char *bytes, std::size_t count) { return send(bytes, count); }),
+          channel(simulation, times, [this](const char *bytes, std::size_t count) { return send(bytes, count); }),
           readable(master.get(), QSocketNotifier::Read)
     {
         QObject::connect(&readable, &QSocketNotifier::activated, &channel, [this] { receive(); });
@@ -138,9 +138,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<Link> openLink(Simulation &simulation, const Timing &timing, const PtyAddress &address)
+std::unique_ptr<Endpoint> openEndpoint(Simulation &simulation, const LineTimes &times, const PtyAddress &address)
 {
-    return std::make_unique<PtyLink>(simulation, timing, address);
+    return std::make_unique<PtyEndpoint>(simulation, times, address);
 }
 
 } // namespace fgssim

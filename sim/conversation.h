@@ -1,6 +1,6 @@
 // One conversation: received bytes in, bytes to send out, with the time as an argument. No input or output.
-#ifndef SIM_SESSION_H
-#define SIM_SESSION_H
+#ifndef SIM_CONVERSATION_H
+#define SIM_CONVERSATION_H
 
 #include "controller.h"
 #include "log.h"
@@ -32,18 +32,11 @@ struct Simulation {
     Counters counters;
 };
 
-struct Timing {
-    Time delay{0};                        ///< from the end of a request to its reply
-    Time lateBy{std::chrono::seconds(1)}; ///< what a late reply adds
-    Time silence{100000};                 ///< ends an incomplete request
-    std::chrono::nanoseconds byteTime{0}; ///< of the line whose pace is kept; 0: no pace
-};
-
-class Session
+class Conversation
 {
 public:
     /// `prefix` starts each line in the log.
-    Session(Simulation &shared, const Timing &times, std::string prefix = {});
+    Conversation(Simulation &shared, const LineTimes &lineTimes, std::string prefix = {});
 
     void receive(Slice bytes, Time now);
     /// What the passing of time does.
@@ -64,16 +57,16 @@ private:
     void handle(const std::vector<Piece> &pieces);
     void handleFrame(Slice frame);
     void reject(const std::string &cause, Slice bytes);
-    void sendReply(const Outcome &outcome);
-    void sendFault(Fault fault, const Outcome &outcome);
+    void sendReply(const Response &response);
+    void sendFault(RandomFault fault, const Response &response);
     void enqueue(Bytes reply, Time wait);
-    Time spent(std::size_t bytes) const;
+    Time spent(std::size_t bytes) const { return times.byteTime * std::int64_t(bytes); }
     /// `text` is called, and gives a string, only if the log wants the level.
     template <typename Text>
     void say(Log::Level level, Text text) const;
 
     Simulation &simulation;
-    Timing timing;
+    LineTimes times;
     std::string name;
     Reassembler reassembler;
     std::deque<Outgoing> outgoing; // one after the other, as one line sends them

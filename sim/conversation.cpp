@@ -1,4 +1,4 @@
-#include "session.h"
+#include "conversation.h"
 
 #include "describe.h"
 
@@ -27,110 +27,110 @@ std::string summary(const Counters &counters)
 }
 
 template <typename Text>
-void Session::say(Log::Level level, Text text) const
+void Conversation::say(Log::Level level, Text text) const
 {
     if (simulation.log.wants(level))
         simulation.log.write(level, name + text());
 }
 
-Session::Session(Simulation &shared, const Timing &times, std::string prefix)
-    : simulation(shared), timing(times), name(std::move(prefix)), reassembler(times.silence)
+Conversation::Conversation(Simulation &shared, const LineTimes &lineTimes, std::string prefix)
+    : simulation(shared), times(lineTimes), name(std::move(prefix)), reassembler(lineTimes.silence)
 {
 }
 
-void Session::receive(Slice bytes, Time now)
+void Conversation::receive(Slice bytes, Time now)
 {
     requestEnd = std::max(requestEnd, now) + spent(bytes.size());
     handle(reassembler.receive(bytes, now));
 }
 
-void Session::advance(Time now)
+void Conversation::advance(Time now)
 {
     requestEnd = std::max(requestEnd, now);
     handle(reassembler.advance(now));
 }
 
-void Session::handle(const std::vector<Piece> &pieces)
+void Conversation::handle(const std::vector<Piece> &pieces)
 {
     for (const Piece &piece : pieces) {
-        if (piece.kind == Piece::Kind::Frame)
+        if (piece.content == Piece::Content::Frame)
             handleFrame(piece.bytes);
         else
             reject(piece.cause, piece.bytes);
     }
 }
 
-void Session::handleFrame(Slice frame)
+void Conversation::handleFrame(Slice frame)
 {
     ++simulation.counters.requests;
-    const Outcome outcome = simulation.controller.handle(frame);
-    const auto received = [&] { return "<- " + hex(frame, LoggedBytes) + "  " + describe(outcome.request); };
-    switch (outcome.kind) {
-    case Outcome::Kind::Answered:
+    const Response response = simulation.controller.handle(frame);
+    const auto received = [&] { return "<- " + hex(frame, LoggedBytes) + "  " + describe(response.request); };
+    switch (response.status) {
+    case Response::Status::Answered:
         say(Log::Level::All, received);
-        sendReply(outcome);
+        sendReply(response);
         break;
-    case Outcome::Kind::Broadcast:
+    case Response::Status::Broadcast:
         ++simulation.counters.broadcasts;
         say(Log::Level::All, received);
         break;
-    case Outcome::Kind::Elsewhere:
+    case Response::Status::Elsewhere:
         ++simulation.counters.elsewhere;
         say(Log::Level::Normal, [&] { return "not for a station here: " + hex(frame, LoggedBytes); });
         break;
-    case Outcome::Kind::Rejected:
-        reject(outcome.cause, frame);
+    case Response::Status::Rejected:
+        reject(response.cause, frame);
         break;
     }
 }
 
-void Session::reject(const std::string &cause, Slice bytes)
+void Conversation::reject(const std::string &cause, Slice bytes)
 {
     ++simulation.counters.rejected;
     say(Log::Level::Normal, [&] { return "rejected: " + cause + ": " + hex(bytes, LoggedBytes); });
 }
 
-void Session::sendReply(const Outcome &outcome)
+void Conversation::sendReply(const Response &response)
 {
-    if (const std::optional<Fault> fault = simulation.faults.choose())
-        return sendFault(*fault, outcome);
+    if (const std::optional<RandomFault> fault = simulation.faults.choose())
+        return sendFault(*fault, response);
     say(Log::Level::All, [&] {
-        return "-> " + hex(outcome.reply, LoggedBytes) + "  " + describeReply(outcome.request, outcome.reply);
+        return "-> " + hex(response.reply, LoggedBytes) + "  " + describeReply(response.request, response.reply);
     });
-    enqueue(outcome.reply, Time(0));
+    enqueue(response.reply, Time(0));
 }
 
-void Session::sendFault(Fault fault, const Outcome &outcome)
+void Conversation::sendFault(RandomFault fault, const Response &response)
 {
     ++simulation.counters.faults[std::size_t(fault)];
     Bytes reply;
-    if (fault != Fault::Silence)
-        reply = simulation.faults.damage(fault, outcome.reply);
+    if (fault != RandomFault::Silence)
+        reply = simulation.faults.damage(fault, response.reply);
     say(Log::Level::Normal, [&] {
-        return std::string("fault ") + FaultNames[std::size_t(fault)] + ": " + describe(outcome.request) + " -> " +
+        return std::string("fault ") + FaultNames[std::size_t(fault)] + ": " + describe(response.request) + " -> " +
                (reply.empty() ? "nothing" : hex(reply, LoggedBytes));
     });
     if (!reply.empty())
-        enqueue(std::move(reply), fault == Fault::Late ? timing.lateBy : Time(0));
+        enqueue(std::move(reply), fault == RandomFault::Late ? times.lateBy : Time(0));
 }
 
-void Session::enqueue(Bytes reply, Time wait)
+void Conversation::enqueue(Bytes reply, Time wait)
 {
     if (outgoing.size() >= MaxOutgoing)
         return replyLost();
-    const Time start = std::max(requestEnd + timing.delay + wait, replyEnd);
+    const Time start = std::max(requestEnd + times.delay + wait, replyEnd);
     replyEnd = start + spent(reply.size());
     outgoing.push_back({std::move(reply), start, 0});
     ++simulation.counters.replies;
 }
 
-void Session::replyLost()
+void Conversation::replyLost()
 {
     ++simulation.counters.lost;
     say(Log::Level::Normal, [] { return std::string("reply lost: too many wait to be sent or read"); });
 }
 
-Bytes Session::takeDue(Time now)
+Bytes Conversation::takeDue(Time now)
 {
     Bytes due;
     while (!outgoing.empty()) {
@@ -144,18 +144,13 @@ Bytes Session::takeDue(Time now)
     return due;
 }
 
-std::optional<Time> Session::nextEvent() const
+std::optional<Time> Conversation::nextEvent() const
 {
     const std::optional<Time> silent = reassembler.deadline();
     if (outgoing.empty())
         return silent;
     const Time send = outgoing.front().start + spent(outgoing.front().sent + 1);
     return silent ? std::min(*silent, send) : send;
-}
-
-Time Session::spent(std::size_t bytes) const
-{
-    return std::chrono::duration_cast<Time>(timing.byteTime * std::int64_t(bytes));
 }
 
 } // namespace fgssim

@@ -1,5 +1,5 @@
 #include "device.h"
-#include "link.h"
+#include "endpoint.h"
 
 #include <QtNetwork/QTcpServer>
 #include <QtNetwork/QTcpSocket>
@@ -19,19 +19,21 @@ std::string endpoint(const QHostAddress &address, quint16 port)
     return (six ? "[" + host + "]" : host) + ":" + std::to_string(port);
 }
 
-class TcpLink : public Link
+class TcpEndpoint : public Endpoint
 {
 public:
-    TcpLink(Simulation &shared, const Timing &times, const TcpAddress &wanted) : simulation(shared), timing(times)
+    TcpEndpoint(Simulation &shared, const LineTimes &lineTimes, const TcpAddress &wanted)
+        : simulation(shared), times(lineTimes)
     {
         QObject::connect(&server, &QTcpServer::newConnection, &server, [this] { acceptAll(); });
         if (!server.listen(QHostAddress(QString::fromStdString(wanted.host)), quint16(wanted.port)))
-            throw LinkError("--tcp: cannot listen on " + wanted.host + ":" + std::to_string(wanted.port) + ": " +
-                            server.errorString().toStdString() + "; choose another port, or 0 for any free one");
+            throw EndpointError("--tcp: cannot listen on " + wanted.host + ":" + std::to_string(wanted.port) +
+                                ": " + server.errorString().toStdString() +
+                                "; choose another port, or 0 for any free one");
     }
 
     // The connections go with the server, while the rest of this object is alive.
-    ~TcpLink() override
+    ~TcpEndpoint() override
     {
         server.close();
         for (QTcpSocket *socket : server.findChildren<QTcpSocket *>())
@@ -64,7 +66,7 @@ private:
         const auto write = [&socket](const char *bytes, std::size_t count) {
             return sendBounded(socket, bytes, count);
         };
-        auto *channel = new Channel(simulation, timing, write, peer + " ", &socket);
+        auto *channel = new Channel(simulation, times, write, peer + " ", &socket);
         QObject::connect(&socket, &QTcpSocket::readyRead, channel,
                          [&socket, channel] { receiveChunk(socket, *channel); });
         QObject::connect(&socket, &QTcpSocket::disconnected, channel, [this, &socket, peer] {
@@ -75,16 +77,16 @@ private:
     }
 
     Simulation &simulation;
-    const Timing timing;
+    const LineTimes times;
     int connections = 0;
     QTcpServer server;
 };
 
 } // namespace
 
-std::unique_ptr<Link> openLink(Simulation &simulation, const Timing &timing, const TcpAddress &address)
+std::unique_ptr<Endpoint> openEndpoint(Simulation &simulation, const LineTimes &times, const TcpAddress &address)
 {
-    return std::make_unique<TcpLink>(simulation, timing, address);
+    return std::make_unique<TcpEndpoint>(simulation, times, address);
 }
 
 } // namespace fgssim
