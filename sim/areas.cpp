@@ -3,9 +3,10 @@
 namespace fgssim
 {
 
-const char *unitsOf(Kind kind)
+std::string counted(unsigned count, Kind kind)
 {
-    return kind == Kind::Bit ? "bits" : kind == Kind::Word ? "words" : "double words";
+    const char *const unit = kind == Kind::Bit ? " bit" : kind == Kind::Word ? " word" : " double word";
+    return std::to_string(count) + unit + (count == 1 ? "" : "s");
 }
 
 const Areas &areas()

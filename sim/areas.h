@@ -16,7 +16,7 @@ inline unsigned bitsOf(Kind kind)
 {
     return unsigned(kind);
 }
-const char *unitsOf(Kind kind); ///< "bits", "words", "double words"
+std::string counted(unsigned count, Kind kind); ///< "1 bit", "2 words", "0 double words"
 
 struct Area {
     int number; ///< 0..13

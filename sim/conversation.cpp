@@ -27,10 +27,9 @@ std::string summary(const Counters &counters)
 }
 
 template <typename Text>
-void Conversation::say(Log::Level level, Text text) const
+void Conversation::say(Log::Topic topic, Text text)
 {
-    if (simulation.log.wants(level))
-        simulation.log.write(level, name + text());
+    simulation.log.write(topic, latest, [&] { return name + text(); });
 }
 
 Conversation::Conversation(Simulation &shared, const LineTimes &lineTimes, std::string prefix)
@@ -40,12 +39,14 @@ Conversation::Conversation(Simulation &shared, const LineTimes &lineTimes, std::
 
 void Conversation::receive(Slice bytes, Time now)
 {
+    latest = now;
     requestEnd = std::max(requestEnd, now) + spent(bytes.size());
     handle(reassembler.receive(bytes, now));
 }
 
 void Conversation::advance(Time now)
 {
+    latest = now;
     requestEnd = std::max(requestEnd, now);
     handle(reassembler.advance(now));
 }
@@ -67,16 +68,16 @@ void Conversation::handleFrame(Slice frame)
     const auto received = [&] { return "<- " + hex(frame, LoggedBytes) + "  " + describe(response.request); };
     switch (response.status) {
     case Response::Status::Answered:
-        say(Log::Level::All, received);
+        say(Log::Topic::Frame, received);
         sendReply(response);
         break;
     case Response::Status::Broadcast:
         ++simulation.counters.broadcasts;
-        say(Log::Level::All, received);
+        say(Log::Topic::Frame, received);
         break;
     case Response::Status::Elsewhere:
         ++simulation.counters.elsewhere;
-        say(Log::Level::Normal, [&] { return "not for a station here: " + hex(frame, LoggedBytes); });
+        say(Log::Topic::Elsewhere, [&] { return "not for a station here: " + hex(frame, LoggedBytes); });
         break;
     case Response::Status::Rejected:
         reject(response.cause, frame);
@@ -87,14 +88,14 @@ void Conversation::handleFrame(Slice frame)
 void Conversation::reject(const std::string &cause, Slice bytes)
 {
     ++simulation.counters.rejected;
-    say(Log::Level::Normal, [&] { return "rejected: " + cause + ": " + hex(bytes, LoggedBytes); });
+    say(Log::Topic::Rejected, [&] { return "rejected: " + cause + ": " + hex(bytes, LoggedBytes); });
 }
 
 void Conversation::sendReply(const Response &response)
 {
     if (const std::optional<RandomFault> fault = simulation.faults.choose())
         return sendFault(*fault, response);
-    say(Log::Level::All, [&] {
+    say(Log::Topic::Frame, [&] {
         return "-> " + hex(response.reply, LoggedBytes) + "  " + describeReply(response.request, response.reply);
     });
     enqueue(response.reply, Time(0));
@@ -106,7 +107,7 @@ void Conversation::sendFault(RandomFault fault, const Response &response)
     Bytes reply;
     if (fault != RandomFault::Silence)
         reply = simulation.faults.damage(fault, response.reply);
-    say(Log::Level::Normal, [&] {
+    say(Log::Topic::Fault, [&] {
         return std::string("fault ") + FaultNames[std::size_t(fault)] + ": " + describe(response.request) + " -> " +
                (reply.empty() ? "nothing" : hex(reply, LoggedBytes));
     });
@@ -127,11 +128,12 @@ void Conversation::enqueue(Bytes reply, Time wait)
 void Conversation::replyLost()
 {
     ++simulation.counters.lost;
-    say(Log::Level::Normal, [] { return std::string("reply lost: too many wait to be sent or read"); });
+    say(Log::Topic::Lost, [] { return std::string("reply lost: too many wait to be sent or read"); });
 }
 
 Bytes Conversation::takeDue(Time now)
 {
+    latest = now;
     Bytes due;
     while (!outgoing.empty()) {
         Outgoing &head = outgoing.front();

@@ -45,7 +45,7 @@ public:
     Bytes takeDue(Time now);
     /// When to call advance() and takeDue() again; none: not before bytes come.
     std::optional<Time> nextEvent() const;
-    /// A reply that was handed out could not be sent.
+    /// The reply that was just handed out could not be sent.
     void replyLost();
 
 private:
@@ -61,15 +61,16 @@ private:
     void sendFault(RandomFault fault, const Response &response);
     void enqueue(Bytes reply, Time wait);
     Time spent(std::size_t bytes) const { return times.byteTime * std::int64_t(bytes); }
-    /// `text` is called, and gives a string, only if the log wants the level.
+    /// `text` is called, and gives a string, only if the line is written.
     template <typename Text>
-    void say(Log::Level level, Text text) const;
+    void say(Log::Topic topic, Text text);
 
     Simulation &simulation;
     LineTimes times;
     std::string name;
     Reassembler reassembler;
     std::deque<Outgoing> outgoing; // one after the other, as one line sends them
+    Time latest{0};                // the last time that was told
     Time requestEnd{0};            // when the bytes received so far have passed the line
     Time replyEnd{0};              // the same of the bytes to send
 };

@@ -42,6 +42,14 @@ std::string valuesOfReply(const Entry &entry, Slice data)
     return joined(values);
 }
 
+std::string describe(const Course &course)
+{
+    if (course.shape == Course::Shape::Fixed)
+        return "fixed " + std::to_string(course.from);
+    return (course.shape == Course::Shape::Ramp ? "ramp " : "walk ") + std::to_string(course.from) + ".." +
+           std::to_string(course.to) + " by " + std::to_string(course.step);
+}
+
 } // namespace
 
 std::string describe(const Request &request)
@@ -51,10 +59,16 @@ std::string describe(const Request &request)
     text += request.write ? " writes" : " reads";
     for (const Entry &entry : request.entries) {
         text += (&entry == &request.entries.front() ? " " : "; ") + place(entry);
-        text += request.write ? ":" + joined(request.values)
-                              : ", " + std::to_string(entry.count) + " " + unitsOf(entry.area->kind);
+        text += request.write ? ":" + joined(request.values) : ", " + counted(entry.count, entry.area->kind);
     }
     return text;
+}
+
+std::string describe(const Range &range)
+{
+    const std::string station = range.station ? " of station " + std::to_string(*range.station) : "";
+    return "area " + std::to_string(range.area->number) + " from " + addressText(*range.area, range.first) + ", " +
+           counted(range.count, range.area->kind) + station + ": " + describe(range.course);
 }
 
 std::string describeReply(const Request &request, Slice reply)

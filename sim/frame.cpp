@@ -73,9 +73,8 @@ Entry takeEntry(Slice bytes)
 void requireRoom(const Entry &entry, unsigned count)
 {
     if (entry.address + count > AddressesPerArea)
-        throw Refusal("area " + std::to_string(entry.area->number) + ": " + std::to_string(count) + " " +
-                      unitsOf(entry.area->kind) + " from address " + addressText(*entry.area, entry.address) +
-                      " pass the end of the area");
+        throw Refusal("area " + std::to_string(entry.area->number) + ": " + counted(count, entry.area->kind) +
+                      " from address " + addressText(*entry.area, entry.address) + " pass the end of the area");
 }
 
 Entry takeReadEntry(Slice bytes)
@@ -140,7 +139,7 @@ void requireWritable(const Entry &entry)
     if (!entry.area->writable)
         throw Refusal("write to area " + std::to_string(entry.area->number) + ", which is read-only");
     if (entry.area->kind != Kind::Bit && entry.count == 0)
-        throw Refusal("write of 0 " + std::string(unitsOf(entry.area->kind)));
+        throw Refusal("write of " + counted(0, entry.area->kind));
 }
 
 Request parseWrite(Slice frame)

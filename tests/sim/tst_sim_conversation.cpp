@@ -142,7 +142,7 @@ TEST_F(ConversationTest, DamagedRepliesAreLoggedAndCounted)
         EXPECT_EQ(counters().faults[std::size_t(fault)], 1u);
         EXPECT_EQ(counters().replies, 1u);
         EXPECT_EQ(lines, std::vector<std::string>{std::string("line fault ") + FaultNames[std::size_t(fault)] +
-                                                  ": station 1 reads area 5 from 100, 1 words -> " + hex(reply)});
+                                                  ": station 1 reads area 5 from 100, 1 word -> " + hex(reply)});
     }
 }
 
@@ -186,7 +186,7 @@ TEST_F(ConversationTest, TheFullLogShowsEveryFrameWithItsMeaning)
     ask(Write);
     ask(sealed("00 FE 01 08 01 64 00"));
     ASSERT_EQ(lines.size(), 5u);
-    EXPECT_EQ(lines[0], "line <- 01 FE 01 08 01 64 00 5A BE  station 1 reads area 5 from 100, 1 words");
+    EXPECT_EQ(lines[0], "line <- 01 FE 01 08 01 64 00 5A BE  station 1 reads area 5 from 100, 1 word");
     EXPECT_EQ(lines[1], "line -> " + hex(Answer) + "  station 1 answers area 5 from 100: 0");
     EXPECT_EQ(lines[2], "line <- " + hex(Write) + "  station 1 writes area 5 from 100: 4660");
     EXPECT_EQ(lines[3], "line -> 01 FF 20  station 1 acknowledges");

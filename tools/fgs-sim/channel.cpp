@@ -3,15 +3,10 @@
 namespace fgssim
 {
 
-namespace
-{
-
 Time now()
 {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
-
-} // namespace
 
 Channel::Channel(Simulation &shared, const LineTimes &times, Write to, const std::string &prefix, QObject *parent)
     : QObject(parent), conversation(shared, times, prefix), write(std::move(to))

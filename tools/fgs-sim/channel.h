@@ -10,6 +10,9 @@
 namespace fgssim
 {
 
+/// The time of all conversations and of the log; it never goes back.
+Time now();
+
 class Channel : public QObject
 {
 public:

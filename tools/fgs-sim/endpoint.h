@@ -24,7 +24,7 @@ public:
     Endpoint &operator=(const Endpoint &) = delete;
     virtual ~Endpoint() = default;
 
-    /// What a client opens: a device path or HOST:PORT.
+    /// A device path or tcp:HOST:PORT, as clients take it. Of a serial device, what is open at this end.
     virtual std::string address() const = 0;
 };
 

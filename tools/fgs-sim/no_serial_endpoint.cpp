@@ -6,9 +6,9 @@ namespace fgssim
 
 std::unique_ptr<Endpoint> openEndpoint(Simulation &, const LineTimes &, const SerialAddress &address)
 {
-    throw EndpointError("--serial: cannot open " + address.device +
-                        ": this fgs-sim was built without Qt SerialPort; " +
-                        "install it (on Debian libqt5serialport5-dev), configure and build again");
+    throw EndpointError(
+        "--serial: cannot open " + address.device + ": this fgs-sim was built without Qt SerialPort; " +
+        "install it (on Debian libqt5serialport5-dev, or qt6-serialport-dev for Qt 6), configure and build again");
 }
 
 } // namespace fgssim

@@ -12,6 +12,8 @@ namespace fgssim
 
 enum ExitCode { ExitOther = 1, ExitUsage = 2, ExitLink = 3 };
 
+const int MaxConnections = 8; ///< at a time, on a TCP port
+
 struct PtyAddress {
     std::string link; ///< path of a symbolic link to make; empty: none
 };
@@ -21,11 +23,11 @@ struct Options {
     std::vector<unsigned> stations = {1};
     std::vector<Range> ranges;
     Values values = Values::Moving;
-    int tickMs = 200;
+    Time tick = std::chrono::milliseconds(200);
     std::uint64_t seed = 1;
     FaultRates faults{};
     LineTimes times;
-    double seconds = 0; ///< ends by itself after them; 0: does not
+    Time duration{0}; ///< ends by itself after it; 0: does not
     Log::Level log = Log::Level::Normal;
 };
 

@@ -3,6 +3,9 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtSerialPort/QSerialPort>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace fgssim
 {
@@ -13,6 +16,20 @@ namespace
 QSerialPort::Parity parityOf(char letter)
 {
     return letter == 'N' ? QSerialPort::NoParity : letter == 'E' ? QSerialPort::EvenParity : QSerialPort::OddParity;
+}
+
+/// What to do about a device that cannot be opened. A name without a slash is one in /dev.
+std::string remedyFor(const std::string &device)
+{
+    const std::string path = device.find('/') == std::string::npos ? "/dev/" + device : device;
+    struct stat found = {};
+    if (::stat(path.c_str(), &found) != 0)
+        return "check the path";
+    if (!S_ISCHR(found.st_mode))
+        return "it is no serial device";
+    if (::access(path.c_str(), R_OK | W_OK) != 0)
+        return "join the group of the device (ls -l " + path + " tells it; often dialout)";
+    return "check that it is a serial device and that no other program has it open";
 }
 
 class SerialEndpoint : public Endpoint
@@ -29,8 +46,9 @@ public:
         port.setStopBits(wanted.line.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
         port.setReadBufferSize(Channel::ChunkSize);
         if (!port.open(QIODevice::ReadWrite))
-            throw EndpointError("--serial: cannot open " + wanted.device + ": " + port.errorString().toStdString() +
-                                "; check the path, and that you may use it (group dialout)");
+            refuse(port.errorString().toStdString(), remedyFor(wanted.device));
+        if (::flock(port.handle(), LOCK_EX | LOCK_NB) != 0)
+            refuse("another program has locked it", "end that one, or choose another device");
         QObject::connect(&port, &QSerialPort::readyRead, &channel, [this] { receiveChunk(port, channel); });
         QObject::connect(&port, &QSerialPort::errorOccurred, &channel,
                          [this](QSerialPort::SerialPortError error) { failed(error); });
@@ -39,11 +57,17 @@ public:
     std::string address() const override { return device; }
 
 private:
+    [[noreturn]] void refuse(const std::string &why, const std::string &remedy) const
+    {
+        throw EndpointError("--serial: cannot open " + device + ": " + why + "; " + remedy);
+    }
+
     void failed(QSerialPort::SerialPortError error)
     {
         if (error != QSerialPort::ResourceError)
             return;
-        simulation.log.write(Log::Level::Normal, device + " is gone: " + port.errorString().toStdString());
+        simulation.log.write(Log::Topic::State, now(),
+                             [&] { return device + " is gone: " + port.errorString().toStdString(); });
         QCoreApplication::exit(ExitLink);
     }
 

@@ -28,6 +28,15 @@ std::uint64_t parseSeed(const std::string &text);
 /// "AREA:ADDRESS[xCOUNT][@STATION]=fixed:VALUE | ramp:FROM..TO[/STEP] | walk:FROM..TO[/STEP]"
 Range parseRange(const std::string &text);
 
+/// From `least` to an hour.
+Time parseMilliseconds(const std::string &text, std::int64_t least);
+
+/// "2.5": from a millisecond to 1,000,000 seconds.
+Time parseSeconds(const std::string &text);
+
+/// "12.5": from 0 to 100.
+double parsePercent(const std::string &text);
+
 /// "KIND=PERCENT"
 std::pair<RandomFault, double> parseFault(const std::string &text);
 

@@ -10,9 +10,7 @@ namespace fgssim
 namespace
 {
 
-const int MaxConnections = 8;
-
-std::string endpoint(const QHostAddress &address, quint16 port)
+std::string hostAndPort(const QHostAddress &address, quint16 port)
 {
     const bool six = address.protocol() == QAbstractSocket::IPv6Protocol;
     const std::string host = address.toString().toStdString();
@@ -40,18 +38,21 @@ public:
             delete socket;
     }
 
-    std::string address() const override { return endpoint(server.serverAddress(), server.serverPort()); }
+    std::string address() const override
+    {
+        return "tcp:" + hostAndPort(server.serverAddress(), server.serverPort());
+    }
 
 private:
     void acceptAll()
     {
         while (QTcpSocket *socket = server.nextPendingConnection()) {
-            const std::string peer = endpoint(socket->peerAddress(), socket->peerPort());
+            const std::string peer = hostAndPort(socket->peerAddress(), socket->peerPort());
             if (connections < MaxConnections) {
                 start(*socket, peer);
             } else {
-                simulation.log.write(Log::Level::Normal, peer + " refused: " + std::to_string(MaxConnections) +
-                                                             " connections are open");
+                say(peer + " refused: " + std::to_string(MaxConnections) +
+                    " connections are open, and there may be no more; close one");
                 delete socket;
             }
         }
@@ -60,7 +61,7 @@ private:
     void start(QTcpSocket &socket, const std::string &peer)
     {
         ++connections;
-        simulation.log.write(Log::Level::Normal, peer + " connected");
+        say(peer + " connected");
         socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
         socket.setReadBufferSize(Channel::ChunkSize);
         const auto write = [&socket](const char *bytes, std::size_t count) {
@@ -71,9 +72,14 @@ private:
                          [&socket, channel] { receiveChunk(socket, *channel); });
         QObject::connect(&socket, &QTcpSocket::disconnected, channel, [this, &socket, peer] {
             --connections;
-            simulation.log.write(Log::Level::Normal, peer + " disconnected");
+            say(peer + " disconnected");
             socket.deleteLater();
         });
+    }
+
+    void say(const std::string &line)
+    {
+        simulation.log.write(Log::Topic::Connection, now(), [&] { return line; });
     }
 
     Simulation &simulation;

@@ -39,7 +39,7 @@ private:
 };
 
 int openDevice(const std::string &path);
-/// "127.0.0.1:5020"
-int openTcp(const std::string &address);
+/// "tcp:127.0.0.1:5020"
+int openTcp(const std::string &link);
 
 #endif
