@@ -83,10 +83,13 @@ const Named<Log::Level> LevelNames[] = {
 void addLinkOptions(CLI::App &app, Options &options)
 {
     const auto pty = [&](const Texts &link) { options.link = PtyAddress{link.empty() ? "" : link.front()}; };
-    CLI::Option *ptyOption = app.add_option_function<Texts>(
-                                    "--pty", pty, "A new pseudo-terminal (default), and a link to it at LINKPATH")
-                                 ->type_name("[=LINKPATH]")
-                                 ->expected(0, 1);
+    CLI::Option *ptyOption =
+        app.add_option_function<Texts>(
+               "--pty", pty,
+               "A new pseudo-terminal (default), and a link to it at LINKPATH, which no other fgs-sim\n"
+               "may have; one that a killed fgs-sim has left behind is replaced")
+            ->type_name("[=LINKPATH]")
+            ->expected(0, 1);
     CLI::Option *serialOption = addText(
         app, "--serial", [&](const std::string &text) { options.link = parseSerialAddress(text); },
         "A serial device, locked against other programs; without BAUD 19200,8E1");

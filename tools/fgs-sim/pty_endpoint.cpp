@@ -1,5 +1,6 @@
 #include "channel.h"
 #include "endpoint.h"
+#include "symbolic_link.h"
 
 #include <QtCore/QSocketNotifier>
 
@@ -15,24 +16,6 @@ namespace fgssim
 
 namespace
 {
-
-/// A file descriptor that is closed with its owner.
-class Descriptor
-{
-public:
-    explicit Descriptor(int opened) : fd(opened) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor()
-    {
-        if (fd >= 0)
-            ::close(fd);
-    }
-    int get() const { return fd; }
-
-private:
-    const int fd;
-};
 
 void require(bool success, const std::string &what)
 {
@@ -65,40 +48,6 @@ int openRaw(const std::string &path)
     require(known && ::tcsetattr(fd, TCSANOW, &settings) == 0, "cannot set " + path + " to raw mode");
     return fd;
 }
-
-/// Where a symbolic link leads; empty if it is none.
-std::string target(const std::string &path)
-{
-    char text[256];
-    const ssize_t length = ::readlink(path.c_str(), text, sizeof text);
-    return length < 0 ? std::string() : std::string(text, std::size_t(length));
-}
-
-/// A symbolic link to a pseudo-terminal. One that an ended simulator left behind is replaced.
-class SymbolicLink
-{
-public:
-    SymbolicLink(const std::string &at, const std::string &to) : path(at), destination(to)
-    {
-        if (path.empty())
-            return;
-        if (target(path).rfind("/dev/pts/", 0) == 0)
-            ::unlink(path.c_str());
-        if (::symlink(destination.c_str(), path.c_str()) != 0)
-            throw EndpointError("--pty: cannot make the link " + path + ": " + std::strerror(errno) +
-                                "; choose another path");
-    }
-    SymbolicLink(const SymbolicLink &) = delete;
-    SymbolicLink &operator=(const SymbolicLink &) = delete;
-    ~SymbolicLink()
-    {
-        if (!path.empty() && target(path) == destination)
-            ::unlink(path.c_str());
-    }
-
-private:
-    const std::string path, destination;
-};
 
 class PtyEndpoint : public Endpoint
 {

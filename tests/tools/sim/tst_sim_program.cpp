@@ -120,6 +120,54 @@ TEST(Program, SymbolicLinkComesAndGoes)
     EXPECT_FALSE(std::filesystem::is_symlink(link));
 }
 
+TEST(Program, ASecondOneOnTheSameLinkIsRefused)
+{
+    const Directory directory;
+    const std::filesystem::path link = directory.path / "plc";
+    Program first({"--pty=" + link.string(), "--values", "still"});
+    const std::string path = first.outputLine();
+    std::filesystem::create_directory(directory.path / "other");
+    for (const std::string &same : {link.string(), (directory.path / "other" / ".." / "plc").string()}) {
+        Program second({"--pty=" + same});
+        EXPECT_EQ(second.wait(), 3);
+        const std::string message = second.restOfLog();
+        const std::regex form("fgs-sim: --pty: cannot make the link " + same +
+                              ": another fgs-sim \\(process [1-9][0-9]*\\) has it, on " + path +
+                              "; choose another path, or end that one\n");
+        EXPECT_TRUE(std::regex_match(message, form)) << message;
+    }
+    EXPECT_EQ(std::filesystem::read_symlink(link), path);
+    Client client(openDevice(link));
+    EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+}
+
+TEST(Program, AKilledOneLeavesTheLinkToTheNext)
+{
+    const Directory directory;
+    const std::filesystem::path link = directory.path / "plc";
+    Program first({"--pty=" + link.string()});
+    first.outputLine();
+    first.signal(SIGKILL);
+    EXPECT_EQ(first.wait(), -SIGKILL);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    Program second({"--pty=" + link.string()});
+    EXPECT_EQ(second.outputLine(), std::filesystem::read_symlink(link).string());
+    EXPECT_EQ(interrupted(second), 0);
+    EXPECT_FALSE(std::filesystem::is_symlink(link));
+}
+
+TEST(Program, AVeryLongLinkIsTakenOnceToo)
+{
+    const Directory directory;
+    const std::string link = directory.path / std::string(150, 'x');
+    Program first({"--pty=" + link});
+    first.outputLine();
+    Program second({"--pty=" + link});
+    EXPECT_EQ(second.wait(), 3);
+    Program third({"--pty=" + link + "y"});
+    EXPECT_NE(third.outputLine(), "");
+}
+
 TEST(Program, SymbolicLinkNeverReplacesAFile)
 {
     const Directory directory;
