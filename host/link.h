@@ -3,6 +3,8 @@
 #ifndef FGS_HOST_LINK_H
 #define FGS_HOST_LINK_H
 
+#include "stop.h"
+
 #include <chrono>
 #include <memory>
 #include <QtCore/QString>
@@ -38,6 +40,19 @@ public:
     virtual void pauseUntil(Time time) = 0;
     /// What one byte takes on the line; 0 if that does not matter.
     virtual Time byteTime() const { return Time(0); }
+
+    /// From the request of `stop` on, and from `end` on, nothing is waited for: a wait under way ends too. open()
+    /// fails, receive() takes what is there, pauseUntil() returns. The stop outlives the link.
+    void endBy(const Stop *theStop, Time theEnd = Time::max())
+    {
+        stop = theStop;
+        endTime = theEnd;
+    }
+    bool isEnded() const { return (stop && stop->isRequested()) || (endTime != Time::max() && now() >= endTime); }
+
+protected:
+    const Stop *stop = nullptr; ///< null: nobody asks
+    Time endTime = Time::max();
 };
 
 /// The link that a text names: "/dev/ttyUSB0:19200,8E1" (without settings: 19200,8E1), "tcp:127.0.0.1:5020" or
