@@ -10,10 +10,10 @@ namespace fgs
 namespace
 {
 
-bool allTried(const Host &host, const std::vector<Variable> &variables)
+bool allSettled(const Host &host, const std::vector<Variable> &variables)
 {
     return std::all_of(variables.begin(), variables.end(),
-                       [&host](const Variable &variable) { return host.ageOf(variable).tried != Never; });
+                       [&host](const Variable &variable) { return host.isSettled(variable); });
 }
 
 void printRow(const Session &session, const Row &row)
@@ -31,8 +31,8 @@ ExitCode readCommand(const Options &options)
 {
     const std::vector<Variable> variables = readableVariables(options);
     Session session(options, variables);
-    session.host.readSoon(variables);
-    while (!allTried(session.host, variables) && !isInterrupted())
+    session.host.poll(variables);
+    while (!allSettled(session.host, variables) && !isInterrupted())
         session.step();
     for (const Variable &variable : variables)
         printRow(session, rowOf(session.host, variable));
