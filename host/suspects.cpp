@@ -101,14 +101,14 @@ bool Suspects::needsSignOfLife(int station) const
 const Span *Suspects::knownGood(int station) const
 {
     const auto found = good.find(station);
-    return found == good.end() || anyOverlaps(leftOut(), found->second) ? nullptr : &found->second;
+    return found == good.end() || anyOverlaps(silentPlaces(), found->second) ? nullptr : &found->second;
 }
 
 // ---- what came of the polling
 
 bool Suspects::gaveUp(const Spans &blocks, int requests)
 {
-    stayedSilent(blocks.front().station);
+    holdSearches(blocks.front().station);
     Spans again;
     std::vector<Doubt> now;
     for (const Span &span : common(blocks, wanted))
@@ -130,6 +130,13 @@ bool Suspects::gaveUp(const Spans &blocks, int requests)
 }
 
 void Suspects::stayedSilent(int station)
+{
+    holdSearches(station);
+    good.erase(station);
+}
+
+/// Whether the last probe failed because of a place is not known any more.
+void Suspects::holdSearches(int station)
 {
     for (Search &each : searches)
         if (each.station == station && each.state == Search::Unproven)

@@ -121,6 +121,7 @@ private:
     Silent *dueSilent(Time now, const std::set<int> &asleep);
     std::optional<Probe> probeOf(Search &search);
     Spans underSearch() const;
+    void holdSearches(int station);
     void markGood(const Span &block);
 
     const int blockWords;
