@@ -3,6 +3,8 @@
 #include "text_error.h"
 
 #include <algorithm>
+#include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace fgs
@@ -40,6 +42,23 @@ std::vector<quint32> fromBytes(const QByteArray &bytes, int width)
     return values;
 }
 
+Spans wantedOf(const std::vector<Variable> &variables)
+{
+    Spans spans;
+    for (const Variable &variable : variables)
+        if (variable.station != 0)
+            spans.push_back(spanOf(variable));
+    return united(spans);
+}
+
+Spans ofStation(const Spans &spans, int station)
+{
+    Spans some;
+    std::copy_if(spans.begin(), spans.end(), std::back_inserter(some),
+                 [station](const Span &span) { return span.station == station; });
+    return some;
+}
+
 std::set<int> stationsOf(const std::vector<Variable> &variables)
 {
     std::set<int> stations;
@@ -48,18 +67,37 @@ std::set<int> stationsOf(const std::vector<Variable> &variables)
     return stations;
 }
 
+/// Whether the station did what it should; to refuse is that too.
+bool isGood(Outcome outcome)
+{
+    return outcome == Outcome::Good || outcome == Outcome::Refused;
+}
+
+/// The same blocks, those after the given one first.
+Spans rotatedAfter(const Span &last, Spans blocks)
+{
+    const auto isAfter = [&last](const Span &block) {
+        return std::tie(block.station, block.area, block.first) > std::tie(last.station, last.area, last.first);
+    };
+    std::rotate(blocks.begin(), std::find_if(blocks.begin(), blocks.end(), isAfter), blocks.end());
+    return blocks;
+}
+
 } // namespace
 
 Host::Host(const DriverApi &theDriver, Link &theLink, const std::vector<Variable> &variables,
            const HostOptions &options)
     : driver(theDriver), link(theLink), storage(storageFor(variables, options.blockWords)),
-      poller(theDriver, theLink, info, options.timing), health(Patience, options.firstRest, options.longestRest)
+      poller(theDriver, theLink, info, options.timing), health(Patience, options.firstRest, options.longestRest),
+      suspects(storage.blockWords, options.firstRest, options.longestSilence)
 {
     info.blockWords = storage.blockWords;
     info.defaultStation = storage.station;
     info.stationMode = storage.perStation;
     info.retryLimit = options.retries;
     info.writeMode = ControllerWriteMode;
+    if (theHost)
+        throw std::logic_error("this process has a host already: the driver is one, and serves one host at a time");
     theHost = this;
     driver.SetComInfo(&info);
     driver.RegistCallBackFuncIntf(&Host::onceReadEnded, 0);
@@ -80,20 +118,11 @@ void Host::poll(const std::vector<Variable> &variables)
 {
     polled = variables;
     pollStart = link.now();
-    health.watch(stationsOf(variables));
-    list(health.active(link.now()));
-}
-
-/// Hands the variables of these stations to the driver, the station after the last served first: so each gets its
-/// turn however often the list changes.
-void Host::list(const std::set<int> &stations)
-{
-    std::vector<Variable> asked;
-    std::copy_if(polled.begin(), polled.end(), std::back_inserter(asked),
-                 [&stations](const Variable &variable) { return stations.count(variable.station) != 0; });
-    QList<HOST_VAR> wishes = cyclicWishes(asked, storage, lastStation + 1);
-    driver.ReCreatReadVarList(&wishes);
-    listed = stations;
+    const std::set<int> stations = stationsOf(variables);
+    health.watch(stations);
+    wanted = wantedOf(variables);
+    suspects.watch(wanted);
+    beginRound();
 }
 
 void Host::readSoon(const std::vector<Variable> &bits)
@@ -195,48 +224,103 @@ int Host::writesQueued() const
 Step Host::step()
 {
     watchLink();
-    if (!std::exchange(jobUnderWay, true))
+    if (!std::exchange(jobUnderWay, true)) {
         jobStart = link.now();
+        silentRequests = 0;
+    }
     readNextOnce();
-    if (health.isTroubled() && !link.isEnded())
-        probeOnce();
+    if (isTroubled() && !link.isEnded())
+        limitAttempts();
     const Step step = poller.step();
-    jobUnderWay = step.kind != Step::Idle && !step.ended;
+    jobUnderWay = step.kind == Step::Stopped || (step.kind == Step::Exchanged && !step.ended);
+    silentRequests += step.kind == Step::Exchanged && isSilence(step.outcome);
     if (step.kind == Step::Exchanged && step.ended)
         endJob(step);
-    if (health.isTroubled()) {
-        const std::set<int> active = health.active(link.now());
-        if (active != listed)
-            list(active);
-    }
+    if (isTroubled() && (step.kind == Step::Idle || step.ended))
+        planAfter(step);
     watchLink();
     return step;
 }
 
-/// A probe has one attempt: the others count as used up.
-void Host::probeOnce()
+/// What most likely fails has one attempt: the others count as used up.
+void Host::limitAttempts()
 {
     const Protocol *const next = driver.ComCommunication();
-    if (next && next->frame.at(CommandAt) == char(ReadCommand) && health.isProbed(next->var.station))
+    if (!next || next->frame.at(CommandAt) != char(ReadCommand))
+        return;
+    const bool isCyclic = next->var.hostAddr < 0;
+    const bool isProbe = isCyclic && (pass == Pass::Sample || (pass == Pass::Probe && !isThorough));
+    if (isProbe || health.isProbed(next->var.station) || (isCyclic && suspects.isDoubted(currentBlocks())))
         info.retryCount = info.retryLimit;
+}
+
+/// What the last cyclic request reads, without what is read to keep another block company.
+Spans Host::currentBlocks() const
+{
+    Spans blocks;
+    for (const RW_VAR &var : *driver.CurrentRWVar)
+        if (var.hostAddr != CompanionMark && areaOf(var.areaType))
+            blocks.push_back(spanOf(var));
+    return blocks;
 }
 
 void Host::endJob(const Step &step)
 {
-    lastStation = step.station;
     if (step.isWrite)
         --queuedWrites[step.station];
     if (step.outcome == Outcome::Good)
         info.retryCount = 0; // a success does not, so that the failures of many requests would add up
-    if (step.outcome == Outcome::Good || step.outcome == Outcome::Refused)
-        health.answered(step.station);
-    else
-        health.gaveUp(step.station, link.now(), link.now() - jobStart);
+    if (!isTroubled())
+        lastBlock = {step.station, AreaCount, 0, 0}; // all that the station has counts as served
+    const bool isLookedAt = isTroubled() || isSilence(step.outcome);
+    const bool isPlaces = isLookedAt && noteReading(step, step.isCyclic ? currentBlocks() : Spans());
+    if (isGood(step.outcome) || !isPlaces)
+        noteHealth(step);
     if (step.outcome != Outcome::Good) {
         lostWrites += step.isWrite;
         dropQueued(step.station);
     }
+    tellFindings();
+}
+
+/// Returns whether a place is to blame if there was no answer.
+bool Host::noteReading(const Step &step, const Spans &blocks)
+{
+    const bool isPolled = step.isCyclic && pass == Pass::Poll, isProbe = step.isCyclic && pass == Pass::Probe;
+    if (isSilence(step.outcome)) {
+        if (isPolled)
+            return suspects.gaveUp(blocks, silentRequests);
+        if (isProbe)
+            suspects.probeSilent(link.now(), link.now() - jobStart);
+        else
+            suspects.stayedSilent(step.station);
+        return isProbe;
+    }
+    if (isProbe)
+        suspects.probeAnswered();
+    if (isPolled || isProbe)
+        suspects.heard(blocks);
+    if (isGood(step.outcome)) {
+        suspects.answered(step.station, blocks, link.now());
+        samples.erase(step.station);
+    }
+    return isProbe;
+}
+
+void Host::noteHealth(const Step &step)
+{
+    if (isGood(step.outcome))
+        health.answered(step.station);
+    else
+        health.gaveUp(step.station, link.now(), link.now() - jobStart);
     tellOfStation(step.station);
+}
+
+void Host::tellFindings()
+{
+    static const LineEvent::Kind kinds[] = {LineEvent::PlaceSilent, LineEvent::PlaceBack, LineEvent::GapSilent};
+    for (const Finding &finding : suspects.takeFindings())
+        tell({kinds[finding.kind], link.now(), finding.span.station, variableOf(finding.span), {}});
 }
 
 void Host::tellOfStation(int station)
@@ -271,6 +355,151 @@ void Host::dropWrites()
     jobUnderWay = false;
 }
 
+// ---- rounds
+//
+// Usually the driver's list is all that is polled, joined by the driver, and goes round by itself. While a station
+// rests, or something is to be found out, or is known that must not be read along, the list holds exact blocks
+// instead, and between two rounds one request at most is asked that finds something out.
+
+void Host::planAfter(const Step &step)
+{
+    const bool wasCyclic = step.kind == Step::Exchanged && step.isCyclic;
+    if (wasCyclic && isExact)
+        --jobsLeft;
+    if (wasCyclic && pass == Pass::Poll) {
+        const Spans blocks = currentBlocks();
+        if (!blocks.empty())
+            lastBlock = blocks.back();
+        if (isSilence(step.outcome) && suspects.needsSignOfLife(step.station) && !health.isProbed(step.station))
+            return beginSample(step.station);
+    }
+    if ((wasCyclic && pass != Pass::Poll) || needsExact() != isExact || health.awake() != listed)
+        beginRound();
+    if (isExact && pass == Pass::Poll && jobsLeft <= 0)
+        betweenRounds();
+}
+
+void Host::betweenRounds()
+{
+    std::set<int> asleep;
+    for (const Span &span : wanted)
+        if (health.isProbed(span.station))
+            asleep.insert(span.station);
+    if (const std::optional<Probe> probe = suspects.nextProbe(link.now(), asleep))
+        beginProbe(*probe);
+    else if (const int station = stationToSample())
+        beginSample(station);
+    else
+        beginRound();
+}
+
+/// The resting station whose turn it is, or one that may be silent as a whole; 0 if there is none.
+int Host::stationToSample() const
+{
+    if (const int due = health.dueProbe(link.now()))
+        return due;
+    for (int station : listed)
+        if (suspects.needsSignOfLife(station))
+            return station;
+    return 0;
+}
+
+bool Host::needsExact() const
+{
+    return !suspects.isQuiet() || health.hasResting();
+}
+
+void Host::beginRound()
+{
+    pass = Pass::Poll;
+    listed = health.awake();
+    isExact = needsExact();
+    if (isExact)
+        listExactly();
+    else
+        listJoined();
+}
+
+/// The station after the last served comes first: so each gets its turn however often the list changes.
+void Host::listJoined()
+{
+    QList<HOST_VAR> wishes = cyclicWishes(polled, storage, lastBlock.station + 1);
+    driver.ReCreatReadVarList(&wishes);
+}
+
+/// The block after the last served comes first, for the same reason.
+void Host::listExactly()
+{
+    Spans asked = without(wanted, suspects.leftOut());
+    asked.erase(std::remove_if(asked.begin(), asked.end(),
+                               [this](const Span &span) { return listed.count(span.station) == 0; }),
+                asked.end());
+    std::vector<RW_VAR> list;
+    for (const Span &block : rotatedAfter(lastBlock, exactBlocks(asked, suspects.barriers(), storage.blockWords)))
+        appendPolled(list, block);
+    hand(list);
+}
+
+/// A block that is too short to be asked alone, between two silent places, is not asked alone.
+void Host::appendPolled(std::vector<RW_VAR> &list, const Span &block) const
+{
+    const Span wide = widenedAway(block, suspects.barriers());
+    list.push_back(exactBlock(wide));
+    if (isTooShort(wide))
+        appendCompanion(list, block.station);
+}
+
+void Host::appendCompanion(std::vector<RW_VAR> &list, int station) const
+{
+    const Span *const good = suspects.knownGood(station);
+    if (!good)
+        return;
+    list.push_back(exactBlock(*good));
+    list.back().hostAddr = CompanionMark;
+}
+
+void Host::beginProbe(const Probe &probe)
+{
+    pass = Pass::Probe;
+    isExact = true;
+    isThorough = probe.thorough;
+    std::vector<RW_VAR> list;
+    for (const Span &block : probe.blocks)
+        list.push_back(exactBlock(block));
+    if (std::any_of(probe.blocks.begin(), probe.blocks.end(), isTooShort))
+        appendCompanion(list, probe.blocks.front().station);
+    hand(list);
+}
+
+void Host::beginSample(int station)
+{
+    pass = Pass::Sample;
+    isExact = true;
+    hand({exactBlock(nextSample(station))});
+}
+
+/// What the station has answered of late; as long as it does not answer, another part of what is wanted each time,
+/// so that one silent place does not hide a living station.
+Span Host::nextSample(int station)
+{
+    const int number = samples[station]++;
+    const Span *const good = suspects.knownGood(station);
+    if (good && number == 0)
+        return *good;
+    const Spans all = ofStation(wanted, station), sound = without(all, suspects.leftOut());
+    return sampleOf(sound.empty() ? all : sound, number);
+}
+
+/// Makes these the driver's cyclic list as they stand.
+void Host::hand(const std::vector<RW_VAR> &blocks)
+{
+    QList<HOST_VAR> nothing;
+    driver.ReCreatReadVarList(&nothing);
+    for (RW_VAR block : blocks)
+        driver.AddListReadVar(&block);
+    jobsLeft = requestsFor(blocks);
+}
+
 // ---- what can be told
 
 void Host::watchLink()
@@ -292,8 +521,12 @@ void Host::tell(const LineEvent &event) const
 
 bool Host::isSettled(const Variable &variable) const
 {
-    const Age age = ageOf(variable);
-    return age.tried > pollStart || health.isSilent(variable.station);
+    if (ageOf(variable).stored > pollStart || health.isSilent(variable.station))
+        return true;
+    const Spans asked = without({spanOf(variable)}, suspects.silentPlaces());
+    return std::all_of(asked.begin(), asked.end(), [this](const Span &span) {
+        return ageOf(variableOf(span)).tried > pollStart && !suspects.isOpen(span);
+    });
 }
 
 bool Host::isUnderWay(const Variable &variable) const
@@ -305,9 +538,12 @@ bool Host::isUnderWay(const Variable &variable) const
                        [wanted = spanOf(variable)](const RW_VAR &block) { return spanOf(block).overlaps(wanted); });
 }
 
-std::vector<Variable> Host::silentPlaces(const Variable &) const
+std::vector<Variable> Host::silentPlaces(const Variable &variable) const
 {
-    return {};
+    std::vector<Variable> places;
+    for (const Span &span : common({spanOf(variable)}, suspects.silentPlaces()))
+        places.push_back(variableOf(span));
+    return places;
 }
 
 } // namespace fgs

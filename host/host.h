@@ -5,6 +5,7 @@
 #include "plan.h"
 #include "poller.h"
 #include "station_health.h"
+#include "suspects.h"
 
 #include <deque>
 #include <functional>
@@ -16,8 +17,9 @@ struct HostOptions {
     int blockWords = DefaultBlockWords; ///< most words that one block reads
     int retries = 2;                    ///< of a failing request, before the driver gives it up
     Timing timing;
-    Time firstRest = 1s;    ///< of a station that does not answer while others do; doubled after each probe
-    Time longestRest = 10s; ///< longer if many stations rest, because probes take a bounded share of the time
+    Time firstRest = 1s;       ///< of a station that does not answer while others do; doubled after each probe
+    Time longestRest = 10s;    ///< longer if many stations rest, because probes take a bounded share of the time
+    Time longestSilence = 60s; ///< before a place that does not answer while others do is probed again
 };
 
 /// Something happened on the line that is no transaction.
@@ -46,7 +48,7 @@ class Host
 {
 public:
     /// The variables are all that will be read or written: they decide where the driver keeps the values. The
-    /// driver must have nothing in flight.
+    /// driver must have nothing in flight. Throws std::logic_error if the process has a host already.
     Host(const DriverApi &driver, Link &link, const std::vector<Variable> &variables,
          const HostOptions &options = HostOptions());
     ~Host();
@@ -93,8 +95,31 @@ public:
 
 private:
     static void onceReadEnded(int handle, int type, int index, int status);
-    void list(const std::set<int> &stations);
-    void probeOnce();
+    enum class Pass {
+        Poll,  ///< the cyclic list is what is polled
+        Probe, ///< one request that is to find out a silent place
+        Sample ///< one short request that is to show if a station answers at all
+    };
+
+    bool isTroubled() const { return isExact || health.isTroubled() || !suspects.isQuiet(); }
+    Spans currentBlocks() const;
+    bool needsExact() const;
+    void beginRound();
+    void listJoined();
+    void listExactly();
+    void beginProbe(const Probe &probe);
+    void beginSample(int station);
+    Span nextSample(int station);
+    int stationToSample() const;
+    void hand(const std::vector<RW_VAR> &blocks);
+    void appendPolled(std::vector<RW_VAR> &list, const Span &block) const;
+    void appendCompanion(std::vector<RW_VAR> &list, int station) const;
+    void planAfter(const Step &step);
+    void betweenRounds();
+    void limitAttempts();
+    bool noteReading(const Step &step, const Spans &blocks);
+    void noteHealth(const Step &step);
+    void tellFindings();
     void watchLink();
     void tellOfStation(int station);
     void tell(const LineEvent &event) const;
@@ -111,15 +136,23 @@ private:
     COMINFO info = COMINFO(); ///< the driver keeps its address
     Poller poller;
     StationHealth health;
+    Suspects suspects;
     std::vector<Variable> polled;
-    std::set<int> listed;            ///< stations in the driver's cyclic list
+    Spans wanted;         ///< of them
+    std::set<int> listed; ///< stations that are polled
+    Pass pass = Pass::Poll;
+    bool isExact = false;            ///< the driver's list is not left to it to join
+    bool isThorough = true;          ///< the probe has all attempts
+    int jobsLeft = 0;                ///< in the round, or the pass; counted only while isExact
+    Span lastBlock{};                ///< polled
+    std::map<int, int> samples;      ///< how many were taken since the station has answered
     std::deque<RW_VAR> waiting;      ///< one-shot reads to come
     bool onceUnderWay = false;       ///< the driver has the first of them
     std::map<int, int> queuedWrites; ///< records in the driver's queue, by station
     int lostWrites = 0;
     Time jobStart{0};
     bool jobUnderWay = false;
-    int lastStation = 0;
+    int silentRequests = 0; ///< of the job
     Time pollStart{0};
     std::set<int> down; ///< stations of which it was told
     bool linkUp = true;

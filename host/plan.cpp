@@ -21,21 +21,10 @@ struct Range {
 using Place = std::pair<int, int>; ///< station, area: in this order the driver groups the most blocks into a frame
 using Ranges = std::map<Place, std::vector<Range>>;
 
-/// A reply with two data bytes is as long as its request and begins like it, so an echo would pass for it.
-int fewestElements(const Area &area)
-{
-    return area.kind == Kind::Bit ? 3 : area.kind == Kind::Word ? 2 : 1;
-}
-
 /// A grouped read of double words takes one less than the length asked for.
 int lengthBias(const Area &area)
 {
     return area.kind == Kind::DoubleWord ? 1 : 0;
-}
-
-int mostElements(const Area &area, int blockWords)
-{
-    return area.kind == Kind::DoubleWord ? blockWords / 2 - lengthBias(area) : blockWords;
 }
 
 /// Downwards, because the lower addresses of an area exist.
@@ -106,6 +95,21 @@ HOST_VAR hostVar(const Place &place, int address, int length)
 
 } // namespace
 
+int fewestElements(const Area &area)
+{
+    return area.kind == Kind::Bit ? 3 : area.kind == Kind::Word ? 2 : 1;
+}
+
+bool isTooShort(const Span &block)
+{
+    return block.size() < fewestElements(*areaOf(block.area));
+}
+
+int mostElements(const Area &area, int blockWords)
+{
+    return area.kind == Kind::DoubleWord ? blockWords / 2 - lengthBias(area) : blockWords;
+}
+
 Storage storageFor(const std::vector<Variable> &variables, int blockWords)
 {
     Storage storage;
@@ -156,6 +160,76 @@ std::vector<RW_VAR> onceWishes(const std::vector<Variable> &variables, const Sto
         wishes.push_back(var);
     }
     return wishes;
+}
+
+// ---- blocks that the driver is not to join
+
+Spans exactBlocks(const Spans &spans, const Spans &barriers, int blockWords)
+{
+    Spans blocks;
+    for (const Span &span : spans) {
+        const int most = mostElements(*areaOf(span.area), blockWords);
+        for (int first = span.first; first < span.end; first += most) {
+            const Span piece = {span.station, span.area, first, std::min(first + most, span.end)};
+            const Span whole = {span.station, span.area, blocks.empty() ? 0 : blocks.back().first, piece.end};
+            if (!blocks.empty() && blocks.back().isSamePlace(piece) && whole.size() <= most &&
+                !anyOverlaps(barriers, {span.station, span.area, blocks.back().end, piece.first}))
+                blocks.back().end = piece.end;
+            else
+                blocks.push_back(piece);
+        }
+    }
+    return blocks;
+}
+
+Span widenedAway(const Span &block, const Spans &barriers)
+{
+    const Area &area = *areaOf(block.area);
+    const int lacking = fewestElements(area) - block.size();
+    if (lacking <= 0)
+        return block;
+    const Span lower = {block.station, block.area, block.first - lacking, block.end};
+    const Span upper = {block.station, block.area, block.first, block.end + lacking};
+    if (lower.first >= 0 && !anyOverlaps(barriers, lower))
+        return lower;
+    const int limit = AddressCount / addressesPerElement(area);
+    return upper.end <= limit && !anyOverlaps(barriers, upper) ? upper : block;
+}
+
+Span sampleOf(const Spans &wanted, int number)
+{
+    const int count = static_cast<int>(wanted.size()), lap = number / count;
+    const Span &span = wanted[static_cast<std::size_t>(number % count)];
+    const int size = std::min(span.size(), fewestElements(*areaOf(span.area)));
+    const int room = span.size() - size;
+    // The beginning, the end, and then points all over it.
+    const int offset = room == 0 ? 0 : lap % 2 ? room - lap / 2 * 7 % (room + 1) : lap / 2 * 7 % (room + 1);
+    const Span sample = {span.station, span.area, span.first + offset, span.first + offset + size};
+    const Spans below = {{span.station, span.area, 0, sample.first}};
+    return widenedAway(sample, lap % 2 ? Spans() : below);
+}
+
+RW_VAR exactBlock(const Span &block)
+{
+    const Area &area = *areaOf(block.area);
+    RW_VAR var;
+    var.hostAddr = -1;
+    var.areaType = block.area;
+    var.address = block.first * addressesPerElement(area);
+    var.station = block.station;
+    var.length = block.size() + lengthBias(area);
+    return var;
+}
+
+int requestsFor(const std::vector<RW_VAR> &blocks)
+{
+    int requests = 0, inLast = 0;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        const bool joins = inLast > 0 && inLast < MostBlocksInRequest && blocks[i].station == blocks[i - 1].station;
+        inLast = joins ? inLast + 1 : 1;
+        requests += inLast == 1;
+    }
+    return requests;
 }
 
 } // namespace fgs

@@ -18,6 +18,14 @@ const int MinBlockWords = 4;
 const int DefaultBlockWords = 64;
 const int MaxBlockWords = 255; ///< a frame counts in one byte
 const int MaxBitBytes = 31;    ///< it counts bits
+const int MostBlocksInRequest = 6;
+
+/// A reply with two data bytes is as long as its request and begins like it, so an echo would pass for it: a block
+/// of fewer elements is not asked alone.
+int fewestElements(const Area &area);
+bool isTooShort(const Span &block);
+/// What one block can carry.
+int mostElements(const Area &area, int blockWords);
 
 /// The fixed image serves one station and ends at the areas' capacities; anything else is stored per station.
 /// The block size is the given one, cut to what one frame can carry: with bits at most 31.
@@ -32,6 +40,20 @@ QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Stora
 /// The same for bits that are wanted once: records for AddListOnceReadVar(), mode 0. hostAddr is the index in the
 /// result. Other kinds cannot be read once: the driver would store the reply under its last grouped read.
 std::vector<RW_VAR> onceWishes(const std::vector<Variable> &variables, const Storage &storage);
+
+/// The blocks to read these spans, which are united, and nothing beside them but what lies between two of them that
+/// fit into one block together; none spans any of the barriers. They may be shorter than fewestElements().
+Spans exactBlocks(const Spans &spans, const Spans &barriers, int blockWords);
+/// A block with as many elements as may be asked alone, downwards if that reaches no barrier, else upwards. If
+/// both do it is left as it is.
+Span widenedAway(const Span &block, const Spans &barriers);
+/// A short part of what is wanted, another one for each number: whether any of them is answered tells if a station
+/// is alive. The spans are not empty.
+Span sampleOf(const Spans &wanted, int number);
+/// The block as AddListReadVar() takes it: it is not joined with others. hostAddr is -1, as in the driver's own.
+RW_VAR exactBlock(const Span &block);
+/// How many requests the driver makes of these blocks: up to six neighbours of one station share one.
+int requestsFor(const std::vector<RW_VAR> &blocks);
 
 } // namespace fgs
 

@@ -69,7 +69,6 @@ bool StationHealth::isProbed(int station) const
     return state != states.end() && isDead(state->second);
 }
 
-/// The station whose rest ended first; 0 if none is to be probed now.
 int StationHealth::dueProbe(Time now) const
 {
     int due = 0;
@@ -82,12 +81,11 @@ int StationHealth::dueProbe(Time now) const
     return due;
 }
 
-std::set<int> StationHealth::active(Time now) const
+std::set<int> StationHealth::awake() const
 {
-    const int due = dueProbe(now);
     std::set<int> stations;
     for (const auto &[station, state] : states)
-        if (station == due || !isDead(state))
+        if (!isDead(state))
             stations.insert(station);
     return stations;
 }

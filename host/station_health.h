@@ -34,8 +34,11 @@ public:
     bool isSound(int station) const;
     /// Whether the next job of the station is a probe.
     bool isProbed(int station) const;
-    /// The stations to ask now.
-    std::set<int> active(Time now) const;
+    bool hasResting() const { return awake().size() != states.size(); }
+    /// The stations that do not rest.
+    std::set<int> awake() const;
+    /// The resting station to probe now, that whose rest ended first; 0 if there is none.
+    int dueProbe(Time now) const;
 
 private:
     struct State {
@@ -46,7 +49,6 @@ private:
     bool isLineDown() const { return troubled == states.size(); }
     bool isDead(const State &state) const { return state.failures >= patience && !isLineDown(); }
     void giveAnotherChance();
-    int dueProbe(Time now) const;
 
     const int patience;
     const Time firstRest, longestRest;

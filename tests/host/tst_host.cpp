@@ -134,6 +134,72 @@ TEST_F(HostTest, OneFailureDoesNotTakeTheOtherBitsAlong)
     EXPECT_EQ(host->step().kind, Step::Idle);
 }
 
+TEST_F(HostTest, ASecondOneIsRefusedAndDoesNotDisturbTheFirst)
+{
+    start({"5:0x2"}).poll(variables);
+    EXPECT_THROW(Host(linkedDriver(), link, variables), std::logic_error);
+    steps(1);
+    EXPECT_TRUE(allKnown());
+    EXPECT_TRUE(knownValuesAreRight());
+}
+
+// ---- the link
+
+TEST_F(HostTest, ALostLinkMakesEveryValueOldAtOnce)
+{
+    std::vector<std::string> told;
+    start({"5:0x2", "10:9", "5:5000x2"}).poll({variables[0], variables[1]});
+    host->setEvents([&told](const LineEvent &event) {
+        told.push_back(std::to_string(event.kind) + " " + event.text.toStdString());
+    });
+    steps(3);
+    EXPECT_FALSE(host->ageOf(variables[0]).isStale());
+    link.onSend = [this](const QByteArray &) { link.cut(); };
+    link.refusals = 3;
+    const Time stored = host->ageOf(variables[1]).stored;
+    steps(1);
+    EXPECT_EQ(told, std::vector<std::string>{"0 cut"});
+    for (int i : {0, 1}) {
+        EXPECT_TRUE(host->ageOf(variables[std::size_t(i)]).isStale());
+        EXPECT_EQ(host->ageOf(variables[std::size_t(i)]).outcome, Outcome::LinkLost);
+    }
+    EXPECT_EQ(host->ageOf(variables[1]).stored, stored) << "it can still be read";
+    EXPECT_EQ(host->ageOf(variables[2]).outcome, Outcome::Good) << "it was never asked for";
+    link.onSend = [this](const QByteArray &request) { link.answer(request); };
+    while (!link.isOpen())
+        host->step();
+    EXPECT_EQ(told, (std::vector<std::string>{"0 cut", "1 "}));
+    steps(2);
+    EXPECT_FALSE(host->ageOf(variables[0]).isStale());
+}
+
+TEST_F(HostTest, AValueThatWasNotReadSinceTheLinkWasLostIsOld)
+{
+    start({"5:0x2", "6:0x2"}).poll(variables);
+    steps(1);
+    link.cut();
+    host->poll({variables[0]});
+    steps(2);
+    EXPECT_FALSE(host->ageOf(variables[0]).isStale());
+    EXPECT_EQ(host->ageOf(variables[1]).outcome, Outcome::LinkLost);
+}
+
+TEST_F(HostTest, ADeadConnectionIsOpenedAnewAndTold)
+{
+    QStringList told;
+    start({"5:0x2"}).poll(variables);
+    host->setEvents([&told](const LineEvent &event) { told << event.text; });
+    link.connection = true;
+    steps(1);
+    link.onSend = [](const QByteArray &) {};
+    steps(3);
+    EXPECT_EQ(told, QStringList{QStringLiteral("no byte came for 3 requests in a row")});
+    link.onSend = [this](const QByteArray &request) { link.answer(request); };
+    steps(1);
+    EXPECT_EQ(told.size(), 2);
+    EXPECT_EQ(host->statistics().reconnects, 1u);
+}
+
 // ---- the end of a reading
 
 class ReadingTest : public HostTest
@@ -421,6 +487,34 @@ TEST_F(StationsTest, ADeadOneThatComesBackIsAskedAgain)
     EXPECT_TRUE(allKnown());
     std::map<int, int> counts = requestsIn(1s);
     EXPECT_NEAR(counts[1], counts[2], 1);
+}
+
+TEST_F(StationsTest, TheirEndAndTheirReturnAreTold)
+{
+    std::vector<std::pair<LineEvent::Kind, int>> told;
+    start({"5:0x2@1", "5:0x2@2"}).poll(variables);
+    host->setEvents([&told](const LineEvent &event) { told.emplace_back(event.kind, event.station); });
+    silence({2});
+    requestsIn(40s);
+    silence({});
+    requestsIn(20s);
+    EXPECT_EQ(told, (std::vector<std::pair<LineEvent::Kind, int>>{{LineEvent::StationDown, 2},
+                                                                  {LineEvent::StationUp, 2}}));
+}
+
+TEST_F(StationsTest, OneSilentAddressDoesNotHideARestingOne)
+{
+    start({"5:100x2@1", "5:0x2@2", "5:100x2@2", "5:200x2@2"}).poll(variables);
+    silence({2});
+    requestsIn(40s);
+    EXPECT_TRUE(host->rests(2));
+    link.onSend = [this](const QByteArray &request) { // station 2 has lost its first addresses
+        if (request.at(0) == 1 || request.at(5) != 0)
+            link.answer(request);
+    };
+    requestsIn(60s);
+    EXPECT_FALSE(host->rests(2));
+    EXPECT_TRUE(host->ageOf(variables[3]).isKnown());
 }
 
 TEST_F(StationsTest, NoneRestsWhileNoneAnswers)
