@@ -14,6 +14,24 @@ namespace
 
 const Time SendLimit = 5s; ///< a line that takes no bytes for so long is lost
 
+/// Why a read or write failed, in plain words where the system's own are not.
+QString lossOf(int code)
+{
+    switch (code) {
+    case ECONNRESET:
+    case EPIPE:
+        return QStringLiteral("closed by the other side");
+    case ETIMEDOUT:
+        return QStringLiteral("the other side does not answer any more");
+    case EIO:
+    case ENXIO:
+    case ENODEV:
+        return QStringLiteral("the device is gone");
+    default:
+        return QString::fromLocal8Bit(std::strerror(code));
+    }
+}
+
 /// At most a year, which any system's timespec holds.
 timespec toTimespec(Time span)
 {
@@ -71,7 +89,7 @@ bool DescriptorLink::isFatal(ssize_t result)
 {
     if (result > 0 || (result < 0 && (errno == EAGAIN || errno == EINTR)))
         return false;
-    lose(result == 0 ? QStringLiteral("closed by the other side") : QString::fromLocal8Bit(std::strerror(errno)));
+    lose(lossOf(result == 0 ? EPIPE : errno));
     return true;
 }
 

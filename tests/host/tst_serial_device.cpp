@@ -170,25 +170,6 @@ TEST_F(SerialDevice, DoesNotTakeItsMakerForAUser)
     EXPECT_TRUE(link->open()) << link->error().toStdString();
 }
 
-TEST_F(SerialDevice, AProgramThatWasKilledLeavesNoLock)
-{
-    Other other([this] {
-        link->open();
-        return link->error().toStdString();
-    });
-    ASSERT_EQ(other.told, "");
-    EXPECT_EQ(errorOf(end.address()), inUseBy(end.address(), "other", other.process));
-    other.end();
-    const bool opened = link->open();
-    if (::geteuid() == 0)
-        EXPECT_TRUE(opened) << link->error().toStdString();
-    else // whom the mark of a pseudo-terminal keeps out
-        EXPECT_EQ(link->error().toStdString(),
-                  end.address().toStdString() +
-                      " is in use by another program, or was by one that was killed; end it, "
-                      "or start anew what made this pseudo-terminal");
-}
-
 /// The lock file of a device, as other programs write it.
 class LockFile : public SerialDevice
 {
@@ -220,6 +201,25 @@ protected:
 
     QString path;
 };
+
+TEST_F(LockFile, OfAKilledProgramIsNoHindrance)
+{
+    Other other([this] {
+        link->open();
+        return link->error().toStdString();
+    });
+    ASSERT_EQ(other.told, "");
+    EXPECT_EQ(errorOf(end.address()), inUseBy(end.address(), "other", other.process));
+    other.end();
+    const bool opened = link->open();
+    if (::geteuid() == 0)
+        EXPECT_TRUE(opened) << link->error().toStdString();
+    else // whom the mark of a pseudo-terminal keeps out
+        EXPECT_EQ(link->error().toStdString(),
+                  end.address().toStdString() +
+                      " is in use by another program, or was by one that was killed; end it, "
+                      "or start anew what made this pseudo-terminal");
+}
 
 TEST_F(LockFile, OfAnEndedProgramIsNoHindrance)
 {
