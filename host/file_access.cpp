@@ -12,27 +12,38 @@ namespace fgs
 namespace
 {
 
-QString userName(uid_t user)
+struct User {
+    QString name; ///< the number if the system knows no name
+    gid_t group;
+};
+
+User userOf(uid_t number)
 {
-    const passwd *const entry = getpwuid(user);
-    return entry ? QString::fromLocal8Bit(entry->pw_name) : QString::number(user);
+    char text[65536];
+    passwd entry;
+    passwd *found = nullptr;
+    if (getpwuid_r(number, &entry, text, sizeof text, &found) != 0 || !found)
+        return {QString::number(number), getegid()};
+    return {QString::fromLocal8Bit(entry.pw_name), entry.pw_gid};
 }
 
-QString groupName(gid_t group)
+QString groupName(gid_t number)
 {
-    const struct group *const entry = getgrgid(group);
-    return entry ? QString::fromLocal8Bit(entry->gr_name) : QString::number(group);
+    char text[65536];
+    group entry;
+    group *found = nullptr;
+    if (getgrgid_r(number, &entry, text, sizeof text, &found) != 0 || !found)
+        return QString::number(number);
+    return QString::fromLocal8Bit(entry.gr_name);
 }
 
-/// Whether the user is a member by the system's records, which a process learns at the log-in only.
+/// Whether this user is a member by the system's records, which a process learns at the log-in only.
 bool isMember(gid_t wanted)
 {
-    const passwd *const user = getpwuid(geteuid());
-    if (!user)
-        return false;
+    const User user = userOf(geteuid());
     std::vector<gid_t> groups(65536);
     int count = static_cast<int>(groups.size());
-    getgrouplist(user->pw_name, user->pw_gid, groups.data(), &count);
+    getgrouplist(user.name.toLocal8Bit().constData(), user.group, groups.data(), &count);
     const auto end = groups.begin() + std::clamp(count, 0, static_cast<int>(groups.size()));
     return std::find(groups.begin(), end, wanted) != end;
 }
@@ -46,17 +57,17 @@ bool opensTo(const struct stat &file, mode_t readAndWrite)
 
 QString wayIn(const QString &path, const struct stat &file)
 {
-    const QString group = groupName(file.st_gid);
+    const QString owners = groupName(file.st_gid);
     if (file.st_uid == geteuid())
         return QStringLiteral("it is yours, but closed to you (chmod u+rw %1)").arg(path);
     if (!opensTo(file, S_IRGRP | S_IWGRP) || file.st_gid == 0)
         return QStringLiteral("only %1 may use it; run this as %1, or have it opened to a group of yours "
                               "(chgrp and chmod g+rw)")
-            .arg(userName(file.st_uid));
+            .arg(userOf(file.st_uid).name);
     if (isMember(file.st_gid))
-        return QStringLiteral("you have joined the group %1 since you logged in; log in again").arg(group);
+        return QStringLiteral("you have joined the group %1 since you logged in; log in again").arg(owners);
     return QStringLiteral("join the group %1 (sudo adduser %2 %1, then log in again)")
-        .arg(group, userName(geteuid()));
+        .arg(owners, userOf(geteuid()).name);
 }
 
 } // namespace fgs
