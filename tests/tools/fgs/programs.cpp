@@ -70,8 +70,7 @@ Result runFgs(const QStringList &arguments)
 Simulator::Simulator(const QStringList &arguments)
     : program(QStringLiteral("fgs-sim"), arguments + QStringList{QStringLiteral("--log"), QStringLiteral("quiet")})
 {
-    const QString place = program.line(); // a device, or HOST:PORT
-    address = place.startsWith(QLatin1Char('/')) ? place : QStringLiteral("tcp:") + place;
+    address = program.line();
 }
 
 int Simulator::endAndCountRequests()

@@ -1,5 +1,6 @@
 // The commands against a simulated controller, over a pseudo-terminal and TCP.
 #include "programs.h"
+#include "rows.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -54,26 +55,19 @@ TEST_P(OnLink, ReadsEveryKind)
     const Result result = run("read L 5:100x2 0:17@2 10:5 --quiet");
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.messages.toStdString(), "");
-    const QStringList lines = result.lines();
-    ASSERT_EQ(lines.size(), 3);
-    EXPECT_EQ(lines.at(0).toStdString(),
-              "5:100x2@1       word         wire 0x08:100    " + word(1, 100) + " " + word(1, 101));
-    EXPECT_EQ(lines.at(1).toStdString(),
-              "0:17@2          bit          wire 0x00:15     " + std::to_string(patternValue(2, 0, 15)));
-    EXPECT_EQ(lines.at(2).toStdString(),
-              "10:5@1          double word  wire 0x13:5      " + std::to_string(patternValue(1, 10, 5)));
+    EXPECT_EQ(placesOf(result), (Texts{"5:100x2@1", "0:17@2", "10:5@1"}));
+    EXPECT_EQ(contentsOf(result), (Texts{word(1, 100) + " " + word(1, 101), std::to_string(patternValue(2, 0, 15)),
+                                         std::to_string(patternValue(1, 10, 5))}));
 }
 
 TEST_P(OnLink, WritesAndReadsBack)
 {
     const Result written = run("write L 5:100=1,0xFFFF 1:17@2=1,0,1 10:5=-1 5:7@2=12 --format signed");
     EXPECT_EQ(written.code, 0) << written.messages.toStdString();
-    const QStringList lines = written.lines();
-    ASSERT_EQ(lines.size(), 4);
-    EXPECT_TRUE(lines.at(0).endsWith(QLatin1String("  1 -1")));
-    EXPECT_TRUE(lines.at(1).endsWith(QLatin1String("  1 0 1")));
-    EXPECT_TRUE(lines.at(2).endsWith(QLatin1String("  -1")));
-    EXPECT_EQ(run("read L 5:100x2 1:17x3@2 10:5 5:7@2 --quiet --format signed").lines(), lines);
+    EXPECT_EQ(contentsOf(written), (Texts{"1 -1  written and verified", "1 0 1  written and verified",
+                                          "-1  written and verified", "12  written and verified"}));
+    EXPECT_EQ(contentsOf(run("read L 5:100x2 1:17x3@2 10:5 5:7@2 --quiet --format signed")),
+              (Texts{"1 -1", "1 0 1", "-1", "12"}));
 }
 
 TEST_P(OnLink, WritesAThousandBitsAndManyDoubleWords)
@@ -87,10 +81,8 @@ TEST_P(OnLink, WritesAThousandBitsAndManyDoubleWords)
         runFgs({QStringLiteral("write"), simulator.link(), QStringLiteral("2:5=") + bits.join(QLatin1Char(',')),
                 QStringLiteral("10:3=") + doubles.join(QLatin1Char(','))});
     EXPECT_EQ(written.code, 0) << written.messages.toStdString();
-    const QStringList lines = run("read L 2:5x1000 10:3x100 --quiet").lines();
-    ASSERT_EQ(lines.size(), 2);
-    EXPECT_TRUE(lines.at(0).endsWith(QLatin1String("  ") + bits.join(QLatin1Char(' '))));
-    EXPECT_TRUE(lines.at(1).endsWith(QLatin1String("  ") + doubles.join(QLatin1Char(' '))));
+    EXPECT_EQ(contentsOf(run("read L 2:5x1000 10:3x100 --quiet")),
+              (Texts{bits.join(QLatin1Char(' ')).toStdString(), doubles.join(QLatin1Char(' ')).toStdString()}));
 }
 
 TEST_P(OnLink, PollsRoundsAndSumsUp)
@@ -151,6 +143,12 @@ TEST_P(OnLink, AnInterruptedPollStillSumsUp)
     const Result result = poll.wait();
     EXPECT_EQ(result.code, 130);
     EXPECT_TRUE(result.messages.contains(QLatin1String(" requests in "))) << result.messages.toStdString();
+}
+
+TEST_P(OnLink, ASimulatorsFirstLineIsALink)
+{
+    Program sim(QStringLiteral("fgs-sim"), simulatorArguments(QStringLiteral(" --log quiet")));
+    EXPECT_EQ(runFgs("read L 5:0", sim.line()).code, 0);
 }
 
 TEST_P(OnLink, MovingValuesGiveALineAChange)

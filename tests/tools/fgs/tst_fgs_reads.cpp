@@ -194,7 +194,7 @@ class BadAnswers : public ::testing::TestWithParam<Fault>
 {
 };
 
-#define FEW "--timeout 150 --late 50 --retries 1"
+#define FEW "--timeout 300 --late 50 --retries 1"
 
 TEST_P(BadAnswers, AreCalledWhatTheyAre)
 {
@@ -221,7 +221,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Fault{"silence", always(Silence), "-  no reply", "noReply", 4},
         Fault{"a part", [](const Request &, const QByteArray &good) { return Reply{good.left(12)}; },
-              "-  incomplete: 12 of 27 bytes within 150 ms; try --timeout or --block", "incomplete", 6},
+              "-  incomplete: 12 of 27 bytes within 300 ms; try --timeout or --block", "incomplete", 6},
         Fault{"another check code", [](const Request &, const QByteArray &good) { return badlyChecked(good); },
               "-  wrong check code", "badCheck", 6},
         Fault{"another station", [](const Request &, const QByteArray &good) { return answerOf(2, good); },
