@@ -16,6 +16,7 @@ public:
     QString error() const final { return lastError; }
     bool send(const char *bytes, int size) final;
     int receive(char *bytes, int most, Time deadline) final;
+    void close(const QString &why) final { lose(why); }
     Time now() const final;
     void pauseUntil(Time time) final;
 

@@ -34,6 +34,11 @@ bool isAcknowledge(FrameView frame)
            frame.at(CountAt) == Acknowledged;
 }
 
+bool isRefusal(FrameView frame)
+{
+    return frame.size == AcknowledgeSize && frame.at(CommandAt) == WriteCommand && frame.at(CountAt) == Rejected;
+}
+
 QString number(int value, int digits)
 {
     return QString::number(value, 16).toUpper().rightJustified(digits, QLatin1Char('0'));
@@ -125,6 +130,8 @@ QString describeRequest(FrameView frame)
 
 QString describeReply(FrameView frame)
 {
+    if (isRefusal(frame))
+        return QStringLiteral("%1, write refused").arg(nameOfStation(frame));
     if (replySize(frame) == 0 || replySize(frame) > frame.size)
         return QStringLiteral("not a reply");
     if (isAcknowledge(frame))

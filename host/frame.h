@@ -30,6 +30,7 @@ const int AcknowledgeSize = 3;
 const int ReadCommand = 0xFE;
 const int WriteCommand = 0xFF;
 const int Acknowledged = 0x20;
+const int Rejected = 0x21; ///< in place of Acknowledged: the controller does not do it
 const int MaxEntries = 6;
 
 /// Whether the frame ends with the check code of what is before it.

@@ -1,6 +1,7 @@
 #include "freshness.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace fgs
 {
@@ -42,8 +43,7 @@ void Freshness::Cells::grow(std::size_t size)
     if (size <= stored.size())
         return;
     stored.resize(size, Never);
-    failed.resize(size, Never);
-    why.resize(size, Outcome::Good);
+    failed.resize(size);
 }
 
 void Freshness::stored(int station, int area, int address, int bytes, Time now)
@@ -56,15 +56,15 @@ void Freshness::stored(int station, int area, int address, int bytes, Time now)
     fill(cells.stored, range, now);
 }
 
-void Freshness::failed(int station, int area, int address, int bytes, Time now, Outcome outcome)
+void Freshness::failed(int station, int area, int address, int bytes, Time now, Outcome outcome, int received,
+                       int expected)
 {
     if (!areaOf(area) || address < 0)
         return;
     Cells &cells = places[{station, area}];
     const CellRange range = cellsOfBytes(area, address, bytes);
     cells.grow(range.end);
-    fill(cells.failed, range, now);
-    fill(cells.why, range, outcome);
+    fill(cells.failed, range, Failure{now, outcome, received, expected});
 }
 
 Age Freshness::of(const Variable &variable) const
@@ -77,11 +77,15 @@ Age Freshness::of(const Variable &variable) const
     const Cells &cells = place->second;
     age.stored = age.tried = Time::max();
     for (std::size_t i = range.first; i < range.end; ++i) {
+        const Failure &failed = cells.failed[i];
         age.stored = std::min(age.stored, cells.stored[i]);
-        age.tried = std::min(age.tried, std::max(cells.stored[i], cells.failed[i]));
-        if (cells.failed[i] > cells.stored[i])
-            age.outcome = cells.why[i];
+        age.tried = std::min(age.tried, std::max(cells.stored[i], failed.time));
+        if (failed.time > cells.stored[i])
+            std::tie(age.outcome, age.received, age.expected) =
+                std::tie(failed.outcome, failed.received, failed.expected);
     }
+    if (age.isKnown() && linkLostAt >= age.tried)
+        age.outcome = Outcome::LinkLost;
     return age;
 }
 

@@ -53,7 +53,7 @@ std::set<int> stationsOf(const std::vector<Variable> &variables)
 Host::Host(const DriverApi &theDriver, Link &theLink, const std::vector<Variable> &variables,
            const HostOptions &options)
     : driver(theDriver), link(theLink), storage(storageFor(variables, options.blockWords)),
-      poller(theDriver, theLink, options.timing), health(Patience, options.firstRest, options.longestRest)
+      poller(theDriver, theLink, info, options.timing), health(Patience, options.firstRest, options.longestRest)
 {
     info.blockWords = storage.blockWords;
     info.defaultStation = storage.station;
@@ -79,6 +79,7 @@ Host::~Host()
 void Host::poll(const std::vector<Variable> &variables)
 {
     polled = variables;
+    pollStart = link.now();
     health.watch(stationsOf(variables));
     list(health.active(link.now()));
 }
@@ -95,22 +96,39 @@ void Host::list(const std::set<int> &stations)
     listed = stations;
 }
 
-void Host::readSoon(const std::vector<Variable> &variables)
+void Host::readSoon(const std::vector<Variable> &bits)
 {
-    std::vector<Variable> others;
-    std::copy_if(variables.begin(), variables.end(), std::back_inserter(others),
-                 [](const Variable &variable) { return areaOf(variable.area)->kind != Kind::Bit; });
-    for (RW_VAR &wish : onceWishes(variables, storage)) {
-        once[wish.hostAddr] = wish;
-        driver.AddListOnceReadVar(&wish, 0);
-    }
-    poll(others);
+    for (const Variable &variable : bits)
+        if (areaOf(variable.area)->kind != Kind::Bit)
+            throw TextError(
+                QStringLiteral("variable '%1': only bits can be read once; poll the others").arg(textOf(variable)));
+    for (const RW_VAR &wish : onceWishes(bits, storage))
+        waiting.push_back(wish);
+    readNextOnce();
+}
+
+/// The driver has one at a time: its queue is bounded, and a job that is given up empties it.
+void Host::readNextOnce()
+{
+    if (onceUnderWay || waiting.empty())
+        return;
+    onceUnderWay = true;
+    driver.AddListOnceReadVar(&waiting.front(), 0);
 }
 
 /// The driver's callback, out of DataCom().
-void Host::onceReadEnded(int, int, int index, int)
+void Host::onceReadEnded(int, int, int, int)
 {
-    theHost->once.erase(index);
+    theHost->waiting.pop_front();
+    theHost->onceUnderWay = false;
+}
+
+/// Of a station that does not answer none is read.
+void Host::dropOnceReads(int station)
+{
+    waiting.erase(std::remove_if(waiting.begin(), waiting.end(),
+                                 [station](const RW_VAR &wish) { return wish.station == station; }),
+                  waiting.end());
 }
 
 std::vector<quint32> Host::values(const Variable &variable) const
@@ -176,12 +194,14 @@ int Host::writesQueued() const
 
 Step Host::step()
 {
+    watchLink();
     if (!std::exchange(jobUnderWay, true))
         jobStart = link.now();
-    if (health.isTroubled())
+    readNextOnce();
+    if (health.isTroubled() && !link.isEnded())
         probeOnce();
     const Step step = poller.step();
-    jobUnderWay = step.kind == Step::Exchanged && !step.ended;
+    jobUnderWay = step.kind != Step::Idle && !step.ended;
     if (step.kind == Step::Exchanged && step.ended)
         endJob(step);
     if (health.isTroubled()) {
@@ -189,6 +209,7 @@ Step Host::step()
         if (active != listed)
             list(active);
     }
+    watchLink();
     return step;
 }
 
@@ -205,40 +226,88 @@ void Host::endJob(const Step &step)
     lastStation = step.station;
     if (step.isWrite)
         --queuedWrites[step.station];
-    if (step.outcome == Outcome::Good) {
+    if (step.outcome == Outcome::Good)
         info.retryCount = 0; // a success does not, so that the failures of many requests would add up
+    if (step.outcome == Outcome::Good || step.outcome == Outcome::Refused)
         health.answered(step.station);
-    } else {
-        lostWrites += step.isWrite;
+    else
         health.gaveUp(step.station, link.now(), link.now() - jobStart);
-        dropQueued(step);
+    if (step.outcome != Outcome::Good) {
+        lostWrites += step.isWrite;
+        dropQueued(step.station);
     }
+    tellOfStation(step.station);
+}
+
+void Host::tellOfStation(int station)
+{
+    if (health.isSilent(station) && down.insert(station).second)
+        tell({LineEvent::StationDown, link.now(), station, {}, {}});
+    else if (health.isSound(station) && down.erase(station))
+        tell({LineEvent::StationUp, link.now(), station, {}, {}});
 }
 
 /// A job that was given up empties the driver's queues, per station those of its station. No callback tells.
-void Host::dropQueued(const Step &step)
+void Host::dropQueued(int failedStation)
 {
     for (auto &[station, count] : queuedWrites)
-        if (loses(station, step)) {
+        if (!storage.perStation || station == failedStation) {
             lostWrites += count;
             count = 0;
         }
-    for (auto read = once.begin(); read != once.end();) {
-        const RW_VAR &var = read->second;
-        if (loses(var.station, step)) {
-            poller.freshness.failed(var.station, var.areaType,
-                                    var.addressText.toInt(nullptr, areaOf(var.areaType)->base), var.length / 8,
-                                    link.now(), step.outcome);
-            read = once.erase(read);
-        } else {
-            ++read;
-        }
-    }
+    onceUnderWay = false; // if it is still queued, the driver does not take it twice
+    if (health.isSilent(failedStation))
+        dropOnceReads(failedStation);
 }
 
-bool Host::loses(int station, const Step &step) const
+void Host::dropWrites()
 {
-    return !storage.perStation || station == step.station;
+    while (writesQueued() > 0)
+        if (const Protocol *const request = poller.takeRequest()) {
+            const int station = request->var.station;
+            poller.giveUp();
+            dropQueued(station);
+        }
+    jobUnderWay = false;
+}
+
+// ---- what can be told
+
+void Host::watchLink()
+{
+    if (link.isOpen() == linkUp)
+        return;
+    linkUp = !linkUp;
+    if (!linkUp)
+        poller.lostLink();
+    tell(
+        {linkUp ? LineEvent::LinkOpen : LineEvent::LinkLost, link.now(), 0, {}, linkUp ? QString() : link.error()});
+}
+
+void Host::tell(const LineEvent &event) const
+{
+    if (events)
+        events(event);
+}
+
+bool Host::isSettled(const Variable &variable) const
+{
+    const Age age = ageOf(variable);
+    return age.tried > pollStart || health.isSilent(variable.station);
+}
+
+bool Host::isUnderWay(const Variable &variable) const
+{
+    if (!poller.isUnderWay() || poller.inFlight()->frame.at(CommandAt) != char(ReadCommand))
+        return false;
+    const QList<RW_VAR> &blocks = *driver.CurrentRWVar;
+    return std::any_of(blocks.begin(), blocks.end(),
+                       [wanted = spanOf(variable)](const RW_VAR &block) { return spanOf(block).overlaps(wanted); });
+}
+
+std::vector<Variable> Host::silentPlaces(const Variable &) const
+{
+    return {};
 }
 
 } // namespace fgs

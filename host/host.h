@@ -6,6 +6,9 @@
 #include "poller.h"
 #include "station_health.h"
 
+#include <deque>
+#include <functional>
+
 namespace fgs
 {
 
@@ -16,6 +19,27 @@ struct HostOptions {
     Time firstRest = 1s;    ///< of a station that does not answer while others do; doubled after each probe
     Time longestRest = 10s; ///< longer if many stations rest, because probes take a bounded share of the time
 };
+
+/// Something happened on the line that is no transaction.
+struct LineEvent {
+    enum Kind {
+        LinkLost,    ///< every value is old now; text tells why
+        LinkOpen,    ///< the link is open again
+        StationDown, ///< the station has left some jobs in a row unanswered
+        StationUp,   ///< and answers again
+        PlaceSilent, ///< place does not answer while its neighbours do; it is left out, and probed ever more rarely
+        PlaceBack,   ///< and answers again
+        GapSilent    ///< place, which nobody wants, was read along and does not answer; it is no longer read
+    };
+    Kind kind;
+    Time time;
+    int station = 0; ///< of all but LinkLost and LinkOpen
+    Variable place;  ///< of the last three; bits by whole bytes
+    QString text;    ///< of LinkLost
+};
+
+/// Called out of Host::step(), which it must not call.
+using EventHook = std::function<void(const LineEvent &)>;
 
 /// The driver is one in a process, and so is its host. One thread, the driver's polling thread.
 class Host
@@ -31,9 +55,10 @@ public:
 
     /// Reads the variables round and round, in place of those before.
     void poll(const std::vector<Variable> &variables);
-    /// Reads the variables as soon as possible: bits once, the others, which the driver cannot read once, round and
-    /// round. ageOf() tells when it is done.
-    void readSoon(const std::vector<Variable> &variables);
+    /// Reads the bits once, ahead of what is polled; ageOf() tells when it is done. What is left of it is forgotten
+    /// when their station does not answer. Throws TextError if there are others than bits: the driver cannot read
+    /// them once.
+    void readSoon(const std::vector<Variable> &bits);
     /// Queues a write of as many values as the variable has. False: the driver's queue has no room for it now.
     /// Throws TextError if the area is read-only.
     bool write(const Variable &variable, const std::vector<quint32> &values);
@@ -41,7 +66,15 @@ public:
     /// One transaction, or nothing to do.
     Step step();
 
-    Age ageOf(const Variable &variable) const { return poller.freshness.of(variable); }
+    Age ageOf(const Variable &variable) const { return poller.freshness().of(variable); }
+    /// Whether nothing more comes for the variable now: since the last poll() it got its value, or was asked for in
+    /// vain and is not asked again at once. It may also not have been asked at all (ageOf().tried is before that),
+    /// because its station does not answer.
+    bool isSettled(const Variable &variable) const;
+    /// Whether a request that reads a part of it is in flight and was cut off by a stop.
+    bool isUnderWay(const Variable &variable) const;
+    /// The parts of it that are left out because they do not answer while others do; bits by whole bytes.
+    std::vector<Variable> silentPlaces(const Variable &variable) const;
     /// Whether the station is left out for a while because it does not answer.
     bool rests(int station) const { return listed.count(station) == 0; }
     /// The values in the driver's image, good if ageOf() says so; a bit is 0 or 1.
@@ -50,17 +83,25 @@ public:
     int writesQueued() const;
     /// Writes that the controller did not acknowledge, or that the driver dropped after another failure.
     int writesLost() const { return lostWrites; }
+    /// Forgets all queued writes and the one in flight, which may have been carried out; none is sent (again). They
+    /// count as lost. A read in flight is given up too.
+    void dropWrites();
 
     const Statistics &statistics() const { return poller.statistics(); }
-    void setTrace(const TraceHook &trace) { poller.trace = trace; }
+    void setTrace(const TraceHook &trace) { poller.setTrace(trace); }
+    void setEvents(const EventHook &hook) { events = hook; }
 
 private:
     static void onceReadEnded(int handle, int type, int index, int status);
     void list(const std::set<int> &stations);
     void probeOnce();
+    void watchLink();
+    void tellOfStation(int station);
+    void tell(const LineEvent &event) const;
     void endJob(const Step &step);
-    void dropQueued(const Step &step);
-    bool loses(int station, const Step &step) const;
+    void readNextOnce();
+    void dropOnceReads(int station);
+    void dropQueued(int failedStation);
     int recordsOf(const Variable &variable) const;
     int itemsPerWrite(const Variable &variable) const;
 
@@ -72,12 +113,17 @@ private:
     StationHealth health;
     std::vector<Variable> polled;
     std::set<int> listed;            ///< stations in the driver's cyclic list
-    std::map<int, RW_VAR> once;      ///< one-shot reads under way, by their index
+    std::deque<RW_VAR> waiting;      ///< one-shot reads to come
+    bool onceUnderWay = false;       ///< the driver has the first of them
     std::map<int, int> queuedWrites; ///< records in the driver's queue, by station
     int lostWrites = 0;
     Time jobStart{0};
     bool jobUnderWay = false;
     int lastStation = 0;
+    Time pollStart{0};
+    std::set<int> down; ///< stations of which it was told
+    bool linkUp = true;
+    EventHook events;
 };
 
 } // namespace fgs

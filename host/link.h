@@ -35,6 +35,12 @@ public:
     /// bytes, 0 when nothing came in time, -1 when the link is lost, and closed.
     virtual int receive(char *bytes, int most, Time deadline) = 0;
 
+    /// Whether it is a connection with something that takes bytes even if no controller does: it may be dead
+    /// without being lost, and is worth opening anew.
+    virtual bool isConnection() const { return false; }
+    /// Gives an open link up; error() says why. Nothing unless isConnection().
+    virtual void close(const QString &) {}
+
     virtual Time now() const = 0;
     /// Lets the time pass; may return early when the process gets a signal.
     virtual void pauseUntil(Time time) = 0;

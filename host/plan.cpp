@@ -21,11 +21,6 @@ struct Range {
 using Place = std::pair<int, int>; ///< station, area: in this order the driver groups the most blocks into a frame
 using Ranges = std::map<Place, std::vector<Range>>;
 
-int addressesPerElement(const Area &area)
-{
-    return area.kind == Kind::Bit ? 8 : 1;
-}
-
 /// A reply with two data bytes is as long as its request and begins like it, so an echo would pass for it.
 int fewestElements(const Area &area)
 {

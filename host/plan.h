@@ -2,10 +2,7 @@
 #ifndef FGS_HOST_PLAN_H
 #define FGS_HOST_PLAN_H
 
-#include "variable.h"
-
-#include <tarn_fgsseries.h>
-#include <vector>
+#include "spans.h"
 
 namespace fgs
 {

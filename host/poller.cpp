@@ -6,31 +6,110 @@
 namespace fgs
 {
 
-Poller::Poller(const DriverApi &theDriver, Link &theLink, const Timing &given)
-    : driver(theDriver), link(theLink), timing(given), reconnectDelay(given.firstReconnect)
+namespace
+{
+
+/// Whether no other answer to the request will come.
+bool isAnswer(Outcome outcome)
+{
+    return outcome == Outcome::Good || outcome == Outcome::BadCheck || outcome == Outcome::Refused;
+}
+
+} // namespace
+
+Poller::Poller(const DriverApi &theDriver, Link &theLink, COMINFO &theSettings, const Timing &given)
+    : driver(theDriver), link(theLink), settings(theSettings), timing(given), reconnectDelay(given.firstReconnect)
 {
     reply.reserve(ReplyFinder::Capacity); // so that no long reply makes it grow after days
 }
 
 Step Poller::step()
 {
+    if (link.isEnded())
+        return stopped();
     Step step;
     step.kind = Step::NoLink;
     if (!link.isOpen() && !reopen())
+        return link.isEnded() ? stopped() : step;
+    settleUnderWay();
+    if (!takeRequest())
+        return Step();
+    if (!prepare())
         return step;
+    step = stopped();
+    if (!link.isEnded())
+        exchange(step);
+    return step;
+}
+
+const Protocol *Poller::takeRequest()
+{
     // Without a cyclic list the driver ends each run of five writes or one-shot reads with a null.
     for (int tries = 0; !request && tries < 2; ++tries)
         request = driver.ComCommunication();
-    if (!request)
-        return Step();
-    if (!awaitLateReplies() || !awaitSilence())
-        return step;
-    step.kind = Step::Exchanged;
-    step.isWrite = request->frame.at(CommandAt) == char(WriteCommand);
-    step.station = request->var.station;
-    step.outcome = exchange();
-    finish(step);
+    return request;
+}
+
+/// What a stop leaves, also the beginning of an exchange.
+Step Poller::stopped() const
+{
+    Step step;
+    step.kind = Step::Stopped;
+    if (request) {
+        step.isWrite = request->frame.at(CommandAt) == char(WriteCommand);
+        step.isCyclic = !step.isWrite && request->var.hostAddr < 0;
+        step.station = request->var.station;
+    }
     return step;
+}
+
+/// Waits until the request may be sent. False: the link is lost.
+bool Poller::prepare()
+{
+    return awaitLateReplies() && awaitSilence();
+}
+
+void Poller::exchange(Step &step)
+{
+    step.sent = true;
+    step.outcome = converse();
+    if (stats.underWay)
+        return;
+    step.kind = Step::Exchanged;
+    const bool isAsked = request->replyLen != 0;
+    finish(step);
+    if (isAsked)
+        watchConnection();
+}
+
+/// A request that a stop has cut off is sent again, or given up: what it brought is no longer waited for.
+void Poller::settleUnderWay()
+{
+    if (!stats.underWay)
+        return;
+    stats.underWay = 0;
+    ++stats.outcomes[static_cast<std::size_t>(Outcome::NoReply)];
+    ++stats.retries;
+    lateReplies.expect(*request, dataStarts, link.now() + timing.late);
+}
+
+void Poller::giveUp()
+{
+    settleUnderWay();
+    if (!request)
+        return;
+    settings.retryCount = settings.retryLimit;
+    handOver({nullptr, 0});
+}
+
+/// A connection can be dead without the system knowing it.
+void Poller::watchConnection()
+{
+    silentRequests = finder.received().size > 0 ? 0 : silentRequests + 1;
+    if (silentRequests < MostSilentRequests || !link.isConnection())
+        return;
+    silentRequests = 0;
+    link.close(QStringLiteral("no byte came for %1 requests in a row").arg(MostSilentRequests));
 }
 
 bool Poller::reopen()
@@ -60,6 +139,8 @@ bool Poller::awaitLateReplies()
         throwAway(finder.received());
         if (!link.isOpen())
             return false;
+        if (link.isEnded())
+            break;
     }
     return true;
 }
@@ -83,12 +164,13 @@ void Poller::throwAway(FrameView bytes)
 {
     if (bytes.size == 0)
         return;
+    silentRequests = 0;
     note(TraceEntry::Stray, bytes);
     stats.strayBytes += static_cast<unsigned>(bytes.size);
 }
 
-/// Sends the request and looks for its reply.
-Outcome Poller::exchange()
+/// Sends the request and looks for its reply. Its outcome is not known if it stays under way.
+Outcome Poller::converse()
 {
     ++stats.requests;
     note(TraceEntry::Sent, {request->frame.constData(), request->frameLen});
@@ -99,12 +181,19 @@ Outcome Poller::exchange()
     sentAt = link.now();
     if (!link.send(request->frame.constData(), request->frameLen))
         return Outcome::LinkLost;
-    if (request->replyLen == 0) {
-        for (const Time end = sentAt + timing.turnaround; link.now() < end;)
-            link.pauseUntil(end);
-        return Outcome::Good;
-    }
-    return judge(await(sentAt + timing.timeout + (request->frameLen + request->replyLen) * link.byteTime()));
+    if (request->replyLen == 0)
+        return pauseAfterBroadcast();
+    const Time limit = timing.timeout + (request->frameLen + request->replyLen) * link.byteTime();
+    const bool found = await(sentAt + limit);
+    stats.underWay = !found && link.isOpen() && link.isEnded() && link.now() < sentAt + limit;
+    return judge(found);
+}
+
+Outcome Poller::pauseAfterBroadcast()
+{
+    for (const Time end = sentAt + timing.turnaround; link.now() < end && !link.isEnded();)
+        link.pauseUntil(end);
+    return Outcome::Good;
 }
 
 /// Whether the reply came.
@@ -126,21 +215,29 @@ bool Poller::await(Time deadline)
 Outcome Poller::judge(bool found) const
 {
     if (found)
-        return Outcome::Good;
+        return finder.isRefusal() ? Outcome::Refused : Outcome::Good;
     if (!link.isOpen())
         return Outcome::LinkLost;
     const int size = finder.reply().size;
     if (finder.wouldPass() || (size == 0 && finder.sawOtherAnswer()))
         return Outcome::OtherReply;
-    return size == 0 ? Outcome::NoReply : size == request->replyLen ? Outcome::BadCheck : Outcome::WrongLength;
+    if (size == 0)
+        return finder.sawOtherStation() ? Outcome::OtherStation : Outcome::NoReply;
+    if (finder.sawBeginning())
+        return Outcome::Incomplete;
+    return size == request->replyLen ? Outcome::BadCheck : Outcome::Garbled;
 }
 
 /// Counts the request, tells the driver, and marks the values that were stored or given up.
 void Poller::finish(Step &step)
 {
     const bool marks = !step.isWrite && request->replyLen != 0 && request->dataStart == 0;
-    if (step.outcome != Outcome::Good && step.outcome != Outcome::BadCheck && !finder.sawPart())
+    if (!isAnswer(step.outcome) && !finder.sawPart())
         lateReplies.expect(*request, dataStarts, link.now() + timing.late);
+    if (step.outcome == Outcome::Incomplete) {
+        step.received = finder.reply().size;
+        step.expected = request->replyLen;
+    }
     if (step.outcome == Outcome::LinkLost)
         ++stats.retries;
     else
@@ -156,14 +253,10 @@ void Poller::finish(Step &step)
 void Poller::tellDriver(Step &step)
 {
     const bool broadcast = request->replyLen == 0;
-    const bool nothing = step.outcome == Outcome::OtherReply || step.outcome == Outcome::NoReply || broadcast;
-    const FrameView bytes = nothing ? FrameView{nullptr, 0} : finder.reply();
-    if (reply.size() != bytes.size)
-        reply.resize(bytes.size);
-    if (bytes.size)
-        std::memcpy(reply.data(), bytes.bytes, static_cast<std::size_t>(bytes.size));
-    request = nullptr;
-    const int result = driver.DataCom(&reply, bytes.size)->result;
+    const bool nothing = step.outcome == Outcome::OtherReply || isSilence(step.outcome) || broadcast;
+    if (step.outcome == Outcome::Refused)
+        settings.retryCount = settings.retryLimit; // it would be refused again
+    const int result = handOver(nothing ? FrameView{nullptr, 0} : finder.reply());
     const bool good = result == 1 || result == 100;
     step.ended = result != 0;
     if (!good && step.outcome == Outcome::Good)
@@ -174,6 +267,17 @@ void Poller::tellDriver(Step &step)
         stats.roundTrips.add(lastByte - sentAt);
 }
 
+/// The driver's result for these bytes. The request is its own again.
+int Poller::handOver(FrameView bytes)
+{
+    if (reply.size() != bytes.size)
+        reply.resize(bytes.size);
+    if (bytes.size)
+        std::memcpy(reply.data(), bytes.bytes, static_cast<std::size_t>(bytes.size));
+    request = nullptr;
+    return driver.DataCom(&reply, bytes.size)->result;
+}
+
 void Poller::markCurrent(const Step &step)
 {
     const QList<RW_VAR> &vars = *driver.CurrentRWVar;
@@ -182,9 +286,10 @@ void Poller::markCurrent(const Step &step)
         const RW_VAR &var = vars.at(i);
         const int bytes = (*driver.iRet_ValidLen)[i];
         if (step.outcome == Outcome::Good)
-            freshness.stored(var.station, var.areaType, var.address, bytes, now);
-        else
-            freshness.failed(var.station, var.areaType, var.address, bytes, now, step.outcome);
+            fresh.stored(var.station, var.areaType, var.address, bytes, now);
+        else if (var.hostAddr != CompanionMark)
+            fresh.failed(var.station, var.areaType, var.address, bytes, now, step.outcome, step.received,
+                         step.expected);
     }
 }
 

@@ -17,57 +17,94 @@ struct Timing {
     Time late = 2s;              ///< for how long after its time limit a reply may still come
     Time turnaround = 100ms;     ///< for the stations to take in a broadcast
     Time firstReconnect = 500ms; ///< between the tries to open a lost link; doubled each time
-    Time lastReconnect = 10s;
+    Time lastReconnect = 1s;     ///< and never longer, so that a device that is back is soon taken
 };
+
+/// A connection on which so many requests in a row brought no byte is opened anew.
+const int MostSilentRequests = 3;
+
+/// What RW_VAR::hostAddr says of a block that is read only to keep another one company: its failure says nothing.
+const int CompanionMark = -2;
 
 /// What one step did.
 struct Step {
     enum Kind {
-        Idle,     ///< nothing is to be sent
-        NoLink,   ///< the link is lost and was not to be had again yet; at most a tenth of a second was waited
-        Exchanged ///< a request was sent
+        Idle,      ///< nothing is to be sent
+        NoLink,    ///< the link is lost and was not to be had again yet; at most a tenth of a second was waited
+        Exchanged, ///< a request was sent
+        Stopped ///< the link has ended what is waited for; a request may be under way, whose outcome is not known
     };
     Kind kind = Idle;
+    bool sent = false;     ///< this step put a frame on the line, or a part of it
+    bool isWrite = false;  ///< of Exchanged and Stopped, like the station
+    bool isCyclic = false; ///< a read of the cyclic list
+    int station = 0;
     Outcome outcome = Outcome::Good; ///< of Exchanged, like the rest
     bool ended = false;              ///< the job is done: answered or given up; otherwise the request is sent again
-    bool isWrite = false;
-    int station = 0;
+    int received = 0, expected = 0;  ///< bytes of the answer, of Incomplete
 };
 
 /// A bad reply never becomes a good value: the line is silent before a request; noise, echoes and other stations'
 /// frames are passed over; a reply is handed over only if it repeats the station, areas and counts of the request;
 /// no step takes longer than its time limits. What the driver gets instead of a reply makes it repeat the request
-/// or give it up, as COMINFO says. A lost link costs the driver nothing: the request waits for the next one.
+/// or give it up, as COMINFO says; one that the controller refuses is given up at once. A lost link costs the
+/// driver nothing: the request waits for the next one. Once the link has ended, nothing is sent or waited for.
 ///
 /// Use it on one thread, the driver's polling thread.
 class Poller
 {
 public:
-    Poller(const DriverApi &driver, Link &link, const Timing &timing);
+    /// The settings are those that the driver has.
+    Poller(const DriverApi &driver, Link &link, COMINFO &settings, const Timing &timing);
 
     Step step();
 
+    /// The request in flight, or the driver's next one; null if it has none now.
+    const Protocol *takeRequest();
+    /// The driver gives up the job of the request in flight, if any: it is not sent again.
+    void giveUp();
+    /// Whether a request was sent whose outcome a stop has left open.
+    bool isUnderWay() const { return stats.underWay != 0; }
+    /// The request in flight, sent or not; null if there is none.
+    const Protocol *inFlight() const { return request; }
+
     const Statistics &statistics() const { return stats; }
     /// Of the local reads. A read whose place the driver does not tell, a single one of words, leaves no trace.
-    Freshness freshness;
-    TraceHook trace;
+    const Freshness &freshness() const { return fresh; }
+    /// Every value known so far is that of before.
+    void lostLink()
+    {
+        ++stats.linkLost;
+        fresh.lostLink(link.now());
+    }
+    void setTrace(const TraceHook &hook) { trace = hook; }
 
 private:
+    Step stopped() const;
+    bool prepare();
+    void exchange(Step &step);
+    void settleUnderWay();
+    void watchConnection();
     bool reopen();
     bool awaitLateReplies();
     bool awaitSilence();
     void throwAway(FrameView bytes);
-    Outcome exchange();
+    Outcome converse();
+    Outcome pauseAfterBroadcast();
     bool await(Time deadline);
     Outcome judge(bool found) const;
     void finish(Step &step);
+    int handOver(FrameView bytes);
     void tellDriver(Step &step);
     void markCurrent(const Step &step);
     void note(TraceEntry::Event event, FrameView bytes, Outcome outcome = Outcome::Good, int replyAt = 0) const;
 
     const DriverApi driver;
     Link &link;
+    COMINFO &settings;
     const Timing timing;
+    Freshness fresh;
+    TraceHook trace;
     Statistics stats;
     LateReplies lateReplies;
     ReplyFinder finder;
@@ -78,6 +115,7 @@ private:
     Time lastByte{0}; ///< seen on the line
     Time nextOpen{0};
     Time reconnectDelay;
+    int silentRequests = 0; ///< in a row
 };
 
 } // namespace fgs

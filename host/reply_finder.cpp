@@ -9,7 +9,7 @@ namespace fgs
 void ReplyFinder::expect(const Protocol &given, const DataStarts &dataStarts)
 {
     size = front = 0;
-    found = otherAnswer = false;
+    found = refused = otherAnswer = otherStation = false;
     request.frame = given.frame.constData();
     request.frameLen = given.frameLen;
     request.replyLen = given.replyLen;
@@ -50,9 +50,17 @@ bool ReplyFinder::skipOtherFrame()
         return false;
     if (length != AcknowledgeSize && !hasGoodCheck({rest.bytes, length}))
         return false;
-    otherAnswer = otherAnswer || rest.bytes[StationAt] == request.frame[StationAt];
+    const bool sameStation = rest.bytes[StationAt] == request.frame[StationAt];
+    (sameStation ? otherAnswer : otherStation) = true;
     front += length;
     return true;
+}
+
+bool ReplyFinder::startsWithRefusal() const
+{
+    const char refusal[] = {request.frame[StationAt], char(WriteCommand), char(Rejected)};
+    return !isReadReply() && size - front >= AcknowledgeSize &&
+           std::memcmp(buffer + front, refusal, sizeof refusal) == 0;
 }
 
 /// Looks behind noise. An acknowledgement has no check code that would tell it from noise, so only reads are.
@@ -77,6 +85,8 @@ bool ReplyFinder::take(int count)
             front += request.frameLen;
         else if (fits(front, size - front))
             return found = size - front >= request.replyLen;
+        else if (startsWithRefusal())
+            return refused = true;
         else if (!skipOtherFrame())
             return found = search();
     }

@@ -22,23 +22,33 @@ public:
     /// Where received bytes go, and how many fit. Without room no reply will be found any more.
     char *room() { return buffer + size; }
     int roomSize() const { return Capacity - size; }
-    /// Takes note of bytes put there. Returns whether the reply is there.
+    /// Takes note of bytes put there. Returns whether the reply is there, or a refusal.
     bool take(int count);
 
     /// The reply; without one, what has arrived besides other frames.
-    FrameView reply() const { return {buffer + front, found ? request.replyLen : size - front}; }
+    FrameView reply() const
+    {
+        return {buffer + front, found ? request.replyLen : refused ? AcknowledgeSize : size - front};
+    }
     /// Everything that has arrived.
     FrameView received() const { return {buffer, size}; }
 
     /// Whether a good frame has arrived that answers another question to the station.
     bool sawOtherAnswer() const { return otherAnswer; }
+    /// Whether a good frame of another station has arrived.
+    bool sawOtherStation() const { return otherStation; }
+    /// Whether reply() says that the controller does not do what it was asked.
+    bool isRefusal() const { return refused; }
     /// Whether what has arrived begins like the reply, but is not all of it.
-    bool sawPart() const { return !found && size - front > EntriesAt && fits(front, size - front); }
+    bool sawBeginning() const { return !found && size > front && fits(front, size - front); }
+    /// The same with more than the head, so that it was no noise.
+    bool sawPart() const { return sawBeginning() && size - front > EntriesAt; }
     /// Whether the driver would take reply() for good although it is not the reply.
     bool wouldPass() const;
 
 private:
     bool isReadReply() const { return request.frame[CommandAt] == char(ReadCommand); }
+    bool startsWithRefusal() const;
     bool fits(int at, int known) const;
     bool isEcho(int at) const;
     bool skipOtherFrame();
@@ -56,7 +66,9 @@ private:
     int size = 0;
     int front = 0; ///< what is before it is done with
     bool found = false;
+    bool refused = false;
     bool otherAnswer = false;
+    bool otherStation = false;
 };
 
 } // namespace fgs

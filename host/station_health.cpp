@@ -51,6 +51,18 @@ void StationHealth::gaveUp(int station, Time now, Time took)
     state.restUntil = now + state.rest;
 }
 
+bool StationHealth::isSilent(int station) const
+{
+    const auto state = states.find(station);
+    return state != states.end() && state->second.failures >= patience;
+}
+
+bool StationHealth::isSound(int station) const
+{
+    const auto state = states.find(station);
+    return state == states.end() || state->second.failures == 0;
+}
+
 bool StationHealth::isProbed(int station) const
 {
     const auto state = states.find(station);

@@ -16,9 +16,12 @@ struct Names {
 const Names names[OutcomeCount] = {
     {"good", "good"},
     {"no reply", "noReply"},
-    {"wrong length", "wrongLength"},
+    {"incomplete answer", "incomplete"},
+    {"garbled answer", "garbled"},
     {"wrong check code", "badCheck"},
     {"answer to another question", "otherReply"},
+    {"answer of another station only", "otherStation"},
+    {"refused by the controller", "refused"},
     {"link lost", "linkLost"},
 };
 

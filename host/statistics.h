@@ -12,13 +12,22 @@ namespace fgs
 /// What became of one request.
 enum class Outcome {
     Good,
-    NoReply,     ///< nothing came that could be the reply
-    WrongLength, ///< something else came, or only a part
-    BadCheck,    ///< a reply whose check code is wrong
-    OtherReply,  ///< a good answer, but to another question
-    LinkLost     ///< the link went away; the request is sent again on the next one
+    NoReply,      ///< nothing came that could be the reply
+    Incomplete,   ///< the reply began and broke off
+    Garbled,      ///< bytes came that are no reply
+    BadCheck,     ///< a reply whose check code is wrong
+    OtherReply,   ///< a good answer, but to another question
+    OtherStation, ///< nothing came but a good frame of another station
+    Refused,      ///< the controller answered that it does not do it
+    LinkLost      ///< the link went away; the request is sent again on the next one
 };
-const int OutcomeCount = 6;
+const int OutcomeCount = 9;
+
+/// Whether the station has given no sign of life.
+inline bool isSilence(Outcome outcome)
+{
+    return outcome == Outcome::NoReply || outcome == Outcome::OtherStation;
+}
 
 /// "no reply", for people.
 const char *nameOf(Outcome outcome);
@@ -46,19 +55,21 @@ private:
 };
 
 /// Two equations hold after every step of the poller:
-///   requests = sum of outcomes
-///   requests - good = retries + abandoned
+///   requests = sum of outcomes + underWay
+///   failures() = retries + abandoned
 struct Statistics {
     quint64 requests = 0; ///< frames sent, repetitions included
     std::array<quint64, OutcomeCount> outcomes = {};
+    quint64 underWay = 0;   ///< 1 after a stop that came before the outcome, otherwise 0
     quint64 retries = 0;    ///< failures after which the same request is to be sent again
     quint64 abandoned = 0;  ///< failures after which the driver gave its job up
     quint64 strayBytes = 0; ///< thrown away between two transactions
+    quint64 linkLost = 0;   ///< how often it went away
     quint64 reconnects = 0;
     RoundTrips roundTrips;
 
     quint64 of(Outcome outcome) const { return outcomes[static_cast<std::size_t>(outcome)]; }
-    quint64 failures() const { return requests - of(Outcome::Good); }
+    quint64 failures() const { return requests - underWay - of(Outcome::Good); }
 };
 
 } // namespace fgs

@@ -16,6 +16,8 @@ class TcpLink : public DescriptorLink
 public:
     explicit TcpLink(const TcpAddress &given) : address(given) {}
 
+    bool isConnection() const override { return true; }
+
 protected:
     int openDevice(QString *error) override
     {

@@ -66,7 +66,7 @@ driver_tests() {
 }
 
 need_for_build() {
-    need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev
+    need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev nlohmann-json3-dev
 }
 
 # quietly COMMAND...: shows the output only if the command fails.

@@ -3,7 +3,7 @@
 #include "host/devices.h"
 #include "host/text_error.h"
 #include "target.h"
-#include "tools/fgs/values.h"
+#include "watch/assignment.h"
 
 #include <cstring>
 #include <optional>

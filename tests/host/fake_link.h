@@ -117,6 +117,9 @@ public:
     Time perByte = Time(0);
     int refusals = 0;
     bool opened = true;
+    bool connection = false;    ///< what isConnection() says
+    std::vector<Time> openedAt; ///< the tries, with success or without
+    QString lostBy = QStringLiteral("cut");
 
     void answer(const QByteArray &request, Time after = 5ms)
     {
@@ -132,6 +135,9 @@ public:
 
     bool open() override
     {
+        openedAt.push_back(clock);
+        if (isEnded())
+            return false;
         if (refusals > 0)
             --refusals;
         else
@@ -139,7 +145,13 @@ public:
         return opened;
     }
     bool isOpen() const override { return opened; }
-    QString error() const override { return QStringLiteral("cut"); }
+    QString error() const override { return lostBy; }
+    bool isConnection() const override { return connection; }
+    void close(const QString &why) override
+    {
+        opened = false;
+        lostBy = why;
+    }
 
     bool send(const char *data, int size) override
     {
@@ -156,8 +168,9 @@ public:
         guard();
         if (!opened)
             return -1;
-        if (arrivals.empty() || arrivals.begin()->first > std::max(deadline, clock)) {
-            clock = std::max(clock, deadline);
+        const Time end = waitEnd(deadline);
+        if (arrivals.empty() || arrivals.begin()->first > end) {
+            clock = end;
             return 0;
         }
         clock = std::max(clock, arrivals.begin()->first);
@@ -175,11 +188,14 @@ public:
     void pauseUntil(Time time) override
     {
         guard();
-        clock = std::max(clock, time);
+        clock = waitEnd(time);
     }
     Time byteTime() const override { return perByte; }
 
 private:
+    /// When a wait until the deadline ends.
+    Time waitEnd(Time deadline) const { return isEnded() ? clock : std::max(clock, std::min(deadline, endTime)); }
+
     /// A loop that never ends in real time fails the test instead.
     void guard()
     {

@@ -55,16 +55,16 @@ TEST_P(ReplyText, Says)
     EXPECT_EQ(describeReply(view(frame)).toStdString(), GetParam().text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Replies, ReplyText,
-                         ::testing::Values(Row{"01 FE 01 08 02 12 34 56 78 9A D4",
-                                               "station 1, area 5 x2: 1234 5678"},
-                                           Row{"01 FE 02 08 04 00 01 00 02 00 03 12 34 01 10 81 01 59 0E",
-                                               "station 1, area 5 x4: 0001 0002 0003 1234, area 1 x16: 81 01"},
-                                           Row{"01 FE 01 13 02 56 78 12 34 00 01 00 00 D9 DD",
-                                               "station 1, area 10 x2: 12345678 00000001"},
-                                           Row{"01 FF 20", "station 1, write done"}, Row{"01 FF 21", "not a reply"},
-                                           Row{"01 FE 01 08 02 12 34 56 78 9A", "not a reply"},
-                                           Row{"01 FE 07 08 02 12 34", "not a reply"}));
+INSTANTIATE_TEST_SUITE_P(
+    Replies, ReplyText,
+    ::testing::Values(Row{"01 FE 01 08 02 12 34 56 78 9A D4", "station 1, area 5 x2: 1234 5678"},
+                      Row{"01 FE 02 08 04 00 01 00 02 00 03 12 34 01 10 81 01 59 0E",
+                          "station 1, area 5 x4: 0001 0002 0003 1234, area 1 x16: 81 01"},
+                      Row{"01 FE 01 13 02 56 78 12 34 00 01 00 00 D9 DD",
+                          "station 1, area 10 x2: 12345678 00000001"},
+                      Row{"01 FF 20", "station 1, write done"}, Row{"01 FF 21", "station 1, write refused"},
+                      Row{"01 FE 01 08 02 12 34 56 78 9A", "not a reply"},
+                      Row{"01 FE 07 08 02 12 34", "not a reply"}));
 
 TEST(ReplySize, IsWhatTheCountsSay)
 {
@@ -104,7 +104,7 @@ TEST(TraceText, ShowsBytesAndMeaning)
               "< AA BB 01 FF 20  2 bytes skipped; station 1, write done");
     EXPECT_EQ(text(TraceEntry::Received, "", Outcome::NoReply), "< -  no reply");
     EXPECT_EQ(text(TraceEntry::Received, ""), "< -  none expected");
-    EXPECT_EQ(text(TraceEntry::Received, "01FE", Outcome::WrongLength), "< 01 FE  wrong length");
+    EXPECT_EQ(text(TraceEntry::Received, "01FE", Outcome::Incomplete), "< 01 FE  incomplete answer");
     EXPECT_EQ(text(TraceEntry::Stray, "01"), "< 01  thrown away: came without a question");
 }
 

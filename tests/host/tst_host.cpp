@@ -89,45 +89,135 @@ TEST_F(HostTest, ReadsEveryAreaOfSeveralStations)
     EXPECT_TRUE(knownValuesAreRight());
 }
 
-TEST_F(HostTest, ReadsBitsOnceAndTheOthersRoundAndRound)
+TEST_F(HostTest, ReadsBitsOnceAheadOfWhatIsPolled)
 {
-    start({"2:100x300", "0:17", "5:0x4", "10:3"}).readSoon(variables);
+    start({"2:100x300", "0:17", "5:0x4", "10:3"}).poll({variables[2], variables[3]});
+    steps(1);
+    host->readSoon({variables[0], variables[1]});
+    steps(3);
+    EXPECT_TRUE(allKnown());
+    EXPECT_TRUE(knownValuesAreRight());
+    EXPECT_EQ(link.sent.at(0).at(2), 2) << "words and double words together";
+    for (std::size_t i = 1; i < 4; ++i)
+        EXPECT_EQ(link.sent.at(i).at(2), 1) << "two blocks of bits of area 2 and one of area 0";
+    steps(1);
+    EXPECT_EQ(link.sent.back(), link.sent.at(0)) << "the polling goes on";
+}
+
+TEST_F(HostTest, ReadsMoreBitsOnceThanTheDriverQueues)
+{
+    options.blockWords = 4;
+    start({"1:0x65535", "5:0x4"}).poll({variables[1]});
+    host->readSoon({variables[0]});
     while (!allKnown())
         host->step();
     EXPECT_TRUE(knownValuesAreRight());
-    // Two blocks of bits of area 2 and one of area 0, then words and double word together.
-    EXPECT_EQ(link.sent.size(), 4u);
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(link.sent.at(std::size_t(i)).at(2), 1);
-    EXPECT_EQ(link.sent.at(3).at(2), 2);
-    steps(1);
-    EXPECT_EQ(link.sent.back(), link.sent.at(3));
 }
 
-TEST_F(HostTest, BitsWhoseReadingTheDriverDropsCountAsFailed)
+TEST_F(HostTest, OnlyBitsCanBeReadOnce)
+{
+    start({"2:0", "5:0x4"});
+    EXPECT_THROW(host->readSoon(variables), TextError);
+}
+
+TEST_F(HostTest, OneFailureDoesNotTakeTheOtherBitsAlong)
 {
     start({"2:0x100", "2:1000x100", "3:0"}).readSoon(variables);
-    link.onSend = [](const QByteArray &) {};
-    steps(3); // the first is given up; the driver forgets the others
-    for (const Variable &variable : variables) {
-        EXPECT_FALSE(host->ageOf(variable).isKnown());
-        EXPECT_EQ(host->ageOf(variable).outcome, Outcome::NoReply);
-        EXPECT_EQ(host->ageOf(variable).tried, link.now());
-    }
+    link.onSend = [this](const QByteArray &request) {
+        if (link.sent.size() > 3)
+            link.answer(request);
+    };
+    steps(5); // the first is given up; the driver forgets what is queued
+    EXPECT_EQ(host->ageOf(variables[0]).outcome, Outcome::NoReply);
+    EXPECT_TRUE(host->ageOf(variables[1]).isKnown());
+    EXPECT_TRUE(host->ageOf(variables[2]).isKnown());
     EXPECT_EQ(host->step().kind, Step::Idle);
 }
 
-TEST_F(HostTest, PerStationOnlyThatStationsBitsAreDropped)
+// ---- the end of a reading
+
+class ReadingTest : public HostTest
 {
-    start({"2:0x100@1", "3:0@1", "2:0@2"}).readSoon(variables);
-    link.onSend = [this](const QByteArray &request) {
-        if (request.at(0) == 2)
-            link.answer(request);
-    };
-    steps(4);
-    EXPECT_EQ(host->ageOf(variables[1]).outcome, Outcome::NoReply);
-    EXPECT_NE(host->ageOf(variables[1]).tried, Never);
-    EXPECT_TRUE(host->ageOf(variables[2]).isKnown());
+protected:
+    bool allSettled() const
+    {
+        return std::all_of(variables.begin(), variables.end(),
+                           [this](const Variable &variable) { return host->isSettled(variable); });
+    }
+
+    /// Requests until every variable is settled.
+    std::size_t read(const std::vector<const char *> &texts)
+    {
+        const std::size_t before = link.sent.size();
+        start(texts).poll(variables);
+        while (!allSettled())
+            host->step();
+        return link.sent.size() - before;
+    }
+};
+
+TEST_F(ReadingTest, AnySizeEnds)
+{
+    EXPECT_EQ(read({"1:0x65535", "2:0x65535", "3:0x65535", "4:0x65535"}), std::size_t((4 * 265 + 5) / 6));
+    EXPECT_TRUE(allKnown());
+    EXPECT_TRUE(knownValuesAreRight());
+}
+
+TEST_F(ReadingTest, AnySizeEndsWithSmallBlocks)
+{
+    options.blockWords = 4;
+    EXPECT_EQ(read({"1:0x65535"}), std::size_t((2048 + 5) / 6));
+    EXPECT_TRUE(allKnown());
+    EXPECT_TRUE(knownValuesAreRight());
+}
+
+TEST_F(ReadingTest, ScatteredBitsShareRequests)
+{
+    std::vector<std::string> texts;
+    for (int i = 0; i < 20; ++i)
+        texts.push_back("2:" + std::to_string(500 * i));
+    std::vector<const char *> pointers;
+    for (const std::string &text : texts)
+        pointers.push_back(text.c_str());
+    EXPECT_EQ(read(pointers), 4u);
+    EXPECT_TRUE(knownValuesAreRight());
+}
+
+TEST_F(ReadingTest, AllAreasTakeThreeRequests)
+{
+    EXPECT_EQ(read(EveryArea), 3u);
+    EXPECT_TRUE(allKnown());
+    EXPECT_TRUE(knownValuesAreRight());
+}
+
+TEST_F(ReadingTest, AStationThatDoesNotAnswerIsGivenUpAfterSomeJobs)
+{
+    link.onSend = [](const QByteArray &) {};
+    EXPECT_LE(read({"5:0x9000"}), 9u);
+    EXPECT_FALSE(allKnown());
+    EXPECT_EQ(host->ageOf(parseVariable(QStringLiteral("5:8000"))).tried, Never) << "it was not asked for";
+}
+
+TEST_F(ReadingTest, NothingIsSettledByWhatWasBeforeThePoll)
+{
+    read({"5:0x2"});
+    host->poll(variables);
+    EXPECT_TRUE(host->ageOf(variables[0]).isKnown());
+    EXPECT_FALSE(host->isSettled(variables[0]));
+    steps(1);
+    EXPECT_TRUE(host->isSettled(variables[0]));
+}
+
+TEST_F(ReadingTest, ARequestThatAStopCutOffIsUnderWay)
+{
+    start({"5:0x2", "5:1000"}).poll({variables[0]});
+    link.onSend = [](const QByteArray &) {};
+    link.endBy(nullptr, link.now() + 10ms);
+    EXPECT_FALSE(host->isUnderWay(variables[0]));
+    EXPECT_EQ(host->step().kind, Step::Stopped);
+    EXPECT_TRUE(host->isUnderWay(variables[0]));
+    EXPECT_FALSE(host->isUnderWay(variables[1]));
+    EXPECT_FALSE(host->isSettled(variables[0]));
 }
 
 // ---- writing
@@ -225,6 +315,43 @@ TEST_F(HostTest, WritesThatAFailureDropsAreCounted)
     steps(1);
     EXPECT_EQ(host->writesQueued(), 0);
     EXPECT_EQ(wanted(variables[2], 0), 5u);
+}
+
+TEST_F(HostTest, DroppedWritesAreNotSent)
+{
+    for (const char *other : {"5:30@1", "5:30@2"}) { // fixed image, per station
+        start({"5:0x2", "2:10x8", other});
+        for (const Variable &variable : variables)
+            host->write(variable, std::vector<quint32>(std::size_t(variable.count), 1));
+        link.onSend = [this](const QByteArray &) { link.cut(); };
+        const std::size_t before = link.sent.size();
+        EXPECT_EQ(host->step().outcome, Outcome::LinkLost);
+        host->dropWrites();
+        EXPECT_EQ(host->writesQueued(), 0);
+        EXPECT_EQ(host->writesLost(), 10);
+        link.onSend = [this](const QByteArray &request) { link.answer(request); };
+        steps(20);
+        EXPECT_EQ(link.sent.size(), before + 1);
+        EXPECT_TRUE(PLC_driver.WriteVarList.isEmpty());
+        host->poll(variables);
+        steps(2);
+        EXPECT_TRUE(allKnown());
+        host.reset();
+        reset();
+    }
+}
+
+TEST_F(HostTest, ARefusedWriteIsNoFailureOfItsStation)
+{
+    start({"5:0x2", "5:0@2"});
+    link.onSend = [this](const QByteArray &) { link.arrive(5ms, bytes("01 FF 21")); };
+    for (int i = 0; i < 5; ++i) {
+        host->write(variables[0], {1, 2});
+        EXPECT_EQ(host->step().outcome, Outcome::Refused);
+        EXPECT_EQ(host->writesQueued(), 0);
+    }
+    EXPECT_EQ(host->writesLost(), 5);
+    EXPECT_EQ(link.sent.size(), 5u) << "none is repeated";
 }
 
 TEST_F(HostTest, EveryRequestHasItsOwnAttempts)

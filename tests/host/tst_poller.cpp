@@ -40,7 +40,7 @@ protected:
         quint64 sum = 0;
         for (quint64 count : stats.outcomes)
             sum += count;
-        EXPECT_EQ(stats.requests, sum);
+        EXPECT_EQ(stats.requests, sum + stats.underWay);
         EXPECT_EQ(stats.failures(), stats.retries + stats.abandoned);
         EXPECT_EQ(stats.requests, link.sent.size() + lostWhileSending);
         return made;
@@ -68,12 +68,12 @@ protected:
     int wanted(int address) { return int(link.controller.value(1, 0x08, address)); }
     static Age age(const Poller &of, const char *text)
     {
-        return of.freshness.of(parseVariable(QString::fromLatin1(text)));
+        return of.freshness().of(parseVariable(QString::fromLatin1(text)));
     }
 
     fake::Link link;
     Timing timing;
-    Poller poller{linkedDriver(), link, timing};
+    Poller poller{linkedDriver(), link, settings, timing};
     std::size_t lostWhileSending = 0;
 };
 
@@ -208,14 +208,45 @@ TEST_F(PollerTest, SilenceEndsAtTheTimeLimitAndTheDriverGivesUpAfterItsRetries)
     EXPECT_EQ(age(poller, "5:100x4").outcome, Outcome::NoReply);
 }
 
-TEST_F(PollerTest, AShortReplyIsAWrongLength)
+TEST_F(PollerTest, AShortReplyIsIncomplete)
 {
     watch({"5:100x4"});
     answerFirst(
-        [this](const QByteArray &request) { link.arrive(5ms, link.controller.answer(request).chopped(1)); });
-    EXPECT_EQ(outcome(), Outcome::WrongLength);
+        [this](const QByteArray &request) { link.arrive(5ms, link.controller.answer(request).chopped(4)); });
+    const Step made = step();
+    EXPECT_EQ(made.outcome, Outcome::Incomplete);
+    EXPECT_EQ(made.received, 11);
+    EXPECT_EQ(made.expected, 15);
     EXPECT_EQ(PLC_driver.RetVar.result, 0);
     EXPECT_EQ(word(100), 0);
+    EXPECT_EQ(outcome(), Outcome::Good);
+}
+
+TEST_F(PollerTest, AgeTellsHowMuchOfAnAnswerCame)
+{
+    settings.retryLimit = 0;
+    watch({"5:100x4"});
+    link.onSend = [this](const QByteArray &request) { link.arrive(5ms, link.controller.answer(request).left(9)); };
+    step();
+    EXPECT_EQ(age(poller, "5:100x4").outcome, Outcome::Incomplete);
+    EXPECT_EQ(age(poller, "5:100x4").received, 9);
+    EXPECT_EQ(age(poller, "5:100x4").expected, 15);
+}
+
+TEST_F(PollerTest, BytesThatAreNoReplyAreGarbled)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &) { link.arrive(5ms, bytes("55 AA 55")); });
+    EXPECT_EQ(outcome(), Outcome::Garbled);
+}
+
+TEST_F(PollerTest, AGoodFrameOfAnotherStationIsCalledSo)
+{
+    watch({"5:100x4"});
+    answerFirst([this](const QByteArray &) {
+        link.arrive(5ms, frames::readReply(2, {{5, 100, 4}}, {QByteArray(8, '\x55')}));
+    });
+    EXPECT_EQ(outcome(), Outcome::OtherStation);
     EXPECT_EQ(outcome(), Outcome::Good);
 }
 
@@ -228,11 +259,11 @@ TEST_F(PollerTest, TheLongestReplyNeedsNoMoreMemoryThanTheOthers)
         rooms.insert(int(reply->capacity()));
         return DataCom(reply, length);
     };
-    Poller observed(driver, link, timing);
+    Poller observed(driver, link, settings, timing);
     watch({"5:100x4"});
     EXPECT_EQ(Outcome::Good, observed.step().outcome);
     link.onSend = [this](const QByteArray &) { link.arrive(5ms, QByteArray(100000, 'x')); };
-    EXPECT_EQ(Outcome::WrongLength, observed.step().outcome);
+    EXPECT_EQ(Outcome::Garbled, observed.step().outcome);
     link.onSend = [](const QByteArray &) {};
     EXPECT_EQ(Outcome::NoReply, observed.step().outcome);
     EXPECT_EQ(1u, rooms.size());
@@ -300,7 +331,7 @@ TEST_P(OtherAnswer, IsNotHandedOver)
 INSTANTIATE_TEST_SUITE_P(
     Answers, OtherAnswer,
     ::testing::Values(
-        Other{"right but for its station", 2, {{2, 80, 3}, {5, 100, 4}}, Outcome::NoReply},
+        Other{"right but for its station", 2, {{2, 80, 3}, {5, 100, 4}}, Outcome::OtherStation},
         Other{"another area of the same length", 1, {{3, 80, 3}, {5, 100, 4}}, Outcome::OtherReply},
         Other{"another second area of the same length", 1, {{2, 80, 3}, {6, 100, 4}}, Outcome::OtherReply},
         Other{"other counts of the same length", 1, {{2, 80, 5}, {5, 100, 3}}, Outcome::OtherReply},
@@ -344,7 +375,7 @@ TEST_F(PollerTest, ALineThatNeverFallsSilentCostsTwoTimeLimitsAtMost)
         link.arrive(std::chrono::milliseconds(ms), bytes("01 FE 01 08"));
     for (int i = 0; i < 4; ++i) {
         const Time start = link.now();
-        EXPECT_EQ(outcome(), Outcome::WrongLength);
+        EXPECT_EQ(outcome(), Outcome::Garbled);
         EXPECT_LE(link.now() - start, 2 * timing.timeout + 10ms);
     }
 }
@@ -408,7 +439,7 @@ TEST_F(PollerTest, AQuestionWithADamagedAnswerIsAnswered)
         AddListReadVar(&var);
     }
     answerFirst([this](const QByteArray &request) { link.arrive(5ms, link.controller.answer(request).left(20)); });
-    EXPECT_EQ(outcome(), Outcome::WrongLength);
+    EXPECT_EQ(outcome(), Outcome::Incomplete);
     EXPECT_EQ(outcome(), Outcome::Good);
     EXPECT_EQ(link.sentAt.at(1), link.sentAt.at(0) + timing.timeout) << "no late reply is waited for";
 }
@@ -503,7 +534,7 @@ TEST_F(PollerTest, AnAcknowledgementBehindNoiseProvesNothing)
 {
     write("100", "34 12");
     answerFirst([this](const QByteArray &) { link.arrive(5ms, bytes("55 01 FF 20")); });
-    EXPECT_EQ(outcome(), Outcome::WrongLength);
+    EXPECT_EQ(outcome(), Outcome::Garbled);
     EXPECT_EQ(outcome(), Outcome::Good);
 }
 
@@ -517,7 +548,35 @@ TEST_F(PollerTest, AnAcknowledgementOfAnotherStationIsPassedOver)
     EXPECT_EQ(outcome(), Outcome::Good);
     write("101", "34 12");
     link.onSend = [this](const QByteArray &) { link.arrive(1ms, bytes("02 FF 20")); };
-    EXPECT_EQ(outcome(), Outcome::NoReply);
+    EXPECT_EQ(outcome(), Outcome::OtherStation);
+}
+
+TEST_F(PollerTest, ARefusedWriteIsGivenUpAtOnce)
+{
+    write("100", "34 12");
+    link.onSend = [this](const QByteArray &) { link.arrive(5ms, bytes("01 FF 21")); };
+    const Time start = link.now();
+    const Step made = step();
+    EXPECT_EQ(made.outcome, Outcome::Refused);
+    EXPECT_TRUE(made.ended);
+    EXPECT_EQ(link.now(), start + 5ms);
+    EXPECT_EQ(step().kind, Step::Idle);
+    EXPECT_EQ(settings.retryCount, 0);
+    EXPECT_EQ(poller.statistics().abandoned, 1u);
+}
+
+TEST_F(PollerTest, ARefusalFromAnotherStationOrToAReadIsNone)
+{
+    write("100", "34 12");
+    answerFirst([this](const QByteArray &request) {
+        link.arrive(1ms, bytes("02 FF 21"));
+        link.arrive(2ms, link.controller.answer(request));
+    });
+    EXPECT_EQ(outcome(), Outcome::Garbled) << "an acknowledgement behind noise proves nothing";
+    EXPECT_EQ(outcome(), Outcome::Good);
+    watch({"5:100x4"});
+    link.onSend = [this](const QByteArray &) { link.arrive(5ms, bytes("01 FF 21")); };
+    EXPECT_EQ(outcome(), Outcome::Garbled);
 }
 
 TEST_F(PollerTest, ABroadcastIsFollowedByAPause)
@@ -532,7 +591,168 @@ TEST_F(PollerTest, ABroadcastIsFollowedByAPause)
     EXPECT_EQ(poller.statistics().roundTrips.count(), 0u);
 }
 
+// ---- an end of all waiting
+
+TEST_F(PollerTest, NothingIsSentOnceTheLinkHasEnded)
+{
+    watch({"5:100x4"});
+    Stop stop;
+    link.endBy(&stop);
+    stop.request();
+    const Step made = step();
+    EXPECT_EQ(made.kind, Step::Stopped);
+    EXPECT_FALSE(made.sent);
+    EXPECT_TRUE(link.sent.empty());
+    EXPECT_FALSE(poller.isUnderWay());
+}
+
+TEST_F(PollerTest, AStopEndsTheWaitForAReplyAndLeavesTheRequestUnderWay)
+{
+    watch({"5:100x4"});
+    link.onSend = [](const QByteArray &) {};
+    link.endBy(nullptr, link.now() + 300ms);
+    const Time start = link.now();
+    const Step made = step();
+    EXPECT_EQ(made.kind, Step::Stopped);
+    EXPECT_TRUE(made.sent);
+    EXPECT_FALSE(made.isWrite);
+    EXPECT_EQ(made.station, 1);
+    EXPECT_EQ(link.now(), start + 300ms);
+    EXPECT_TRUE(poller.isUnderWay());
+    EXPECT_EQ(poller.statistics().underWay, 1u);
+    EXPECT_EQ(step().kind, Step::Stopped);
+    EXPECT_EQ(link.sent.size(), 1u);
+}
+
+TEST_F(PollerTest, WhatHasArrivedBeforeAStopIsTaken)
+{
+    watch({"5:100x4"});
+    Stop stop;
+    link.endBy(&stop);
+    link.onSend = [this, &stop](const QByteArray &request) {
+        link.answer(request, 0ms);
+        stop.request();
+    };
+    const Step made = step();
+    EXPECT_EQ(made.kind, Step::Exchanged);
+    EXPECT_EQ(made.outcome, Outcome::Good);
+    EXPECT_EQ(word(100), wanted(100));
+}
+
+TEST_F(PollerTest, ARequestThatAStopCutOffIsSentAgainWhenTheLinkGoesOn)
+{
+    watch({"5:100x4"});
+    link.onSend = [](const QByteArray &) {};
+    link.endBy(nullptr, link.now() + 300ms);
+    step();
+    link.endBy(nullptr);
+    link.onSend = [this](const QByteArray &request) { link.answer(request); };
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sent.at(1), link.sent.at(0));
+    EXPECT_EQ(poller.statistics().of(Outcome::NoReply), 1u);
+}
+
+TEST_F(PollerTest, ABroadcastThatAStopCutsShortIsSent)
+{
+    settings.defaultStation = 0;
+    write("100", "34 12");
+    link.endBy(nullptr, link.now() + 10ms);
+    const Step made = step();
+    EXPECT_EQ(made.kind, Step::Exchanged);
+    EXPECT_EQ(made.outcome, Outcome::Good);
+    EXPECT_TRUE(made.sent);
+    EXPECT_TRUE(made.ended);
+}
+
+TEST_F(PollerTest, AStopEndsTheWaitForSilenceAndForALateReply)
+{
+    settings.retryLimit = 0;
+    for (int i = 0; i < 12; ++i) { // two requests of one shape
+        RW_VAR var = variable(5, 100 + 10 * i, 4);
+        AddListReadVar(&var);
+    }
+    link.onSend = [](const QByteArray &) {};
+    step();
+    link.endBy(nullptr, link.now() + 100ms);
+    const Step made = step();
+    EXPECT_EQ(made.kind, Step::Stopped);
+    EXPECT_FALSE(made.sent);
+    EXPECT_EQ(link.sent.size(), 1u);
+    link.endBy(nullptr, link.now() + 1ms); // less than the silence
+    EXPECT_FALSE(step().sent);
+    EXPECT_EQ(link.sent.size(), 1u);
+}
+
+TEST_F(PollerTest, AStopEndsTheTriesToOpenTheLink)
+{
+    watch({"5:100x4"});
+    link.cut();
+    link.refusals = 1000;
+    link.endBy(nullptr, link.now() + 1050ms);
+    Step made;
+    while ((made = step()).kind == Step::NoLink)
+        EXPECT_LT(link.now(), 1002s);
+    EXPECT_EQ(made.kind, Step::Stopped);
+    EXPECT_EQ(link.now(), 1001s + 50ms);
+}
+
+TEST_F(PollerTest, AJobThatIsGivenUpIsNotSentAgain)
+{
+    write("100", "34 12");
+    answerFirst([this](const QByteArray &) { link.cut(); });
+    EXPECT_EQ(step().outcome, Outcome::LinkLost);
+    poller.giveUp();
+    EXPECT_EQ(step().kind, Step::Idle);
+    EXPECT_EQ(link.sent.size(), 1u);
+}
+
 // ---- the line
+
+TEST_F(PollerTest, TriesToOpenALinkAreASecondApartAtMost)
+{
+    watch({"5:100x4"});
+    link.cut();
+    link.refusals = 100;
+    while (link.openedAt.size() < 20)
+        step();
+    for (std::size_t i = 1; i < link.openedAt.size(); ++i)
+        EXPECT_LE(link.openedAt[i] - link.openedAt[i - 1], 1s);
+}
+
+TEST_F(PollerTest, AConnectionThatBringsNoByteForThreeRequestsIsOpenedAnew)
+{
+    watch({"5:100x4"});
+    link.connection = true;
+    link.onSend = [](const QByteArray &) {};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(link.isOpen());
+        EXPECT_EQ(outcome(), Outcome::NoReply);
+    }
+    EXPECT_FALSE(link.isOpen());
+    EXPECT_EQ(link.error(), QStringLiteral("no byte came for 3 requests in a row"));
+    link.onSend = [this](const QByteArray &request) { link.answer(request); };
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(poller.statistics().reconnects, 1u);
+}
+
+TEST_F(PollerTest, AConnectionThatBringsAnyByteOrALineIsLeftOpen)
+{
+    watch({"5:100x4"});
+    link.onSend = [](const QByteArray &) {};
+    for (int i = 0; i < 10; ++i)
+        step();
+    EXPECT_EQ(poller.statistics().reconnects, 0u) << "no connection";
+    link.arrive(1ms, bytes("02 FF 20"));
+    step();
+    link.connection = true;
+    link.onSend = [this](const QByteArray &) {
+        if (link.sent.size() % 2 == 0)
+            link.arrive(5ms, bytes("02 FF 20"));
+    };
+    for (int i = 0; i < 12; ++i)
+        step();
+    EXPECT_EQ(poller.statistics().reconnects, 0u) << "another station is heard";
+}
 
 TEST_F(PollerTest, TheBytesHaveTheirTimeOnTheLine)
 {
@@ -566,7 +786,8 @@ TEST_F(PollerTest, ALostLinkCostsTheDriverNothing)
     const Time lost = link.now();
     while (step().kind == Step::NoLink)
         EXPECT_FALSE(link.isOpen());
-    EXPECT_EQ(link.now() - lost, 500ms + 1000ms + 2000ms + 5ms) << "tries at once, then ever more rarely";
+    EXPECT_EQ(link.now() - lost, 500ms + 1000ms + 1000ms + 5ms)
+        << "tries at once, then ever more rarely, but each second";
     EXPECT_EQ(link.sent.size(), 2u);
     EXPECT_EQ(link.sent.at(1), link.sent.at(0)) << "the write is sent again";
     EXPECT_EQ(settings.retryCount, 0);
@@ -587,7 +808,7 @@ TEST_F(PollerTest, ALinkThatIsLostWhileNothingIsAskedIsOpenedAgain)
 TEST_F(PollerTest, TracesEveryFrame)
 {
     QStringList lines;
-    poller.trace = [&lines](const TraceEntry &entry) { lines << describe(entry); };
+    poller.setTrace([&lines](const TraceEntry &entry) { lines << describe(entry); });
     watch({"5:0x2"});
     link.onSend = [this](const QByteArray &) {
         link.arrive(5ms, bytes("55") + frames::readReply(1, {{5, 0, 2}}, {bytes("12 34 56 78")}));

@@ -4,6 +4,7 @@
 #include "shadow.h"
 #include "year.h"
 
+#include <algorithm>
 #include <numeric>
 #include <stdexcept>
 
@@ -35,6 +36,15 @@ std::vector<fgs::Variable> joined(const std::vector<std::vector<fgs::Variable>> 
     for (const std::vector<fgs::Variable> &screen : screens)
         all.insert(all.end(), screen.begin(), screen.end());
     return all;
+}
+
+std::vector<fgs::Variable> bitsOf(std::vector<fgs::Variable> variables)
+{
+    const auto isOther = [](const fgs::Variable &variable) {
+        return fgs::areaOf(variable.area)->kind != fgs::Kind::Bit;
+    };
+    variables.erase(std::remove_if(variables.begin(), variables.end(), isOther), variables.end());
+    return variables;
 }
 
 std::vector<int> stations(bool perStation)
@@ -107,7 +117,7 @@ void HostYear::act()
         ++report.screens;
     }
     if (random.below(OnceEvery) == 0) {
-        host.readSoon(screens[random.below(screens.size())]);
+        host.readSoon(bitsOf(screens[random.below(screens.size())]));
         ++report.onceReads;
     }
     if (random.below(WriteEvery) == 0)

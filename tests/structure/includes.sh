@@ -11,13 +11,14 @@ allowed() {
     protocol) echo 'driver image protocol' ;;
     remote) echo 'image protocol' ;;
     host) echo 'host' ;;
-    tools/fgs) echo 'host tools/fgs' ;;
+    watch) echo 'host watch' ;;
+    tools/fgs) echo 'host watch tools/fgs' ;;
     tools/fgs-sim) echo 'tools/fgs-sim' ;;
     esac
 }
 
 status=0
-for folder in driver image lists protocol remote host tools/fgs tools/fgs-sim; do
+for folder in driver image lists protocol remote host watch tools/fgs tools/fgs-sim; do
     for header in $(grep -hoE '^#include "[^"]+"' "$folder"/*.cpp "$folder"/*.h | cut -d'"' -f2 | sort -u); do
         case $header in
         */*) from=${header%/*} ;;

@@ -1,16 +1,15 @@
-// The commands. Each returns the exit code, or throws TextError or Failure.
+// The commands. Each returns the exit code, or throws TextError or Failure; the stop ends it early.
 #ifndef FGS_TOOL_COMMANDS_H
 #define FGS_TOOL_COMMANDS_H
 
-#include "failure.h"
 #include "options.h"
 
 namespace fgs
 {
 
-ExitCode readCommand(const Options &options);
-ExitCode writeCommand(const Options &options);
-ExitCode pollCommand(const Options &options);
+int readCommand(const Options &options, Stop &stop);
+int writeCommand(const Options &options, Stop &stop);
+int pollCommand(const Options &options, Stop &stop);
 
 } // namespace fgs
 

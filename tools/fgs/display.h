@@ -3,25 +3,24 @@
 #define FGS_TOOL_DISPLAY_H
 
 #include "output.h"
+#include "watch/poll_loop.h"
+
+#include <memory>
 
 namespace fgs
 {
 
-class Display
+class Display : public PollObserver
 {
 public:
-    virtual ~Display() = default;
-    /// How long to wait from one show() to the next.
-    virtual Time pause() const = 0;
-    virtual void show(const std::vector<Row> &rows, const Host &host, Time elapsed, Time now) = 0;
-    /// What happens to the link: to stderr, unless it has a better place.
-    virtual void remark(const QString &text) { printMessage(QStringLiteral("fgs: ") + text); }
+    /// The poll is over: what is to remain on the terminal is printed.
+    virtual void end() {}
 };
 
-/// A line for each variable that has changed, with the seconds since the start.
-std::unique_ptr<Display> makeLines(Format format, bool json);
-/// All variables with the ages of their values, drawn over and over on a terminal.
-std::unique_ptr<Display> makeTable(Format format);
+/// A line for each variable whose values or quality have changed. Without `notes` no events.
+std::unique_ptr<Display> makeLines(const TextStyle &style, const Link &link, bool json, bool notes);
+/// All variables with the ages of their values, drawn over and over; `stop` ends the poll when a key asks for it.
+std::unique_ptr<Display> makeTable(const TextStyle &style, const Host &host, const Link &link, Stop &stop);
 
 } // namespace fgs
 

@@ -13,21 +13,20 @@ enum ExitCode {
     ExitUsage = 2,
     ExitLink = 3, ///< the link cannot be opened, or was lost
     ExitNoReply = 4,
+    ExitRefused = 5, ///< by the controller
     ExitBadReply = 6,
     ExitVerify = 7,  ///< the controller holds other values than were written
-    ExitPartial = 8, ///< some variables have no value
-    ExitInterrupted = 130
+    ExitPartial = 8, ///< some variables have no value, or an old one
+    ExitSignal = 128 ///< and the number of the signal that ended it: 130 after Ctrl-C, 143 after SIGTERM
 };
 
 /// Ends the program with a message.
 class Failure : public std::runtime_error
 {
 public:
-    Failure(ExitCode exitCode, const QString &message) : std::runtime_error(message.toStdString()), code(exitCode)
-    {
-    }
+    Failure(int exitCode, const QString &message) : std::runtime_error(message.toStdString()), code(exitCode) {}
 
-    const ExitCode code;
+    const int code;
 };
 
 } // namespace fgs

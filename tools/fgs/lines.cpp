@@ -1,4 +1,5 @@
 #include "display.h"
+#include "watch/json.h"
 
 namespace fgs
 {
@@ -6,46 +7,85 @@ namespace fgs
 namespace
 {
 
+/// What needs no line.
+Reading notAskedYet()
+{
+    Reading reading;
+    reading.reason.kind = Reason::NotAskedYet;
+    return reading;
+}
+
 class Lines : public Display
 {
 public:
-    Lines(Format valueFormat, bool asJson) : format(valueFormat), json(asJson) {}
-
-    Time pause() const override { return 10ms; }
-
-    void show(const std::vector<Row> &rows, const Host &, Time elapsed, Time now) override
+    Lines(const TextStyle &textStyle, const Link &theLink, bool withNotes)
+        : style(textStyle), link(theLink), notes(withNotes)
     {
-        shown.resize(rows.size());
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            if (rows[i] == shown[i])
-                continue;
-            shown[i] = rows[i];
-            print(rows[i], elapsed, now);
-        }
+    }
+
+    void updated(const std::vector<Reading> &readings, const std::vector<std::size_t> &which) override
+    {
+        shown.resize(readings.size(), notAskedYet());
+        for (std::size_t i : which)
+            if (!readings[i].tellsSameAs(shown[i])) {
+                shown[i] = readings[i];
+                print(readings[i], link.now());
+            }
+        stdoutClosed = flushOutput() != 0;
+    }
+
+    void happened(const LineEvent &event) override
+    {
+        if (notes)
+            printMessage(QStringLiteral("fgs: ") + eventText(event));
+    }
+
+    bool isDone() const override { return stdoutClosed; }
+
+protected:
+    virtual void print(const Reading &reading, Time now)
+    {
+        printLine(QStringLiteral("%1  %2  %3  %4")
+                      .arg(style.clock.text(now))
+                      .arg(seconds(now - style.start), 9)
+                      .arg(placeText(reading.variable), contentText(reading, style)));
+    }
+
+    const TextStyle style;
+    const Link &link;
+
+private:
+    const bool notes;
+    std::vector<Reading> shown = {};
+    bool stdoutClosed = false;
+};
+
+class JsonLines : public Lines
+{
+public:
+    using Lines::Lines;
+
+    void happened(const LineEvent &event) override { printLine(lineOf(jsonOf(event, jsonStyle()))); }
+
+protected:
+    void print(const Reading &reading, Time now) override
+    {
+        Json json = jsonOf(reading, jsonStyle(), now);
+        json["seconds"] = secondsOf(now - style.start);
+        printLine(lineOf(json));
     }
 
 private:
-    void print(const Row &row, Time elapsed, Time now) const
-    {
-        if (json) {
-            QJsonObject object = rowJson(row, format, now);
-            object[QStringLiteral("seconds")] = std::chrono::duration<double>(elapsed).count();
-            printJson(object);
-        } else {
-            printLine(QStringLiteral("%1  %2").arg(seconds(elapsed), 9).arg(rowText(row, format)));
-        }
-    }
-
-    const Format format;
-    const bool json;
-    std::vector<Row> shown; ///< a new row is one that was not asked for yet
+    JsonStyle jsonStyle() const { return {style.format, style.clock, style.start}; }
 };
 
 } // namespace
 
-std::unique_ptr<Display> makeLines(Format format, bool json)
+std::unique_ptr<Display> makeLines(const TextStyle &style, const Link &link, bool json, bool notes)
 {
-    return std::make_unique<Lines>(format, json);
+    if (json)
+        return std::make_unique<JsonLines>(style, link, notes);
+    return std::make_unique<Lines>(style, link, notes);
 }
 
 } // namespace fgs

@@ -1,7 +1,8 @@
 #include "commands.h"
+#include "failure.h"
 #include "host/text_error.h"
 #include "output.h"
-#include "session.h"
+#include "signals.h"
 
 #include <cerrno>
 #include <cstring>
@@ -10,32 +11,32 @@
 namespace
 {
 
-fgs::ExitCode run(const fgs::Options &options)
+int run(const fgs::Options &options, fgs::Stop &stop)
 {
     switch (options.command) {
     case fgs::Options::Read:
-        return fgs::readCommand(options);
+        return fgs::readCommand(options, stop);
     case fgs::Options::Write:
-        return fgs::writeCommand(options);
+        return fgs::writeCommand(options, stop);
     case fgs::Options::Poll:
-        return fgs::pollCommand(options);
+        return fgs::pollCommand(options, stop);
     }
     return fgs::ExitOther;
 }
 
-int fail(fgs::ExitCode code, const std::exception &error)
+int fail(int code, const std::exception &error)
 {
     fgs::printMessage(QStringLiteral("fgs: ") + QString::fromStdString(error.what()));
     return code;
 }
 
-int runProgram(int argc, char **argv)
+int runProgram(int argc, char **argv, fgs::Stop &stop)
 {
     try {
         const fgs::Options options = fgs::parseArguments(argc, argv); // before Qt may change the form of numbers
         int nameOnly = 1;                                             // the arguments are not for Qt
         const QCoreApplication application(nameOnly, argv);
-        return run(options);
+        return run(options, stop);
     } catch (const fgs::Finished &finished) {
         (finished.code ? fgs::printMessage : fgs::printLine)(QString::fromStdString(finished.text).trimmed());
         return finished.code;
@@ -63,6 +64,7 @@ int codeWithOutput(int code)
 
 int main(int argc, char **argv)
 {
-    fgs::watchForInterrupts();
-    return codeWithOutput(runProgram(argc, argv));
+    fgs::Stop stop;
+    fgs::stopOnSignals(stop);
+    return codeWithOutput(runProgram(argc, argv, stop));
 }

@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "failure.h"
+#include "help.h"
 #include "host/text_error.h"
 
 #include <CLI/CLI.hpp>
@@ -11,31 +12,6 @@ namespace fgs
 
 namespace
 {
-
-// Every help begins with examples: that of a command with its own, that of the program with all.
-const char *const ReadExample =
-    "  fgs read  /dev/ttyUSB0:19200,8E1 5:100x4 0:17@2     four words of station 1 and a bit of station 2\n";
-const char *const WriteExample =
-    "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n";
-const char *const PollExample =
-    "  fgs poll  /dev/pts/3 5:100x10 10:5 --interval 200   a live table, until Ctrl-C\n";
-
-const char *const Footer = R"(
-LINK is DEVICE[:BAUD[,8E1]] (without settings 19200,8E1) or tcp:HOST:PORT.
-
-VAR is AREA:ADDRESS[xCOUNT][@STATION]. Areas, and how their addresses are written:
-  0 (read-only), 1          bits, octal
-  2, 3, 4, 11               bits, decimal
-  5, 6, 7, 8 (read-only),
-  9, 12, 13                 words, decimal
-  10                        double words, decimal
-
-ASSIGNMENT is VAR=VALUE[,VALUE...]; the count of its VAR may be left out.
-
-Data goes to stdout, messages and the summary to stderr.
-Exit code: 0 ok, 1 other, 2 usage, 3 the link cannot be opened or was lost, 4 no reply, 6 bad reply,
-7 the controller holds other values than were written, 8 some variables have no value, 130 interrupted.
-)";
 
 const std::map<std::string, Format> FormatNames = {
     {"dec", Format::Unsigned}, {"signed", Format::Signed}, {"hex", Format::Hex}, {"float", Format::Float}};
@@ -48,14 +24,25 @@ Format formatNamed(const std::string &name)
     return found->second;
 }
 
+const int MostMilliseconds = 3600000;
+
+Time millisecondsIn(const std::string &name, const std::string &text, int lowest)
+{
+    bool isWhole = false;
+    const int ms = QString::fromStdString(text).toInt(&isWhole);
+    if (!isWhole || ms < lowest || ms > MostMilliseconds)
+        throw CLI::ValidationError(name, "'" + text + "' is no whole number of milliseconds from " +
+                                             std::to_string(lowest) + " to " + std::to_string(MostMilliseconds));
+    return std::chrono::milliseconds(ms);
+}
+
 void addMilliseconds(CLI::App &app, const std::string &name, Time &time, int lowest, const std::string &help)
 {
     const auto shown = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
-    app.add_option_function<int>(
-           name, [&time](int ms) { time = std::chrono::milliseconds(ms); },
+    app.add_option_function<std::string>(
+           name, [&time, name, lowest](const std::string &text) { time = millisecondsIn(name, text, lowest); },
            help + " (default " + std::to_string(shown) + ")")
-        ->type_name("MS")
-        ->check(CLI::Range(lowest, 3600000));
+        ->type_name("MS");
 }
 
 void addLinkOptions(CLI::App &app, Options &options)
@@ -109,35 +96,48 @@ void addPollOptions(CLI::App &app, Options &options)
     addMilliseconds(app, "--interval", options.interval, 0, "From the start of one round to the next");
 }
 
-std::string examplesFor(const CLI::App &app)
-{
-    std::string examples = "Examples:\n";
-    for (const auto &[name, text] :
-         {std::pair{"read", ReadExample}, {"write", WriteExample}, {"poll", PollExample}})
-        if (app.get_subcommands().empty() || app.got_subcommand(name))
-            examples += text;
-    return examples + "\n";
-}
-
 /// What is wrong, also where CLI11 does not name the argument.
-std::string faultOf(const CLI::App &app, const CLI::ParseError &error, const char *first)
+std::string faultOf(const CLI::App &app, const CLI::ParseError &error, const std::string &first)
 {
     if (!app.get_subcommands().empty())
         return error.what();
-    return (first ? "'" + std::string(first) + "' is no command" : "a command is missing") +
-           "; commands are read, write and poll";
+    return (first.empty() ? "a command is missing" : "'" + first + "' is no command") +
+           "; commands are read, write, poll and help";
 }
 
-Finished finished(const CLI::App &app, const CLI::ParseError &error, const char *first)
+Finished finished(const CLI::App &app, const CLI::ParseError &error, const std::string &first)
 {
     if (error.get_exit_code() != 0)
-        return {ExitUsage,
-                "fgs: " + faultOf(app, error, first) + "; fgs --help and fgs COMMAND --help tell the rest"};
+        return {ExitUsage, "fgs: " + faultOf(app, error, first) + "; fgs help and fgs help COMMAND tell the rest"};
     std::ostringstream out, complaint;
     app.exit(error, out, complaint);
     if (error.get_name() != "CallForHelp")
         return {ExitOk, out.str()};
-    return {ExitOk, examplesFor(app) + out.str() + Footer};
+    const std::string command = app.get_subcommands().empty() ? "" : app.get_subcommands().front()->get_name();
+    return {ExitOk, examplesOf(command) + out.str() + notesOf(command)};
+}
+
+/// CLI11 would take the value of an option that it does not know for a variable.
+void refuseOptionsOfPoll(const std::vector<std::string> &arguments)
+{
+    if (arguments.empty() || arguments.front() == "poll")
+        return;
+    for (const std::string &argument : arguments)
+        for (const char *option : {"--for", "--count", "--interval"})
+            if (argument.substr(0, argument.find('=')) == option)
+                throw Finished{ExitUsage, std::string("fgs: ") + option +
+                                              " belongs to fgs poll; leave it out, or use fgs poll"};
+}
+
+/// "help" and "help COMMAND" as the options that they stand for.
+std::vector<std::string> withHelpAsOption(std::vector<std::string> arguments)
+{
+    if (arguments.empty() || arguments.front() != "help")
+        return arguments;
+    arguments.erase(arguments.begin());
+    arguments.resize(std::min<std::size_t>(arguments.size(), 1));
+    arguments.push_back("--help");
+    return arguments;
 }
 
 } // namespace
@@ -155,10 +155,14 @@ Options parseArguments(int argc, const char *const *argv)
                                "Reads variables round and round: a live table on a terminal, else a line a change.",
                                "VAR"),
                    options);
+    std::vector<std::string> arguments = withHelpAsOption({argv + 1, argv + std::max(1, argc)});
+    refuseOptionsOfPoll(arguments);
+    const std::string first = arguments.empty() ? "" : arguments.front();
+    std::reverse(arguments.begin(), arguments.end()); // as CLI11 wants them
     try {
-        app.parse(argc, argv);
+        app.parse(arguments);
     } catch (const CLI::ParseError &error) {
-        throw finished(app, error, argc > 1 ? argv[1] : nullptr);
+        throw finished(app, error, first);
     }
     return options;
 }

@@ -3,7 +3,7 @@
 #define FGS_TOOL_OPTIONS_H
 
 #include "host/host.h"
-#include "values.h"
+#include "watch/values.h"
 
 #include <string>
 
@@ -19,7 +19,7 @@ struct Options {
     HostOptions host;
     Format format = Format::Unsigned;
     bool json = false;
-    bool trace = false;
+    bool trace = false; ///< every frame on stderr
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int cycles = 0;          ///< poll: ends after them; 0: does not

@@ -2,8 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
 #include <QtCore/QStringList>
 
 namespace fgs
@@ -22,27 +20,9 @@ QString millisecondsText(Time time)
     return QStringLiteral("%1 ms").arg(milliseconds(time), 0, 'f', 1);
 }
 
-const char *reasonKey(const Age &age)
+QString wholeMilliseconds(Time time)
 {
-    return age.tried == Never ? "notAskedYet" : keyOf(age.outcome);
-}
-
-QString reasonText(const Age &age)
-{
-    return QString::fromLatin1(age.tried == Never ? "not asked yet" : nameOf(age.outcome));
-}
-
-QJsonArray valuesJson(const Row &row, Format format)
-{
-    const Kind kind = areaOf(row.variable.area)->kind;
-    QJsonArray values;
-    for (quint32 value : row.values) {
-        const QString text = valueText(kind, format, value);
-        bool isNumber = false;
-        const double number = text.toDouble(&isNumber);
-        values.append(isNumber && format != Format::Hex ? QJsonValue(number) : QJsonValue(text));
-    }
-    return values;
+    return QString::number(milliseconds(time), 'f', 0);
 }
 
 /// "2 no reply, 1 wrong check code"
@@ -63,8 +43,7 @@ QString roundTripsText(const RoundTrips &times, Time timeout)
     if (2 * times.quantile(0.99) < timeout)
         return text;
     return text + QStringLiteral("\nthe slow ones come near the time limit of %1 ms; try --timeout %2")
-                      .arg(milliseconds(timeout), 0, 'f', 0)
-                      .arg(3 * milliseconds(times.quantile(0.99)), 0, 'f', 0);
+                      .arg(wholeMilliseconds(timeout), wholeMilliseconds(3 * times.quantile(0.99)));
 }
 
 void print(std::FILE *stream, const QByteArray &line)
@@ -73,63 +52,94 @@ void print(std::FILE *stream, const QByteArray &line)
     std::fputc('\n', stream);
 }
 
+/// What stands before every row.
+QString stamped(Time when, const TextStyle &style, const QString &text)
+{
+    return QStringLiteral("%1  %2").arg(style.clock.text(when), text);
+}
+
+/// Of a result that does not stand for itself: what was asked for.
+QString assignedText(const WriteReport &report, Format format)
+{
+    const bool tells = report.held.quality == Quality::Unknown || report.holdsAssigned();
+    const Kind kind = areaOf(report.assignment.variable.area)->kind;
+    return tells ? QString()
+                 : QStringLiteral(" (asked: %1)").arg(valuesText(kind, format, report.assignment.values));
+}
+
 } // namespace
 
-bool Row::operator==(const Row &other) const
+QString adviceText(const Reason &reason, Time timeout)
 {
-    return values == other.values && age.isKnown() == other.age.isKnown() && age.outcome == other.age.outcome;
+    if (reason.kind != Reason::Failed || reason.outcome != Outcome::Incomplete)
+        return textOf(reason);
+    return QStringLiteral("%1 within %2 ms; try --timeout or --block")
+        .arg(textOf(reason), wholeMilliseconds(timeout));
 }
 
-Row rowOf(const Host &host, const Variable &variable)
+QString contentText(const Reading &reading, const TextStyle &style)
 {
-    const Age age = host.ageOf(variable);
-    return {variable, age, age.isKnown() ? host.values(variable) : std::vector<quint32>()};
+    const QString reason = adviceText(reading.reason, style.timeout);
+    if (reading.quality == Quality::Unknown)
+        return QStringLiteral("-  ") + reason;
+    const QString values = valuesText(areaOf(reading.variable.area)->kind, style.format, reading.values);
+    return reading.quality == Quality::Good ? values : QStringLiteral("%1  (stale: %2)").arg(values, reason);
 }
 
-QString contentText(const Row &row, Format format)
+QString placeText(const Variable &variable)
 {
-    if (!row.age.isKnown())
-        return QStringLiteral("-  ") + reasonText(row.age);
-    const QString values = valuesText(areaOf(row.variable.area)->kind, format, row.values);
-    return row.age.outcome == Outcome::Good ? values : QStringLiteral("%1  (%2)").arg(values, reasonText(row.age));
-}
-
-QString rowText(const Row &row, Format format)
-{
-    const Variable &variable = row.variable;
     const Area &area = *areaOf(variable.area);
-    const QString wire =
-        QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
-    return QStringLiteral("%1  %2  %3  %4")
-        .arg(textOf(variable), -14)
-        .arg(nameOf(area.kind), -11)
-        .arg(wire, -15)
-        .arg(contentText(row, format));
+    QString wire = QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
+    if (variable.count > 1)
+        wire += QStringLiteral("..%1").arg(variable.address + variable.count - 1);
+    return QStringLiteral("%1  %2  %3").arg(textOf(variable), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
 }
 
-QJsonObject rowJson(const Row &row, Format format, Time now)
+QString rowText(const Reading &reading, const TextStyle &style, Time now)
 {
-    const Area &area = *areaOf(row.variable.area);
-    QJsonObject json;
-    json[QStringLiteral("variable")] = textOf(row.variable);
-    json[QStringLiteral("area")] = area.number;
-    json[QStringLiteral("kind")] = nameOf(area.kind);
-    json[QStringLiteral("station")] = row.variable.station;
-    json[QStringLiteral("wireCode")] = area.code;
-    json[QStringLiteral("wireAddress")] = row.variable.address;
-    json[QStringLiteral("values")] = row.age.isKnown() ? QJsonValue(valuesJson(row, format)) : QJsonValue();
-    if (row.age.isKnown())
-        json[QStringLiteral("ageMs")] = milliseconds(now - row.age.stored);
-    if (!row.age.isKnown() || row.age.outcome != Outcome::Good)
-        json[QStringLiteral("reason")] = QLatin1String(reasonKey(row.age));
-    return json;
+    return stamped(reading.quality == Quality::Unknown ? now : reading.time, style,
+                   QStringLiteral("%1  %2").arg(placeText(reading.variable), contentText(reading, style)));
 }
 
-QString summaryText(const Statistics &statistics, Time elapsed, Time timeout)
+QString rowText(const WriteReport &report, const TextStyle &style, Time now)
+{
+    const Reading &held = report.held;
+    const Variable &variable = report.assignment.variable;
+    const QString values = held.quality == Quality::Unknown
+                               ? QStringLiteral("-")
+                               : valuesText(areaOf(variable.area)->kind, style.format, held.values);
+    return stamped(held.quality == Quality::Unknown ? now : held.time, style,
+                   QStringLiteral("%1  %2  %3%4")
+                       .arg(placeText(variable), values, textOf(report), assignedText(report, style.format)));
+}
+
+QString eventText(const LineEvent &event)
+{
+    switch (event.kind) {
+    case LineEvent::LinkLost:
+        return QStringLiteral("link lost: %1; all values are stale; trying to open it again").arg(event.text);
+    case LineEvent::LinkOpen:
+        return QStringLiteral("link open again");
+    case LineEvent::StationDown:
+        return QStringLiteral("station %1 does not answer").arg(event.station);
+    case LineEvent::StationUp:
+        return QStringLiteral("station %1 answers again").arg(event.station);
+    case LineEvent::PlaceSilent:
+        return QStringLiteral("%1 does not answer; its neighbours do; left out").arg(textOf(event.place));
+    case LineEvent::PlaceBack:
+        return QStringLiteral("%1 answers again").arg(textOf(event.place));
+    case LineEvent::GapSilent:
+        break;
+    }
+    return QStringLiteral("the gap %1 between variables does not answer; it is no longer read")
+        .arg(textOf(event.place));
+}
+
+QString summaryText(const Statistics &statistics, const TextStyle &style, Time now)
 {
     QString text = QStringLiteral("%1 requests in %2 s: %3 good, %4 failed%5; %6 repeated, %7 given up")
                        .arg(statistics.requests)
-                       .arg(seconds(elapsed))
+                       .arg(seconds(now - style.start))
                        .arg(statistics.of(Outcome::Good))
                        .arg(statistics.failures())
                        .arg(failuresText(statistics))
@@ -137,32 +147,11 @@ QString summaryText(const Statistics &statistics, Time elapsed, Time timeout)
                        .arg(statistics.abandoned);
     if (statistics.strayBytes)
         text += QStringLiteral("; %1 stray bytes").arg(statistics.strayBytes);
-    if (statistics.reconnects)
-        text += QStringLiteral("; link opened again %1 times").arg(statistics.reconnects);
-    return statistics.roundTrips.count() ? text + roundTripsText(statistics.roundTrips, timeout) : text;
-}
-
-QJsonObject summaryJson(const Statistics &statistics, Time elapsed)
-{
-    const auto count = [](quint64 number) { return static_cast<double>(number); };
-    QJsonObject summary, outcomes, times;
-    for (int i = 0; i < OutcomeCount; ++i)
-        outcomes[QLatin1String(keyOf(static_cast<Outcome>(i)))] =
-            count(statistics.outcomes[static_cast<std::size_t>(i)]);
-    const RoundTrips &trips = statistics.roundTrips;
-    times[QStringLiteral("min")] = milliseconds(trips.min());
-    times[QStringLiteral("mean")] = milliseconds(trips.mean());
-    times[QStringLiteral("p99")] = milliseconds(trips.quantile(0.99));
-    times[QStringLiteral("max")] = milliseconds(trips.max());
-    summary[QStringLiteral("seconds")] = milliseconds(elapsed) / 1000;
-    summary[QStringLiteral("requests")] = count(statistics.requests);
-    summary[QStringLiteral("outcomes")] = outcomes;
-    summary[QStringLiteral("retries")] = count(statistics.retries);
-    summary[QStringLiteral("abandoned")] = count(statistics.abandoned);
-    summary[QStringLiteral("strayBytes")] = count(statistics.strayBytes);
-    summary[QStringLiteral("reconnects")] = count(statistics.reconnects);
-    summary[QStringLiteral("roundTripMs")] = times;
-    return QJsonObject{{QStringLiteral("summary"), summary}};
+    if (statistics.linkLost)
+        text += QStringLiteral("; link lost %1 times, opened again %2 times")
+                    .arg(statistics.linkLost)
+                    .arg(statistics.reconnects);
+    return statistics.roundTrips.count() ? text + roundTripsText(statistics.roundTrips, style.timeout) : text;
 }
 
 QString seconds(Time time)
@@ -173,11 +162,6 @@ QString seconds(Time time)
 void printLine(const QString &line)
 {
     print(stdout, line.toUtf8());
-}
-
-void printJson(const QJsonObject &json)
-{
-    print(stdout, QJsonDocument(json).toJson(QJsonDocument::Compact));
 }
 
 void printMessage(const QString &message)

@@ -1,40 +1,38 @@
-// Rows, summaries and messages, as text and as JSON.
+// Readings, results, events and summaries as text for people.
 #ifndef FGS_TOOL_OUTPUT_H
 #define FGS_TOOL_OUTPUT_H
 
-#include "host/host.h"
-#include "values.h"
-
-#include <QtCore/QJsonObject>
+#include "watch/wall_clock.h"
+#include "watch/writing.h"
 
 namespace fgs
 {
 
-/// A variable as it stands now.
-struct Row {
-    Variable variable;
-    Age age;
-    std::vector<quint32> values; ///< empty unless age.isKnown()
-
-    bool operator==(const Row &other) const; ///< the same values, and known or failing alike
+/// How texts are written, the same for a whole run.
+struct TextStyle {
+    Format format;
+    const WallClock &clock;
+    Time timeout; ///< of an answer
+    Time start;   ///< of the run
 };
 
-Row rowOf(const Host &host, const Variable &variable);
-
-/// The values, or "-" and the reason; values whose last reading failed with the reason.
-QString contentText(const Row &row, Format format);
-/// Place as typed and on the wire, and content: "5:100x2@1  word  wire 0x08:100  4660 22136".
-QString rowText(const Row &row, Format format);
-QJsonObject rowJson(const Row &row, Format format, Time now);
-
-QString summaryText(const Statistics &statistics, Time elapsed, Time timeout);
-QJsonObject summaryJson(const Statistics &statistics, Time elapsed);
+/// The reason, and with an answer that broke off what to try.
+QString adviceText(const Reason &reason, Time timeout);
+/// The values; "-" and the reason if there are none; old ones with the reason.
+QString contentText(const Reading &reading, const TextStyle &style);
+/// Place as typed and on the wire: "5:100x2@1  word  wire 0x08:100..101".
+QString placeText(const Variable &variable);
+/// Time, place, content. Of a reading without values the time is now.
+QString rowText(const Reading &reading, const TextStyle &style, Time now);
+QString rowText(const WriteReport &report, const TextStyle &style, Time now);
+/// "link lost: why; all values are stale; trying to open it again"
+QString eventText(const LineEvent &event);
+QString summaryText(const Statistics &statistics, const TextStyle &style, Time now);
 
 /// "1.234"
 QString seconds(Time time);
 
 void printLine(const QString &line);       ///< to stdout
-void printJson(const QJsonObject &json);   ///< the same, as one line
 void printMessage(const QString &message); ///< to stderr
 /// 0, or once stdout takes nothing any more the errno that tells why.
 int flushOutput();

@@ -1,42 +1,21 @@
 #include "commands.h"
-#include "output.h"
 #include "session.h"
-
-#include <algorithm>
+#include "watch/poll_loop.h"
 
 namespace fgs
 {
 
-namespace
-{
-
-bool allTried(const Host &host, const std::vector<Variable> &variables)
-{
-    return std::all_of(variables.begin(), variables.end(),
-                       [&host](const Variable &variable) { return host.ageOf(variable).tried != Never; });
-}
-
-void printRow(const Session &session, const Row &row)
-{
-    const Format format = session.options.format;
-    if (session.options.json)
-        printJson(rowJson(row, format, session.link->now()));
-    else
-        printLine(rowText(row, format));
-}
-
-} // namespace
-
-ExitCode readCommand(const Options &options)
+int readCommand(const Options &options, Stop &stop)
 {
     const std::vector<Variable> variables = readableVariables(options);
-    Session session(options, variables);
-    session.host.readSoon(variables);
-    while (!allTried(session.host, variables) && !isInterrupted())
-        session.step();
+    Session session(options, variables, stop);
+    readAll(session.host, *session.link, variables);
+    std::vector<Reading> readings;
     for (const Variable &variable : variables)
-        printRow(session, rowOf(session.host, variable));
-    return isInterrupted() ? ExitInterrupted : exitCodeOf(session.host, variables);
+        readings.push_back(readingOf(session.host, variable));
+    for (const Reading &reading : readings)
+        session.print(reading);
+    return session.end(exitCodeOf(readings));
 }
 
 } // namespace fgs

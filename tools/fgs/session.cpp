@@ -1,8 +1,8 @@
 #include "session.h"
 
-#include "output.h"
+#include "signals.h"
 
-#include <csignal>
+#include <algorithm>
 
 namespace fgs
 {
@@ -10,42 +10,38 @@ namespace fgs
 namespace
 {
 
-volatile std::sig_atomic_t interrupted = 0;
-
-void interrupt(int)
+std::unique_ptr<Link> openLink(const Options &options, Stop &stop)
 {
-    interrupted = 1;
+    const QString text = QString::fromStdString(options.link);
+    std::unique_ptr<Link> link = makeLink(text);
+    const Time end =
+        options.seconds > 0
+            ? link->now() + std::chrono::duration_cast<Time>(std::chrono::duration<double>(options.seconds))
+            : Time::max();
+    link->endBy(&stop, end);
+    if (link->open())
+        return link;
+    const int number = stoppingSignal();
+    throw Failure(number ? ExitSignal + number : ExitLink,
+                  QStringLiteral("cannot open link '%1': %2").arg(text, link->error()));
 }
 
-std::unique_ptr<Link> openLink(const std::string &text)
+bool isSilence(const Reason &reason)
 {
-    std::unique_ptr<Link> link = makeLink(QString::fromStdString(text));
-    if (!link->open())
-        throw Failure(ExitLink, QStringLiteral("cannot open link '%1': %2; check the name, the cable and your "
-                                               "permissions, and that no other program uses it")
-                                    .arg(QString::fromStdString(text), link->error()));
-    return link;
+    return reason.kind != Reason::Failed || reason.outcome == Outcome::NoReply ||
+           reason.outcome == Outcome::LinkLost;
+}
+
+bool isRefusal(const Reason &reason)
+{
+    return reason.kind == Reason::Failed && reason.outcome == Outcome::Refused;
 }
 
 } // namespace
 
-bool isInterrupted()
-{
-    return interrupted;
-}
-
-void watchForInterrupts()
-{
-    struct sigaction action = {};
-    action.sa_handler = interrupt;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-}
-
-Session::Session(const Options &given, const std::vector<Variable> &variables)
-    : options(given), link(openLink(given.link)), host(linkedDriver(), *link, variables, given.host),
-      start(link->now())
+Session::Session(const Options &theOptions, const std::vector<Variable> &variables, Stop &stop)
+    : options(theOptions), link(openLink(theOptions, stop)),
+      host(linkedDriver(), *link, variables, theOptions.host), clock(*link), start(link->now())
 {
     if (options.trace)
         host.setTrace([this](const TraceEntry &entry) { traceFrame(entry); });
@@ -53,54 +49,38 @@ Session::Session(const Options &given, const std::vector<Variable> &variables)
 
 void Session::traceFrame(const TraceEntry &entry) const
 {
-    printMessage(QStringLiteral("%1 %2").arg(seconds(entry.time - start), describe(entry)));
+    printMessage(
+        QStringLiteral("%1 %2 %3").arg(clock.text(entry.time), seconds(entry.time - start), describe(entry)));
 }
 
-Step Session::stepOn()
+int Session::end(int code) const
 {
-    const Step done = host.step();
-    if (done.kind == Step::Idle)
-        link->pauseUntil(link->now() + 10ms);
-    return done;
+    const int number = stoppingSignal();
+    const bool isLost = !link->isOpen();
+    if (isLost)
+        printMessage(QStringLiteral("fgs: link '%1' is lost: %2; check the cable, then run the command again")
+                         .arg(QString::fromStdString(options.link), link->error()));
+    if (options.json && !options.quiet)
+        printLine(lineOf(jsonOf(host.statistics(), jsonStyle(), link->now())));
+    else if (!options.quiet)
+        printMessage(summaryText(host.statistics(), textStyle(), link->now()));
+    return number ? ExitSignal + number : isLost ? ExitLink : code;
 }
 
-Step Session::step()
+ExitCode exitCodeOf(const std::vector<Reading> &readings)
 {
-    const Step step = stepOn();
-    if (!link->isOpen())
-        throw Failure(ExitLink, QStringLiteral("link '%1' was lost: %2; check the cable and run the command again")
-                                    .arg(QString::fromStdString(options.link), link->error()));
-    return step;
-}
-
-Session::~Session()
-{
-    if (options.quiet)
-        return;
-    if (options.json)
-        printJson(summaryJson(host.statistics(), elapsed()));
-    else
-        printMessage(summaryText(host.statistics(), elapsed(), options.host.timing.timeout));
-}
-
-void Session::note(const QString &message) const
-{
-    if (!options.quiet)
-        printMessage(QStringLiteral("fgs: ") + message);
-}
-
-ExitCode exitCodeOf(const Host &host, const std::vector<Variable> &variables)
-{
-    std::size_t known = 0, silent = 0;
-    for (const Variable &variable : variables) {
-        const Age age = host.ageOf(variable);
-        const bool answered = age.outcome != Outcome::NoReply && age.outcome != Outcome::LinkLost;
-        known += age.isKnown();
-        silent += !age.isKnown() && (age.tried == Never || !answered);
-    }
-    if (known == variables.size())
+    const auto count = [&readings](auto isCounted) {
+        return static_cast<std::size_t>(std::count_if(readings.begin(), readings.end(), isCounted));
+    };
+    const std::size_t good = count([](const Reading &each) { return each.quality == Quality::Good; });
+    const std::size_t silent = count([](const Reading &each) { return isSilence(each.reason); });
+    const std::size_t refused = count([](const Reading &each) { return isRefusal(each.reason); });
+    const bool someValue = count([](const Reading &each) { return each.quality != Quality::Unknown; }) > 0;
+    if (good == readings.size())
         return ExitOk;
-    return known ? ExitPartial : silent == variables.size() ? ExitNoReply : ExitBadReply;
+    if (someValue)
+        return ExitPartial;
+    return silent == readings.size() ? ExitNoReply : refused == readings.size() ? ExitRefused : ExitBadReply;
 }
 
 } // namespace fgs

@@ -1,9 +1,11 @@
-// What all commands share: the open link, the host on it, interruption and the summary.
+// What all commands share: the open link, the host on it, the way to print, and the end.
 #ifndef FGS_TOOL_SESSION_H
 #define FGS_TOOL_SESSION_H
 
 #include "failure.h"
 #include "options.h"
+#include "output.h"
+#include "watch/json.h"
 
 namespace fgs
 {
@@ -11,37 +13,38 @@ namespace fgs
 class Session
 {
 public:
-    /// Opens the link. Throws TextError, or Failure if the link cannot be opened.
-    Session(const Options &options, const std::vector<Variable> &variables);
-    /// Prints the summary.
-    ~Session();
+    /// Opens the link. Throws TextError, or Failure if the link cannot be opened. The stop outlives it.
+    Session(const Options &theOptions, const std::vector<Variable> &variables, Stop &stop);
 
     const Options &options;
     const std::unique_ptr<Link> link;
     Host host;
+    const WallClock clock;
+    const Time start;
 
-    /// One step of the host; waits a little when there is nothing to send. Throws Failure when the link is lost.
-    Step step();
-    /// The same, but a lost link is opened again as soon as it can be.
-    Step stepOn();
+    TextStyle textStyle() const { return {options.format, clock, options.host.timing.timeout, start}; }
 
-    /// Time since the start.
-    Time elapsed() const { return link->now() - start; }
-    /// To stderr, unless the user wants none.
-    void note(const QString &message) const;
+    /// A row to stdout, as text or as JSON.
+    template <typename Content>
+    void print(const Content &content) const
+    {
+        if (options.json)
+            printLine(lineOf(jsonOf(content, jsonStyle(), link->now())));
+        else
+            printLine(rowText(content, textStyle(), link->now()));
+    }
+
+    /// Prints why it ended, if not as asked, and the summary. Returns the exit code: the given one, unless the end
+    /// was a signal or the link is lost.
+    int end(int code) const;
 
 private:
+    JsonStyle jsonStyle() const { return {options.format, clock, start}; }
     void traceFrame(const TraceEntry &entry) const;
-
-    const Time start;
 };
 
-/// Whether Ctrl-C was pressed, or the program asked to end. A second Ctrl-C ends it at once.
-bool isInterrupted();
-void watchForInterrupts();
-
-/// Ok if every variable has a value; otherwise what the reasons of those that have none amount to.
-ExitCode exitCodeOf(const Host &host, const std::vector<Variable> &variables);
+/// Ok if all are good; otherwise what the reasons of those that are not amount to.
+ExitCode exitCodeOf(const std::vector<Reading> &readings);
 
 } // namespace fgs
 

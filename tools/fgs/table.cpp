@@ -1,10 +1,12 @@
 #include "display.h"
+#include "table_layout.h"
+#include "terminal.h"
 
-#include <algorithm>
-#include <QtCore/QStringList>
-#include <QtCore/QtGlobal>
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include <climits>
+#include <mutex>
+#include <poll.h>
+#include <QtCore/QRegularExpression>
+#include <thread>
 
 namespace fgs
 {
@@ -12,85 +14,244 @@ namespace fgs
 namespace
 {
 
-struct Screen {
-    int lines = 24;
-    int columns = 80;
+const int RedrawPause = 100; ///< ms
+const Time MarkedFor = 2s;   ///< after a change
+
+/// One line of the table and of what it shows.
+struct Entry {
+    Reading reading;
+    QString reason;
+    std::vector<Time> changedAt; ///< of each value; Never: not since the start
 };
 
-Screen screenSize()
-{
-    winsize size = {};
-    Screen screen;
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row && size.ws_col)
-        screen = {size.ws_row, size.ws_col};
-    return screen;
-}
+/// What both threads see, under its lock.
+struct Board {
+    std::mutex lock;
+    std::vector<Entry> entries;
+    quint64 requests = 0, failures = 0;
+    bool linkIsOpen = true;
+    QString remark;
+};
 
-const QString ClearToEnd = QStringLiteral("\x1b[K");
-
+/// The loop's thread fills the board; a thread of the table's own draws it and takes the keys, so that neither
+/// waits for the other.
 class Table : public Display
 {
 public:
-    explicit Table(Format valueFormat) : format(valueFormat) {}
-
-    Time pause() const override { return 100ms; }
-
-    void show(const std::vector<Row> &rows, const Host &host, Time elapsed, Time now) override
+    Table(const TextStyle &textStyle, const Host &theHost, const Link &theLink, Stop &theStop)
+        : style(textStyle), host(theHost), link(theLink), stop(theStop), drawer([this] { run(); })
     {
-        const Screen screen = screenSize();
-        const int room = std::max(1, screen.lines - 3);
-        QStringList lines;
-        for (const Row &row : rows)
-            if (lines.size() < room)
-                lines << colored(rowLine(row, now).left(screen.columns - 1), row.age);
-        const int hidden = static_cast<int>(rows.size()) - static_cast<int>(lines.size());
-        lines << (statusLine(host.statistics(), elapsed, hidden) + lastRemark).left(screen.columns - 1);
-        draw(lines);
     }
 
-    void remark(const QString &text) override { lastRemark = QStringLiteral("; ") + text; }
+    ~Table() override { close(); }
+
+    void updated(const std::vector<Reading> &readings, const std::vector<std::size_t> &which) override
+    {
+        const std::lock_guard<std::mutex> guard(board.lock);
+        board.entries.resize(readings.size());
+        for (std::size_t i : which)
+            update(board.entries[i], readings[i]);
+        board.requests = host.statistics().requests;
+        board.failures = host.statistics().failures();
+    }
+
+    void happened(const LineEvent &event) override
+    {
+        const std::lock_guard<std::mutex> guard(board.lock);
+        board.remark = eventText(event);
+        board.linkIsOpen = link.isOpen();
+    }
+
+    bool isDone() const override { return terminalGone; }
+
+    /// The rows that were seen last stay on the terminal.
+    void end() override
+    {
+        close();
+        const std::lock_guard<std::mutex> guard(board.lock);
+        for (const QString &line : screen(Terminal::size(), false))
+            printLine(line);
+    }
 
 private:
-    QString rowLine(const Row &row, Time now) const
+    void update(Entry &entry, const Reading &reading) const
     {
-        const QString age = row.age.isKnown() ? seconds(now - row.age.stored) + QStringLiteral(" s") : QString();
-        return QStringLiteral("%1  %2").arg(age, 10).arg(rowText(row, format));
+        entry.changedAt.resize(reading.values.size(), Never);
+        const bool isFirst = entry.reading.values.size() != reading.values.size();
+        for (std::size_t i = 0; i < reading.values.size() && !isFirst; ++i)
+            if (reading.values[i] != entry.reading.values[i])
+                entry.changedAt[i] = reading.time;
+        entry.reading = reading;
+        const QString reason = adviceText(reading.reason, style.timeout);
+        entry.reason = reading.quality == Quality::Stale     ? QStringLiteral("(stale: %1)").arg(reason)
+                       : reading.quality == Quality::Unknown ? QStringLiteral("-  ") + reason
+                                                             : QString();
     }
 
-    static QString statusLine(const Statistics &statistics, Time elapsed, int hidden)
+    void close()
     {
-        const QString more = hidden ? QStringLiteral("%1 more variables; ").arg(hidden) : QString();
-        return QStringLiteral("%1%2 s, %3 requests, %4 failed, Ctrl-C ends")
-            .arg(more, QString::number(std::chrono::duration<double>(elapsed).count(), 'f', 1))
-            .arg(statistics.requests)
-            .arg(statistics.failures());
+        if (!drawer.joinable())
+            return;
+        closing.request();
+        drawer.join();
     }
 
-    /// What has no value or an old one stands out.
-    QString colored(const QString &line, const Age &age) const
+    // ---- the drawing thread
+
+    void run()
     {
-        return noColor || age.outcome == Outcome::Good ? line : QStringLiteral("\x1b[31m%1\x1b[0m").arg(line);
+        Terminal terminal;
+        while (!closing.isRequested() && !terminalGone) {
+            redraw(terminal);
+            waitForKeys(terminal);
+        }
+        redraw(terminal);
     }
 
-    void draw(const QStringList &lines)
+    void waitForKeys(Terminal &terminal)
     {
-        QString text = drawn ? QStringLiteral("\x1b[%1A\r").arg(drawn) : QString();
-        text += lines.join(ClearToEnd + QLatin1Char('\n')) + ClearToEnd;
-        printLine(text);
-        drawn = static_cast<int>(lines.size());
+        pollfd sources[] = {{closing.descriptor(), POLLIN, 0}, {terminal.input(), POLLIN, 0}};
+        ::poll(sources, 2, RedrawPause);
+        for (Key key : sources[1].revents &POLLIN ? terminal.keys() : std::vector<Key>())
+            obey(key);
+        if (sources[1].revents & (POLLHUP | POLLERR))
+            leave();
     }
 
-    const Format format;
+    void leave()
+    {
+        terminalGone = true;
+        stop.request();
+    }
+
+    void obey(Key key)
+    {
+        switch (key) {
+        case Key::Up:
+            --top;
+            break;
+        case Key::Down:
+            ++top;
+            break;
+        case Key::PageUp:
+            top -= page;
+            break;
+        case Key::PageDown:
+            top += page;
+            break;
+        case Key::Home:
+            top = 0;
+            break;
+        case Key::End:
+            top = INT_MAX / 2;
+            break;
+        case Key::Quit:
+            stop.request();
+            break;
+        }
+    }
+
+    void redraw(const Terminal &terminal)
+    {
+        const std::lock_guard<std::mutex> guard(board.lock);
+        if (!terminal.draw(screen(Terminal::size(), true)))
+            leave();
+    }
+
+    QStringList screen(const Terminal::Size &size, bool colored)
+    {
+        const TableLayout layout(variables(), style.format, size.columns);
+        const int total = totalRows(layout);
+        page = std::max(1, size.rows - 1 - int(statusLines(size.columns, 0, total).size()));
+        top = qBound(0, top, std::max(0, total - page));
+        QStringList lines{layout.header()};
+        appendRows(lines, layout, colored);
+        lines << statusLines(size.columns, std::min(page, total), total);
+        return lines.mid(0, size.rows);
+    }
+
+    std::vector<Variable> variables() const
+    {
+        std::vector<Variable> all;
+        for (const Entry &entry : board.entries)
+            all.push_back(entry.reading.variable);
+        return all;
+    }
+
+    int totalRows(const TableLayout &layout) const
+    {
+        int rows = 0;
+        for (const Entry &entry : board.entries)
+            rows += layout.rowCount(entry.reading, entry.reason);
+        return rows;
+    }
+
+    /// The rows from `top` on.
+    void appendRows(QStringList &lines, const TableLayout &layout, bool colored) const
+    {
+        int row = 0;
+        const int end = top + page;
+        for (const Entry &entry : board.entries) {
+            const int count = layout.rowCount(entry.reading, entry.reason);
+            if (row + count > top && row < end) {
+                const QStringList rows = layout.rows(entry.reading, entry.reason, marksOf(entry), link.now());
+                for (int i = std::max(0, top - row); i < count && row + i < end; ++i)
+                    lines << (colored ? inColor(rows[i], entry.reading.quality) : rows[i]);
+            }
+            row += count;
+        }
+    }
+
+    std::vector<bool> marksOf(const Entry &entry) const
+    {
+        std::vector<bool> marks;
+        for (Time changed : entry.changedAt)
+            marks.push_back(changed != Never && link.now() - changed < MarkedFor);
+        return marks;
+    }
+
+    /// What has no value or an old one stands out, and so does what has changed.
+    QString inColor(QString row, Quality quality) const
+    {
+        if (noColor)
+            return row;
+        if (quality != Quality::Good)
+            return QStringLiteral("\x1b[31m%1\x1b[0m").arg(row);
+        static const QRegularExpression marked(QStringLiteral("(\\*[^ ]+)"));
+        return row.replace(marked, QStringLiteral("\x1b[1m\\1\x1b[0m"));
+    }
+
+    QStringList statusLines(int columns, int shown, int total) const
+    {
+        QString status = QStringLiteral("rows %1-%2 of %3").arg(total ? top + 1 : 0).arg(top + shown).arg(total);
+        if (shown < total)
+            status += QStringLiteral(" (arrows, page keys)");
+        status += QStringLiteral("; %1 s, %2 requests, %3 failed; link %4; q ends")
+                      .arg(QString::number(std::chrono::duration<double>(link.now() - style.start).count(), 'f', 1))
+                      .arg(board.requests)
+                      .arg(board.failures)
+                      .arg(board.linkIsOpen ? QStringLiteral("open") : QStringLiteral("lost"));
+        return wrapped(status, columns) + wrapped(board.remark, columns);
+    }
+
+    const TextStyle style;
+    const Host &host;
+    const Link &link;
+    Stop &stop;
     const bool noColor = !qEnvironmentVariableIsEmpty("NO_COLOR");
-    int drawn = 0; ///< lines above the cursor
-    QString lastRemark;
+    Board board;
+    int top = 0;  ///< first row on the screen; the drawing thread's, like the next
+    int page = 1; ///< rows on the screen
+    std::atomic<bool> terminalGone{false};
+    Stop closing;
+    std::thread drawer; ///< last, so that it starts when all is there
 };
 
 } // namespace
 
-std::unique_ptr<Display> makeTable(Format format)
+std::unique_ptr<Display> makeTable(const TextStyle &style, const Host &host, const Link &link, Stop &stop)
 {
-    return std::make_unique<Table>(format);
+    return std::make_unique<Table>(style, host, link, stop);
 }
 
 } // namespace fgs

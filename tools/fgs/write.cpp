@@ -1,6 +1,5 @@
 #include "commands.h"
 #include "host/text_error.h"
-#include "output.h"
 #include "session.h"
 
 namespace fgs
@@ -10,6 +9,7 @@ namespace
 {
 
 const int MostValues = 1000; ///< in one assignment; the driver's queue holds a little more
+const Time LinkReturn = 5s;  ///< that a lost link is waited for, to read back what was sent
 
 std::vector<Assignment> parseAssignments(const Options &options)
 {
@@ -17,7 +17,7 @@ std::vector<Assignment> parseAssignments(const Options &options)
     for (const std::string &text : options.variables) {
         assignments.push_back(parseAssignment(QString::fromStdString(text), options.station, options.format));
         if (assignments.back().variable.count > MostValues)
-            throw TextError(QStringLiteral("variable '%1': more than %2 values; split it")
+            throw TextError(QStringLiteral("assignment to %1: more than %2 values; split it")
                                 .arg(textOf(assignments.back().variable))
                                 .arg(MostValues));
     }
@@ -49,76 +49,38 @@ std::vector<Variable> variablesOf(const std::vector<Assignment> &assignments)
     return variables;
 }
 
-/// Until the controller has acknowledged all of it.
-void writeOut(Session &session, const Assignment &assignment)
+/// The worst of the results; of several that are equally bad the first.
+int exitCodeOf(const std::vector<WriteReport> &reports)
 {
-    session.host.write(assignment.variable, assignment.values);
-    Step last;
-    while (session.host.writesQueued() && !isInterrupted())
-        last = session.step();
-    if (session.host.writesLost())
-        throw Failure(last.outcome == Outcome::NoReply ? ExitNoReply : ExitBadReply,
-                      QStringLiteral("variable '%1' was not written: %2; those after it were not tried")
-                          .arg(textOf(assignment.variable), QLatin1String(nameOf(last.outcome))));
-}
-
-/// Until a request that is newer than the write was answered or given up: the image shows a write at once.
-Row readBack(Session &session, const Variable &variable, Time written)
-{
-    while (session.host.ageOf(variable).tried <= written && !isInterrupted())
-        session.step();
-    return rowOf(session.host, variable);
-}
-
-void printWritten(const Session &session, const Assignment &assignment, const Row &row)
-{
-    const Format format = session.options.format;
-    const bool verified = row.values == assignment.values;
-    if (session.options.json) {
-        QJsonObject json = rowJson(row, format, session.link->now());
-        json[QStringLiteral("verified")] = verified;
-        printJson(json);
-    } else {
-        printLine(rowText(row, format));
+    std::vector<Reading> unread;
+    int code = ExitOk;
+    for (const WriteReport &report : reports) {
+        if (report.result == WriteResult::Refused)
+            return ExitRefused;
+        if (report.result == WriteResult::NotAcknowledged)
+            return report.reason.outcome == Outcome::NoReply ? ExitNoReply : ExitBadReply;
+        if (report.result == WriteResult::Unknown && report.assignment.variable.station != 0)
+            return ExitLink;
+        if (report.result == WriteResult::Different)
+            code = ExitVerify;
+        if (report.result == WriteResult::Written)
+            unread.push_back(report.held);
     }
-    if (row.age.isKnown() && !verified)
-        printMessage(QStringLiteral("fgs: variable '%1': wrote %2, but the controller holds %3")
-                         .arg(textOf(row.variable),
-                              valuesText(areaOf(row.variable.area)->kind, format, assignment.values),
-                              contentText(row, format)));
-}
-
-/// Shows what the controller holds. Returns whether it is what was written, or could not be read.
-bool verify(Session &session, const Assignment &assignment, Time written)
-{
-    const Row row = readBack(session, assignment.variable, written);
-    printWritten(session, assignment, row);
-    return !row.age.isKnown() || row.values == assignment.values;
+    return code != ExitOk || unread.empty() ? code
+           : unread.size() < reports.size() ? ExitPartial
+                                            : exitCodeOf(unread);
 }
 
 } // namespace
 
-ExitCode writeCommand(const Options &options)
+int writeCommand(const Options &options, Stop &stop)
 {
     const std::vector<Assignment> assignments = parseAssignments(options);
-    const std::vector<Variable> variables = variablesOf(assignments);
-    Session session(options, variables);
-    for (const Assignment &assignment : assignments)
-        writeOut(session, assignment);
-    const Time written = session.link->now();
-    session.host.poll(variables);
-    bool same = true;
-    std::vector<Variable> readable;
-    for (const Assignment &assignment : assignments) {
-        if (assignment.variable.station == 0) {
-            session.note(QStringLiteral("variable '%1': sent to all stations, which do not answer; not verified")
-                             .arg(textOf(assignment.variable)));
-        } else {
-            same = verify(session, assignment, written) && same;
-            readable.push_back(assignment.variable);
-        }
-    }
-    return isInterrupted() ? ExitInterrupted : same ? exitCodeOf(session.host, readable) : ExitVerify;
+    Session session(options, variablesOf(assignments), stop);
+    const std::vector<WriteReport> reports = writeAll(session.host, *session.link, assignments, LinkReturn);
+    for (const WriteReport &report : reports)
+        session.print(report);
+    return session.end(exitCodeOf(reports));
 }
 
 } // namespace fgs

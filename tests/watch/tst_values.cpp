@@ -1,6 +1,6 @@
 // Values and assignments as people write them.
 #include "host/text_error.h"
-#include "tools/fgs/values.h"
+#include "watch/assignment.h"
 
 #include <gtest/gtest.h>
 #include <ostream>
@@ -87,22 +87,30 @@ TEST_P(BadAssignment, IsRefusedWithTheRemedy)
 
 INSTANTIATE_TEST_SUITE_P(
     Assignments, BadAssignment,
-    ::testing::Values(Bad{"5:100", "'5:100' assigns nothing; write VAR=VALUE[,VALUE...], for example 5:100=1,2"},
-                      Bad{"5:100=", "value '' is no number from -32768 to 65535, as a word takes it"},
-                      Bad{"5:100=1,", "value '' is no number from -32768 to 65535, as a word takes it"},
-                      Bad{"5:100=65536", "value '65536' is no number from -32768 to 65535, as a word takes it"},
-                      Bad{"5:100=-32769", "value '-32769' is no number from -32768 to 65535, as a word takes it"},
-                      Bad{"5:100=0x10000", "value '0x10000' is no number from -32768 to 65535, as a word takes it"},
-                      Bad{"5:100=0x-1", "value '0x-1' is no number from -32768 to 65535, as a word takes it"},
-                      Bad{"2:5=2", "value '2' is no number from 0 to 1, as a bit takes it"},
-                      Bad{"2:5=-1", "value '-1' is no number from 0 to 1, as a bit takes it"},
-                      Bad{"10:5=abc", "value 'abc' is no decimal fraction like 12.5"},
-                      Bad{"5:100x2=1", "'5:100x2=1' gives 1 values for 2; give as many, or leave the count out"},
-                      Bad{"5:100x1=1,2",
-                          "'5:100x1=1,2' gives 2 values for 1; give as many, or leave the count out"},
-                      Bad{"5:65535=1,2", "'5:65535=1,2' gives values beyond the end of area 5"},
-                      Bad{"0:17=1", "variable '0:17': area 0 is read-only"},
-                      Bad{"8:1=1", "variable '8:1': area 8 is read-only"},
-                      Bad{"14:1=1", "variable '14:1': there is no area 14; areas are 0..13"}));
+    ::testing::Values(
+        Bad{"5:100", "assignment '5:100': assigns nothing; write VAR=VALUE[,VALUE...], for example 5:100=1,2"},
+        Bad{"5:100=", "assignment '5:100=': value 1 is empty; write a number, or one comma less"},
+        Bad{"5:1=1,,2", "assignment '5:1=1,,2': value 2 is empty; write a number, or one comma less"},
+        Bad{"5:100=65536",
+            "assignment '5:100=65536': value 1, '65536' is no number from -32768 to 65535, as a word takes it"},
+        Bad{"5:100=-32769",
+            "assignment '5:100=-32769': value 1, '-32769' is no number from -32768 to 65535, as a word takes it"},
+        Bad{"5:1=1,0x10000",
+            "assignment '5:1=1,0x10000': value 2, '0x10000' is no number from -32768 to 65535, as a word takes it"},
+        Bad{"5:1=0x-1",
+            "assignment '5:1=0x-1': value 1, '0x-1' is no number from -32768 to 65535, as a word takes it"},
+        Bad{"2:5=2", "assignment '2:5=2': value 1, '2' is no number from 0 to 1, as a bit takes it"},
+        Bad{"2:5=-1", "assignment '2:5=-1': value 1, '-1' is no number from 0 to 1, as a bit takes it"},
+        Bad{"10:5=abc", "assignment '10:5=abc': value 1, 'abc' is no decimal fraction like 12.5"},
+        Bad{"10:1=1e39", "assignment '10:1=1e39': value 1, '1e39' is beyond the greatest number of single "
+                         "precision, 3.4028235e+38"},
+        Bad{"10:1=16777217", "assignment '10:1=16777217': value 1, '16777217' has too many digits for single "
+                             "precision; the nearest number is 16777216"},
+        Bad{"5:100x2=1", "assignment '5:100x2=1': 1 values for 2 places; give as many, or leave the count out"},
+        Bad{"5:100x1=1,2", "assignment '5:100x1=1,2': 2 values for 1 places; give as many, or leave the count out"},
+        Bad{"5:65535=1,2", "assignment '5:65535=1,2': 2 values reach beyond the end of area 5"},
+        Bad{"0:17=1", "assignment '0:17=1': area 0 is read-only"},
+        Bad{"8:1=1", "assignment '8:1=1': area 8 is read-only"},
+        Bad{"14:1=1", "variable '14:1': there is no area 14; areas are 0..13"}));
 
 } // namespace

@@ -1,0 +1,146 @@
+// Readings, results and events as JSON.
+#include "watch/json.h"
+#include "watch/watch_test.h"
+
+using namespace fgs;
+
+namespace
+{
+
+class JsonTest : public ::testing::Test
+{
+protected:
+    JsonTest() { qputenv("TZ", "UTC0"), tzset(); }
+
+    Json json(const Reading &reading, Format format = Format::Unsigned) const
+    {
+        return jsonOf(reading, {format, clock, link.now()}, link.now());
+    }
+
+    Reading reading(const char *place, const std::vector<quint32> &values) const
+    {
+        Reading made;
+        made.variable = parseVariable(QString::fromLatin1(place));
+        made.quality = Quality::Good;
+        made.time = link.now() - 1500ms;
+        made.values = values;
+        return made;
+    }
+
+    fake::Link link;
+    WallClock clock{link, [] { return std::chrono::system_clock::time_point(std::chrono::seconds(1795292103)); }};
+};
+
+TEST_F(JsonTest, AGoodReading)
+{
+    EXPECT_EQ(
+        json(reading("5:100x2", {1234, 4321})).dump(),
+        R"({"variable":"5:100x2@1","area":5,"kind":"word","station":1,"wireCode":8,"wireAddress":100,"count":2,)"
+        R"("values":[1234,4321],"quality":"good","time":"2026-11-21T20:15:01.500+00:00","ageMs":1500.0})");
+}
+
+TEST_F(JsonTest, AnUnknownReadingHasNoValuesAndNoTime)
+{
+    Reading unknown = reading("5:100x2", {});
+    unknown.quality = Quality::Unknown;
+    unknown.reason = {Reason::Failed, Outcome::Incomplete, 12, 25};
+    const Json made = json(unknown);
+    EXPECT_TRUE(made["values"].is_null());
+    EXPECT_EQ(made["quality"], "unknown");
+    EXPECT_EQ(made["reason"], "incomplete");
+    EXPECT_EQ(made["received"], 12);
+    EXPECT_EQ(made["expected"], 25);
+    EXPECT_FALSE(made.contains("time"));
+}
+
+TEST_F(JsonTest, APlaceThatIsLeftOutIsNamed)
+{
+    Reading silent = reading("5:19998x4", {});
+    silent.quality = Quality::Unknown;
+    silent.reason.kind = Reason::PlaceSilent;
+    silent.reason.place = parseVariable(QStringLiteral("5:20000"));
+    EXPECT_EQ(json(silent)["reason"], "placeSilent");
+    EXPECT_EQ(json(silent)["place"], "5:20000@1");
+    EXPECT_EQ(textOf(silent.reason).toStdString(), "5:20000@1 does not answer; its neighbours do");
+}
+
+TEST_F(JsonTest, NumbersAreNumbersInEveryFormat)
+{
+    EXPECT_EQ(json(reading("2:5x2", {1, 0}), Format::Hex)["values"].dump(), "[1,0]");
+    EXPECT_EQ(json(reading("5:5x2", {1, 65535}), Format::Hex)["values"].dump(), R"(["0x0001","0xffff"])");
+    EXPECT_EQ(json(reading("5:5", {65535}), Format::Signed)["values"].dump(), "[-1]");
+    EXPECT_EQ(json(reading("10:5", {4294967295u}))["values"].dump(), "[4294967295]");
+}
+
+TEST_F(JsonTest, FloatsKeepTheirSignAndWhatIsNoNumberIsAText)
+{
+    const std::vector<quint32> bits = {0x80000000, 0x41480000, 0x7FC00000, 0x7F800000, 0xFF800000, 0x4B800000};
+    EXPECT_EQ(json(reading("10:0x6", bits), Format::Float)["values"].dump(),
+              R"([-0.0,12.5,"nan","inf","-inf",16777216.0])");
+}
+
+TEST_F(JsonTest, AResultTellsWhatWasAskedAndWhatIsHeld)
+{
+    WriteReport report;
+    report.assignment = {parseVariable(QStringLiteral("5:100x2")), {1, 2}};
+    report.held = reading("5:100x2", {1, 3});
+    report.result = WriteResult::Different;
+    const Json made = jsonOf(report, {Format::Unsigned, clock, link.now()}, link.now());
+    EXPECT_EQ(made["assigned"].dump(), "[1,2]");
+    EXPECT_EQ(made["values"].dump(), "[1,3]");
+    EXPECT_EQ(made["result"], "different");
+    EXPECT_EQ(made["verified"], false);
+}
+
+TEST_F(JsonTest, WhatIsNotReadBackIsNeitherVerifiedNorNot)
+{
+    WriteReport report;
+    report.assignment = {parseVariable(QStringLiteral("5:100")), {1}};
+    report.held.variable = report.assignment.variable;
+    report.result = WriteResult::NotAcknowledged;
+    report.reason = {Reason::Failed, Outcome::NoReply};
+    const Json made = jsonOf(report, {Format::Unsigned, clock, link.now()}, link.now());
+    EXPECT_TRUE(made["verified"].is_null());
+    EXPECT_EQ(made["why"], "noReply");
+}
+
+TEST_F(JsonTest, Events)
+{
+    const JsonStyle style = {Format::Unsigned, clock, link.now() - 2500ms};
+    LineEvent lost = {};
+    lost.kind = LineEvent::LinkLost;
+    lost.time = link.now();
+    lost.text = QStringLiteral("closed by the other side");
+    EXPECT_EQ(
+        jsonOf(lost, style).dump(),
+        R"({"event":"lost","time":"2026-11-21T20:15:03.000+00:00","seconds":2.5,"reason":"closed by the other side"})");
+    LineEvent down = {};
+    down.kind = LineEvent::StationDown;
+    down.time = link.now();
+    down.station = 7;
+    EXPECT_EQ(jsonOf(down, style)["event"], "stationDown");
+    EXPECT_EQ(jsonOf(down, style)["station"], 7);
+}
+
+TEST_F(JsonTest, TheSummaryCountsEveryOutcome)
+{
+    Statistics statistics;
+    statistics.requests = 3;
+    statistics.outcomes[std::size_t(Outcome::Refused)] = 3;
+    const Json made = jsonOf(statistics, {Format::Unsigned, clock, link.now() - 1s}, link.now())["summary"];
+    EXPECT_EQ(made["start"], "2026-11-21T20:15:02.000+00:00");
+    EXPECT_EQ(made["end"], "2026-11-21T20:15:03.000+00:00");
+    EXPECT_EQ(made["seconds"], 1.0);
+    EXPECT_EQ(made["requests"], 3);
+    EXPECT_EQ(made["outcomes"]["refused"], 3);
+    EXPECT_EQ(made["outcomes"].size(), std::size_t(OutcomeCount));
+}
+
+TEST(JsonLine, IsOneLineOfUtf8WhateverTheTextHolds)
+{
+    Json json;
+    json["text"] = "a\nb \xff";
+    EXPECT_EQ(lineOf(json).toStdString(), "{\"text\":\"a\\nb \xef\xbf\xbd\"}");
+}
+
+} // namespace

@@ -1,0 +1,193 @@
+// Polling round and round, in virtual time.
+#include "watch/poll_loop.h"
+#include "watch/watch_test.h"
+
+using namespace fgs;
+
+namespace
+{
+
+/// Writes down what it is told, and when.
+class Recorder : public PollObserver
+{
+public:
+    struct Update {
+        Time time;
+        std::size_t index;
+        Reading reading;
+    };
+
+    explicit Recorder(const fake::Link &theLink) : link(theLink) {}
+
+    void updated(const std::vector<Reading> &readings, const std::vector<std::size_t> &which) override
+    {
+        for (std::size_t i : which)
+            updates.push_back({link.now(), i, readings[i]});
+        last = readings;
+    }
+    void happened(const LineEvent &event) override { events.push_back(event.kind); }
+    bool isDone() const override { return doneAfter && updates.size() >= doneAfter; }
+
+    std::vector<Update> updates;
+    std::vector<Reading> last;
+    std::vector<LineEvent::Kind> events;
+    std::size_t doneAfter = 0;
+
+private:
+    const fake::Link &link;
+};
+
+class PollLoopTest : public WatchTest
+{
+protected:
+    void run(const PollPlan &plan)
+    {
+        PollLoop loop(*host, link, variables, plan, recorder);
+        loop.run();
+    }
+
+    /// When the variable first had a value.
+    Time firstKnown(std::size_t index) const
+    {
+        for (const Recorder::Update &update : recorder.updates)
+            if (update.index == index && update.reading.quality == Quality::Good)
+                return update.time;
+        return Never;
+    }
+
+    Recorder recorder{link};
+};
+
+TEST_F(PollLoopTest, TellsOfEveryVariableBeforeTheFirstRequest)
+{
+    start({"5:100", "5:2000"});
+    recorder.doneAfter = 2;
+    run({});
+    ASSERT_EQ(recorder.updates.size(), 2u);
+    EXPECT_EQ(recorder.updates[0].reading.reason.kind, Reason::NotAskedYet);
+    EXPECT_TRUE(link.sent.empty());
+}
+
+/// Seven variables far apart take two requests.
+TEST_F(PollLoopTest, TellsWhatTheSecondRequestBringsBeforeTheNextRound)
+{
+    start({"5:0", "5:1000", "5:2000", "5:3000", "5:4000", "5:5000", "5:6000"});
+    link.endBy(nullptr, link.now() + 2s);
+    run({3s, 0});
+    EXPECT_EQ(link.sent.size(), 2u);
+    for (std::size_t i = 0; i < variables.size(); ++i) {
+        EXPECT_EQ(recorder.last[i].values, held(variables[i])) << i;
+        EXPECT_LT(firstKnown(i), link.now() - 1s) << i;
+    }
+}
+
+TEST_F(PollLoopTest, KeepsTheIntervalBetweenTheStartsOfRounds)
+{
+    start({"5:100"});
+    run({3s, 3});
+    ASSERT_EQ(link.sentAt.size(), 3u);
+    EXPECT_EQ(link.sentAt[1] - link.sentAt[0], 3s);
+    EXPECT_EQ(link.sentAt[2] - link.sentAt[1], 3s);
+}
+
+TEST_F(PollLoopTest, EndsWhenTheLinksEndComesAlsoBetweenRounds)
+{
+    start({"5:100"});
+    const Time end = link.now() + 10s;
+    link.endBy(nullptr, end);
+    run({1h, 0});
+    EXPECT_EQ(link.now(), end);
+}
+
+TEST_F(PollLoopTest, EndsWhileAnAnswerIsWaitedFor)
+{
+    start({"5:100"});
+    link.onSend = [](const QByteArray &) {};
+    const Time end = link.now() + 500ms;
+    link.endBy(nullptr, end);
+    run({});
+    EXPECT_EQ(link.now(), end);
+    EXPECT_EQ(recorder.last[0].reason.kind, Reason::UnderWay);
+    EXPECT_EQ(text(textOf(recorder.last[0].reason)), "under way");
+}
+
+TEST_F(PollLoopTest, ALostLinkMakesEveryValueStaleAtOnce)
+{
+    start({"5:100", "5:2000@2", "10:7"});
+    link.onSend = [this](const QByteArray &request) {
+        if (link.sent.size() == 6)
+            link.cut();
+        else
+            link.answer(request);
+    };
+    link.refusals = 1;
+    recorder.doneAfter = 16;
+    run({});
+    const auto lost = std::find_if(recorder.updates.begin(), recorder.updates.end(), [](const auto &update) {
+        return update.reading.reason.kind == Reason::Failed && update.reading.reason.outcome == Outcome::LinkLost;
+    });
+    ASSERT_LE(lost + 3, recorder.updates.end());
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(lost[long(i)].index, i);
+        EXPECT_EQ(lost[long(i)].time, lost->time);
+        EXPECT_EQ(lost[long(i)].reading.quality, Quality::Stale);
+        EXPECT_EQ(lost[long(i)].reading.values, held(variables[i]));
+    }
+    ASSERT_FALSE(recorder.events.empty());
+    EXPECT_EQ(recorder.events.front(), LineEvent::LinkLost);
+}
+
+TEST_F(PollLoopTest, AFailureIsToldWithTheLastGoodValues)
+{
+    start({"5:100x3"});
+    link.onSend = [this](const QByteArray &request) {
+        if (link.sent.size() == 1)
+            link.answer(request);
+    };
+    run({0s, 2});
+    EXPECT_EQ(recorder.last[0].quality, Quality::Stale);
+    EXPECT_EQ(recorder.last[0].reason.outcome, Outcome::NoReply);
+    EXPECT_EQ(recorder.last[0].values, held(variables[0]));
+}
+
+class ReadAll : public WatchTest
+{
+};
+
+TEST_F(ReadAll, EndsWhenAllIsRead)
+{
+    start({"1:0x65535", "2:0x65535", "3:0x65535", "4:0x65535"});
+    readAll(*host, link, variables);
+    for (const Variable &variable : variables) {
+        const Reading reading = readingOf(*host, variable);
+        EXPECT_EQ(reading.quality, Quality::Good) << text(textOf(variable));
+        EXPECT_EQ(reading.values, held(variable)) << text(textOf(variable));
+    }
+}
+
+TEST_F(ReadAll, EndsWithALostLinkAndKeepsWhatHadCome)
+{
+    start({"5:0x200", "6:0x200"});
+    link.onSend = [this](const QByteArray &request) {
+        if (link.sent.size() == 2)
+            link.cut();
+        else
+            link.answer(request);
+    };
+    readAll(*host, link, variables);
+    const Reading first = readingOf(*host, variables[0]), second = readingOf(*host, variables[1]);
+    EXPECT_EQ(first.values, held(variables[0]));
+    EXPECT_EQ(second.quality, Quality::Unknown);
+    EXPECT_EQ(text(textOf(second.reason)), "link lost");
+}
+
+TEST_F(ReadAll, DoesNotAskAStationOnAndOnThatGivesNoAnswer)
+{
+    start({"5:0x9000"});
+    link.onSend = [](const QByteArray &) {};
+    readAll(*host, link, variables);
+    EXPECT_LT(link.sent.size(), 20u);
+    EXPECT_EQ(readingOf(*host, variables[0]).quality, Quality::Unknown);
+}
+
+} // namespace

@@ -1,0 +1,165 @@
+// What becomes of assignments: each result, from a controller in virtual time.
+#include "watch/watch_test.h"
+#include "watch/writing.h"
+
+using namespace fgs;
+
+namespace fgs
+{
+
+void PrintTo(WriteResult result, std::ostream *out)
+{
+    *out << keyOf(result);
+}
+
+} // namespace fgs
+
+namespace
+{
+
+const Time Patience = 5s;
+
+class WritingTest : public WatchTest
+{
+protected:
+    static bool isWrite(const QByteArray &request) { return request.at(1) == char(0xFF); }
+
+    /// Writes them, one value each.
+    std::vector<WriteReport> write(const std::vector<const char *> &texts)
+    {
+        std::vector<Assignment> assignments;
+        for (const char *text : texts) {
+            assignments.push_back(parseAssignment(QString::fromLatin1(text), 1, Format::Unsigned));
+            variables.push_back(assignments.back().variable);
+        }
+        host = std::make_unique<Host>(linkedDriver(), link, variables);
+        return writeAll(*host, link, assignments, Patience);
+    }
+
+    /// Handles the nth write, counted from 1 without repetitions, as the test says, and all others well.
+    void handleWrite(int nth, const std::function<void(const QByteArray &)> &handler)
+    {
+        link.onSend = [this, nth, handler](const QByteArray &request) {
+            if (isWrite(request) && (writes.empty() || writes.back() != request))
+                writes.push_back(request);
+            if (isWrite(request) && int(writes.size()) == nth)
+                handler(request);
+            else
+                link.answer(request);
+        };
+    }
+
+    int writesSent() const { return int(std::count_if(link.sent.begin(), link.sent.end(), isWrite)); }
+
+    std::vector<QByteArray> writes;
+};
+
+std::vector<WriteResult> resultsOf(const std::vector<WriteReport> &reports)
+{
+    std::vector<WriteResult> results;
+    for (const WriteReport &report : reports)
+        results.push_back(report.result);
+    return results;
+}
+
+using Results = std::vector<WriteResult>;
+
+TEST_F(WritingTest, WhatTheControllerHoldsAfterwardsIsVerified)
+{
+    const auto reports = write({"5:100=1,2,3", "2:7=1", "10:4=305419896"});
+    EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Verified, WriteResult::Verified, WriteResult::Verified}));
+    EXPECT_EQ(reports[0].held.values, (std::vector<quint32>{1, 2, 3}));
+    EXPECT_EQ(text(textOf(reports[0])), "written and verified");
+}
+
+TEST_F(WritingTest, ALostAcknowledgementIsNoDenial)
+{
+    handleWrite(2, [this](const QByteArray &request) { link.controller.answer(request); });
+    const auto reports = write({"5:100=1", "5:200=2", "5:300=3"});
+    EXPECT_EQ(resultsOf(reports),
+              (Results{WriteResult::Verified, WriteResult::NotAcknowledged, WriteResult::NotSent}));
+    EXPECT_EQ(text(textOf(reports[1])), "not acknowledged (no reply); the controller holds the new values");
+    EXPECT_EQ(text(textOf(reports[2])), "not sent");
+}
+
+TEST_F(WritingTest, AWriteThatNeverArrivedIsReadBackWithTheOldValue)
+{
+    handleWrite(1, [](const QByteArray &) {});
+    const auto reports = write({"5:100=1"});
+    EXPECT_EQ(reports[0].result, WriteResult::NotAcknowledged);
+    EXPECT_EQ(reports[0].held.values, held(variables[0]));
+    EXPECT_EQ(text(textOf(reports[0])), "not acknowledged (no reply); the controller holds other values");
+}
+
+TEST_F(WritingTest, ARefusalIsFinalAndSaid)
+{
+    handleWrite(1, [this](const QByteArray &request) { link.arrive(5ms, request.left(1) + bytes("FF 21")); });
+    const auto reports = write({"5:100=1", "5:200=2"});
+    EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Refused, WriteResult::NotSent}));
+    EXPECT_EQ(writesSent(), 1);
+    EXPECT_EQ(text(textOf(reports[0])), "refused by the controller");
+    EXPECT_EQ(reports[0].held.values, held(variables[0]));
+}
+
+TEST_F(WritingTest, AControllerThatHoldsSomethingElseIsFoundOut)
+{
+    handleWrite(1, [this](const QByteArray &request) { link.arrive(5ms, request.left(1) + bytes("FF 20")); });
+    const auto reports = write({"5:100=1"});
+    EXPECT_EQ(reports[0].result, WriteResult::Different);
+    EXPECT_EQ(reports[0].held.values, held(variables[0]));
+    EXPECT_EQ(text(textOf(reports[0])), "written, but the controller holds other values");
+}
+
+TEST_F(WritingTest, ABroadcastIsSentAndNobodyKnowsMore)
+{
+    const auto reports = write({"5:100@0=1", "5:100@2=7"});
+    EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Unknown, WriteResult::Verified}));
+    EXPECT_EQ(text(textOf(reports[0])), "sent, result not known");
+}
+
+TEST_F(WritingTest, AfterTheEndNothingMoreIsSent)
+{
+    handleWrite(2, [this](const QByteArray &) { link.endBy(nullptr, link.now() + 300ms); });
+    const auto reports = write({"5:100=1", "5:200=2", "5:300=3"});
+    EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Written, WriteResult::Unknown, WriteResult::NotSent}));
+    EXPECT_EQ(link.sent.size(), 2u);
+    EXPECT_EQ(text(textOf(reports[0])), "written, but not read back: interrupted");
+    EXPECT_EQ(text(textOf(reports[1])), "sent, result not known");
+}
+
+TEST_F(WritingTest, BeforeTheFirstNothingIsSentAfterTheEnd)
+{
+    link.endBy(nullptr, link.now());
+    const auto reports = write({"5:100=1", "5:200=2"});
+    EXPECT_EQ(resultsOf(reports), (Results{WriteResult::NotSent, WriteResult::NotSent}));
+    EXPECT_TRUE(link.sent.empty());
+}
+
+TEST_F(WritingTest, AHangUpIsReadBackOnceTheLinkIsThereAgain)
+{
+    handleWrite(1, [this](const QByteArray &request) {
+        link.controller.answer(request);
+        link.cut();
+        link.refusals = 2;
+    });
+    const auto reports = write({"5:100=1", "5:200=2"});
+    EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Unknown, WriteResult::NotSent}));
+    EXPECT_EQ(writesSent(), 1);
+    EXPECT_EQ(text(textOf(reports[0])), "sent, result not known; the controller holds the new values");
+}
+
+TEST_F(WritingTest, AHangUpThatLastsLeavesTheResultOpen)
+{
+    handleWrite(1, [this](const QByteArray &) {
+        link.cut();
+        link.refusals = 1000000;
+    });
+    const Time start = link.now();
+    const auto reports = write({"5:100=1", "5:200=2"});
+    EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Unknown, WriteResult::NotSent}));
+    EXPECT_EQ(writesSent(), 1);
+    EXPECT_EQ(reports[0].held.quality, Quality::Unknown);
+    EXPECT_LT(link.now() - start, Patience + 2s);
+}
+
+} // namespace

@@ -1,0 +1,18 @@
+// Ctrl-C and SIGTERM.
+#ifndef FGS_TOOL_SIGNALS_H
+#define FGS_TOOL_SIGNALS_H
+
+#include "host/stop.h"
+
+namespace fgs
+{
+
+/// Makes the first of them request the stop, which outlives the program's waiting; a second one ends the program at
+/// once, and gives the terminal back before.
+void stopOnSignals(Stop &stop);
+/// The signal that has requested the stop; 0: none has.
+int stoppingSignal();
+
+} // namespace fgs
+
+#endif

@@ -1,0 +1,45 @@
+// How readings stand in the rows of a table: every number whole, however narrow the screen is.
+#ifndef FGS_TOOL_TABLE_LAYOUT_H
+#define FGS_TOOL_TABLE_LAYOUT_H
+
+#include "watch/reading.h"
+#include "watch/values.h"
+
+#include <QtCore/QStringList>
+
+namespace fgs
+{
+
+/// Columns that stand before the values, wide enough for every variable of the table.
+class TableLayout
+{
+public:
+    TableLayout(const std::vector<Variable> &variables, Format valueFormat, int screenColumns);
+
+    QString header() const;
+    /// Rows that a reading takes, at least one.
+    int rowCount(const Reading &reading, const QString &reason) const;
+    /// The rows: values that are marked have a star in front. A further row begins with the address of its first
+    /// value.
+    QStringList rows(const Reading &reading, const QString &reason, const std::vector<bool> &marked,
+                     Time now) const;
+
+private:
+    int valueColumns() const;
+    int cellWidth(Kind kind) const;
+    int cellsPerRow(Kind kind) const;
+    QStringList valueRows(const Reading &reading, const std::vector<bool> &marked) const;
+    QString lead(const QString &age, const Variable &place, const Variable &shown) const;
+    QString joined(const QString &age, const QString &place, const QString &wire) const;
+
+    const Format format;
+    const int columns;
+    int placeWidth = 0, wireWidth = 0;
+};
+
+/// The text in lines of at most so many characters, broken between words; numbers stay whole.
+QStringList wrapped(const QString &text, int columns);
+
+} // namespace fgs
+
+#endif

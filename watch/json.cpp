@@ -1,0 +1,152 @@
+#include "json.h"
+
+#include <cmath>
+
+namespace fgs
+{
+
+namespace
+{
+
+std::string utf8(const QString &text)
+{
+    return text.toStdString();
+}
+
+/// A number wherever JSON has one for it.
+Json valueJson(Kind kind, Format format, quint32 value)
+{
+    const QString text = valueText(kind, format, value);
+    bool isNumber = false;
+    const double number = text.toDouble(&isNumber);
+    if (!isNumber || !std::isfinite(number) || (format == Format::Hex && kind != Kind::Bit))
+        return utf8(text);
+    if (format == Format::Float && kind == Kind::DoubleWord)
+        return number;
+    return static_cast<qint64>(number);
+}
+
+Json valuesJson(Kind kind, Format format, const std::vector<quint32> &values)
+{
+    Json array = Json::array();
+    for (quint32 value : values)
+        array.push_back(valueJson(kind, format, value));
+    return array;
+}
+
+void addReason(Json &json, const Reason &reason)
+{
+    if (reason.kind == Reason::None)
+        return;
+    json["reason"] = keyOf(reason);
+    if (reason.kind == Reason::PlaceSilent)
+        json["place"] = utf8(textOf(reason.place));
+    if (reason.kind == Reason::Failed && reason.outcome == Outcome::Incomplete) {
+        json["received"] = reason.received;
+        json["expected"] = reason.expected;
+    }
+}
+
+const char *keyOf(LineEvent::Kind kind)
+{
+    static const char *const keys[] = {"lost",        "open",      "stationDown", "stationUp",
+                                       "placeSilent", "placeBack", "gapSilent"};
+    return keys[kind];
+}
+
+} // namespace
+
+QString lineOf(const Json &json)
+{
+    return QString::fromStdString(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+Json jsonOf(const Reading &reading, const JsonStyle &style, Time now)
+{
+    const Variable &variable = reading.variable;
+    const Area &area = *areaOf(variable.area);
+    Json json;
+    json["variable"] = utf8(textOf(variable));
+    json["area"] = area.number;
+    json["kind"] = utf8(nameOf(area.kind));
+    json["station"] = variable.station;
+    json["wireCode"] = area.code;
+    json["wireAddress"] = variable.address;
+    json["count"] = variable.count;
+    json["values"] = nullptr;
+    json["quality"] = keyOf(reading.quality);
+    addReason(json, reading.reason);
+    if (reading.quality != Quality::Unknown) {
+        json["values"] = valuesJson(area.kind, style.format, reading.values);
+        json["time"] = utf8(style.clock.text(reading.time));
+        json["ageMs"] = millisecondsOf(now - reading.time);
+    }
+    return json;
+}
+
+Json jsonOf(const WriteReport &report, const JsonStyle &style, Time now)
+{
+    const Kind kind = areaOf(report.assignment.variable.area)->kind;
+    Json json = jsonOf(report.held, style, now);
+    json["assigned"] = valuesJson(kind, style.format, report.assignment.values);
+    json["result"] = keyOf(report.result);
+    if (report.reason.kind != Reason::None)
+        json["why"] = keyOf(report.reason);
+    json["verified"] = nullptr;
+    if (report.held.quality != Quality::Unknown)
+        json["verified"] = report.holdsAssigned();
+    return json;
+}
+
+Json jsonOf(const LineEvent &event, const JsonStyle &style)
+{
+    Json json;
+    json["event"] = keyOf(event.kind);
+    json["time"] = utf8(style.clock.text(event.time));
+    json["seconds"] = secondsOf(event.time - style.start);
+    if (event.station)
+        json["station"] = event.station;
+    if (event.kind >= LineEvent::PlaceSilent)
+        json["place"] = utf8(textOf(event.place));
+    if (!event.text.isEmpty())
+        json["reason"] = utf8(event.text);
+    return json;
+}
+
+Json jsonOf(const Statistics &statistics, const JsonStyle &style, Time now)
+{
+    Json outcomes;
+    for (int i = 0; i < OutcomeCount; ++i)
+        outcomes[keyOf(static_cast<Outcome>(i))] = statistics.outcomes[static_cast<std::size_t>(i)];
+    const RoundTrips &trips = statistics.roundTrips;
+    const Json summary = {
+        {"start", utf8(style.clock.text(style.start))},
+        {"end", utf8(style.clock.text(now))},
+        {"seconds", secondsOf(now - style.start)},
+        {"requests", statistics.requests},
+        {"outcomes", outcomes},
+        {"retries", statistics.retries},
+        {"abandoned", statistics.abandoned},
+        {"strayBytes", statistics.strayBytes},
+        {"linkLost", statistics.linkLost},
+        {"reconnects", statistics.reconnects},
+        {"roundTripMs",
+         {{"min", millisecondsOf(trips.min())},
+          {"mean", millisecondsOf(trips.mean())},
+          {"p99", millisecondsOf(trips.quantile(0.99))},
+          {"max", millisecondsOf(trips.max())}}},
+    };
+    return {{"summary", summary}};
+}
+
+double secondsOf(Time time)
+{
+    return std::round(std::chrono::duration<double, std::milli>(time).count()) / 1000;
+}
+
+double millisecondsOf(Time time)
+{
+    return std::round(std::chrono::duration<double, std::micro>(time).count()) / 1000;
+}
+
+} // namespace fgs

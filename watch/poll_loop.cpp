@@ -1,0 +1,108 @@
+#include "poll_loop.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace fgs
+{
+
+namespace
+{
+
+const Time IdlePause = 10ms; ///< when the driver has nothing to send
+
+std::vector<std::size_t> indicesOf(const std::vector<Variable> &variables)
+{
+    std::vector<std::size_t> indices(variables.size());
+    std::iota(indices.begin(), indices.end(), std::size_t(0));
+    return indices;
+}
+
+} // namespace
+
+PollLoop::PollLoop(Host &theHost, Link &theLink, const std::vector<Variable> &theVariables, const PollPlan &thePlan,
+                   PollObserver &theObserver)
+    : host(theHost), link(theLink), variables(theVariables), plan(thePlan), observer(theObserver),
+      all(indicesOf(theVariables)), rounds(theHost, theVariables, theLink.now())
+{
+    for (std::size_t i : all)
+        ofStation[variables[i].station].push_back(i);
+    host.setEvents([this](const LineEvent &event) {
+        lineHasChanged = true;
+        observer.happened(event);
+    });
+}
+
+PollLoop::~PollLoop()
+{
+    host.setEvents({});
+}
+
+bool PollLoop::isOver() const
+{
+    return link.isEnded() || observer.isDone() || (plan.rounds && rounds.count() >= plan.rounds);
+}
+
+void PollLoop::run()
+{
+    host.poll(variables);
+    for (const Variable &variable : variables)
+        readings.push_back(readingOf(host, variable));
+    observer.updated(readings, all);
+    while (!isOver()) {
+        step();
+        if (rounds.endsAt(link.now()) && !isOver())
+            pauseBetweenRounds();
+    }
+    if (link.isEnded()) // what is in flight now stays unanswered
+        update(all);
+}
+
+/// One transaction. A change of the line may concern every variable, a transaction only those of its station.
+void PollLoop::step()
+{
+    const Step step = host.step();
+    if (step.kind == Step::Idle)
+        link.pauseUntil(link.now() + IdlePause);
+    if (std::exchange(lineHasChanged, false))
+        update(all);
+    else if (step.kind == Step::Exchanged && step.ended)
+        update(ofStation[step.station]);
+}
+
+void PollLoop::update(const std::vector<std::size_t> &which)
+{
+    std::vector<std::size_t> changed;
+    std::copy_if(which.begin(), which.end(), std::back_inserter(changed),
+                 [this](std::size_t index) { return refresh(index); });
+    if (!changed.empty())
+        observer.updated(readings, changed);
+}
+
+/// Whether the reading has a new time, value or quality.
+bool PollLoop::refresh(std::size_t index)
+{
+    Reading reading = readingOf(host, variables[index]);
+    if (reading.time == readings[index].time && reading.tellsSameAs(readings[index]))
+        return false;
+    readings[index] = std::move(reading);
+    return true;
+}
+
+void PollLoop::pauseBetweenRounds()
+{
+    const Time due = rounds.lastBegun() + plan.interval;
+    while (link.now() < due && !isOver())
+        link.pauseUntil(due);
+    rounds.beginAt(link.now());
+}
+
+void readAll(Host &host, Link &link, const std::vector<Variable> &variables)
+{
+    host.poll(variables);
+    const auto isSettled = [&host](const Variable &variable) { return host.isSettled(variable); };
+    while (link.isOpen() && !link.isEnded() && !std::all_of(variables.begin(), variables.end(), isSettled))
+        host.step();
+}
+
+} // namespace fgs

@@ -1,0 +1,138 @@
+#include "writing.h"
+
+#include "poll_loop.h"
+
+namespace fgs
+{
+
+namespace
+{
+
+const char *const resultKeys[] = {"verified",        "different", "written", "refused",
+                                  "notAcknowledged", "unknown",   "notSent"};
+
+/// Writes and reads back on one link, whose loss ends the writing.
+class Writing
+{
+public:
+    Writing(Host &theHost, Link &theLink) : host(theHost), link(theLink) {}
+
+    /// Fills the result in. Returns whether the next one may be sent.
+    bool send(WriteReport &report)
+    {
+        const Variable &variable = report.assignment.variable;
+        const int lostBefore = host.writesLost();
+        bool sent = false;
+        Step last;
+        host.write(variable, report.assignment.values);
+        while (host.writesQueued() && !link.isEnded() && link.isOpen()) {
+            last = host.step();
+            sent = sent || last.sent;
+        }
+        if (host.writesQueued()) {
+            host.dropWrites();
+            report.result = sent ? WriteResult::Unknown : WriteResult::NotSent;
+            return false;
+        }
+        report.result = variable.station == 0              ? WriteResult::Unknown
+                        : host.writesLost() == lostBefore  ? WriteResult::Written
+                        : last.outcome == Outcome::Refused ? WriteResult::Refused
+                                                           : WriteResult::NotAcknowledged;
+        if (report.result == WriteResult::NotAcknowledged)
+            report.reason = {Reason::Failed, last.outcome, last.received, last.expected};
+        return host.writesLost() == lostBefore;
+    }
+
+    void readBack(std::vector<WriteReport> &reports, Time patience)
+    {
+        std::vector<Variable> sent;
+        for (const WriteReport &report : reports)
+            if (report.result != WriteResult::NotSent && report.assignment.variable.station != 0)
+                sent.push_back(report.assignment.variable);
+        if (!sent.empty() && isBackWithin(patience))
+            readAll(host, link, sent);
+        for (WriteReport &report : reports)
+            judge(report);
+    }
+
+private:
+    bool isBackWithin(Time patience)
+    {
+        host.poll({});
+        for (const Time limit = link.now() + patience; !link.isOpen() && !link.isEnded() && link.now() < limit;)
+            host.step();
+        return link.isOpen() && !link.isEnded();
+    }
+
+    void judge(WriteReport &report) const
+    {
+        report.held = readingOf(host, report.assignment.variable);
+        if (report.held.reason.kind == Reason::NotAskedYet && !link.isOpen())
+            report.held.reason = {Reason::Failed, Outcome::LinkLost};
+        if (report.result != WriteResult::Written || report.held.quality == Quality::Unknown)
+            return;
+        report.result = report.holdsAssigned() ? WriteResult::Verified : WriteResult::Different;
+    }
+
+    Host &host;
+    Link &link;
+};
+
+/// What the reading back has shown.
+QString heldText(const WriteReport &report)
+{
+    if (report.held.quality == Quality::Unknown)
+        return QStringLiteral("not read back: ") + (report.held.reason.kind == Reason::NotAskedYet
+                                                        ? QStringLiteral("interrupted")
+                                                        : textOf(report.held.reason));
+    return report.holdsAssigned() ? QStringLiteral("the controller holds the new values")
+                                  : QStringLiteral("the controller holds other values");
+}
+
+} // namespace
+
+std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assignment> &assignments, Time patience)
+{
+    std::vector<WriteReport> reports;
+    Writing writing(host, link);
+    bool goesOn = true;
+    for (const Assignment &assignment : assignments) {
+        WriteReport report;
+        report.assignment = assignment;
+        report.held.variable = assignment.variable;
+        if (goesOn && !link.isEnded())
+            goesOn = writing.send(report);
+        reports.push_back(report);
+    }
+    writing.readBack(reports, patience);
+    return reports;
+}
+
+QString textOf(const WriteReport &report)
+{
+    switch (report.result) {
+    case WriteResult::Verified:
+        return QStringLiteral("written and verified");
+    case WriteResult::Different:
+    case WriteResult::Written:
+        return QStringLiteral("written, but ") + heldText(report);
+    case WriteResult::Refused:
+        return QStringLiteral("refused by the controller");
+    case WriteResult::NotAcknowledged:
+        return QStringLiteral("not acknowledged (%1); %2").arg(textOf(report.reason), heldText(report));
+    case WriteResult::Unknown:
+        return report.held.quality == Quality::Unknown
+                   ? QStringLiteral("sent, result not known")
+                   : QStringLiteral("sent, result not known; ") + heldText(report);
+    case WriteResult::NotSent:
+        break;
+    }
+    return QStringLiteral("not sent");
+}
+
+const char *keyOf(WriteResult result)
+{
+    return resultKeys[static_cast<std::size_t>(result)];
+}
+
+} // namespace fgs
