@@ -227,7 +227,7 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"another station", [](const Request &, const QByteArray &good) { return answerOf(2, good); },
               "-  answer of another station", "otherStation", 6},
         Fault{"another question", always({wordsReply(1, 6, 10)}), "-  answer to another question", "otherReply", 6},
-        Fault{"noise", always({QByteArray(27, 'U')}), "-  bytes that are no reply", "garbled", 6}));
+        Fault{"noise", always({QByteArray(20, 'U')}), "-  bytes that are no reply", "garbled", 6}));
 
 TEST(BrokenOff, CountsItsBytesInJson)
 {

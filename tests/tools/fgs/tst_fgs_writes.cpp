@@ -37,7 +37,7 @@ class OneWrite : public ::testing::TestWithParam<Written>
 protected:
     static Result written(const char *command)
     {
-        OwnController controller(GetParam().script);
+        OwnController controller(GetParam().script, OwnController::On::Pty); // a TCP connection may count as dead
         controller.hold(1, 5, 100, 5);
         controller.hold(1, 5, 101, 6);
         return runFgs(command, controller.link());
