@@ -17,7 +17,6 @@
 #ifndef TARN_FGSSERIES_H
 #define TARN_FGSSERIES_H
 
-#include <atomic>
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QMutex>
@@ -109,18 +108,20 @@ struct HOST_VAR {
     int length = 0;
 };
 
-/// The driver's state. There is one object, PLC_driver. Lock order: ListMutex, then ImageMutex.
+/// The driver's state. Every function works on one object, PLC_driver; another one, in a host's test, is only
+/// looked at. Lock order: ListMutex, then ImageMutex.
 class Tarn_FGsSeries
 {
 public:
-    Tarn_FGsSeries();
+    /// As after loading: empty lists, an image of zeros, CurrentSource 100, RetVar.result 1.
+    TARN_EXPORT Tarn_FGsSeries();
 
     COMINFO *settings;
     QList<RW_VAR> ReadVarList TARN_THREAD(guarded_by(ListMutex));     ///< cyclic reads, served round and round
     QList<RW_VAR> WriteVarList TARN_THREAD(guarded_by(ListMutex));    ///< queued writes
     QList<RW_VAR> OnceReadVarList TARN_THREAD(guarded_by(ListMutex)); ///< queued one-shot reads
-    QList<RW_VAR> SpareVarList;                                       ///< unused, keeps the member order
-    QList<Protocol> ProtocolList;                                     ///< polling thread only; head is in flight
+    QList<RW_VAR> SpareVarList;   ///< unused, keeps the member order. Deliberate: behaviour 105.
+    QList<Protocol> ProtocolList; ///< polling thread only; head is in flight
     QList<EXTENDVAR> ExtendVarList TARN_THREAD(guarded_by(ImageMutex));
     void (*CallBackFunc)(int, int, int, int);
     int CallBackContext;
@@ -131,7 +132,8 @@ public:
     int WriteTimes TARN_THREAD(guarded_by(ListMutex));    ///< writes served in a row
     int OnceReadTimes TARN_THREAD(guarded_by(ListMutex)); ///< one-shot reads served in a row
     int CycleReadCount TARN_THREAD(guarded_by(ListMutex));
-    std::atomic<unsigned char> CommFailFlag; ///< 1 while the last reply failed
+    unsigned char
+        CommFailFlag; ///< 1 while the last reply failed; read and written by __atomic_load_n, __atomic_store_n
     unsigned char spareFlag;
 
     // The register image: bits packed eight to a byte from the least significant, words, double words.
@@ -211,7 +213,8 @@ TARN_EXPORT int SetRegisterData(QString text, int areaType, QString address, int
 
 // Polling thread.
 
-/// The request to send now, or null. It stays valid until DataCom(). Takes ListMutex when nothing is in flight.
+/// The request to send now, or null. Until DataCom() it stays valid, and each call returns the same pointer, also
+/// if the host keeps copies of ProtocolList. Takes ListMutex when nothing is in flight.
 TARN_EXPORT Protocol *ComCommunication() TARN_THREAD(locks_excluded(PLC_driver.ListMutex, PLC_driver.ImageMutex));
 /// Takes the reply to the request in flight, length 0 if none came. Returns RetVar: the served variable, and in
 /// result 1 or 100 for success, 0 while the request is to be sent again, otherwise the failure. Takes both locks.
@@ -258,7 +261,8 @@ TARN_EXPORT int WordVarReCreat(QList<RW_VAR> *list, int limit, int count)
 TARN_EXPORT int BitVarReCreat(QList<RW_VAR> *list, int limit, int count)
     TARN_THREAD(requires_capability(PLC_driver.ListMutex));
 
-/// Index of the entry with these keys; a new entry of four zero bytes is appended if there is none.
+/// Index of the first entry with these keys; a new entry of four zero bytes is appended if there is none. Keys that
+/// were changed through a reference from before the last access are noticed only where the old ones are looked for.
 TARN_EXPORT int ExtendFindSameVar(int station, int areaType, int address)
     TARN_THREAD(requires_capability(PLC_driver.ImageMutex));
 // Between a buffer, from item start, and a byte string, from position 0. A buffer of PLC_driver is bounded by

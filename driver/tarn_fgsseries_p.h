@@ -86,19 +86,33 @@ inline void assign(RW_VAR &to, const RW_VAR &from)
     assignShared(to.data, from.data);
 }
 
+/// Where the job in flight came from: the values of CurrentSource.
+enum Source { CyclicSource = 0, WriteSource = 1, OnceSource = 2, NoSource = 100 };
+
 extern const COMINFO noSettings;
 
 /// The host's settings; before SetComInfo() all of them are 0.
 inline const COMINFO &settings()
 {
-    return PLC_driver.settings ? *PLC_driver.settings : noSettings;
+    return PLC_driver.settings ? *PLC_driver.settings : noSettings; // Deliberate: behaviour 106.
 }
 
 /// Writes a word of the settings record, if there is one.
 inline void setWord(int COMINFO::*word, int value)
 {
-    if (PLC_driver.settings)
+    if (PLC_driver.settings) // Deliberate: behaviour 106.
         PLC_driver.settings->*word = value;
+}
+
+/// Whether the last reply failed. The polling thread changes it while others ask.
+inline bool linkIsFailing()
+{
+    return __atomic_load_n(&PLC_driver.CommFailFlag, __ATOMIC_SEQ_CST) != 0;
+}
+
+inline void setLinkIsFailing(bool failing)
+{
+    __atomic_store_n(&PLC_driver.CommFailFlag, static_cast<unsigned char>(failing), __ATOMIC_SEQ_CST);
 }
 
 /// Cuts a number to 32 bits, as the wire and the records hold it.

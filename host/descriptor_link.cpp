@@ -1,5 +1,6 @@
 #include "descriptor_link.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
@@ -13,9 +14,10 @@ namespace
 
 const Time SendLimit = 5s; ///< a line that takes no bytes for so long is lost
 
+/// At most a year, which any system's timespec holds.
 timespec toTimespec(Time span)
 {
-    const Time bounded = span < Time(0) ? Time(0) : span;
+    const Time bounded = std::clamp<Time>(span, 0s, 365 * 24h);
     timespec spec;
     spec.tv_sec = static_cast<time_t>(bounded / 1s);
     spec.tv_nsec = static_cast<long>((bounded % 1s).count());
@@ -26,9 +28,13 @@ timespec toTimespec(Time span)
 
 bool DescriptorLink::open()
 {
+    descriptor = -1;
     closeDevice();
     lastError.clear();
-    descriptor = openDevice(&lastError);
+    if (!isEnded())
+        descriptor = openDevice(&lastError);
+    if (!isOpen())
+        lose(lastError.isEmpty() ? QStringLiteral("interrupted") : lastError);
     return isOpen();
 }
 
@@ -39,19 +45,17 @@ Time DescriptorLink::now() const
 
 void DescriptorLink::pauseUntil(Time time)
 {
-    const timespec span = toTimespec(time - now());
-    ppoll(nullptr, 0, &span, nullptr);
+    waitFor(-1, 0, time);
 }
 
-/// The result of ppoll(); a signal does not end the wait.
-int DescriptorLink::waitFor(short events, Time deadline) const
+/// A signal as such does not end the wait.
+bool DescriptorLink::waitFor(int fd, short events, Time deadline) const
 {
-    pollfd line = {descriptor, events, 0};
+    pollfd sources[] = {{fd, events, 0}, {stop ? stop->descriptor() : -1, POLLIN, 0}};
     for (;;) {
-        const timespec span = toTimespec(deadline - now());
-        const int ready = ppoll(&line, 1, &span, nullptr);
-        if (ready >= 0 || errno != EINTR)
-            return ready;
+        const timespec span = toTimespec(std::min(deadline, endTime) - now());
+        if (ppoll(sources, 2, &span, nullptr) >= 0 || errno != EINTR)
+            return sources[0].revents != 0;
     }
 }
 
@@ -63,7 +67,7 @@ void DescriptorLink::lose(const QString &why)
 }
 
 /// Whether a read or write with this result ended the link; if so, it is closed.
-bool DescriptorLink::isFatal(long result)
+bool DescriptorLink::isFatal(ssize_t result)
 {
     if (result > 0 || (result < 0 && (errno == EAGAIN || errno == EINTR)))
         return false;
@@ -71,24 +75,38 @@ bool DescriptorLink::isFatal(long result)
     return true;
 }
 
+ssize_t DescriptorLink::write(int fd, const char *bytes, size_t size)
+{
+    return ::write(fd, bytes, size);
+}
+
+QString DescriptorLink::whyNotSent(qint64 sent, int size) const
+{
+    return QStringLiteral("%1 after %2 of %3 bytes")
+        .arg(isEnded() ? QStringLiteral("interrupted") : QStringLiteral("takes no more bytes"))
+        .arg(sent)
+        .arg(size);
+}
+
 bool DescriptorLink::send(const char *bytes, int size)
 {
+    const char *rest = bytes;
     const char *const end = bytes + size;
-    while (isOpen() && bytes < end) {
-        const ssize_t sent = ::write(descriptor, bytes, static_cast<size_t>(end - bytes));
+    while (isOpen() && rest < end) {
+        const ssize_t sent = write(descriptor, rest, static_cast<size_t>(end - rest));
         if (isFatal(sent))
             return false;
         if (sent > 0)
-            bytes += sent;
-        else if (waitFor(POLLOUT, now() + SendLimit) == 0)
-            lose(QStringLiteral("takes no bytes"));
+            rest += sent;
+        else if (!waitFor(descriptor, POLLOUT, now() + SendLimit))
+            lose(whyNotSent(rest - bytes, size));
     }
     return isOpen();
 }
 
 int DescriptorLink::receive(char *bytes, int most, Time deadline)
 {
-    while (isOpen() && waitFor(POLLIN, deadline) != 0) {
+    while (isOpen() && waitFor(descriptor, POLLIN, deadline)) {
         const ssize_t received = ::read(descriptor, bytes, static_cast<size_t>(most));
         if (received > 0)
             return static_cast<int>(received);

@@ -5,6 +5,8 @@
 
 #include "link.h"
 
+#include <sys/types.h>
+
 namespace fgs
 {
 
@@ -14,6 +16,8 @@ public:
     bool open() final;
     bool isOpen() const final { return descriptor >= 0; }
     QString error() const final { return lastError; }
+    /// A line that takes no bytes is waited for, for some seconds. If the link ends meanwhile, the frame stays half
+    /// sent, and the link is lost.
     bool send(const char *bytes, int size) final;
     int receive(char *bytes, int most, Time deadline) final;
     void close(const QString &why) final { lose(why); }
@@ -21,15 +25,21 @@ public:
     void pauseUntil(Time time) final;
 
 protected:
-    /// Opens the device and returns its descriptor, which does not block and stays the device's; negative with a
-    /// text in `error` if that fails.
+    /// Opens the device and returns its descriptor, which does not block and stays the device's. Negative: that
+    /// failed, and `error` says why and what to do, or nothing if the link has ended.
     virtual int openDevice(QString *error) = 0;
     virtual void closeDevice() = 0;
+    /// As write() does.
+    virtual ssize_t write(int fd, const char *bytes, size_t size);
+
+    /// Waits for one of poll()'s events at a descriptor, or at none if that is negative, until the deadline or the
+    /// end of the link. False: nothing came.
+    bool waitFor(int fd, short events, Time deadline) const;
 
 private:
-    int waitFor(short events, Time deadline) const;
     void lose(const QString &why);
-    bool isFatal(long result);
+    bool isFatal(ssize_t result);
+    QString whyNotSent(qint64 sent, int size) const;
 
     int descriptor = -1;
     QString lastError;

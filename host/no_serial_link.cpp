@@ -8,7 +8,8 @@ namespace fgs
 std::unique_ptr<Link> makeLink(const SerialAddress &address)
 {
     throw TextError(QStringLiteral("link '%1': this build has no serial ports; install Qt SerialPort "
-                                   "(libqt5serialport5-dev) and build again, or use tcp:HOST:PORT")
+                                   "(on Debian " QT_SERIALPORT_PACKAGE
+                                   "), configure and build again, or use tcp:HOST:PORT")
                         .arg(address.device));
 }
 

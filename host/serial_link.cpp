@@ -1,9 +1,14 @@
 #include "descriptor_link.h"
+#include "device_users.h"
 #include "devices.h"
+#include "serial_device.h"
+#include "text_error.h"
 
 #include <linux/serial.h>
+#include <QtCore/QFileInfo>
 #include <QtSerialPort/QSerialPort>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 
 namespace fgs
 {
@@ -26,6 +31,14 @@ QSerialPort::Parity parityOf(char letter)
     return letter == 'E' ? QSerialPort::EvenParity : letter == 'O' ? QSerialPort::OddParity : QSerialPort::NoParity;
 }
 
+/// A pseudo-terminal has bytes of eight bits without parity. Asked for anything else, it says no when that is all
+/// that would change, as after a program that was killed.
+bool hasPlainBytes(int descriptor)
+{
+    struct stat file;
+    return fstat(descriptor, &file) == 0 && isPseudoTerminal(file);
+}
+
 class SerialLink : public DescriptorLink
 {
 public:
@@ -40,23 +53,43 @@ public:
 protected:
     int openDevice(QString *error) override
     {
-        port = std::make_unique<QSerialPort>(address.device);
+        try {
+            lock = lockSerialDevice(address.device);
+            return openPort(error);
+        } catch (const TextError &refusal) {
+            *error = QString::fromUtf8(refusal.what());
+            return -1;
+        }
+    }
+
+    void closeDevice() override
+    {
+        port.reset();
+        lock = Descriptor();
+    }
+
+private:
+    /// Under its one name without symbolic links, which is what other programs look for in the lock directory.
+    int openPort(QString *error)
+    {
+        const QString path = QFileInfo(address.device).canonicalFilePath();
+        port = std::make_unique<QSerialPort>(path);
         port->setBaudRate(address.baud);
-        port->setDataBits(static_cast<QSerialPort::DataBits>(address.dataBits));
-        port->setParity(parityOf(address.parity));
+        if (!hasPlainBytes(lock.get())) {
+            port->setDataBits(static_cast<QSerialPort::DataBits>(address.dataBits));
+            port->setParity(parityOf(address.parity));
+        }
         port->setStopBits(static_cast<QSerialPort::StopBits>(address.stopBits));
         if (!port->open(QIODevice::ReadWrite)) {
-            *error = port->errorString();
+            *error = serialTrouble(path, port->errorString());
             return -1;
         }
         askForLowLatency(port->handle());
         return port->handle();
     }
 
-    void closeDevice() override { port.reset(); }
-
-private:
     const SerialAddress address;
+    Descriptor lock;
     std::unique_ptr<QSerialPort> port;
 };
 

@@ -16,6 +16,11 @@ struct Key {
     }
 };
 
+Key keyOf(const EXTENDVAR &entry)
+{
+    return Key{entry.station, entry.areaType, entry.address};
+}
+
 struct KeyHash {
     size_t operator()(const Key &key) const
     {
@@ -24,16 +29,21 @@ struct KeyHash {
 };
 
 /// Finds entries without walking the list. The list belongs to everybody: a shared copy kept here makes each
-/// change by somebody else detach it, and so be noticed.
+/// change by somebody else detach it, and so be noticed. Only references that somebody took before that are not:
+/// keys changed through them show when the old keys are looked for. Deliberate: behaviour 317.
 class StationIndex
 {
 public:
     /// Index of the first entry with the key, -1 if there is none.
     int find(const Key &key) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
-        refresh();
-        const std::unordered_map<Key, int, KeyHash>::const_iterator found = firstOf.find(key);
-        return found == firstOf.end() ? -1 : found->second;
+        for (refresh();; rebuild()) {
+            const Indexes::const_iterator found = firstOf.find(key);
+            if (found == firstOf.end())
+                return -1;
+            if (keyOf(seen.at(found->second)) == key) // not changed through a reference from before the last access
+                return found->second;
+        }
     }
 
     /// The key has just been looked for.
@@ -43,7 +53,7 @@ public:
         entry.station = key.station;
         entry.areaType = key.areaType;
         entry.address = key.address;
-        entry.value = QByteArray(4, 0);
+        entry.value = QByteArray(4, 0); // Deliberate: behaviour 306.
         seen.clear();
         PLC_driver.ExtendVarList.append(entry);
         seen = PLC_driver.ExtendVarList;
@@ -61,18 +71,22 @@ public:
 private:
     void refresh() TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
-        if (PLC_driver.ExtendVarList.isSharedWith(seen))
-            return;
-        seen = PLC_driver.ExtendVarList;
-        firstOf.clear();
-        for (int i = 0; i < int(seen.size()); ++i) {
-            const EXTENDVAR &entry = seen.at(i);
-            firstOf.insert(std::make_pair(Key{entry.station, entry.areaType, entry.address}, i));
-        }
+        if (!PLC_driver.ExtendVarList.isSharedWith(seen))
+            rebuild();
     }
 
+    void rebuild() TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
+    {
+        seen = PLC_driver.ExtendVarList;
+        firstOf.clear();
+        for (int i = 0; i < int(seen.size()); ++i)
+            firstOf.insert(std::make_pair(keyOf(seen.at(i)), i));
+    }
+
+    typedef std::unordered_map<Key, int, KeyHash> Indexes;
+
     QList<EXTENDVAR> seen;
-    std::unordered_map<Key, int, KeyHash> firstOf;
+    Indexes firstOf;
 };
 
 StationIndex stationIndex;
@@ -83,7 +97,7 @@ int ExtendFindSameVar(int station, int areaType, int address)
 {
     const Key key = {station, areaType, address};
     const int index = stationIndex.find(key);
-    return index >= 0 ? index : stationIndex.append(key);
+    return index >= 0 ? index : stationIndex.append(key); // Deliberate: behaviour 305.
 }
 
 const QByteArray &stationValue(int index)

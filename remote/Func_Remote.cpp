@@ -1,7 +1,7 @@
 // The second request path: sum-checked frames that carry the whole description of a variable, and their replies.
-#include "image/areas_p.h"
 #include "protocol/frame_p.h"
-#include "protocol/store_p.h"
+#include "protocol/Func_DealData_p.h"
+#include "protocol/requests_p.h"
 
 namespace
 {
@@ -12,7 +12,7 @@ const int RemoteReplyOverhead = 5; ///< bytes of a read reply around its data
 const int RemoteFirstData = 3;
 const int RemoteWriteReply = 8;
 
-/// The whole description of the request's variable, the data behind it.
+/// The whole description of the request's variable, the data behind it. Deliberate: behaviour 506.
 void writeFrame(Protocol &request, const QByteArray &data)
 {
     const RW_VAR &var = request.var;
@@ -23,7 +23,7 @@ void writeFrame(Protocol &request, const QByteArray &data)
     frame.raw(data).sealSum(); // Deliberate: behaviour 503.
 }
 
-/// Data bytes of a read reply: a byte a bit, whole double words, otherwise words.
+/// Data bytes of a read reply: a byte a bit, whole double words, otherwise words. Deliberate: behaviour 510.
 int remoteDataBytes(int areaType, qint64 length)
 {
     if (areaType >= 0 && areaType <= 4) // Deliberate: behaviour 502.
@@ -36,10 +36,8 @@ int remoteDataBytes(int areaType, qint64 length)
 /// The piece of the request being answered.
 StoredPiece headPiece()
 {
-    if (PLC_driver.ProtocolList.isEmpty())
-        return StoredPiece{0, 0, 0};
-    const Protocol &request = PLC_driver.ProtocolList.at(0);
-    return StoredPiece{&request.var, request.dataStart, request.dataLen};
+    const Protocol *const request = requestInFlight();
+    return request ? StoredPiece{&request->var, request->dataStart, request->dataLen} : StoredPiece{0, 0, 0};
 }
 
 } // namespace
@@ -57,15 +55,15 @@ void Remote_WriteVar(RW_VAR *var)
 {
     if (!var)
         return;
-    Protocol &request = queueRequest(*var, ReplyShape{RemoteWriteReply, 0, 0});
-    writeFrame(request, request.var.data);
-    WriteDataToLocal(var);
+    Protocol &request = queueRequest(*var, ReplyShape{RemoteWriteReply, 0, 0}); // Deliberate: behaviour 512.
+    writeFrame(request, request.var.data);                                      // Deliberate: behaviour 509.
+    WriteDataToLocal(var);                                                      // Deliberate: behaviour 507.
 }
 
 void SaveToRemoteDataErea(QByteArray *reply)
 {
     int lastEntry = 0;
-    storePiece(reply, headPiece(), lastEntry);
+    storePiece(reply, headPiece(), lastEntry); // Deliberate: behaviour 511.
 }
 
 void SaveBitToUCRemote(QByteArray *reply, unsigned char *buffer)

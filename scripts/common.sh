@@ -47,14 +47,17 @@ need() {
     rm -f "$log"
 }
 
-# The Debian that this machine runs and the archive that it uses, for the roots that tests make.
+# The Debian that this machine runs and the archives that it uses, for the roots that tests make.
 debian_suite() {
     (. /etc/os-release && echo "$VERSION_CODENAME")
 }
-debian_source() {
+debian_sources() {
     apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' "Component: $1" \
         "Origin: Debian" |
-        sort -u | grep -v -e -updates -e -security | head -n 1
+        sort -u
+}
+debian_source() {
+    debian_sources "$1" | grep -v -e -updates -e -security | head -n 1
 }
 
 # driver_tests BUILD: the programs that test the driver folders.

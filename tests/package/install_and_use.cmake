@@ -1,4 +1,4 @@
-# cmake -D SOURCE=.. -D BUILD=.. -D CXX=.. -D SANITIZE=.. -D CROSS=.. -P install_and_use.cmake
+# cmake -D SOURCE=.. -D BUILD=.. -D CXX=.. -D GENERATOR=.. -D SANITIZE=.. -D CROSS=.. -P install_and_use.cmake
 if(SANITIZE)
   message("skipped: a consumer without the sanitizer's runtime cannot load this library")
   return()
@@ -30,7 +30,7 @@ file(WRITE ${work}/consumer/main.cpp "${CMAKE_MATCH_1}")
 configure_file(${SOURCE}/tests/package/consumer.cmake ${work}/consumer/CMakeLists.txt COPYONLY)
 
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${work}/prefix)
-run(${CMAKE_COMMAND} -S ${work}/consumer -B ${work}/consumer/build
+run(${CMAKE_COMMAND} -S ${work}/consumer -B ${work}/consumer/build -G ${GENERATOR}
     -D CMAKE_PREFIX_PATH=${work}/prefix -D CMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${work}/consumer/build)
 run(${work}/consumer/build/consumer)

@@ -7,7 +7,7 @@ namespace fgssim
 std::unique_ptr<Link> openLink(Simulation &, const Timing &, const SerialAddress &address)
 {
     throw LinkError("--serial: cannot open " + address.device + ": this fgs-sim was built without Qt SerialPort; " +
-                    "install it (on Debian libqt5serialport5-dev), configure and build again");
+                    "install it (on Debian " QT_SERIALPORT_PACKAGE "), configure and build again");
 }
 
 } // namespace fgssim

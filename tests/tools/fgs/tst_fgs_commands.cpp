@@ -1,6 +1,7 @@
 // The commands against a simulated controller, over a pseudo-terminal and TCP.
 #include "programs.h"
 #include "rows.h"
+#include "support/serial_ports.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -10,18 +11,28 @@
 namespace
 {
 
+const QStringList Patience = {QStringLiteral("--timeout"), QStringLiteral("3600000")};
+
 class OnLink : public ::testing::TestWithParam<const char *>
 {
 protected:
+    void SetUp() override
+    {
+        if (GetParam() == std::string("--pty"))
+            NEEDS_SERIAL_PORTS();
+    }
     static QStringList simulatorArguments(const QString &more)
     {
         return (QString::fromLatin1(GetParam()) + more).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     }
-    /// The program's arguments, L standing for the link.
+    /// The program's arguments, L standing for the link. An answer is waited for as long as it takes, unless they
+    /// say otherwise.
     Result run(const char *arguments)
     {
         QStringList list = QString::fromLatin1(arguments).split(QLatin1Char(' '));
         list.replaceInStrings(QRegularExpression(QStringLiteral("^L$")), simulator.link());
+        if (!list.contains(QStringLiteral("--timeout")))
+            list << Patience;
         return runFgs(list);
     }
     /// The exit code when nothing can be written to stdout.
@@ -41,7 +52,7 @@ INSTANTIATE_TEST_SUITE_P(Links, OnLink, ::testing::Values("--pty", "--tcp 0"));
 
 TEST_P(OnLink, OutputThatIsLostIsAFailure)
 {
-    for (const char *arguments : {"read L 5:100", "write L 5:100=1", "poll L 5:100 --for 1", "--help"})
+    for (const char *arguments : {"read L 5:100", "write L 5:100=1", "poll L 5:100 --count 1", "--help"})
         EXPECT_EQ(codeOnFullDisk(arguments), 1) << arguments;
 }
 
@@ -77,9 +88,10 @@ TEST_P(OnLink, WritesAThousandBitsAndManyDoubleWords)
         bits << QString::number(i % 3 == 0);
     for (int i = 0; i < 100; ++i)
         doubles << QString::number(i * 1000003);
-    const Result written =
-        runFgs({QStringLiteral("write"), simulator.link(), QStringLiteral("2:5=") + bits.join(QLatin1Char(',')),
-                QStringLiteral("10:3=") + doubles.join(QLatin1Char(','))});
+    const Result written = runFgs(QStringList{QStringLiteral("write"), simulator.link(),
+                                              QStringLiteral("2:5=") + bits.join(QLatin1Char(',')),
+                                              QStringLiteral("10:3=") + doubles.join(QLatin1Char(','))} +
+                                  Patience);
     EXPECT_EQ(written.code, 0) << written.messages.toStdString();
     EXPECT_EQ(contentsOf(run("read L 2:5x1000 10:3x100 --quiet")),
               (Texts{bits.join(QLatin1Char(' ')).toStdString(), doubles.join(QLatin1Char(' ')).toStdString()}));
@@ -100,7 +112,7 @@ TEST_P(OnLink, PollsRoundsAndSumsUp)
 
 TEST_P(OnLink, SpeaksJson)
 {
-    const Result result = run("read L 0:17x2@2 5:100@9 --timeout 50 --json");
+    const Result result = run("read L 0:17x2@2 5:100@9 --timeout 2000 --retries 0 --json");
     EXPECT_EQ(result.code, 8);
     const std::vector<QJsonObject> objects = result.objects();
     ASSERT_EQ(objects.size(), 3u);
@@ -128,7 +140,7 @@ TEST_P(OnLink, EndsWithDistinctCodes)
 {
     EXPECT_EQ(run("read L 5:0").code, 0);
     EXPECT_EQ(run("read L 5:0@9 --timeout 20").code, 4);
-    EXPECT_EQ(run("read L 5:0 5:0@9 --timeout 20").code, 8);
+    EXPECT_EQ(run("read L 5:0 5:0@9 --timeout 2000 --retries 0").code, 8);
     EXPECT_EQ(run("poll L 5:0@9 --timeout 20 --count 2").code, 4);
     EXPECT_EQ(run("write L 5:0@9=1 --timeout 20").code, 4);
     EXPECT_EQ(run("write L 5:0@0=1").code, 0);
@@ -137,7 +149,8 @@ TEST_P(OnLink, EndsWithDistinctCodes)
 
 TEST_P(OnLink, AnInterruptedPollStillSumsUp)
 {
-    Program poll(QStringLiteral("fgs"), {QStringLiteral("poll"), simulator.link(), QStringLiteral("5:0x10")});
+    Program poll(QStringLiteral("fgs"),
+                 QStringList{QStringLiteral("poll"), simulator.link(), QStringLiteral("5:0x10")} + Patience);
     EXPECT_TRUE(poll.line().contains(QLatin1String("5:0x10@1")));
     poll.interrupt();
     const Result result = poll.wait();
@@ -154,8 +167,9 @@ TEST_P(OnLink, ASimulatorsFirstLineIsALink)
 TEST_P(OnLink, MovingValuesGiveALineAChange)
 {
     Simulator moving(simulatorArguments(QStringLiteral(" --tick 20 --set 5:0=ramp:0..9/1")));
-    Program poll(QStringLiteral("fgs"),
-                 {QStringLiteral("poll"), moving.link(), QStringLiteral("5:0"), QStringLiteral("--quiet")});
+    Program poll(QStringLiteral("fgs"), QStringList{QStringLiteral("poll"), moving.link(), QStringLiteral("5:0"),
+                                                    QStringLiteral("--quiet")} +
+                                            Patience);
     int last = poll.line().section(QLatin1Char(' '), -1).toInt();
     for (int i = 0; i < 10; ++i) {
         const int value = poll.line().section(QLatin1Char(' '), -1).toInt();
@@ -207,9 +221,34 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"read /dev/x 5:0 --block 3", 2, "fgs: --block: Value 3 not in range 4 to 255" TAIL},
         Wrong{"read /dev/x 5:0 --format oct", 2, "fgs: --format: 'oct' is none of dec, signed, hex, float" TAIL},
         Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: Value -1 not in range 0.001"},
-        Wrong{"read /dev/no_such_port 5:0", 3,
-              "fgs: cannot open link '/dev/no_such_port': No such file or directory"},
-        Wrong{"poll tcp:127.0.0.1:1 5:0", 3, "fgs: cannot open link 'tcp:127.0.0.1:1': Connection refused"}));
+        Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
+              "fgs: cannot open link 'tcp:127.0.0.1:1': port 1 of 127.0.0.1 refuses connections; check the port, "
+              "and "}));
+
+TEST(WrongUse, APortThatIsNotThereIsNamed)
+{
+    NEEDS_SERIAL_PORTS();
+    const Result result =
+        runFgs({QStringLiteral("read"), QStringLiteral("/dev/no_such_port"), QStringLiteral("5:0")});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(
+        result.messages.toStdString().find(
+            "fgs: cannot open link '/dev/no_such_port': /dev/no_such_port does not exist; is the adapter plugged "
+            "in?"),
+        0u)
+        << result.messages.toStdString();
+}
+
+#if !TARN_SERIAL_PORTS
+TEST(WrongUse, ABuildWithoutSerialPortsNamesThePackage)
+{
+    const Result result = runFgs({QStringLiteral("read"), QStringLiteral("/dev/ttyS0"), QStringLiteral("5:0")});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_TRUE(result.messages.contains(
+        QLatin1String(QT_VERSION_MAJOR == 6 ? "qt6-serialport-dev" : "libqt5serialport5-dev")))
+        << result.messages.toStdString();
+}
+#endif
 
 TEST(WrongUse, AThousandValuesAreTheMost)
 {

@@ -1,6 +1,7 @@
 // A serial device is one host's: whatever path it is opened by, and for other programs too.
 #include "own_controller.h"
 #include "rows.h"
+#include "support/serial_ports.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -56,6 +57,7 @@ private:
 
 TEST(Device, IsTakenByOneHostWhateverItsPath)
 {
+    NEEDS_SERIAL_PORTS();
     OwnController controller(obey, OwnController::On::Pty);
     const OtherPath other(controller.link());
     Program poll("poll L 5:0", controller.link());
@@ -74,6 +76,7 @@ TEST(Device, IsTakenByOneHostWhateverItsPath)
 
 TEST(Device, IsLockedAsOtherProgramsDo)
 {
+    NEEDS_SERIAL_PORTS();
     OwnController controller(obey, OwnController::On::Pty);
     const Beside beside(controller.link());
     EXPECT_LE(beside.isExclusive(), 0);
@@ -88,6 +91,7 @@ TEST(Device, IsLockedAsOtherProgramsDo)
 
 TEST(Device, LockedByAnotherProgramIsRefused)
 {
+    NEEDS_SERIAL_PORTS();
     OwnController controller(obey, OwnController::On::Pty);
     const Beside beside(controller.link());
     ASSERT_TRUE(beside.lock());
@@ -116,6 +120,7 @@ Result runWithoutRights(const QString &device)
 
 TEST(Device, WithoutPermissionNamesTheGroup)
 {
+    NEEDS_SERIAL_PORTS();
     if (::geteuid() == 0 && (*TARN_EMULATOR || ::access(SetUser, X_OK) != 0))
         GTEST_SKIP() << "root has every permission, and setpriv cannot take it away here";
     OwnController controller(obey, OwnController::On::Pty);

@@ -1,6 +1,7 @@
 // fgs against a controller whose line is bad: no wrong value, no stop, counts that add up.
 #include "host/variable.h"
 #include "programs.h"
+#include "support/serial_ports.h"
 
 #include <gtest/gtest.h>
 #include <QtCore/QJsonArray>
@@ -35,16 +36,19 @@ class Faults : public ::testing::TestWithParam<const char *>
 
 TEST_P(Faults, BecomeNoValues)
 {
+    if (std::string(GetParam()).find("--pty") == 0)
+        NEEDS_SERIAL_PORTS();
     Simulator simulator(arguments(QString::fromLatin1(GetParam())) +
-                        arguments(QStringLiteral("--stations 1,2 --values pattern --faults 5 --late-by 150")));
+                        arguments(QStringLiteral("--stations 1,2 --values pattern --faults 5 --late-by 400")));
     // Many blocks of one shape: a late reply to one would pass for an answer to any other.
     QString variables;
     for (int i = 0; i < 14; ++i)
         variables += QStringLiteral(" 5:%1x64@%2").arg(100 * i).arg(1 + i % 2);
-    const Result result = runFgs(arguments(QStringLiteral("poll %1 --json --for 4 --timeout 50 --late 500 0:7x9@1 "
-                                                          "11:100x77@2 10:3x9@1 12:7@2")
-                                               .arg(simulator.link()) +
-                                           variables));
+    const Result result =
+        runFgs(arguments(QStringLiteral("poll %1 --json --count 8 --timeout 250 --late 2000 0:7x9@1 "
+                                        "11:100x77@2 10:3x9@1 12:7@2")
+                             .arg(simulator.link()) +
+                         variables));
     EXPECT_TRUE(result.code == 0 || result.code == 8) << result.messages.toStdString();
     EXPECT_GT(checkValues(result.objects()), 14 * 64);
     const QJsonObject summary = result.summary();
@@ -58,12 +62,13 @@ INSTANTIATE_TEST_SUITE_P(Links, Faults, ::testing::Values("--pty --seed 1", "--p
 
 TEST(WriteThroughFaults, EndsWithTheValueOrWithAReason)
 {
+    NEEDS_SERIAL_PORTS();
     int verified = 0;
     for (int seed = 1; seed <= 5; ++seed) {
         Simulator simulator(
-            arguments(QStringLiteral("--faults 7 --values still --late-by 100 --seed %1").arg(seed)));
+            arguments(QStringLiteral("--faults 7 --values still --late-by 400 --seed %1").arg(seed)));
         const Result result = runFgs(arguments(
-            QStringLiteral("write %1 5:100=1,2,3 2:7=1,0,1 10:5=77 --json --timeout 40 --late 300 --retries 5")
+            QStringLiteral("write %1 5:100=1,2,3 2:7=1,0,1 10:5=77 --json --timeout 250 --late 2000 --retries 5")
                 .arg(simulator.link())));
         EXPECT_TRUE(result.code == 0 || result.code == 4 || result.code == 6 || result.code == 8)
             << result.messages.toStdString();
@@ -78,7 +83,8 @@ TEST(LostLink, IsOpenedAgain)
 {
     auto simulator = std::make_unique<Simulator>(arguments(QStringLiteral("--tcp 0 --values pattern")));
     const QString link = simulator->link();
-    Program poll(QStringLiteral("fgs"), arguments(QStringLiteral("poll %1 5:1 --timeout 200 --json").arg(link)));
+    Program poll(QStringLiteral("fgs"),
+                 arguments(QStringLiteral("poll %1 5:1 --timeout 3600000 --json").arg(link)));
     EXPECT_TRUE(poll.line().contains(QStringLiteral("[%1]").arg(patternValue(1, 5, 1))));
     simulator.reset();
     simulator = std::make_unique<Simulator>(

@@ -1,5 +1,5 @@
 // fgs poll against a controller of the tests' own: values as they become known, silence where it is, links that go.
-#include "own_controller.h"
+#include "on_links.h"
 #include "rows.h"
 
 #include <algorithm>
@@ -126,7 +126,8 @@ TEST(PolledValues, HaveALineForEachChange)
 
 TEST(PolledValues, TurnStaleWithTheReason)
 {
-    OwnController controller;
+    NEEDS_SERIAL_PORTS();
+    OwnController controller(obey, OwnController::On::Pty);
     Poll poll(QStringLiteral("poll L 5:0 --timeout 200 --late 0"), controller);
     EXPECT_EQ(poll.row().content, held(controller, 0));
     controller.follow([](const Request &, const QByteArray &) { return Silence; });
@@ -136,28 +137,34 @@ TEST(PolledValues, TurnStaleWithTheReason)
 TEST(PolledValues, TurnStaleInJsonToo)
 {
     OwnController controller;
-    Poll poll(QStringLiteral("poll L 5:0 --timeout 200 --late 0 --json"), controller);
-    EXPECT_EQ(valuesOf(poll.object()), held(controller, 0));
+    Poll poll(QStringLiteral("poll L 5:0x10 --timeout 200 --late 0 --json"), controller);
+    const std::string values = valuesOf(poll.object());
     controller.follow([](const Request &, const QByteArray &good) { return Reply{good.left(4)}; });
     QJsonObject stale;
     do
         stale = poll.object();
     while (stale.contains(QStringLiteral("event")));
-    EXPECT_EQ(valuesOf(stale), held(controller, 0));
+    EXPECT_EQ(valuesOf(stale), values);
     EXPECT_EQ(stale.value(QStringLiteral("quality")), QJsonValue(QStringLiteral("stale")));
     EXPECT_EQ(stale.value(QStringLiteral("reason")), QJsonValue(QStringLiteral("incomplete")));
     EXPECT_EQ(stale.value(QStringLiteral("received")), QJsonValue(4));
-    EXPECT_EQ(stale.value(QStringLiteral("expected")), QJsonValue(9));
+    EXPECT_EQ(stale.value(QStringLiteral("expected")), QJsonValue(27));
     EXPECT_TRUE(stale.value(QStringLiteral("ageMs")).isDouble());
 }
 
 // ---- addresses that the controller lacks
 
+/// With silence that is a place's or a station's, and not the connection's.
+class OnBothLinks : public OnLinks
+{
+};
+ON_BOTH_LINKS(OnBothLinks);
+
 const char Neighbours[] = "poll L 5:0 5:300 5:600 5:20000 5:900 10:5 --timeout 200 --late 0";
 
-TEST(SilentPlace, IsNamedLeftOutAndTakenBack)
+TEST_P(OnBothLinks, ASilentPlaceIsNamedLeftOutAndTakenBack)
 {
-    OwnController controller(silentAt(5, 20000, 20000));
+    OwnController controller(silentAt(5, 20000, 20000), GetParam());
     Poll poll(QString::fromLatin1(Neighbours), controller);
     EXPECT_TRUE(poll.says("fgs: 5:20000@1 does not answer; its neighbours do; left out"));
     EXPECT_TRUE(poll.shows("5:20000@1", "-  5:20000@1 does not answer; its neighbours do"));
@@ -171,7 +178,8 @@ TEST(SilentPlace, IsNamedLeftOutAndTakenBack)
 
 TEST(SilentPlace, IsAnEventInJson)
 {
-    OwnController controller(silentAt(5, 20000, 20000));
+    NEEDS_SERIAL_PORTS();
+    OwnController controller(silentAt(5, 20000, 20000), OwnController::On::Pty);
     Poll poll(QString::fromLatin1(Neighbours) + QLatin1String(" --json"), controller);
     expectEvent(poll.event("placeSilent"), "place", QStringLiteral("5:20000@1"));
     controller.follow(obey);
@@ -195,7 +203,8 @@ std::vector<int> probesByRound(const Log &log, size_t from)
 
 TEST(SilentPlace, IsProbedOnceARoundAtMostAndLessAndLess)
 {
-    OwnController controller(silentAt(5, 20000, 20000));
+    NEEDS_SERIAL_PORTS();
+    OwnController controller(silentAt(5, 20000, 20000), OwnController::On::Pty);
     Poll poll(QString::fromLatin1(Neighbours) + QLatin1String(" --retries 0"), controller);
     ASSERT_TRUE(poll.says("fgs: 5:20000@1 does not answer; its neighbours do; left out"));
     const size_t from = controller.log().size();
@@ -205,9 +214,9 @@ TEST(SilentPlace, IsProbedOnceARoundAtMostAndLessAndLess)
     EXPECT_LT(std::count(probes.begin(), probes.end(), 1), int(probes.size()) / 4);
 }
 
-TEST(SilentGap, IsNamedAndNoLongerRead)
+TEST_P(OnBothLinks, ASilentGapIsNamedAndNoLongerRead)
 {
-    OwnController controller(silentAt(5, 10, 19));
+    OwnController controller(silentAt(5, 10, 19), GetParam());
     Poll poll(QStringLiteral("poll L 5:0x10 5:20x10 --timeout 200 --late 0"), controller);
     EXPECT_TRUE(poll.says("fgs: the gap 5:10..19@1 between variables does not answer; it is no longer read"));
     EXPECT_TRUE(controller.log()[0].touches(5, 10, 19)) << "read along at first";
@@ -223,7 +232,8 @@ TEST(SilentGap, IsNamedAndNoLongerRead)
 
 TEST(SilentGap, IsAnEventInJson)
 {
-    OwnController controller(silentAt(5, 10, 19));
+    NEEDS_SERIAL_PORTS();
+    OwnController controller(silentAt(5, 10, 19), OwnController::On::Pty);
     Poll poll(QStringLiteral("poll L 5:0x10 5:20x10 --timeout 200 --late 0 --json"), controller);
     expectEvent(poll.event("gapSilent"), "place", QStringLiteral("5:10..19@1"));
 }
@@ -237,9 +247,9 @@ Reply withoutStation2(const Request &request, const QByteArray &good)
 
 const char TwoStations[] = "poll L 5:0 5:0@2 5:1000@2 5:2000@2 5:3000@2 --timeout 300 --late 0 --retries 0";
 
-TEST(SilentStation, IsSaidToBeAndTakenBack)
+TEST_P(OnBothLinks, ASilentStationIsSaidToBeAndTakenBack)
 {
-    OwnController controller(withoutStation2);
+    OwnController controller(withoutStation2, GetParam());
     Poll poll(QString::fromLatin1(TwoStations), controller);
     EXPECT_TRUE(poll.says("fgs: station 2 does not answer"));
     controller.hold(1, 5, 0, 4711);
@@ -252,7 +262,8 @@ TEST(SilentStation, IsSaidToBeAndTakenBack)
 
 TEST(SilentStation, IsAnEventInJson)
 {
-    OwnController controller(withoutStation2);
+    NEEDS_SERIAL_PORTS();
+    OwnController controller(withoutStation2, OwnController::On::Pty);
     Poll poll(QString::fromLatin1(TwoStations) + QLatin1String(" --json"), controller);
     expectEvent(poll.event("stationDown"), "station", QStringLiteral("2"));
     controller.follow(obey);
@@ -261,7 +272,8 @@ TEST(SilentStation, IsAnEventInJson)
 
 TEST(SilentStation, IsProbedWithAnotherVariableEachTime)
 {
-    OwnController controller(withoutStation2);
+    NEEDS_SERIAL_PORTS();
+    OwnController controller(withoutStation2, OwnController::On::Pty);
     Poll poll(QString::fromLatin1(TwoStations), controller);
     ASSERT_TRUE(poll.says("fgs: station 2 does not answer"));
     const size_t from = controller.log().size();
@@ -341,10 +353,10 @@ TEST(LostLink, IsAnEventInJson)
     EXPECT_TRUE(isWall(summary.value(QStringLiteral("end")).toString()));
 }
 
-class EndsDown : public ::testing::TestWithParam<OwnController::On>
+class EndsDown : public OnLinks
 {
 };
-INSTANTIATE_TEST_SUITE_P(Links, EndsDown, ::testing::Values(OwnController::On::Tcp, OwnController::On::Pty));
+ON_BOTH_LINKS(EndsDown);
 
 // The time is longer until the first value came in it.
 TEST_P(EndsDown, IsNoSuccess)

@@ -1,5 +1,5 @@
 // fgs read against a controller of the tests' own: what is shown is what was sent, and what is asked for ends.
-#include "own_controller.h"
+#include "on_links.h"
 #include "rows.h"
 
 #include <gtest/gtest.h>
@@ -240,11 +240,16 @@ TEST(BrokenOff, CountsItsBytesInJson)
 
 // ---- 'no reply' only for what was asked
 
-TEST(SilentStation, IsNotSaidToBeSilentWhereItWasNotAsked)
+class OnBothLinks : public OnLinks
 {
-    OwnController controller([](const Request &request, const QByteArray &good) {
-        return request.station == 2 ? Silence : Reply{good};
-    });
+};
+ON_BOTH_LINKS(OnBothLinks);
+
+TEST_P(OnBothLinks, ASilentStationIsNotSaidToBeSilentWhereItWasNotAsked)
+{
+    OwnController controller(
+        [](const Request &request, const QByteArray &good) { return request.station == 2 ? Silence : Reply{good}; },
+        GetParam());
     QString command = QStringLiteral("read L 5:0 " FEW);
     for (int i = 0; i < 20; ++i)
         command += QStringLiteral(" 5:%1@2").arg(i * 300);
@@ -264,9 +269,9 @@ TEST(SilentStation, IsNotSaidToBeSilentWhereItWasNotAsked)
     EXPECT_GT(unasked, 0) << "a station that gives no answer at all is not asked for everything";
 }
 
-TEST(SilentPlace, IsNamedAndItsNeighboursAreRead)
+TEST_P(OnBothLinks, ASilentPlaceIsNamedAndItsNeighboursAreRead)
 {
-    OwnController controller(silentAt(5, 20000, 20000));
+    OwnController controller(silentAt(5, 20000, 20000), GetParam());
     const char command[] = "read L 5:0 5:300 5:600 5:20000 5:900 10:5 --timeout 300 --late 0";
     const Result text = runFgs(command, controller.link());
     EXPECT_EQ(text.code, 8);
@@ -284,18 +289,18 @@ TEST(SilentPlace, IsNamedAndItsNeighboursAreRead)
     EXPECT_EQ(valuesOf(culprit), "null");
 }
 
-TEST(SilentPlace, IsNamedInTheMiddleOfAVariable)
+TEST_P(OnBothLinks, ASilentPlaceIsNamedInTheMiddleOfAVariable)
 {
-    OwnController controller(silentAt(5, 20010, 20010));
+    OwnController controller(silentAt(5, 20010, 20010), GetParam());
     const Result result = runFgs("read L 5:0 5:20000x20 --timeout 300 --late 0", controller.link());
     EXPECT_EQ(result.code, 8);
     EXPECT_EQ(contentsOf(result),
               (Texts{std::to_string(controller.held(1, 5, 0)), "-  5:20010@1 does not answer; its neighbours do"}));
 }
 
-TEST(SilentGap, TakesNothingFromItsNeighbours)
+TEST_P(OnBothLinks, ASilentGapTakesNothingFromItsNeighbours)
 {
-    OwnController controller(silentAt(5, 10, 19));
+    OwnController controller(silentAt(5, 10, 19), GetParam());
     const Result result = runFgs("read L 5:0x10 5:20x10 --json --timeout 300 --late 0", controller.link());
     EXPECT_EQ(result.code, 0) << result.out.toStdString();
     ASSERT_EQ(readings(result).size(), 2u);
@@ -305,9 +310,10 @@ TEST(SilentGap, TakesNothingFromItsNeighbours)
 
 // ---- the link goes
 
-class LostOnTheWay : public ::testing::TestWithParam<OwnController::On>
+class LostOnTheWay : public OnLinks
 {
 };
+ON_BOTH_LINKS(LostOnTheWay);
 
 TEST_P(LostOnTheWay, WhatHadComeIsPrinted)
 {
@@ -331,7 +337,5 @@ TEST_P(LostOnTheWay, WhatHadComeIsPrinted)
         EXPECT_EQ(contents[size_t(i)].substr(0, contents[size_t(i)].find("  (stale")), expected);
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Links, LostOnTheWay, ::testing::Values(OwnController::On::Tcp, OwnController::On::Pty));
 
 } // namespace

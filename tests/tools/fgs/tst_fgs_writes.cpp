@@ -1,5 +1,5 @@
 // fgs write against a controller of the tests' own: a row for each assignment, and the truth in it.
-#include "own_controller.h"
+#include "on_links.h"
 #include "rows.h"
 
 #include <gtest/gtest.h>
@@ -35,6 +35,7 @@ void PrintTo(const Written &row, std::ostream *out)
 class OneWrite : public ::testing::TestWithParam<Written>
 {
 protected:
+    void SetUp() override { NEEDS_SERIAL_PORTS(); }
     static Result written(const char *command)
     {
         OwnController controller(GetParam().script, OwnController::On::Pty); // a TCP connection may count as dead
@@ -158,19 +159,21 @@ TEST(LongAssignment, IsOneResult)
               Texts{"1 0 0  not acknowledged (no reply); the controller holds other values (asked: 1 1 1)"});
 }
 
-TEST(ManyAssignments, AreVerifiedInTheOrderGiven)
+class OnBothLinks : public OnLinks
 {
-    for (OwnController::On on : {OwnController::On::Tcp, OwnController::On::Pty}) {
-        OwnController controller(obey, on);
-        const Result result =
-            runFgs("write L 10:5=4294967295 5:100=1,0xFFFF 1:17@2=1,0,1 5:7@2=12", controller.link());
-        EXPECT_EQ(result.code, 0) << result.messages.toStdString();
-        EXPECT_EQ(placesOf(result), (Texts{"10:5@1", "5:100x2@1", "1:17x3@2", "5:7@2"}));
-        EXPECT_EQ(contentsOf(result), (Texts{"4294967295  written and verified", "1 65535  written and verified",
-                                             "1 0 1  written and verified", "12  written and verified"}));
-        EXPECT_EQ(controller.held(2, 1, 017), 1u);
-        EXPECT_EQ(controller.held(1, 10, 5), 4294967295u);
-    }
+};
+ON_BOTH_LINKS(OnBothLinks);
+
+TEST_P(OnBothLinks, ManyAssignmentsAreVerifiedInTheOrderGiven)
+{
+    OwnController controller(obey, GetParam());
+    const Result result = runFgs("write L 10:5=4294967295 5:100=1,0xFFFF 1:17@2=1,0,1 5:7@2=12", controller.link());
+    EXPECT_EQ(result.code, 0) << result.messages.toStdString();
+    EXPECT_EQ(placesOf(result), (Texts{"10:5@1", "5:100x2@1", "1:17x3@2", "5:7@2"}));
+    EXPECT_EQ(contentsOf(result), (Texts{"4294967295  written and verified", "1 65535  written and verified",
+                                         "1 0 1  written and verified", "12  written and verified"}));
+    EXPECT_EQ(controller.held(2, 1, 017), 1u);
+    EXPECT_EQ(controller.held(1, 10, 5), 4294967295u);
 }
 
 TEST(LongWrites, KeepTheirValues)
@@ -288,18 +291,16 @@ TEST(HungUp, WhatTheControllerHoldsIsSaid)
     EXPECT_EQ(controller.writes().size(), 2u);
 }
 
-TEST(HungUp, ForGoodIsNotKnown)
+TEST_P(OnBothLinks, AHangUpForGoodIsNotKnown)
 {
-    for (OwnController::On on : {OwnController::On::Tcp, OwnController::On::Pty}) {
-        OwnController controller(fromWrite(2, carriedOutSilently), on);
-        Program write("write L 5:100=1 5:200=2 5:300=3 --timeout 3600000", controller.link());
-        controller.waitForRequests(2);
-        controller.shutDoor();
-        const Result result = write.wait();
-        EXPECT_EQ(result.code, 3);
-        EXPECT_EQ(contentsOf(result),
-                  (Texts{"-  written, but not read back: link lost", "-  sent, result not known", "-  not sent"}));
-    }
+    OwnController controller(fromWrite(2, carriedOutSilently), GetParam());
+    Program write("write L 5:100=1 5:200=2 5:300=3 --timeout 3600000", controller.link());
+    controller.waitForRequests(2);
+    controller.shutDoor();
+    const Result result = write.wait();
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(contentsOf(result),
+              (Texts{"-  written, but not read back: link lost", "-  sent, result not known", "-  not sent"}));
 }
 
 } // namespace

@@ -24,7 +24,7 @@ public:
     ~Client();
 
     void send(const fgssim::Bytes &data);
-    /// As many bytes as that; fewer only if the other side has closed, or after a long wait.
+    /// As many bytes as that; fewer only if the other side has closed.
     fgssim::Bytes receive(std::size_t count);
     /// Whether the other side closes before it sends anything.
     bool isClosed();
