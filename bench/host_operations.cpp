@@ -55,7 +55,7 @@ Run pollTerminal()
 template <int Blocks, int Words>
 Run pollTcp()
 {
-    return poll("--tcp=127.0.0.1:0", QStringLiteral("tcp:%1"), Blocks, Words);
+    return poll("--tcp=127.0.0.1:0", QStringLiteral("%1"), Blocks, Words);
 }
 
 } // namespace

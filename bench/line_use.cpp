@@ -6,7 +6,7 @@
 // before a request, LATE what is left: the host computes.
 #include "host/host.h"
 #include "operations.h"
-#include "session.h"
+#include "sim/conversation.h"
 #include "variable_sets.h"
 
 #include <cstdio>
@@ -32,11 +32,11 @@ fgssim::Simulation simulation()
     return {Controller({1}, Memory(std::move(motion))), FaultChooser({}, 1), Log(Log::Level::Quiet, {}), {}};
 }
 
-fgssim::Timing pace(Time perByte)
+fgssim::LineTimes pace(Time perByte)
 {
-    fgssim::Timing timing;
-    timing.byteTime = perByte;
-    return timing;
+    fgssim::LineTimes times;
+    times.byteTime = perByte;
+    return times;
 }
 
 struct Spent {
@@ -80,7 +80,7 @@ public:
 
     bool send(const char *bytes, int size) override
     {
-        const fgssim::Time at = ceil(now());
+        const Time at = now();
         const Time silence = clock - lastByte, least = SilentBytes * perByte;
         spent.lineSilence += std::min(least, silence);
         spent.moreSilence += std::max(Time(0), std::min(kept, silence) - least);
@@ -101,19 +101,17 @@ public:
     Spent spent;  ///< all told
 
 private:
-    static fgssim::Time ceil(Time time) { return std::chrono::ceil<fgssim::Time>(time); }
-
     int await(char *bytes, int most, Time deadline)
     {
         for (;;) {
-            const fgssim::Bytes due = controller.takeDue(std::chrono::floor<fgssim::Time>(clock));
+            const fgssim::Bytes due = controller.takeDue(clock);
             waiting.insert(waiting.end(), due.begin(), due.end());
             if (!waiting.empty())
                 return take(bytes, most);
             const auto event = controller.nextEvent();
             if (clock >= deadline)
                 return 0;
-            clock = event ? std::min(deadline, Time(*event)) : deadline;
+            clock = event ? std::min(deadline, *event) : deadline;
         }
     }
     int take(char *bytes, int most)
@@ -128,7 +126,7 @@ private:
 
     const Time perByte;
     fgssim::Simulation shared;
-    fgssim::Session controller;
+    fgssim::Conversation controller;
     fgssim::Bytes waiting;
     mutable Time clock{0}; ///< on the line
     mutable Time left;     ///< real time at the last look at the clock

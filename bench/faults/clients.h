@@ -7,8 +7,8 @@
 namespace bench
 {
 
-const faults::Time Limit = std::chrono::milliseconds(100);  ///< for an answer
-const faults::Time Bound = std::chrono::milliseconds(1500); ///< a transaction that takes longer hangs
+const fgssim::Time Limit = std::chrono::milliseconds(100);  ///< for an answer
+const fgssim::Time Bound = std::chrono::milliseconds(1500); ///< a transaction that takes longer hangs
 
 class Client
 {

@@ -1,23 +1,22 @@
 #include "controllers.h"
 
-#include "crc.h"
 #include "faults/sim_bytes.h"
-#include "frame.h"
+#include "sim/crc.h"
+#include "sim/frame.h"
 
 namespace bench
 {
 
-using faults::fromBytes;
 using faults::Stranger;
 using faults::toBytes;
 
 namespace
 {
 
-faults::Exchange exchangeOf(const QByteArray &request)
+fgssim::Exchange exchangeOf(const QByteArray &request)
 {
-    faults::Exchange x;
-    x.request = request;
+    fgssim::Exchange x;
+    x.request = toBytes(request);
     x.station = {0};
     x.command = {1};
     return x;
@@ -39,22 +38,17 @@ Answer FgsController::answer(const QByteArray &bytes)
     const auto reply = [&request, this](int station, unsigned shift) {
         fgssim::Request asked = request;
         asked.station = unsigned(station);
-        return fromBytes(fgssim::readReply(asked, [this, station, shift](const fgssim::Area &, unsigned address) {
+        return fgssim::readReply(asked, [this, station, shift](const fgssim::Area &, unsigned address) {
             return value(station, int(address + shift));
-        }));
+        });
     };
     Answer answer = {request.entries[0].address >= 1000, {}, exchangeOf(bytes)};
-    faults::Exchange &x = answer.exchange;
-    int at = 3;
+    fgssim::Exchange &x = answer.exchange;
     for (const fgssim::Entry &entry : request.entries) {
-        x.codes.push_back(at++);
-        x.counts.push_back(at++);
-        for (unsigned i = 0; i < entry.count; ++i) {
+        for (unsigned i = 0; i < entry.count; ++i)
             answer.values.push_back(value(1, int(entry.address + i)));
-            x.data.insert(x.data.end(), {at, at + 1});
-            at += 2;
-        }
     }
+    markEntries(x, request);
     x.number = {2};
     x.reply = reply(1, 0);
     x.stranger = reply(Stranger, 0);
@@ -71,7 +65,7 @@ Answer ModbusController::answer(const QByteArray &bytes)
     const fgssim::Slice view(frame);
     const int address = int(view.be16(2)), count = int(view.be16(4));
     Answer answer = {address >= 100, {}, exchangeOf(bytes)};
-    faults::Exchange &x = answer.exchange;
+    fgssim::Exchange &x = answer.exchange;
     x.counts = {2};
     for (int i = 0; i < count; ++i) {
         answer.values.push_back(value(1, address + i));
@@ -84,7 +78,7 @@ Answer ModbusController::answer(const QByteArray &bytes)
     return answer;
 }
 
-QByteArray ModbusController::reply(int station, int address, int count) const
+fgssim::Bytes ModbusController::reply(int station, int address, int count) const
 {
     fgssim::Bytes bytes = {fgssim::Byte(station), 3, fgssim::Byte(2 * count)};
     for (int i = 0; i < count; ++i) {
@@ -92,7 +86,7 @@ QByteArray ModbusController::reply(int station, int address, int count) const
         bytes.push_back(fgssim::Byte(value(station, address + i) & 0xFF));
     }
     fgssim::appendCrc(bytes);
-    return fromBytes(bytes);
+    return bytes;
 }
 
 } // namespace bench

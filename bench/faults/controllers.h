@@ -3,7 +3,9 @@
 #ifndef BENCH_FAULTS_CONTROLLERS_H
 #define BENCH_FAULTS_CONTROLLERS_H
 
-#include "faults/line_faults.h"
+#include "sim/exchange.h"
+
+#include <QtCore/QByteArray>
 
 namespace bench
 {
@@ -15,7 +17,7 @@ const int WordsPerQuestion = 24;
 struct Answer {
     int question; ///< 0 or 1
     Values values;
-    faults::Exchange exchange;
+    fgssim::Exchange exchange;
 };
 
 class Controller
@@ -47,7 +49,7 @@ public:
     Answer answer(const QByteArray &request) override;
 
 private:
-    QByteArray reply(int station, int address, int count) const;
+    fgssim::Bytes reply(int station, int address, int count) const;
 };
 
 } // namespace bench

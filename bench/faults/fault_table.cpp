@@ -1,7 +1,8 @@
 // Strikes the replies of a line with every fault and prints what the driver, libmodbus and Qt's Modbus client make
 // of it.
 #include "clients.h"
-#include "crc.h"
+#include "faults/expectations.h"
+#include "sim/crc.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -48,10 +49,9 @@ QByteArray firstRequest(const Controller &controller)
 }
 
 /// How often a fault strikes: at one place twice, otherwise at the first, middle and last of its places.
-int strikesOf(const faults::Fault &fault, Controller &controller)
+int strikesOf(const fgssim::LineFault &fault, Controller &controller)
 {
-    const bool unfit = fault.read == faults::Verdict::None || fault.read == faults::Verdict::LinkLost;
-    const int places = unfit ? 0 : fault.positions(controller.answer(firstRequest(controller)).exchange);
+    const int places = fault.cutsLink ? 0 : fault.places(controller.answer(firstRequest(controller)).exchange);
     return places == 0 ? 0 : places == 1 ? 2 : 3;
 }
 
@@ -72,7 +72,7 @@ void ask(Client &client, StruckLine &line, int question, bool struck, Score &sco
 }
 
 /// On a line of its own, so that no fault has to do with the one before.
-Score strike(const Contender &contender, const faults::Fault &fault, int number, int strikes)
+Score strike(const Contender &contender, const fgssim::LineFault &fault, int number, int strikes)
 {
     StruckLine line(contender.controller(), Limit);
     const std::unique_ptr<Client> client = contender.client(line, contender.attempts);
@@ -89,13 +89,13 @@ Score strike(const Contender &contender, const faults::Fault &fault, int number,
     return score;
 }
 
-Score strikeAll(const Contender &contender, const faults::Fault &fault)
+Score strikeAll(const Contender &contender, const fgssim::LineFault &fault)
 {
     Score score;
     const int strikes = strikesOf(fault, *contender.controller());
     for (int i = 0; i < strikes; ++i)
         score.add(strike(contender, fault, i, strikes));
-    score.avoidable = fault.undetectable ? 0 : score.wrong;
+    score.avoidable = faults::expectationOf(fault).undetectable ? 0 : score.wrong;
     return score;
 }
 
@@ -117,9 +117,9 @@ void printTotals(const char *name, const std::vector<Score> &totals, int Score::
     std::printf("\n");
 }
 
-void printRow(const faults::Fault &fault, const std::vector<Score> &scores)
+void printRow(const fgssim::LineFault &fault, const std::vector<Score> &scores)
 {
-    std::printf("| %s%s |", fault.name.c_str(), fault.undetectable ? " \\*" : "");
+    std::printf("| %s%s |", fault.name.c_str(), faults::expectationOf(fault).undetectable ? " \\*" : "");
     for (const Score &score : scores)
         printCell(score);
     std::printf("\n");
@@ -147,7 +147,7 @@ void run(const std::vector<Contender> &contenders, bool rows)
     for (const Contender &contender : contenders)
         std::printf(" %s %s |", contender.name, contender.version.c_str());
     std::printf("\n|---|---:|---:|---:|\n");
-    for (const faults::Fault &fault : faults::allFaults()) {
+    for (const fgssim::LineFault &fault : fgssim::lineFaults()) {
         std::vector<Score> scores;
         for (std::size_t i = 0; i < contenders.size(); ++i) {
             scores.push_back(strikeAll(contenders[i], fault));

@@ -13,7 +13,7 @@
 namespace bench
 {
 
-using faults::Time;
+using fgssim::Time;
 using namespace std::chrono_literals;
 
 namespace
@@ -54,7 +54,7 @@ StruckLine::~StruckLine()
     ::close(master);
 }
 
-void StruckLine::arm(const faults::Fault &fault, int strike, int strikes)
+void StruckLine::arm(const fgssim::LineFault &fault, int strike, int strikes)
 {
     const std::lock_guard<std::mutex> lock(mutex);
     armed = &fault;
@@ -101,14 +101,14 @@ int StruckLine::millisecondsToNext() const
 void StruckLine::handle(const QByteArray &request)
 {
     const Time start = now();
-    for (const faults::Piece &piece : std::exchange(held, {}))
-        due.emplace(start + piece.after, piece.bytes);
+    for (const fgssim::Arrival &arrival : std::exchange(held, {}))
+        due.emplace(start + arrival.after, arrival.bytes);
     Answer answer = controller->answer(request);
     answer.exchange.limit = limit;
-    faults::Delivery delivery = {{faults::ReplyDelay, answer.exchange.reply}};
+    fgssim::Delivery delivery = {{fgssim::ReplyDelay, answer.exchange.reply}};
     const std::lock_guard<std::mutex> lock(mutex);
-    if (const faults::Fault *const fault = std::exchange(armed, nullptr)) {
-        const int places = fault->positions(answer.exchange);
+    if (const fgssim::LineFault *const fault = std::exchange(armed, nullptr)) {
+        const int places = fault->places(answer.exchange);
         delivery = fault->deliver(answer.exchange, armedStrike * (places - 1) / (armedStrikes - 1));
     }
     question = answer.question;
@@ -116,14 +116,14 @@ void StruckLine::handle(const QByteArray &request)
     schedule(delivery);
 }
 
-void StruckLine::schedule(const faults::Delivery &delivery)
+void StruckLine::schedule(const fgssim::Delivery &delivery)
 {
     const Time start = now();
-    for (const faults::Piece &piece : delivery)
-        if (piece.withNextRequest)
-            held.push_back(piece);
+    for (const fgssim::Arrival &arrival : delivery)
+        if (arrival.withNextRequest)
+            held.push_back(arrival);
         else
-            due.emplace(start + piece.after, piece.bytes);
+            due.emplace(start + arrival.after, arrival.bytes);
 }
 
 void StruckLine::sendDue()
@@ -135,13 +135,13 @@ void StruckLine::sendDue()
 }
 
 /// What a client does not read is lost after a while, as it is on a line.
-void StruckLine::send(const QByteArray &bytes)
+void StruckLine::send(const fgssim::Bytes &bytes)
 {
     const Time deadline = now() + 200ms;
-    for (int done = 0; done < bytes.size() && now() < deadline && !ends;) {
-        const ssize_t count = ::write(master, bytes.constData() + done, size_t(bytes.size() - done));
+    for (std::size_t done = 0; done < bytes.size() && now() < deadline && !ends;) {
+        const ssize_t count = ::write(master, bytes.data() + done, bytes.size() - done);
         if (count > 0)
-            done += int(count);
+            done += std::size_t(count);
         else
             std::this_thread::sleep_for(1ms);
     }

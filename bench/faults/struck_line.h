@@ -4,6 +4,7 @@
 #define BENCH_FAULTS_STRUCK_LINE_H
 
 #include "controllers.h"
+#include "sim/line_faults.h"
 
 #include <atomic>
 #include <map>
@@ -20,7 +21,7 @@ class StruckLine
 {
 public:
     /// Throws std::runtime_error if there is no pseudo-terminal.
-    StruckLine(std::unique_ptr<Controller> at, faults::Time clientLimit);
+    StruckLine(std::unique_ptr<Controller> at, fgssim::Time clientLimit);
     ~StruckLine();
     StruckLine(const StruckLine &) = delete;
     StruckLine &operator=(const StruckLine &) = delete;
@@ -30,7 +31,7 @@ public:
 
     /// Any thread. The reply to the next request gets the fault, at its first place with strike 0, at its last with
     /// the last of the strikes, of which there are at least two.
-    void arm(const faults::Fault &fault, int strike, int strikes);
+    void arm(const fgssim::LineFault &fault, int strike, int strikes);
     /// Whether a reply to the question brought these values. Any thread.
     bool wasSent(int question, const Values &values);
     /// Of the last request. Any thread.
@@ -39,20 +40,20 @@ public:
 private:
     void serve();
     void handle(const QByteArray &request);
-    void schedule(const faults::Delivery &delivery);
-    void send(const QByteArray &bytes);
+    void schedule(const fgssim::Delivery &delivery);
+    void send(const fgssim::Bytes &bytes);
     void sendDue();
     int millisecondsToNext() const;
 
     std::unique_ptr<Controller> controller;
-    const faults::Time limit;
+    const fgssim::Time limit;
     int master = -1, slave = -1;
     QString name;
-    std::multimap<faults::Time, QByteArray> due;
-    faults::Delivery held;
+    std::multimap<fgssim::Time, fgssim::Bytes> due;
+    fgssim::Delivery held;
 
     std::mutex mutex; ///< guards what follows
-    const faults::Fault *armed = nullptr;
+    const fgssim::LineFault *armed = nullptr;
     int armedStrike = 0, armedStrikes = 2;
     int question = 0;
     std::set<Values> sent[Questions];

@@ -8,23 +8,6 @@ namespace faults
 namespace
 {
 
-int bytesOf(const fgssim::Entry &entry)
-{
-    return int(entry.count * fgssim::bitsOf(entry.area->kind) + 7) / 8;
-}
-
-/// Where what stands in a reply to a read.
-void markFields(Exchange &x, const fgssim::Request &request)
-{
-    int at = 3;
-    for (const fgssim::Entry &entry : request.entries) {
-        x.codes.push_back(at++);
-        x.counts.push_back(at++);
-        for (int i = bytesOf(entry); i > 0; --i)
-            x.data.push_back(at++);
-    }
-}
-
 fgssim::Request elsewhere(fgssim::Request request)
 {
     for (fgssim::Entry &entry : request.entries)
@@ -70,22 +53,22 @@ void FaultyLine::note(int station, int area, int address, int count)
 }
 
 /// The reply to a read; with `counts` as one that the controller sends.
-QByteArray FaultyLine::readReply(const fgssim::Request &request, bool counts)
+fgssim::Bytes FaultyLine::readReply(const fgssim::Request &request, bool counts)
 {
     const int station = int(request.station);
     for (const fgssim::Entry &entry : request.entries)
         if (counts)
             note(station, entry.area->number, int(entry.address), int(entry.count));
-    return fromBytes(fgssim::readReply(request, [this, station](const fgssim::Area &area, unsigned address) {
+    return fgssim::readReply(request, [this, station](const fgssim::Area &area, unsigned address) {
         return value(station, area.number, int(address));
-    }));
+    });
 }
 
-Exchange FaultyLine::exchangeFor(const QByteArray &request)
+fgssim::Exchange FaultyLine::exchangeFor(const QByteArray &request)
 {
     ++tick;
-    Exchange x = PLC_driver.settings->remoteMode ? remoteExchange(request) : localExchange(request);
-    x.request = request;
+    fgssim::Exchange x = PLC_driver.settings->remoteMode ? remoteExchange(request) : localExchange(request);
+    x.request = toBytes(request);
     x.station = {0};
     x.command = {1};
     x.number = {2};
@@ -93,22 +76,22 @@ Exchange FaultyLine::exchangeFor(const QByteArray &request)
     return x;
 }
 
-Exchange FaultyLine::localExchange(const QByteArray &bytes)
+fgssim::Exchange FaultyLine::localExchange(const QByteArray &bytes)
 {
     fgssim::Request request = fgssim::parseRequest(toBytes(bytes));
-    Exchange x;
+    fgssim::Exchange x;
     x.hasCheck = !request.write;
     x.otherShape = readReply(otherQuestion(int(request.station)), false);
     if (request.write) {
         for (std::size_t i = 0; i < request.values.size(); ++i)
             registers[std::make_tuple(int(request.station), request.entries[0].area->number,
                                       int(request.entries[0].address + i))] = request.values[i];
-        x.reply = fromBytes(fgssim::writeReply(request));
+        x.reply = fgssim::writeReply(request);
         request.station = Stranger;
-        x.stranger = fromBytes(fgssim::writeReply(request));
+        x.stranger = fgssim::writeReply(request);
         return x;
     }
-    markFields(x, request);
+    markEntries(x, request);
     x.reply = readReply(request, true);
     x.sameShape = readReply(elsewhere(request), false);
     request.station = Stranger;
@@ -117,7 +100,7 @@ Exchange FaultyLine::localExchange(const QByteArray &bytes)
 }
 
 /// Remote reads of words only.
-Exchange FaultyLine::remoteExchange(const QByteArray &bytes)
+fgssim::Exchange FaultyLine::remoteExchange(const QByteArray &bytes)
 {
     const fgssim::Bytes frame = toBytes(bytes);
     const fgssim::Slice view(frame);
@@ -129,9 +112,9 @@ Exchange FaultyLine::remoteExchange(const QByteArray &bytes)
         data.append(2, '\0');
         for (int i = 0; i < words; ++i)
             frames::put16(data, value(from, area, first + i));
-        return frames::sealed(data);
+        return toBytes(frames::sealed(data));
     };
-    Exchange x;
+    fgssim::Exchange x;
     x.reply = reply(station, address, count);
     x.stranger = reply(Stranger, address, count);
     x.sameShape = reply(station, address + 5000, count);
@@ -143,29 +126,29 @@ Exchange FaultyLine::remoteExchange(const QByteArray &bytes)
 
 void FaultyLine::answer(const QByteArray &bytes)
 {
-    for (const Held &each : std::exchange(held, {}))
-        link.arrive(each.after, each.bytes);
-    Exchange x = exchangeFor(bytes);
+    for (const fgssim::Arrival &arrival : std::exchange(held, {}))
+        link.arrive(arrival.after, fromBytes(arrival.bytes));
+    fgssim::Exchange x = exchangeFor(bytes);
     Strike strike = {nullptr, 0};
     if (!script.empty()) {
         strike = script.front();
         script.pop_front();
     }
-    if (strike.fault && strike.fault->read == Verdict::LinkLost)
+    if (strike.fault && strike.fault->cutsLink)
         return link.cut();
     if (strike.fault)
-        return deliver(strike.fault->deliver(x, strike.position));
+        return deliver(strike.fault->deliver(x, strike.place));
     if (bytes.at(0) != 0)
-        link.arrive(ReplyDelay, x.reply);
+        link.arrive(fgssim::ReplyDelay, fromBytes(x.reply));
 }
 
-void FaultyLine::deliver(const Delivery &delivery)
+void FaultyLine::deliver(const fgssim::Delivery &delivery)
 {
-    for (const Piece &piece : delivery)
-        if (piece.withNextRequest)
-            held.push_back({piece.after, piece.bytes});
+    for (const fgssim::Arrival &arrival : delivery)
+        if (arrival.withNextRequest)
+            held.push_back(arrival);
         else
-            link.arrive(piece.after, piece.bytes);
+            link.arrive(arrival.after, fromBytes(arrival.bytes));
 }
 
 } // namespace faults

@@ -1,11 +1,10 @@
 // A line in virtual time with a controller at its end, and a script of faults for the replies to come. The
-// controller is fgs-sim's: its encoder shares no code with the driver. Its values move with every request.
+// controller is the simulated one: its encoder shares no code with the driver. Its values move with every request.
 #ifndef FGS_TESTS_FAULTY_LINE_H
 #define FGS_TESTS_FAULTY_LINE_H
 
-#include "frame.h"
+#include "expectations.h"
 #include "host/fake_link.h"
-#include "line_faults.h"
 
 #include <deque>
 #include <set>
@@ -14,6 +13,7 @@
 namespace faults
 {
 
+using fgssim::Time;
 using Values = std::vector<quint32>;
 /// Station, area, address and count of one block.
 using Place = std::tuple<int, int, int, int>;
@@ -25,11 +25,11 @@ public:
     FaultyLine(fake::Link &line, Time limit);
 
     /// What happens to the next replies, in this order; after them nothing does.
-    void strike(const Fault &fault, int position) { script.push_back({&fault, position}); }
+    void strike(const fgssim::LineFault &fault, int place) { script.push_back({&fault, place}); }
     bool isStruck() const { return script.empty(); }
 
     /// The request and its reply without a fault.
-    Exchange exchangeFor(const QByteArray &request);
+    fgssim::Exchange exchangeFor(const QByteArray &request);
 
     /// Every row of values that the controller sent for the place, and the last one.
     const std::set<Values> &sentFor(const Place &place) { return sent[place]; }
@@ -39,25 +39,21 @@ public:
 
 private:
     struct Strike {
-        const Fault *fault;
-        int position;
-    };
-    struct Held {
-        Time after;
-        QByteArray bytes;
+        const fgssim::LineFault *fault;
+        int place;
     };
     void answer(const QByteArray &bytes);
-    void deliver(const Delivery &delivery);
-    Exchange localExchange(const QByteArray &bytes);
-    Exchange remoteExchange(const QByteArray &bytes);
-    QByteArray readReply(const fgssim::Request &request, bool counts);
+    void deliver(const fgssim::Delivery &delivery);
+    fgssim::Exchange localExchange(const QByteArray &bytes);
+    fgssim::Exchange remoteExchange(const QByteArray &bytes);
+    fgssim::Bytes readReply(const fgssim::Request &request, bool counts);
     quint32 value(int station, int area, int address) const;
     void note(int station, int area, int address, int count);
 
     fake::Link &link;
     const Time limit;
     std::deque<Strike> script;
-    std::vector<Held> held;
+    fgssim::Delivery held;
     unsigned tick = 0;
     std::map<std::tuple<int, int, int>, quint32> registers;
     std::map<Place, std::set<Values>> sent;

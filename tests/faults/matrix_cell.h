@@ -39,19 +39,13 @@ inline int codeOf(Verdict verdict)
     }
 }
 
-inline const Fault &faultOf(const std::string &name)
-{
-    const auto &all = allFaults();
-    return *std::find_if(all.begin(), all.end(), [&name](const Fault &fault) { return fault.name == name; });
-}
-
 /// One cell: a panel whose line has one fault.
 class Cell
 {
 public:
-    Cell(const RequestKind &theKind, const Fault &theFault, int thePosition, Try theTry)
-        : kind(theKind), fault(theFault), position(thePosition), when(theTry), asked(parsed(kind.asked)),
-          others(parsed(kind.others))
+    Cell(const RequestKind &theKind, const fgssim::LineFault &theFault, int thePlace, Try theTry)
+        : kind(theKind), fault(theFault), expected(expectationOf(fault)), place(thePlace), when(theTry),
+          asked(parsed(kind.asked)), others(parsed(kind.others))
     {
         codes.clear();
     }
@@ -82,9 +76,9 @@ private:
     bool isWrite() const { return kind.how == RequestKind::Write; }
     Verdict verdict() const
     {
-        return kind.how == RequestKind::Broadcast && fault.read != Verdict::LinkLost ? Verdict::Good
-               : isWrite()                                                           ? fault.acknowledge
-                                                                                     : fault.read;
+        return kind.how == RequestKind::Broadcast && !fault.cutsLink ? Verdict::Good
+               : isWrite()                                           ? expected.acknowledge
+                                                                     : expected.read;
     }
     bool isBad() const { return codeOf(verdict()) != 1; }
 
@@ -119,8 +113,8 @@ private:
     {
         codes.clear();
         if (when == Try::Last)
-            line.strike(faultOf("silence"), 0);
-        line.strike(fault, position);
+            line.strike(*fgssim::lineFault("silence"), 0);
+        line.strike(fault, place);
         Step made;
         for (int i = 0; i < 8 && !made.ended; ++i)
             made = step();
@@ -155,7 +149,7 @@ private:
     void recover()
     {
         const int lostBefore = lost;
-        if (fault.undetectable) {
+        if (expected.undetectable) {
             show(others);
             endShift();
         }
@@ -166,7 +160,7 @@ private:
                     << textOf(variable).toStdString();
         }
         EXPECT_EQ(lost, lostBefore) << "good transactions are lost";
-        if (!fault.undetectable) {
+        if (!expected.undetectable) {
             EXPECT_EQ(wrongValues, 0);
         }
     }
@@ -175,7 +169,7 @@ private:
     void endShift()
     {
         if (when == Try::Last)
-            return link.pauseUntil(link.now() + 2 * ReplyDelay);
+            return link.pauseUntil(link.now() + 2 * fgssim::ReplyDelay);
         host->poll(parsed({"5:3000x17"}));
         step();
     }
@@ -214,8 +208,9 @@ private:
     }
 
     const RequestKind &kind;
-    const Fault &fault;
-    const int position;
+    const fgssim::LineFault &fault;
+    const Expectation &expected;
+    const int place;
     const Try when;
     const std::vector<Variable> asked, others;
     Values writtenValues;

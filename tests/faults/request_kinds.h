@@ -8,6 +8,7 @@
 namespace faults
 {
 
+using namespace std::chrono_literals;
 using fgs::Kind;
 using fgs::Variable;
 

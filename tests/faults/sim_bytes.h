@@ -1,8 +1,8 @@
-// Between Qt's byte arrays and those of fgs-sim.
+// Between Qt's byte arrays and those of the simulated controller.
 #ifndef FGS_TESTS_SIM_BYTES_H
 #define FGS_TESTS_SIM_BYTES_H
 
-#include "bytes.h"
+#include "sim/bytes.h"
 
 #include <QtCore/QByteArray>
 

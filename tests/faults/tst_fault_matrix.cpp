@@ -1,10 +1,14 @@
 // Every fault of a reply, at every place that it can strike, with every kind of request, at the first try, at the
 // last one, and at one after which another is left; through the driver and the reference host, in virtual time.
 #include "matrix_cell.h"
+#include "sim_bytes.h"
 
 #include <iostream>
 
 using namespace faults;
+using fgssim::Exchange;
+using fgssim::LineFault;
+using fgssim::lineFaults;
 
 namespace
 {
@@ -17,7 +21,7 @@ std::vector<Exchange> exchangesOf(const RequestKind &kind)
     std::vector<Exchange> seen;
     link.onSend = [&](const QByteArray &request) {
         seen.push_back(line.exchangeFor(request));
-        link.arrive(ReplyDelay, seen.back().reply);
+        link.arrive(fgssim::ReplyDelay, fromBytes(seen.back().reply));
     };
     std::vector<Variable> variables = parsed(kind.asked);
     if (kind.written)
@@ -33,21 +37,14 @@ std::vector<Exchange> exchangesOf(const RequestKind &kind)
     return seen;
 }
 
-/// What the fault does not do to this kind is no cell.
-int placesOf(const RequestKind &kind, const Fault &fault, const Exchange &exchange)
-{
-    const Verdict verdict = kind.how == RequestKind::Write ? fault.acknowledge : fault.read;
-    return verdict == Verdict::None ? 0 : fault.positions(exchange);
-}
-
 class FaultMatrix : public DriverTest, public ::testing::WithParamInterface<RequestKind>
 {
 protected:
     /// Whether the fault must deceive: at the only try of a read.
-    bool mustDeceive(const Fault &fault, Try when) const
+    bool mustDeceive(const LineFault &fault, Try when) const
     {
         const bool read = GetParam().how == RequestKind::Poll || GetParam().how == RequestKind::Once;
-        return fault.undetectable && read && when == Try::Only;
+        return expectationOf(fault).undetectable && read && when == Try::Only;
     }
 };
 
@@ -55,12 +52,12 @@ TEST_P(FaultMatrix, LosesAtMostTheStruckTransactionAndGivesNoWrongValue)
 {
     const Exchange exchange = exchangesOf(GetParam()).at(0);
     int cells = 0, lost = 0;
-    for (const Fault &fault : allFaults())
-        for (int position = 0; position < placesOf(GetParam(), fault, exchange); ++position)
+    for (const LineFault &fault : lineFaults())
+        for (int place = 0; place < fault.places(exchange); ++place)
             for (Try when : Tries) {
-                SCOPED_TRACE(fault.name + ", place " + std::to_string(position) + ", " + TryNames[int(when)]);
+                SCOPED_TRACE(fault.name + ", place " + std::to_string(place) + ", " + TryNames[int(when)]);
                 reset();
-                Cell cell(GetParam(), fault, position, when);
+                Cell cell(GetParam(), fault, place, when);
                 cell.run();
                 ++cells;
                 lost += cell.lost;
@@ -88,23 +85,48 @@ TEST_F(FaultTable, MakesThousandsOfCells)
     for (const RequestKind &kind : Kinds) {
         reset();
         const Exchange exchange = exchangesOf(kind).at(0);
-        for (const Fault &fault : allFaults()) {
+        for (const LineFault &fault : lineFaults()) {
             names.insert(fault.name);
-            cells += std::size_t(placesOf(kind, fault, exchange)) * std::size(Tries);
+            cells += std::size_t(fault.places(exchange)) * std::size(Tries);
         }
     }
     std::cout << names.size() << " faults, " << Kinds.size() << " kinds of request, " << cells << " cells\n";
-    EXPECT_EQ(names.size(), allFaults().size()) << "two faults have one name";
+    EXPECT_EQ(names.size(), lineFaults().size()) << "two faults have one name";
     EXPECT_GE(names.size(), 40u);
     EXPECT_GE(cells, 2000u);
 }
 
 TEST_F(FaultTable, SaysWhyAFaultDeceives)
 {
-    for (const Fault &fault : allFaults()) {
-        if (fault.undetectable)
-            std::cout << fault.name << ": " << fault.undetectable << '\n';
-        EXPECT_TRUE(fault.undetectable || fault.read != Verdict::Deceived) << fault.name;
+    for (const Expectation &expected : expectations()) {
+        if (expected.undetectable)
+            std::cout << expected.fault << ": " << expected.undetectable << '\n';
+        EXPECT_TRUE(expected.undetectable || expected.read != Verdict::Deceived) << expected.fault;
+    }
+}
+
+TEST_F(FaultTable, HasAnExpectationForEachFault)
+{
+    std::vector<std::string> faults, expected;
+    for (const LineFault &fault : lineFaults())
+        faults.push_back(fault.name);
+    for (const Expectation &each : expectations())
+        expected.push_back(each.fault);
+    EXPECT_EQ(faults, expected);
+}
+
+TEST_F(FaultTable, ExpectsNothingOfAFaultThatCannotStrike)
+{
+    std::map<std::string, std::pair<int, int>> places; // by fault: of reads, of writes
+    for (const RequestKind &kind : Kinds) {
+        reset();
+        const Exchange exchange = exchangesOf(kind).at(0);
+        for (const LineFault &fault : lineFaults())
+            (exchange.hasCheck ? places[fault.name].first : places[fault.name].second) += fault.places(exchange);
+    }
+    for (const Expectation &expected : expectations()) {
+        EXPECT_EQ(expected.read == Verdict::None, places[expected.fault].first == 0) << expected.fault;
+        EXPECT_EQ(expected.acknowledge == Verdict::None, places[expected.fault].second == 0) << expected.fault;
     }
 }
 

@@ -6,11 +6,12 @@
 
 #include <iostream>
 
-using faults::Exchange;
-using faults::Fault;
+using faults::expectationOf;
 using faults::Values;
 using faults::Verdict;
 using fgs::Time;
+using fgssim::Exchange;
+using fgssim::LineFault;
 using namespace std::chrono_literals;
 
 namespace
@@ -112,14 +113,8 @@ protected:
         return false;
     }
 
-    static const Fault &silence()
-    {
-        const auto &all = faults::allFaults();
-        return *std::find_if(all.begin(), all.end(), [](const Fault &fault) { return fault.name == "silence"; });
-    }
-
     /// What comes after the limit spoils the second attempt: the driver cannot look behind it.
-    static std::vector<int> afterOneFailure(const Fault &fault)
+    static std::vector<int> afterOneFailure(const LineFault &fault)
     {
         return fault.name == "its end after the limit" ? std::vector<int>{0, 111} : std::vector<int>{0, 1};
     }
@@ -133,25 +128,25 @@ protected:
     }
 
     /// The fault strikes the first attempt, or the last one.
-    void check(const Fault &fault, int position, bool last)
+    void check(const LineFault &fault, int place, bool last)
     {
         start();
         fake::Link link;
         faults::FaultyLine line(link, Limit);
         ASSERT_EQ(poll(link), (std::vector<int>{1}));
         if (last)
-            line.strike(silence(), 0);
-        line.strike(fault, position);
+            line.strike(*fgssim::lineFault("silence"), 0);
+        line.strike(fault, place);
         const Time begin = link.now();
         const std::vector<int> codes = poll(link);
         EXPECT_LE(link.now() - begin, Attempts * 2 * Limit + LateBy + 50ms);
-        const int code = codeOf(fault.remote);
+        const int code = codeOf(expectationOf(fault).remote);
         EXPECT_EQ(codes, last        ? std::vector<int>({0, code})
                          : code == 1 ? std::vector<int>({1})
                                      : afterOneFailure(fault));
         const bool deceived = isDeceived(line);
-        EXPECT_EQ(deceived, fault.remote == Verdict::Deceived);
-        if (fault.undetectable)
+        EXPECT_EQ(deceived, expectationOf(fault).remote == Verdict::Deceived);
+        if (expectationOf(fault).undetectable)
             return;
         for (int i = 0; i < 4; ++i)
             EXPECT_EQ(poll(link), (std::vector<int>{1})) << "a good transaction is lost";
@@ -163,12 +158,12 @@ TEST_F(RemoteFaults, LoseAtMostTheStruckTransaction)
 {
     const Exchange x = exchange();
     int cells = 0;
-    for (const Fault &fault : faults::allFaults())
-        for (int position = 0; fault.remote != Verdict::None && position < fault.positions(x); ++position)
+    for (const LineFault &fault : fgssim::lineFaults())
+        for (int place = 0; !fault.cutsLink && place < fault.places(x); ++place)
             for (bool last : {false, true}) {
-                SCOPED_TRACE(fault.name + ", place " + std::to_string(position) +
+                SCOPED_TRACE(fault.name + ", place " + std::to_string(place) +
                              (last ? ", last try" : ", first try"));
-                check(fault, position, last);
+                check(fault, place, last);
                 ++cells;
             }
     std::cout << "cells: " << cells << '\n';

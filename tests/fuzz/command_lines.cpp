@@ -44,8 +44,9 @@ void checkSim(const Arguments &arguments)
     try {
         const fgssim::Options options = fgssim::parseArguments(int(arguments.size()), arguments.data());
         const double rates = std::accumulate(options.faults.begin(), options.faults.end(), 0.0);
-        require(!options.stations.empty() && isBetween(rates, 0, 100.001) && isBetween(options.seconds, 0, 1e6) &&
-                    options.tickMs > 0 && options.timing.delay.count() >= 0 && options.timing.lateBy.count() >= 0,
+        require(!options.stations.empty() && isBetween(rates, 0, 100.001) && options.duration.count() >= 0 &&
+                    options.duration <= std::chrono::seconds(1000000) && options.tick.count() > 0 &&
+                    options.times.delay.count() >= 0 && options.times.lateBy.count() >= 0,
                 "fgs-sim takes an option outside its limits");
     } catch (const fgssim::Finished &finished) {
         require(finished.code == 0 || finished.code == 2, "fgs-sim ends with another exit code");

@@ -1,7 +1,7 @@
 // The simulated controller's requests: any bytes in pieces of any length. What it cuts out of them depends on the
 // bytes alone, and so do its answers.
-#include "crc.h"
-#include "session.h"
+#include "sim/conversation.h"
+#include "sim/crc.h"
 #include "target.h"
 
 #include <optional>
@@ -62,7 +62,7 @@ struct Cut {
         for (const Piece &piece : pieces) {
             all.insert(all.end(), piece.bytes.begin(), piece.bytes.end());
             require(!piece.bytes.empty(), "an empty piece");
-            if (piece.kind == Piece::Kind::Garbage) {
+            if (piece.content == Piece::Content::Garbage) {
                 require(piece.bytes.size() <= 256 && !piece.cause.empty(), "garbage too long, or without a cause");
                 continue;
             }
@@ -127,7 +127,7 @@ void checkAnswers(const Bytes &stream, Input &input)
 {
     std::size_t lines = 0;
     Simulation one = simulation({}, lines), other = simulation({}, lines);
-    Session whole(one, Timing()), divided(other, Timing());
+    Conversation whole(one, LineTimes()), divided(other, LineTimes());
     whole.receive(stream, Time(5));
     inPieces(stream, input, [&](Slice piece) { divided.receive(piece, Time(5)); });
     const Bytes answers = whole.takeDue(Time(5));
@@ -143,22 +143,22 @@ void checkTimes(const Bytes &stream, Input &input)
 {
     std::size_t lines = 0;
     Simulation shared = simulation({10, 10, 10, 10, 10, 10}, lines);
-    Timing timing;
-    timing.delay = Time(input.between(0, 5000));
-    timing.byteTime = std::chrono::nanoseconds(input.between(0, 2000000));
-    Session session(shared, timing, "line ");
+    LineTimes times;
+    times.delay = std::chrono::microseconds(input.between(0, 5000));
+    times.byteTime = std::chrono::nanoseconds(input.between(0, 2000000));
+    Conversation conversation(shared, times, "line ");
     Time now(0);
     inPieces(stream, input, [&](Slice piece) {
-        session.receive(piece, now);
-        session.takeDue(now);
-        now += Time(input.between(0, 200000));
-        session.advance(now);
+        conversation.receive(piece, now);
+        conversation.takeDue(now);
+        now += std::chrono::microseconds(input.between(0, 200000));
+        conversation.advance(now);
     });
-    for (int events = 0; const std::optional<Time> next = session.nextEvent(); ++events) {
+    for (int events = 0; const std::optional<Time> next = conversation.nextEvent(); ++events) {
         require(events < 500000, "there is no end of events");
         now = std::max(now, *next);
-        session.advance(now);
-        session.takeDue(now);
+        conversation.advance(now);
+        conversation.takeDue(now);
     }
     require(!summary(shared.counters).empty(), "no summary");
 }

@@ -1,7 +1,7 @@
 // The texts of the simulated controller's command line. What a text means can be written again, and then means the
 // same; a text that means nothing is refused with a reason.
-#include "setting_texts.h"
 #include "target.h"
+#include "tools/fgs-sim/setting_texts.h"
 
 #include <cstdio>
 #include <optional>
@@ -56,9 +56,9 @@ void checkSeed(const std::string &text)
 
 std::string written(const Course &course)
 {
-    if (course.kind == Course::Kind::Fixed)
+    if (course.shape == Course::Shape::Fixed)
         return "fixed:" + std::to_string(course.from);
-    return (course.kind == Course::Kind::Ramp ? "ramp:" : "walk:") + std::to_string(course.from) + ".." +
+    return (course.shape == Course::Shape::Ramp ? "ramp:" : "walk:") + std::to_string(course.from) + ".." +
            std::to_string(course.to) + "/" + std::to_string(course.step);
 }
 
@@ -72,7 +72,7 @@ void checkRange(const std::string &text)
     };
     const auto isSame = [](const Range &a, const Range &b) {
         return a.area == b.area && a.first == b.first && a.count == b.count && a.station == b.station &&
-               a.course.kind == b.course.kind && a.course.from == b.course.from && a.course.to == b.course.to &&
+               a.course.shape == b.course.shape && a.course.from == b.course.from && a.course.to == b.course.to &&
                a.course.step == b.course.step;
     };
     check(text, parseRange, write, isSame);
@@ -80,12 +80,12 @@ void checkRange(const std::string &text)
 
 void checkFault(const std::string &text)
 {
-    const auto write = [](const std::pair<Fault, double> &fault) {
+    const auto write = [](const std::pair<RandomFault, double> &fault) {
         char percent[40];
         std::snprintf(percent, sizeof percent, "%.17g", fault.second);
         return FaultNames[std::size_t(fault.first)] + std::string("=") + percent;
     };
-    check(text, parseFault, write, std::equal_to<std::pair<Fault, double>>());
+    check(text, parseFault, write, std::equal_to<std::pair<RandomFault, double>>());
 }
 
 std::string written(const SerialLine &line)

@@ -26,26 +26,26 @@ Line::Line(const std::vector<unsigned> &stations, const std::vector<fgssim::Rang
 
 Reply Line::exchange(const QByteArray &request)
 {
-    fgssim::Outcome outcome = controller.handle(viewOf(request));
-    rejected += outcome.kind == fgssim::Outcome::Kind::Rejected;
-    if (outcome.kind != fgssim::Outcome::Kind::Answered)
+    fgssim::Response response = controller.handle(viewOf(request));
+    rejected += response.status == fgssim::Response::Status::Rejected;
+    if (response.status != fgssim::Response::Status::Answered)
         return {};
     if (dead) {
         ++silences;
-        return {{}, {}, fgssim::Fault::Silence};
+        return {{}, {}, fgssim::RandomFault::Silence};
     }
-    const std::optional<fgssim::Fault> fault = faulty ? chooser.choose() : std::nullopt;
+    const std::optional<fgssim::RandomFault> fault = faulty ? chooser.choose() : std::nullopt;
     if (!fault)
-        return {arrayOf(outcome.reply), {}, fault};
+        return {arrayOf(response.reply), {}, fault};
     ++faults[std::size_t(*fault)];
-    return replyWith(*fault, std::move(outcome.reply));
+    return replyWith(*fault, std::move(response.reply));
 }
 
-Reply Line::replyWith(fgssim::Fault fault, fgssim::Bytes reply)
+Reply Line::replyWith(fgssim::RandomFault fault, fgssim::Bytes reply)
 {
-    if (fault == fgssim::Fault::Silence)
+    if (fault == fgssim::RandomFault::Silence)
         return {{}, {}, fault};
-    if (fault == fgssim::Fault::Late)
+    if (fault == fgssim::RandomFault::Late)
         return {{}, arrayOf(reply), fault};
     return {arrayOf(chooser.damage(fault, std::move(reply))), {}, fault};
 }
@@ -55,20 +55,20 @@ QByteArray Line::ask(const QByteArray &request)
     return arrayOf(controller.handle(viewOf(request)).reply);
 }
 
-int codeFor(const std::optional<fgssim::Fault> &fault, int hostType)
+int codeFor(const std::optional<fgssim::RandomFault> &fault, int hostType)
 {
     if (!fault)
         return 1;
     const int increment = hostType >= 1 && hostType <= 11 ? hostType + 1 : 1;
     switch (*fault) {
-    case fgssim::Fault::Silence:
-    case fgssim::Fault::Late:
+    case fgssim::RandomFault::Silence:
+    case fgssim::RandomFault::Late:
         return 40 + increment;
-    case fgssim::Fault::Crc:
+    case fgssim::RandomFault::Crc:
         return 10 + increment;
-    case fgssim::Fault::Short:
-    case fgssim::Fault::Long:
-    case fgssim::Fault::Noise:
+    case fgssim::RandomFault::Short:
+    case fgssim::RandomFault::Long:
+    case fgssim::RandomFault::Noise:
         break;
     }
     return 70 + increment;

@@ -3,8 +3,8 @@
 #ifndef TARN_TESTS_LINE_H
 #define TARN_TESTS_LINE_H
 
-#include <controller.h>
-#include <faults.h>
+#include "sim/controller.h"
+#include "sim/random_faults.h"
 #include <QtCore/QByteArray>
 
 namespace soak
@@ -13,7 +13,7 @@ namespace soak
 struct Reply {
     QByteArray bytes; ///< empty: none came in time
     QByteArray late;  ///< came after it
-    std::optional<fgssim::Fault> fault;
+    std::optional<fgssim::RandomFault> fault;
 };
 
 class Line
@@ -35,14 +35,14 @@ public:
     std::array<std::uint64_t, fgssim::FaultKinds> faults{};
 
 private:
-    Reply replyWith(fgssim::Fault fault, fgssim::Bytes reply);
+    Reply replyWith(fgssim::RandomFault fault, fgssim::Bytes reply);
 
     fgssim::Controller controller;
     fgssim::FaultChooser chooser;
 };
 
 /// The result code that the driver must give for a reply with this fault, or without one.
-int codeFor(const std::optional<fgssim::Fault> &fault, int hostType);
+int codeFor(const std::optional<fgssim::RandomFault> &fault, int hostType);
 
 } // namespace soak
 

@@ -12,7 +12,7 @@ const fgssim::FaultRates Percent = {2, 1, 1, 1, 1, 1};
 
 fgssim::Range rising(int areaType, int address, int length, std::int64_t to)
 {
-    const fgssim::Course course = {fgssim::Course::Kind::Ramp, 0, to, 1};
+    const fgssim::Course course = {fgssim::Course::Shape::Ramp, 0, to, 1};
     return {&fgssim::areas()[std::size_t(areaType)], unsigned(address), unsigned(length), std::nullopt, course};
 }
 

@@ -1,6 +1,6 @@
 #include "remote_line.h"
 
-#include <crc.h>
+#include "sim/crc.h"
 
 namespace stress
 {
@@ -26,15 +26,15 @@ fgssim::Bytes goodReply(const Protocol &request, unsigned number)
 soak::Reply RemoteLine::exchange(const Protocol &request)
 {
     fgssim::Bytes reply = goodReply(request, number++);
-    const std::optional<fgssim::Fault> fault = chooser.choose();
-    if (fault == fgssim::Fault::Silence || fault == fgssim::Fault::Late)
+    const std::optional<fgssim::RandomFault> fault = chooser.choose();
+    if (fault == fgssim::RandomFault::Silence || fault == fgssim::RandomFault::Late)
         return {{}, {}, fault};
     if (fault)
         reply = chooser.damage(*fault, std::move(reply));
     return {QByteArray(reinterpret_cast<const char *>(reply.data()), int(reply.size())), {}, fault};
 }
 
-int remoteCodeFor(const std::optional<fgssim::Fault> &fault, const RW_VAR &var)
+int remoteCodeFor(const std::optional<fgssim::RandomFault> &fault, const RW_VAR &var)
 {
     const int remote = 100;
     if (var.linkNo != RemoteLink)

@@ -24,7 +24,7 @@ private:
 };
 
 /// The result code that the driver must give in remote mode.
-int remoteCodeFor(const std::optional<fgssim::Fault> &fault, const RW_VAR &var);
+int remoteCodeFor(const std::optional<fgssim::RandomFault> &fault, const RW_VAR &var);
 
 } // namespace stress
 

@@ -5,9 +5,9 @@
 #include "groups.h"
 #include "remote_line.h"
 
+#include "sim/random.h"
 #include <atomic>
 #include <map>
-#include <random.h>
 #include <string>
 
 namespace stress

@@ -7,17 +7,23 @@ allowed() {
     case $1 in
     host) echo 'host' ;;
     watch) echo 'host watch' ;;
+    sim) echo 'sim' ;;
     tools/fgs) echo 'host watch tools/fgs' ;;
-    tools/fgs-sim) echo 'tools/fgs-sim' ;;
+    tools/fgs-sim) echo 'sim tools/fgs-sim' ;;
     esac
 }
 
 status=0
-for folder in host watch tools/fgs tools/fgs-sim; do
-    for header in $(grep -hoE '^#include "[^"]+"' "$folder"/*.cpp "$folder"/*.h | cut -d'"' -f2 | sort -u); do
+for folder in host watch sim tools/fgs tools/fgs-sim; do
+    for header in $(grep -hoE '^#include ("[^"]+|<tarn_[^>]+)' "$folder"/*.cpp "$folder"/*.h | cut -d' ' -f2 | tr -d '"<' | sort -u); do
         case $header in
         */*) from=${header%/*} ;;
-        tarn_fgsseries.h) [ "$folder" != tools/fgs-sim ] && continue || from=driver ;;
+        tarn_fgsseries.h)
+            case $folder in
+            sim | tools/fgs-sim) from=driver ;;
+            *) continue ;;
+            esac
+            ;;
         *) from=$folder ;;
         esac
         case " $(allowed $folder) " in

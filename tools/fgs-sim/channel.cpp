@@ -3,45 +3,40 @@
 namespace fgssim
 {
 
-namespace
-{
-
 Time now()
 {
-    return std::chrono::duration_cast<Time>(std::chrono::steady_clock::now().time_since_epoch());
+    return std::chrono::steady_clock::now().time_since_epoch();
 }
 
-} // namespace
-
-Channel::Channel(Simulation &shared, const Timing &times, Write to, const std::string &prefix, QObject *parent)
-    : QObject(parent), session(shared, times, prefix), write(std::move(to))
+Channel::Channel(Simulation &shared, const LineTimes &times, Write to, const std::string &prefix, QObject *parent)
+    : QObject(parent), conversation(shared, times, prefix), write(std::move(to))
 {
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
     connect(&timer, &QTimer::timeout, this, [this] {
-        session.advance(now());
+        conversation.advance(now());
         sendDue();
     });
 }
 
 void Channel::receive(const char *bytes, std::size_t count)
 {
-    session.receive(Slice(reinterpret_cast<const Byte *>(bytes), count), now());
+    conversation.receive(Slice(reinterpret_cast<const Byte *>(bytes), count), now());
     sendDue();
 }
 
 void Channel::sendDue()
 {
-    const Bytes due = session.takeDue(now());
+    const Bytes due = conversation.takeDue(now());
     if (!due.empty() && !write(reinterpret_cast<const char *>(due.data()), due.size()))
-        session.replyLost();
+        conversation.replyLost();
     wait();
 }
 
 void Channel::wait()
 {
     using std::chrono::milliseconds;
-    const std::optional<Time> event = session.nextEvent();
+    const std::optional<Time> event = conversation.nextEvent();
     if (!event)
         return timer.stop();
     const auto left = std::chrono::ceil<milliseconds>(*event - now());

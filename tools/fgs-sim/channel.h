@@ -1,8 +1,8 @@
-// Runs a session on a stream of bytes in the event loop.
+// Runs a conversation on a stream of bytes in the event loop.
 #ifndef FGS_SIM_CHANNEL_H
 #define FGS_SIM_CHANNEL_H
 
-#include "session.h"
+#include "sim/conversation.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QTimer>
@@ -10,13 +10,16 @@
 namespace fgssim
 {
 
+/// The time of all conversations and of the log; it never goes back.
+Time now();
+
 class Channel : public QObject
 {
 public:
     /// Sends all bytes, or says false: there is no room, because the other side does not read.
     using Write = std::function<bool(const char *bytes, std::size_t count)>;
 
-    Channel(Simulation &shared, const Timing &times, Write to, const std::string &prefix = {},
+    Channel(Simulation &shared, const LineTimes &times, Write to, const std::string &prefix = {},
             QObject *parent = nullptr);
 
     void receive(const char *bytes, std::size_t count);
@@ -28,7 +31,7 @@ private:
     void sendDue();
     void wait();
 
-    Session session;
+    Conversation conversation;
     Write write;
     QTimer timer;
 };

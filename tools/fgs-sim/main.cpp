@@ -5,17 +5,21 @@
 //           [--fault KIND=PERCENT]... [--faults PERCENT] [--late-by MS] [--delay MS] [--pace BAUD[,8E1]]
 //           [--seed N] [--for SECONDS] [--log quiet|normal|all]
 //
-// The first line on stdout is where the controller can be reached: a device path or HOST:PORT. The log and
-// the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 1 other, 2 wrong usage, 3
-// the link cannot be opened or was lost. README.md beside this file tells the rest.
-#include "link.h"
+// The first line on stdout is where the controller can be reached, as fgs takes it: a device path or tcp:HOST:PORT.
+// The log and the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 1 other, 2 wrong
+// usage, 3 the link cannot be opened or was lost. README.md beside this file tells the rest.
+#include "channel.h"
+#include "endpoint.h"
+#include "log_times.h"
 #include "signals.h"
+#include "sim/describe.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDateTime>
 #include <QtCore/QTimer>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 using namespace fgssim;
 
@@ -24,8 +28,7 @@ namespace
 
 void writeLog(const std::string &line)
 {
-    const QByteArray time = QDateTime::currentDateTime().toString(Qt::ISODateWithMs).toLatin1();
-    std::fprintf(stderr, "%s %s\n", time.constData(), line.c_str());
+    std::fprintf(stderr, "%s %s\n", wallClock().c_str(), line.c_str());
 }
 
 Simulation makeSimulation(const Options &options)
@@ -37,27 +40,46 @@ Simulation makeSimulation(const Options &options)
             {}};
 }
 
-void announce(const Link &link)
+void announce(const Endpoint &link)
 {
-    std::printf("%s\n", link.address().c_str());
-    std::fflush(stdout);
+    if (std::printf("%s\n", link.address().c_str()) < 0 || std::fflush(stdout) != 0)
+        throw std::runtime_error("cannot write " + link.address() +
+                                 " to the standard output: " + std::strerror(errno));
+}
+
+/// What runs, where, and what the user has set.
+void tellStart(Log &log, const Options &options, const Endpoint &link)
+{
+    const auto say = [&](const std::string &line) { log.write(Log::Topic::State, now(), [&] { return line; }); };
+    say("simulating " + std::to_string(options.stations.size()) + " station(s) on " + link.address());
+    for (const Range &range : options.ranges)
+        say("set " + describe(range));
+}
+
+/// Calls `use` in these intervals, until the program ends.
+template <typename Use>
+void every(Time interval, Use use)
+{
+    auto *const timer = new QTimer(QCoreApplication::instance());
+    QObject::connect(timer, &QTimer::timeout, timer, use);
+    timer->start(std::chrono::duration_cast<std::chrono::milliseconds>(interval));
 }
 
 int run(const Options &options)
 {
     Simulation simulation = makeSimulation(options);
     quitOnSignals();
-    const std::unique_ptr<Link> link = std::visit(
-        [&](const auto &address) { return openLink(simulation, options.timing, address); }, options.link);
-    QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, &tick, [&] { simulation.controller.tick(); });
-    tick.start(options.tickMs);
-    if (options.seconds > 0)
-        QTimer::singleShot(int(options.seconds * 1000), QCoreApplication::instance(), &QCoreApplication::quit);
+    const std::unique_ptr<Endpoint> link = std::visit(
+        [&](const auto &address) { return openEndpoint(simulation, options.times, address); }, options.link);
+    every(options.tick, [&] { simulation.controller.tick(); });
+    every(std::chrono::seconds(1), [&] { simulation.log.advance(now()); });
+    if (options.duration > Time(0))
+        QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(options.duration),
+                           QCoreApplication::instance(), &QCoreApplication::quit);
     announce(*link);
-    simulation.log.write(Log::Level::Normal, "simulating " + std::to_string(options.stations.size()) +
-                                                 " station(s) on " + link->address());
+    tellStart(simulation.log, options, *link);
     const int code = QCoreApplication::exec();
+    simulation.log.flush();
     std::fprintf(stderr, "%s\n", summary(simulation.counters).c_str());
     return code;
 }
@@ -85,7 +107,7 @@ int main(int argc, char **argv)
         return run(options);
     } catch (const Finished &finished) {
         return report(finished);
-    } catch (const LinkError &error) {
+    } catch (const EndpointError &error) {
         return fail(ExitLink, error);
     } catch (const std::exception &error) {
         return fail(ExitOther, error);

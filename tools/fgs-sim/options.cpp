@@ -21,7 +21,8 @@ const char *const Description = R"(Examples:
 
 A simulated controller of the FGs series: fourteen register areas for each station, values that move,
 faults at given rates. It answers reads and writes and meets everything malformed with silence.
-The first line on stdout is where it can be reached; the log and the final summary go to stderr.
+The first line on stdout is where it can be reached, as fgs takes it: a device or tcp:HOST:PORT. The log
+and the final summary go to stderr.
 Exit code: 0 ended as asked, 1 other, 2 wrong usage, 3 the link cannot be opened or was lost.
 )";
 
@@ -29,7 +30,7 @@ using Texts = std::vector<std::string>;
 
 // Calls `use` with the option's text; what it dislikes becomes a complaint about the option.
 template <typename Use>
-CLI::Option *addText(CLI::App &app, const std::string &name, Use use, const char *help)
+CLI::Option *addText(CLI::App &app, const std::string &name, Use use, const std::string &help)
 {
     const auto guarded = [name, use](const std::string &text) {
         try {
@@ -82,16 +83,20 @@ const Named<Log::Level> LevelNames[] = {
 void addLinkOptions(CLI::App &app, Options &options)
 {
     const auto pty = [&](const Texts &link) { options.link = PtyAddress{link.empty() ? "" : link.front()}; };
-    CLI::Option *ptyOption = app.add_option_function<Texts>(
-                                    "--pty", pty, "A new pseudo-terminal (default), and a link to it at LINKPATH")
-                                 ->type_name("[=LINKPATH]")
-                                 ->expected(0, 1);
+    CLI::Option *ptyOption =
+        app.add_option_function<Texts>(
+               "--pty", pty,
+               "A new pseudo-terminal (default), and a link to it at LINKPATH, which no other fgs-sim\n"
+               "may have; one that a killed fgs-sim has left behind is replaced")
+            ->type_name("[=LINKPATH]")
+            ->expected(0, 1);
     CLI::Option *serialOption = addText(
         app, "--serial", [&](const std::string &text) { options.link = parseSerialAddress(text); },
-        "A serial device; without BAUD 19200,8E1");
+        "A serial device, locked against other programs; without BAUD 19200,8E1");
     CLI::Option *tcpOption = addText(
         app, "--tcp", [&](const std::string &text) { options.link = parseTcpAddress(text); },
-        "A TCP port, 0 for any free one; without HOST on 127.0.0.1");
+        "A TCP port, 0 for any free one; without HOST on 127.0.0.1; at most " + std::to_string(MaxConnections) +
+            " connections at a time");
     serialOption->type_name("DEVICE[:BAUD[,8E1]]")->excludes(ptyOption);
     tcpOption->type_name("[HOST:]PORT")->excludes(ptyOption)->excludes(serialOption);
 }
@@ -104,17 +109,20 @@ void addValueOptions(CLI::App &app, Options &options)
         ->type_name("LIST");
     addTexts(
         app, "--set", [&](const std::string &text) { options.ranges.push_back(parseRange(text)); },
-        "What addresses hold; VALUE is fixed:V, ramp:A..B[/STEP] or walk:A..B[/STEP]; addresses of areas 0 and 1\n"
-        "are octal; the last one that names an address counts")
+        "What addresses hold: fixed:V, ramp:A..B[/STEP] or walk:A..B[/STEP], of decimal or 0x numbers; addresses "
+        "are\n"
+        "decimal, octal in areas 0 and 1; neither they nor counts are hexadecimal: 5:0x64 is 64 words from address "
+        "0;\n"
+        "the last --set that names an address counts")
         ->type_name("AREA:ADDRESS[xCOUNT][@STATION]=VALUE");
     addText(
         app, "--values", [&](const std::string &text) { options.values = chosen(ValueNames, text); },
         "What all others hold: still (0), moving (default) or pattern (a function of the address)")
         ->type_name("KIND");
-    app.add_option("--tick", options.tickMs, "How often values move")
-        ->type_name("MS")
-        ->check(CLI::Range(1, 3600000))
-        ->capture_default_str();
+    addText(
+        app, "--tick", [&](const std::string &text) { options.tick = parseMilliseconds(text, 1); },
+        "How often values move, from 1 to 3600000 (default 200)")
+        ->type_name("MS");
     addText(
         app, "--seed", [&](const std::string &text) { options.seed = parseSeed(text); },
         "Of walks and faults; the same seed gives the same run (default 1)")
@@ -148,33 +156,38 @@ void addFaultOptions(CLI::App &app, FaultSettings &settings)
         },
         "How many of the replies are hit; kinds: silence, late, crc, short, long, noise")
         ->type_name("KIND=PERCENT");
-    app.add_option("--faults", settings.common, "The same for every kind that --fault does not name")
-        ->type_name("PERCENT")
-        ->check(CLI::Range(0.0, 100.0));
+    addText(
+        app, "--faults", [&](const std::string &text) { settings.common = parsePercent(text); },
+        "The same for every kind that --fault does not name")
+        ->type_name("PERCENT");
 }
 
 void addTimeOptions(CLI::App &app, Options &options)
 {
     const auto milliseconds = [&app](const char *name, Time &time, const char *help) {
-        app.add_option_function<int>(
-               name, [&time](int ms) { time = std::chrono::milliseconds(ms); }, help)
-            ->type_name("MS")
-            ->check(CLI::Range(0, 3600000));
+        addText(
+            app, name, [&time](const std::string &text) { time = parseMilliseconds(text, 0); }, help)
+            ->type_name("MS");
     };
-    milliseconds("--delay", options.timing.delay, "From the end of a request to its reply (default 0)");
-    milliseconds("--late-by", options.timing.lateBy, "What a late reply takes in addition (default 1000)");
+    milliseconds("--delay", options.times.delay, "From the end of a request to its reply (default 0)");
+    milliseconds("--late-by", options.times.lateBy, "What a late reply takes in addition (default 1000)");
     addText(
-        app, "--pace", [&](const std::string &text) { options.timing.byteTime = parseSerialLine(text).byteTime(); },
+        app, "--pace", [&](const std::string &text) { options.times.byteTime = parseSerialLine(text).byteTime(); },
         "Keeps the byte times of such a line, whatever the link is")
         ->type_name("BAUD[,8E1]");
-    app.add_option("--for", options.seconds, "Ends by itself")->type_name("SECONDS")->check(CLI::Range(0.001, 1e6));
+    addText(
+        app, "--for", [&](const std::string &text) { options.duration = parseSeconds(text); },
+        "Ends by itself, after 0.001 to 1000000")
+        ->type_name("SECONDS");
 }
 
 void addLogOption(CLI::App &app, Options &options)
 {
     addText(
         app, "--log", [&](const std::string &text) { options.log = chosen(LevelNames, text); },
-        "quiet, normal (rejections and faults; default) or all (every frame)")
+        "quiet, normal (connections, rejections and faults; default) or all (frames too); of a flood of lines of "
+        "one\n"
+        "kind 20 are written, then one a second (faults 100 and 10, frames 5000 and 2000), and the others counted")
         ->type_name("LEVEL");
 }
 
@@ -188,10 +201,26 @@ void requireStations(const Options &options)
     }
 }
 
+// The library cannot tell "--pty=" from "--pty"; a script with an empty variable means the former.
+void requirePath(int argc, const char *const *argv)
+{
+    const auto isEmpty = [](const char *argument) { return std::string(argument) == "--pty="; };
+    if (std::any_of(argv, argv + argc, isEmpty))
+        throw CLI::ValidationError("--pty", "the path is empty; write for instance --pty=/tmp/plc, or --pty alone");
+}
+
+// The library's own words for an option that is there twice do not say so.
+std::string complaintOf(const CLI::ParseError &error)
+{
+    const std::string text = error.what();
+    const std::size_t twice = text.find(": At Most 1 required");
+    return twice == std::string::npos ? text : text.substr(0, twice) + " is given more than once";
+}
+
 Finished finished(const CLI::App &app, const CLI::ParseError &error)
 {
     if (error.get_exit_code() != 0)
-        return {ExitUsage, std::string("fgs-sim: ") + error.what() + "\nfgs-sim --help lists the options.\n"};
+        return {ExitUsage, "fgs-sim: " + complaintOf(error) + "\nfgs-sim --help lists the options.\n"};
     std::ostringstream out, complaint;
     app.exit(error, out, complaint);
     return {0, out.str()};
@@ -211,6 +240,7 @@ Options parseArguments(int argc, const char *const *argv)
     addTimeOptions(app, options);
     addLogOption(app, options);
     try {
+        requirePath(argc, argv);
         app.parse(argc, argv);
         options.faults = ratesOf(faults);
         requireStations(options);

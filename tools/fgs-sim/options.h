@@ -2,8 +2,8 @@
 #ifndef FGS_SIM_OPTIONS_H
 #define FGS_SIM_OPTIONS_H
 
-#include "session.h"
 #include "setting_texts.h"
+#include "sim/conversation.h"
 
 #include <variant>
 
@@ -11,6 +11,8 @@ namespace fgssim
 {
 
 enum ExitCode { ExitOther = 1, ExitUsage = 2, ExitLink = 3 };
+
+const int MaxConnections = 8; ///< at a time, on a TCP port
 
 struct PtyAddress {
     std::string link; ///< path of a symbolic link to make; empty: none
@@ -21,11 +23,11 @@ struct Options {
     std::vector<unsigned> stations = {1};
     std::vector<Range> ranges;
     Values values = Values::Moving;
-    int tickMs = 200;
+    Time tick = std::chrono::milliseconds(200);
     std::uint64_t seed = 1;
     FaultRates faults{};
-    Timing timing;
-    double seconds = 0; ///< ends by itself after them; 0: does not
+    LineTimes times;
+    Time duration{0}; ///< ends by itself after it; 0: does not
     Log::Level log = Log::Level::Normal;
 };
 

@@ -26,7 +26,7 @@ std::int64_t number(const std::string &text, const std::string &what, std::int64
     const char *const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || rest != end || value < low || value > high)
-        throw BadText(what + " " + quoted(text) + " is not a number from " + std::to_string(low) + " to " +
+        throw BadText(what + " " + quoted(text) + " is not a whole number from " + std::to_string(low) + " to " +
                       std::to_string(high));
     return value;
 }
@@ -40,11 +40,20 @@ std::int64_t number(const std::string &text, int base, std::int64_t high)
     return error == std::errc() && rest == end && value <= high ? std::int64_t(value) : -1;
 }
 
+// A decimal number with or without a fraction; not a number (NaN) if the text is none.
+double fraction(const std::string &text)
+{
+    char *end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    const bool isPlain = !text.empty() && text.find_first_not_of("0123456789.+-eE") == std::string::npos;
+    return isPlain && *end == '\0' ? value : NAN;
+}
+
 unsigned parseAddress(const std::string &text, const Area &area)
 {
     const std::int64_t address = number(text, area.base, AddressesPerArea - 1);
     if (address < 0)
-        throw BadText("address " + quoted(text) + " is not " + (area.base == 8 ? "an octal" : "a") +
+        throw BadText("address " + quoted(text) + " is not " + (area.base == 8 ? "an octal" : "a decimal") +
                       " number from 0 to " + addressText(area, AddressesPerArea - 1));
     return unsigned(address);
 }
@@ -107,13 +116,13 @@ Course parseCourse(const std::string &text, Kind kind)
     const Halves parts = halves(text, ":");
     if (parts.left == "fixed" && parts.split) {
         const std::int64_t value = parseValue(parts.right, kind);
-        return {Course::Kind::Fixed, value, value, 1};
+        return {Course::Shape::Fixed, value, value, 1};
     }
     const Halves stepped = halves(parts.right, "/");
     const Halves ends = halves(stepped.left, "..");
     if ((parts.left != "ramp" && parts.left != "walk") || !ends.split)
         throw BadText(quoted(text) + " is none of fixed:VALUE, ramp:FROM..TO/STEP and walk:FROM..TO/STEP");
-    return {parts.left == "ramp" ? Course::Kind::Ramp : Course::Kind::Walk, parseValue(ends.left, kind),
+    return {parts.left == "ramp" ? Course::Shape::Ramp : Course::Shape::Walk, parseValue(ends.left, kind),
             parseValue(ends.right, kind), stepped.split ? number(stepped.right, "step", 1, UINT32_MAX) : 1};
 }
 
@@ -178,17 +187,34 @@ Range parseRange(const std::string &text)
     return range;
 }
 
-std::pair<Fault, double> parseFault(const std::string &text)
+Time parseMilliseconds(const std::string &text, std::int64_t least)
+{
+    return std::chrono::milliseconds(number(text, "time in milliseconds", least, 3600000));
+}
+
+Time parseSeconds(const std::string &text)
+{
+    const double seconds = fraction(text);
+    if (!(seconds >= 0.001 && seconds <= 1e6))
+        throw BadText("time in seconds " + quoted(text) + " is not a number from 0.001 to 1000000");
+    return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
+}
+
+double parsePercent(const std::string &text)
+{
+    const double percent = fraction(text);
+    if (!(percent >= 0 && percent <= 100))
+        throw BadText("percentage " + quoted(text) + " is not a number from 0 to 100");
+    return percent;
+}
+
+std::pair<RandomFault, double> parseFault(const std::string &text)
 {
     const Halves parts = halves(text, "=");
     for (std::size_t kind = 0; parts.split && kind < FaultKinds; ++kind) {
         if (parts.left != FaultNames[kind])
             continue;
-        char *end = nullptr;
-        const double percent = std::strtod(parts.right.c_str(), &end);
-        if (parts.right.empty() || *end != '\0' || !std::isfinite(percent) || percent < 0 || percent > 100)
-            throw BadText("percentage " + quoted(parts.right) + " is not a number from 0 to 100");
-        return {Fault(kind), percent};
+        return {RandomFault(kind), parsePercent(parts.right)};
     }
     throw BadText(quoted(text) + " is not KIND=PERCENT; the kinds are silence, late, crc, short, long and noise");
 }

@@ -3,9 +3,9 @@
 #ifndef FGS_SIM_SETTING_TEXTS_H
 #define FGS_SIM_SETTING_TEXTS_H
 
-#include "faults.h"
-#include "motion.h"
-#include "serial_line.h"
+#include "sim/motion.h"
+#include "sim/random_faults.h"
+#include "sim/serial_line.h"
 
 #include <stdexcept>
 #include <utility>
@@ -28,8 +28,17 @@ std::uint64_t parseSeed(const std::string &text);
 /// "AREA:ADDRESS[xCOUNT][@STATION]=fixed:VALUE | ramp:FROM..TO[/STEP] | walk:FROM..TO[/STEP]"
 Range parseRange(const std::string &text);
 
+/// From `least` to an hour.
+Time parseMilliseconds(const std::string &text, std::int64_t least);
+
+/// "2.5": from a millisecond to 1,000,000 seconds.
+Time parseSeconds(const std::string &text);
+
+/// "12.5": from 0 to 100.
+double parsePercent(const std::string &text);
+
 /// "KIND=PERCENT"
-std::pair<Fault, double> parseFault(const std::string &text);
+std::pair<RandomFault, double> parseFault(const std::string &text);
 
 /// "BAUD[,8E1]"
 SerialLine parseSerialLine(const std::string &text);

@@ -55,8 +55,10 @@ int openDevice(const std::string &path)
     return descriptor;
 }
 
-int openTcp(const std::string &address)
+int openTcp(const std::string &link)
 {
+    EXPECT_EQ(link.rfind("tcp:", 0), 0u) << link;
+    const std::string address = link.substr(4);
     const std::size_t colon = address.rfind(':');
     sockaddr_in peer{};
     peer.sin_family = AF_INET;

@@ -2,7 +2,7 @@
 #ifndef SIM_PROGRAM_H
 #define SIM_PROGRAM_H
 
-#include "bytes.h"
+#include "sim/bytes.h"
 #include "support/process.h"
 
 class Program : public Process
@@ -39,7 +39,7 @@ private:
 };
 
 int openDevice(const std::string &path);
-/// "127.0.0.1:5020"
-int openTcp(const std::string &address);
+/// "tcp:127.0.0.1:5020"
+int openTcp(const std::string &link);
 
 #endif

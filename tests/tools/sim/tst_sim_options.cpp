@@ -1,4 +1,4 @@
-#include "options.h"
+#include "tools/fgs-sim/options.h"
 
 #include <gtest/gtest.h>
 
@@ -33,8 +33,8 @@ TEST(Options, Defaults)
     EXPECT_EQ(options.stations, std::vector<unsigned>{1});
     EXPECT_EQ(options.values, Values::Moving);
     EXPECT_EQ(options.log, Log::Level::Normal);
-    EXPECT_EQ(options.timing.byteTime.count(), 0);
-    EXPECT_EQ(options.seconds, 0);
+    EXPECT_EQ(options.times.byteTime.count(), 0);
+    EXPECT_EQ(options.duration.count(), 0);
     EXPECT_EQ(options.faults, FaultRates{});
 }
 
@@ -83,13 +83,13 @@ TEST(Options, Everything)
     EXPECT_EQ(options.ranges[1].count, 8u);
     EXPECT_EQ(options.ranges[1].station, 7u);
     EXPECT_EQ(options.values, Values::Pattern);
-    EXPECT_EQ(options.tickMs, 50);
+    EXPECT_EQ(options.tick, std::chrono::milliseconds(50));
     EXPECT_EQ(options.seed, 9u);
     EXPECT_EQ(options.faults, (FaultRates{1.5, 0, 10, 1.5, 1.5, 1.5}));
-    EXPECT_EQ(options.timing.lateBy, std::chrono::milliseconds(800));
-    EXPECT_EQ(options.timing.delay, std::chrono::milliseconds(3));
-    EXPECT_EQ(options.timing.byteTime.count(), 1041666);
-    EXPECT_EQ(options.seconds, 2.5);
+    EXPECT_EQ(options.times.lateBy, std::chrono::milliseconds(800));
+    EXPECT_EQ(options.times.delay, std::chrono::milliseconds(3));
+    EXPECT_EQ(options.times.byteTime.count(), 1041666);
+    EXPECT_EQ(options.duration, std::chrono::milliseconds(2500));
     EXPECT_EQ(options.log, Log::Level::All);
 }
 
@@ -102,6 +102,14 @@ TEST(Options, HelpStartsWithExamplesAndNamesEveryOption)
          {"--pty", "--serial", "--tcp", "--stations", "--set", "--values", "--tick", "--seed", "--fault ",
           "--faults", "--late-by", "--delay", "--pace", "--for", "--log", "--version"})
         EXPECT_NE(help.text.find(option), std::string::npos) << option;
+}
+
+TEST(Options, HelpNamesTheLimitsAndTheTrapOfHexadecimal)
+{
+    const std::string help = finish({"--help"}).text;
+    for (const char *text : {"at most 8 connections at a time", "5:0x64 is 64 words from address 0",
+                             "20 are written, then one a second", "tcp:HOST:PORT"})
+        EXPECT_NE(help.find(text), std::string::npos) << text;
 }
 
 struct Wrong {
@@ -128,9 +136,10 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"StrayWord", {"extra"}, "The following argument was not expected: extra"},
         Wrong{"TwoLinks", {"--pty", "--tcp", "1"}, "--pty excludes --tcp"},
         Wrong{"SerialAndTcp", {"--serial", "/dev/ttyS0", "--tcp", "1"}, "--serial excludes --tcp"},
-        Wrong{"StationZero", {"--stations", "0"}, "--stations: station '0' is not a number from 1 to 255"},
-        Wrong{"Station256", {"--stations", "1,256"}, "--stations: station '256' is not a number from 1 to 255"},
-        Wrong{"StationGap", {"--stations", "1,,2"}, "--stations: station '' is not a number from 1 to 255"},
+        Wrong{"StationZero", {"--stations", "0"}, "--stations: station '0' is not a whole number from 1 to 255"},
+        Wrong{
+            "Station256", {"--stations", "1,256"}, "--stations: station '256' is not a whole number from 1 to 255"},
+        Wrong{"StationGap", {"--stations", "1,,2"}, "--stations: station '' is not a whole number from 1 to 255"},
         Wrong{"StationsBackwards",
               {"--stations", "5-2"},
               "--stations: stations '5-2' run backwards; write the smaller one first"},
@@ -139,23 +148,26 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"SetWithoutAddress",
               {"--set", "5=fixed:1"},
               "--set: '5' names no address; write AREA:ADDRESS, for instance 5:100"},
-        Wrong{"NoSuchArea", {"--set", "14:1=fixed:1"}, "--set: area '14' is not a number from 0 to 13"},
+        Wrong{"NoSuchArea", {"--set", "14:1=fixed:1"}, "--set: area '14' is not a whole number from 0 to 13"},
         Wrong{"NotOctal", {"--set", "1:18=fixed:1"}, "--set: address '18' is not an octal number from 0 to 177777"},
         Wrong{"AddressTooLarge",
               {"--set", "5:65536=fixed:1"},
-              "--set: address '65536' is not a number from 0 to 65535"},
-        Wrong{"CountPassesTheEnd", {"--set", "5:65535x2=fixed:1"}, "--set: count '2' is not a number from 1 to 1"},
+              "--set: address '65536' is not a decimal number from 0 to 65535"},
+        Wrong{"CountPassesTheEnd",
+              {"--set", "5:65535x2=fixed:1"},
+              "--set: count '2' is not a whole number from 1 to 1"},
         Wrong{"ValueTooLarge",
               {"--set", "5:1=fixed:65536"},
-              "--set: value '65536' is not a number from -32768 to 65535"},
-        Wrong{"HexTooLarge", {"--set", "2:1=fixed:0x2"}, "--set: value '0x2' is not a number from 0 to 1"},
+              "--set: value '65536' is not a whole number from -32768 to 65535"},
+        Wrong{"HexTooLarge", {"--set", "2:1=fixed:0x2"}, "--set: value '0x2' is not a whole number from 0 to 1"},
         Wrong{"NoSuchCourse",
               {"--set", "5:1=jump:1..2"},
               "--set: 'jump:1..2' is none of fixed:VALUE, ramp:FROM..TO/STEP and walk:FROM..TO/STEP"},
         Wrong{"RampWithoutEnd",
               {"--set", "5:1=ramp:1"},
               "--set: 'ramp:1' is none of fixed:VALUE, ramp:FROM..TO/STEP and walk:FROM..TO/STEP"},
-        Wrong{"StepZero", {"--set", "5:1=ramp:1..2/0"}, "--set: step '0' is not a number from 1 to 4294967295"},
+        Wrong{
+            "StepZero", {"--set", "5:1=ramp:1..2/0"}, "--set: step '0' is not a whole number from 1 to 4294967295"},
         Wrong{"StationNotThere",
               {"--set", "5:1@3=fixed:1"},
               "--set: station 3 is not simulated; add it to --stations"},
@@ -172,23 +184,37 @@ INSTANTIATE_TEST_SUITE_P(
               {"--faults", "17"},
               "--fault: the rates of all kinds add up to more than 100 percent; "
               "a reply gets one fault at most, so lower some"},
-        Wrong{"PortTooLarge", {"--tcp", "99999"}, "--tcp: port '99999' is not a number from 0 to 65535"},
+        Wrong{"PortTooLarge", {"--tcp", "99999"}, "--tcp: port '99999' is not a whole number from 0 to 65535"},
         Wrong{"HostByName",
               {"--tcp", "plc:1"},
               "--tcp: host 'plc' is no numeric address; write for instance 127.0.0.1:5020"},
         Wrong{"SevenDataBits",
               {"--pace", "9600,7E1"},
               "--pace: line format '7E1' is not one of 8N1, 8N2, 8E1, 8E2, 8O1 and 8O2"},
-        Wrong{"BaudZero", {"--pace", "0"}, "--pace: baud rate '0' is not a number from 50 to 4000000"},
+        Wrong{"BaudZero", {"--pace", "0"}, "--pace: baud rate '0' is not a whole number from 50 to 4000000"},
         Wrong{"SerialWithoutDevice",
               {"--serial", ":9600"},
               "--serial: ':9600' names no device; write for instance /dev/ttyUSB0:19200,8E1"},
         Wrong{"SerialBadFormat",
               {"--serial", "/dev/ttyS0:9600,8X1"},
               "--serial: line format '8X1' is not one of 8N1, 8N2, 8E1, 8E2, 8O1 and 8O2"},
-        Wrong{"TickZero", {"--tick", "0"}, "--tick: Value 0 not in range 1 to 3600000"},
-        Wrong{"NegativeDelay", {"--delay", "-5"}, "--delay: Value -5 not in range 0 to 3600000"},
-        Wrong{"NegativeSeed", {"--seed", "-1"}, "--seed: seed '-1' is not a number from 0 to 9223372036854775807"},
+        Wrong{"TickZero",
+              {"--tick", "0"},
+              "--tick: time in milliseconds '0' is not a whole number from 1 to 3600000"},
+        Wrong{"TickWithAFraction",
+              {"--tick", "1.5"},
+              "--tick: time in milliseconds '1.5' is not a whole number from 1 to 3600000"},
+        Wrong{"ForAWord", {"--for", "abc"}, "--for: time in seconds 'abc' is not a number from 0.001 to 1000000"},
+        Wrong{"FaultsInHex", {"--faults", "0x10"}, "--faults: percentage '0x10' is not a number from 0 to 100"},
+        Wrong{"GivenTwice", {"--log", "all", "--log", "quiet"}, "--log is given more than once"},
+        Wrong{
+            "EmptyLink", {"--pty="}, "--pty: the path is empty; write for instance --pty=/tmp/plc, or --pty alone"},
+        Wrong{"NegativeDelay",
+              {"--delay", "-5"},
+              "--delay: time in milliseconds '-5' is not a whole number from 0 to 3600000"},
+        Wrong{"NegativeSeed",
+              {"--seed", "-1"},
+              "--seed: seed '-1' is not a whole number from 0 to 9223372036854775807"},
         Wrong{"NoSuchLevel", {"--log", "loud"}, "--log: 'loud' is none of quiet, normal, all"}),
     [](const auto &row) { return std::string(row.param.name); });
 
@@ -204,12 +230,12 @@ TEST(SettingTexts, Courses)
     EXPECT_EQ(parseRange("10:7=fixed:0x12345678").course.from, 0x12345678);
     EXPECT_EQ(parseRange("5:7=fixed:-5").course.from, -5);
     const Course ramp = parseRange("5:0=ramp:500..-5/25").course;
-    EXPECT_EQ(ramp.kind, Course::Kind::Ramp);
+    EXPECT_EQ(ramp.shape, Course::Shape::Ramp);
     EXPECT_EQ(ramp.from, 500);
     EXPECT_EQ(ramp.to, -5);
     EXPECT_EQ(ramp.step, 25);
     const Course walk = parseRange("5:0=walk:0..9").course;
-    EXPECT_EQ(walk.kind, Course::Kind::Walk);
+    EXPECT_EQ(walk.shape, Course::Shape::Walk);
     EXPECT_EQ(walk.step, 1);
 }
 

@@ -1,6 +1,6 @@
-#include "crc.h"
 #include "program.h"
-#include "sim_frames.h"
+#include "sim/crc.h"
+#include "sim/sim_frames.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,10 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <regex>
+#include <sstream>
 #include <termios.h>
 #include <unistd.h>
 
@@ -117,6 +120,54 @@ TEST(Program, SymbolicLinkComesAndGoes)
     EXPECT_FALSE(std::filesystem::is_symlink(link));
 }
 
+TEST(Program, ASecondOneOnTheSameLinkIsRefused)
+{
+    const Directory directory;
+    const std::filesystem::path link = directory.path / "plc";
+    Program first({"--pty=" + link.string(), "--values", "still"});
+    const std::string path = first.outputLine();
+    std::filesystem::create_directory(directory.path / "other");
+    for (const std::string &same : {link.string(), (directory.path / "other" / ".." / "plc").string()}) {
+        Program second({"--pty=" + same});
+        EXPECT_EQ(second.wait(), 3);
+        const std::string message = second.restOfLog();
+        const std::regex form("fgs-sim: --pty: cannot make the link " + same +
+                              ": another fgs-sim \\(process [1-9][0-9]*\\) has it, on " + path +
+                              "; choose another path, or end that one\n");
+        EXPECT_TRUE(std::regex_match(message, form)) << message;
+    }
+    EXPECT_EQ(std::filesystem::read_symlink(link), path);
+    Client client(openDevice(link));
+    EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+}
+
+TEST(Program, AKilledOneLeavesTheLinkToTheNext)
+{
+    const Directory directory;
+    const std::filesystem::path link = directory.path / "plc";
+    Program first({"--pty=" + link.string()});
+    first.outputLine();
+    first.signal(SIGKILL);
+    EXPECT_EQ(first.wait(), -SIGKILL);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    Program second({"--pty=" + link.string()});
+    EXPECT_EQ(second.outputLine(), std::filesystem::read_symlink(link).string());
+    EXPECT_EQ(interrupted(second), 0);
+    EXPECT_FALSE(std::filesystem::is_symlink(link));
+}
+
+TEST(Program, AVeryLongLinkIsTakenOnceToo)
+{
+    const Directory directory;
+    const std::string link = directory.path / std::string(150, 'x');
+    Program first({"--pty=" + link});
+    first.outputLine();
+    Program second({"--pty=" + link});
+    EXPECT_EQ(second.wait(), 3);
+    Program third({"--pty=" + link + "y"});
+    EXPECT_NE(third.outputLine(), "");
+}
+
 TEST(Program, SymbolicLinkNeverReplacesAFile)
 {
     const Directory directory;
@@ -131,7 +182,7 @@ TEST(Program, TcpOnLoopback)
 {
     Program program({"--tcp", "0", "--values", "still", "--stations", "1,9"});
     const std::string address = program.outputLine();
-    EXPECT_EQ(address.rfind("127.0.0.1:", 0), 0u) << address;
+    EXPECT_EQ(address.rfind("tcp:127.0.0.1:", 0), 0u) << address;
     Client first(openTcp(address)), second(openTcp(address));
     EXPECT_EQ(first.ask(Write, 3), Acknowledgement);
     EXPECT_EQ(second.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
@@ -151,10 +202,76 @@ TEST(Program, TcpRefusesTheNinthConnection)
         EXPECT_EQ(client->ask(Write, 3), Acknowledgement);
     Client ninth(openTcp(address));
     EXPECT_TRUE(ninth.isClosed());
+    EXPECT_NE(program.logLineWith(" refused: 8 connections are open, and there may be no more; close one"), "");
     clients.pop_back();
     EXPECT_NE(program.logLineWith(" disconnected"), "");
     Client next(openTcp(address));
     EXPECT_EQ(next.ask(Write, 3), Acknowledgement);
+}
+
+TEST(Program, AFloodOfGarbageIsCountedInTheLog)
+{
+    Program program({"--tcp", "0"});
+    Client client(openTcp(program.outputLine()));
+    const Bytes garbage(256 * 64, 0x55); // 64 pieces
+    for (int i = 0; i < 100; ++i)
+        client.send(garbage);
+    EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
+    EXPECT_EQ(interrupted(program), 0);
+    std::istringstream log(program.restOfLog());
+    unsigned long shown = 0, leftOut = 0, rejected = 0;
+    std::smatch found;
+    for (std::string line; std::getline(log, line);) {
+        shown += line.find(" rejected: unknown command") != std::string::npos;
+        if (std::regex_search(line, found, std::regex("rejected: ([0-9]+) more such lines$")))
+            leftOut += std::stoul(found[1]);
+        if (std::regex_search(line, found, std::regex("^requests .* rejected ([0-9]+)")))
+            rejected = std::stoul(found[1]);
+    }
+    EXPECT_GE(rejected, 6400u);
+    EXPECT_EQ(shown + leftOut, rejected);
+    EXPECT_GE(shown, 20u);
+    EXPECT_LT(shown, rejected / 2);
+}
+
+TEST(Program, TheLogHasLocalTimesWithTheirOffset)
+{
+    ::setenv("TZ", "XYZ-05:30", 1);
+    Program program({"--for", "0.05"});
+    ::unsetenv("TZ");
+    EXPECT_EQ(program.wait(), 0);
+    const std::string line = program.logLine();
+    const std::regex form("20[0-9]{2}-[01][0-9]-[0-3][0-9]T[0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{3}\\+05:30 "
+                          "simulating 1 station\\(s\\) on /dev/pts/[0-9]+");
+    EXPECT_TRUE(std::regex_match(line, form)) << line;
+}
+
+TEST(Program, TheLogHasTheOffsetOfUtcToo)
+{
+    ::setenv("TZ", "UTC0", 1);
+    Program program({"--for", "0.05"});
+    ::unsetenv("TZ");
+    EXPECT_EQ(program.wait(), 0);
+    const std::string line = program.logLine();
+    EXPECT_NE(line.find("+00:00 simulating"), std::string::npos) << line;
+}
+
+TEST(Program, TheLogShowsWhatIsSet)
+{
+    Program program({"--for", "0.05", "--set", "5:0x64=fixed:1", "--set", "1:17@1=ramp:0..1"});
+    EXPECT_EQ(program.wait(), 0);
+    const std::string log = program.restOfLog();
+    EXPECT_NE(log.find(" set area 5 from 0, 64 words: fixed 1\n"), std::string::npos) << log;
+    EXPECT_NE(log.find(" set area 1 from 17, 1 bit of station 1: ramp 0..1 by 1\n"), std::string::npos) << log;
+}
+
+TEST(Program, SaysThatItsAddressCannotBeWritten)
+{
+    Process program("/bin/sh", {"-c", "exec \"$0\" --for 0.05 >/dev/full", FGS_SIM});
+    EXPECT_EQ(program.wait(), 1);
+    const std::string message = program.restOfLog();
+    EXPECT_EQ(message.rfind("fgs-sim: cannot write /dev/pts/", 0), 0u) << message;
+    EXPECT_NE(message.find(" to the standard output: No space left on device\n"), std::string::npos) << message;
 }
 
 TEST(Program, AClientThatNeverReadsHarmsNobody)
@@ -258,7 +375,7 @@ TEST(Program, UsageErrorsEndWithTwo)
     Program program({"--stations", "none"});
     EXPECT_EQ(program.wait(), 2);
     EXPECT_EQ(program.restOfOutput(), "");
-    EXPECT_EQ(program.restOfLog(), "fgs-sim: --stations: station 'none' is not a number from 1 to 255\n"
+    EXPECT_EQ(program.restOfLog(), "fgs-sim: --stations: station 'none' is not a whole number from 1 to 255\n"
                                    "fgs-sim --help lists the options.\n");
 }
 
@@ -266,9 +383,10 @@ TEST(Program, APortInUseEndsWithThree)
 {
     Program first({"--tcp", "0"});
     const std::string address = first.outputLine();
-    Program second({"--tcp", address});
+    const std::string place = address.substr(4); // behind "tcp:"
+    Program second({"--tcp", place});
     EXPECT_EQ(second.wait(), 3);
-    EXPECT_EQ(second.restOfLog().rfind("fgs-sim: --tcp: cannot listen on " + address + ": ", 0), 0u);
+    EXPECT_EQ(second.restOfLog().rfind("fgs-sim: --tcp: cannot listen on " + place + ": ", 0), 0u);
 }
 
 TEST(Program, AMissingSerialDeviceEndsWithThree)
@@ -276,6 +394,32 @@ TEST(Program, AMissingSerialDeviceEndsWithThree)
     Program program({"--serial", "/dev/no-such-device"});
     EXPECT_EQ(program.wait(), 3);
     EXPECT_EQ(program.restOfLog().rfind("fgs-sim: --serial: cannot open /dev/no-such-device: ", 0), 0u);
+}
+
+TEST(Program, AFileIsNoSerialDevice)
+{
+    if (!FGS_SIM_WITH_SERIAL)
+        GTEST_SKIP() << "built without Qt SerialPort";
+    const Directory directory;
+    const std::filesystem::path file = directory.path / "file";
+    std::ofstream(file) << "text";
+    Program program({"--serial", file.string()});
+    EXPECT_EQ(program.wait(), 3);
+    const std::string message = program.restOfLog();
+    EXPECT_NE(message.find("; it is no serial device\n"), std::string::npos) << message;
+}
+
+TEST(Program, ASerialDeviceIsTakenOnce)
+{
+    if (!FGS_SIM_WITH_SERIAL)
+        GTEST_SKIP() << "built without Qt SerialPort";
+    Line line;
+    Program first({"--serial", line.path});
+    EXPECT_EQ(first.outputLine(), line.path);
+    Program second({"--serial", line.path});
+    EXPECT_EQ(second.wait(), 3);
+    const std::string message = second.restOfLog();
+    EXPECT_EQ(message.rfind("fgs-sim: --serial: cannot open " + line.path + ": ", 0), 0u) << message;
 }
 
 TEST(Program, SerialDevice)

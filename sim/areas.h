@@ -1,0 +1,41 @@
+// The fourteen register areas of a controller.
+#ifndef SIM_AREAS_H
+#define SIM_AREAS_H
+
+#include "bytes.h"
+
+#include <array>
+
+namespace fgssim
+{
+
+/// What one address of an area holds; the value is its number of bits.
+enum class Kind { Bit = 1, Word = 16, DoubleWord = 32 };
+
+inline unsigned bitsOf(Kind kind)
+{
+    return unsigned(kind);
+}
+std::string counted(unsigned count, Kind kind); ///< "1 bit", "2 words", "0 double words"
+
+struct Area {
+    int number; ///< 0..13
+    Kind kind;
+    Byte code; ///< in frames
+    bool writable;
+    int base; ///< of its addresses in texts: 8 or 10
+};
+
+const unsigned AddressesPerArea = 65536; ///< in every area; addresses count bits, words or double words
+
+using Areas = std::array<Area, 14>;
+
+const Areas &areas();              ///< in the order of their numbers
+const Area *areaOfCode(Byte code); ///< null: there is none
+
+/// The address as people write it: octal in areas 0 and 1, otherwise decimal.
+std::string addressText(const Area &area, unsigned address);
+
+} // namespace fgssim
+
+#endif

@@ -1,0 +1,80 @@
+// One conversation: received bytes in, bytes to send out, with the time as an argument. No input or output.
+#ifndef SIM_CONVERSATION_H
+#define SIM_CONVERSATION_H
+
+#include "controller.h"
+#include "log.h"
+#include "random_faults.h"
+#include "reassembler.h"
+
+#include <deque>
+
+namespace fgssim
+{
+
+struct Counters {
+    std::uint64_t requests = 0;   ///< frames with a good CRC
+    std::uint64_t replies = 0;    ///< handed out, damaged and late ones included
+    std::uint64_t broadcasts = 0; ///< requests for every station
+    std::uint64_t elsewhere = 0;  ///< requests for stations that are not here
+    std::uint64_t rejected = 0;   ///< refused requests and stretches of garbage
+    std::uint64_t lost = 0;       ///< replies for which there was no room: too many wait to be sent or read
+    std::array<std::uint64_t, FaultKinds> faults{};
+};
+
+std::string summary(const Counters &counters);
+
+/// What all sessions share.
+struct Simulation {
+    Controller controller;
+    FaultChooser faults;
+    Log log;
+    Counters counters;
+};
+
+class Conversation
+{
+public:
+    /// `prefix` starts each line in the log.
+    Conversation(Simulation &shared, const LineTimes &lineTimes, std::string prefix = {});
+
+    void receive(Slice bytes, Time now);
+    /// What the passing of time does.
+    void advance(Time now);
+    /// The bytes that are to be sent by now; each is handed out once.
+    Bytes takeDue(Time now);
+    /// When to call advance() and takeDue() again; none: not before bytes come.
+    std::optional<Time> nextEvent() const;
+    /// The reply that was just handed out could not be sent.
+    void replyLost();
+
+private:
+    struct Outgoing {
+        Bytes bytes;
+        Time start;
+        std::size_t sent;
+    };
+    void handle(const std::vector<Piece> &pieces);
+    void handleFrame(Slice frame);
+    void reject(const std::string &cause, Slice bytes);
+    void sendReply(const Response &response);
+    void sendFault(RandomFault fault, const Response &response);
+    void enqueue(Bytes reply, Time wait);
+    Time spent(std::size_t bytes) const { return times.byteTime * std::int64_t(bytes); }
+    /// `text` is called, and gives a string, only if the line is written.
+    template <typename Text>
+    void say(Log::Topic topic, Text text);
+
+    Simulation &simulation;
+    LineTimes times;
+    std::string name;
+    Reassembler reassembler;
+    std::deque<Outgoing> outgoing; // one after the other, as one line sends them
+    Time latest{0};                // the last time that was told
+    Time requestEnd{0};            // when the bytes received so far have passed the line
+    Time replyEnd{0};              // the same of the bytes to send
+};
+
+} // namespace fgssim
+
+#endif

@@ -1,0 +1,27 @@
+#include "exchange.h"
+
+namespace fgssim
+{
+
+int Exchange::headEnd() const
+{
+    int end = 0;
+    for (const std::vector<int> *field : {&station, &command, &number, &codes, &counts}) {
+        for (int at : *field)
+            end = std::max(end, at + 1);
+    }
+    return end;
+}
+
+void markEntries(Exchange &exchange, const Request &read)
+{
+    int at = 3; // behind station, command and number of entries
+    for (const Entry &entry : read.entries) {
+        exchange.codes.push_back(at++);
+        exchange.counts.push_back(at++);
+        for (std::size_t left = entry.count * bitsOf(entry.area->kind) / 8; left > 0; --left)
+            exchange.data.push_back(at++);
+    }
+}
+
+} // namespace fgssim

@@ -1,0 +1,72 @@
+#include "motion.h"
+
+namespace fgssim
+{
+
+namespace
+{
+
+const std::uint64_t RandomStream = 2;
+
+std::uint32_t cutToWidth(std::int64_t value, Kind kind)
+{
+    return std::uint32_t(std::uint64_t(value) & ((std::uint64_t(1) << bitsOf(kind)) - 1));
+}
+
+} // namespace
+
+Motion::Motion(const std::vector<unsigned> &stations, const std::vector<Range> &ranges, Values values,
+               std::uint64_t seed)
+    : background(values, seed), random(seed, RandomStream)
+{
+    for (const Range &range : ranges) {
+        for (unsigned station : stations) {
+            if (!range.station || *range.station == station)
+                add(station, range);
+        }
+    }
+}
+
+void Motion::add(unsigned station, const Range &range)
+{
+    Moving entry{range, {}};
+    if (range.course.shape == Course::Shape::Walk) {
+        for (unsigned i = 0; i < range.count; ++i)
+            entry.walks.push_back(startOfWalk(range.course, random));
+    }
+    std::vector<Moving> &list = moving[station];
+    list.insert(list.begin(), std::move(entry));
+}
+
+std::uint32_t Motion::value(unsigned station, const Area &area, unsigned address) const
+{
+    for (const Moving &entry : moving[station]) {
+        if (entry.covers(area, address))
+            return cutToWidth(entry.value(address, ticks), area.kind);
+    }
+    return background.value(station, area, address);
+}
+
+void Motion::tick()
+{
+    ++ticks;
+    background.tick();
+    for (std::vector<Moving> &list : moving) {
+        for (Moving &entry : list) {
+            for (std::int64_t &walk : entry.walks)
+                walk = nextOfWalk(entry.range.course, walk, random);
+        }
+    }
+}
+
+bool Motion::Moving::covers(const Area &area, unsigned address) const
+{
+    return &area == range.area && address >= range.first && address - range.first < range.count;
+}
+
+std::int64_t Motion::Moving::value(unsigned address, std::uint64_t now) const
+{
+    return walks.empty() ? valueAt(range.course, now) : walks[address - range.first];
+}
+
+} // namespace fgssim

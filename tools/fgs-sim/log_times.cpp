@@ -1,0 +1,15 @@
+#include "log_times.h"
+
+#include <QtCore/QDateTime>
+
+namespace fgssim
+{
+
+std::string wallClock()
+{
+    const QDateTime local = QDateTime::currentDateTime();
+    const std::string text = local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODateWithMs).toStdString();
+    return text.back() == 'Z' ? text.substr(0, text.size() - 1) + "+00:00" : text;
+}
+
+} // namespace fgssim
