@@ -2,7 +2,6 @@
 
 #include "host/variable.h"
 
-#include <csignal>
 #include <gtest/gtest.h>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QRegularExpression>
@@ -37,14 +36,23 @@ QJsonObject Result::summary() const
     return all.empty() ? QJsonObject() : all.back().value(QStringLiteral("summary")).toObject();
 }
 
+QStringList wordsOf(const QString &line, const QString &link)
+{
+    QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (QString &word : words)
+        if (word == QLatin1String("L"))
+            word = link;
+    return words;
+}
+
 Program::Program(const QString &name, const QStringList &arguments)
     : process(TARN_BINARY_DIR "/" + name.toStdString(), texts(arguments))
 {
 }
 
-void Program::interrupt()
+void Program::interrupt(int number)
 {
-    process.signal(SIGINT);
+    process.signal(number);
 }
 
 Result Program::wait()

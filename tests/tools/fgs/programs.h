@@ -4,6 +4,7 @@
 
 #include "support/process.h"
 
+#include <csignal>
 #include <QtCore/QJsonObject>
 #include <QtCore/QStringList>
 #include <vector>
@@ -20,15 +21,24 @@ struct Result {
     QJsonObject summary() const;
 };
 
+/// The words of a command line, L standing for the link.
+QStringList wordsOf(const QString &line, const QString &link);
+
 class Program
 {
 public:
     Program(const QString &name, const QStringList &arguments);
+    /// fgs with these arguments, L standing for the link.
+    Program(const char *line, const QString &link)
+        : Program(QStringLiteral("fgs"), wordsOf(QString::fromLatin1(line), link))
+    {
+    }
 
     /// The next line, without its end; empty once there is none.
     QString line() { return QString::fromStdString(process.outputLine()); }
     QString message() { return QString::fromStdString(process.logLine()); }
-    void interrupt();
+    /// Ctrl-C, or another signal.
+    void interrupt(int number = SIGINT);
     Result wait();
 
 private:
@@ -36,6 +46,10 @@ private:
 };
 
 Result runFgs(const QStringList &arguments);
+inline Result runFgs(const char *line, const QString &link)
+{
+    return runFgs(wordsOf(QString::fromLatin1(line), link));
+}
 
 /// A simulated controller, on a pseudo-terminal unless the arguments say otherwise.
 class Simulator

@@ -1,5 +1,6 @@
 // The commands against a simulated controller, over a pseudo-terminal and TCP.
 #include "programs.h"
+#include "rows.h"
 #include "support/serial_ports.h"
 
 #include <cstdlib>
@@ -65,26 +66,19 @@ TEST_P(OnLink, ReadsEveryKind)
     const Result result = run("read L 5:100x2 0:17@2 10:5 --quiet");
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.messages.toStdString(), "");
-    const QStringList lines = result.lines();
-    ASSERT_EQ(lines.size(), 3);
-    EXPECT_EQ(lines.at(0).toStdString(),
-              "5:100x2@1       word         wire 0x08:100    " + word(1, 100) + " " + word(1, 101));
-    EXPECT_EQ(lines.at(1).toStdString(),
-              "0:17@2          bit          wire 0x00:15     " + std::to_string(patternValue(2, 0, 15)));
-    EXPECT_EQ(lines.at(2).toStdString(),
-              "10:5@1          double word  wire 0x13:5      " + std::to_string(patternValue(1, 10, 5)));
+    EXPECT_EQ(placesOf(result), (Texts{"5:100x2@1", "0:17@2", "10:5@1"}));
+    EXPECT_EQ(contentsOf(result), (Texts{word(1, 100) + " " + word(1, 101), std::to_string(patternValue(2, 0, 15)),
+                                         std::to_string(patternValue(1, 10, 5))}));
 }
 
 TEST_P(OnLink, WritesAndReadsBack)
 {
     const Result written = run("write L 5:100=1,0xFFFF 1:17@2=1,0,1 10:5=-1 5:7@2=12 --format signed");
     EXPECT_EQ(written.code, 0) << written.messages.toStdString();
-    const QStringList lines = written.lines();
-    ASSERT_EQ(lines.size(), 4);
-    EXPECT_TRUE(lines.at(0).endsWith(QLatin1String("  1 -1")));
-    EXPECT_TRUE(lines.at(1).endsWith(QLatin1String("  1 0 1")));
-    EXPECT_TRUE(lines.at(2).endsWith(QLatin1String("  -1")));
-    EXPECT_EQ(run("read L 5:100x2 1:17x3@2 10:5 5:7@2 --quiet --format signed").lines(), lines);
+    EXPECT_EQ(contentsOf(written), (Texts{"1 -1  written and verified", "1 0 1  written and verified",
+                                          "-1  written and verified", "12  written and verified"}));
+    EXPECT_EQ(contentsOf(run("read L 5:100x2 1:17x3@2 10:5 5:7@2 --quiet --format signed")),
+              (Texts{"1 -1", "1 0 1", "-1", "12"}));
 }
 
 TEST_P(OnLink, WritesAThousandBitsAndManyDoubleWords)
@@ -99,10 +93,8 @@ TEST_P(OnLink, WritesAThousandBitsAndManyDoubleWords)
                                               QStringLiteral("10:3=") + doubles.join(QLatin1Char(','))} +
                                   Patience);
     EXPECT_EQ(written.code, 0) << written.messages.toStdString();
-    const QStringList lines = run("read L 2:5x1000 10:3x100 --quiet").lines();
-    ASSERT_EQ(lines.size(), 2);
-    EXPECT_TRUE(lines.at(0).endsWith(QLatin1String("  ") + bits.join(QLatin1Char(' '))));
-    EXPECT_TRUE(lines.at(1).endsWith(QLatin1String("  ") + doubles.join(QLatin1Char(' '))));
+    EXPECT_EQ(contentsOf(run("read L 2:5x1000 10:3x100 --quiet")),
+              (Texts{bits.join(QLatin1Char(' ')).toStdString(), doubles.join(QLatin1Char(' ')).toStdString()}));
 }
 
 TEST_P(OnLink, PollsRoundsAndSumsUp)
@@ -166,6 +158,12 @@ TEST_P(OnLink, AnInterruptedPollStillSumsUp)
     EXPECT_TRUE(result.messages.contains(QLatin1String(" requests in "))) << result.messages.toStdString();
 }
 
+TEST_P(OnLink, ASimulatorsFirstLineIsALink)
+{
+    Program sim(QStringLiteral("fgs-sim"), simulatorArguments(QStringLiteral(" --log quiet")));
+    EXPECT_EQ(runFgs("read L 5:0", sim.line()).code, 0);
+}
+
 TEST_P(OnLink, MovingValuesGiveALineAChange)
 {
     Simulator moving(simulatorArguments(QStringLiteral(" --tick 20 --set 5:0=ramp:0..9/1")));
@@ -205,26 +203,24 @@ TEST_P(WrongUse, NamesTheArgumentAndTheRemedy)
     EXPECT_EQ(result.messages.toStdString().find(GetParam().message), 0u) << result.messages.toStdString();
 }
 
-#define TAIL "; fgs --help and fgs COMMAND --help tell the rest\n"
+#define TAIL "; fgs help and fgs help COMMAND tell the rest\n"
 INSTANTIATE_TEST_SUITE_P(
     Arguments, WrongUse,
     ::testing::Values(
-        Wrong{"", 2, "fgs: a command is missing; commands are read, write and poll" TAIL},
+        Wrong{"", 2, "fgs: a command is missing; commands are read, write, poll and help" TAIL},
         Wrong{"read", 2, "fgs: LINK is required" TAIL}, Wrong{"read /dev/null", 2, "fgs: VAR is required" TAIL},
-        Wrong{"frob", 2, "fgs: 'frob' is no command; commands are read, write and poll" TAIL},
+        Wrong{"frob", 2, "fgs: 'frob' is no command; commands are read, write, poll and help" TAIL},
         Wrong{"read tcp:x 5:0", 2, "fgs: link 'tcp:x': not of the form tcp:HOST:PORT; write "},
         Wrong{"read /dev/x 5", 2, "fgs: variable '5': not of the form AREA:ADDRESS[xCOUNT][@STATION]; for example"},
         Wrong{"read /dev/x 0:8", 2, "fgs: variable '0:8': 8 is not octal; addresses of areas 0 and 1"},
-        Wrong{"write /dev/x 5:0", 2, "fgs: '5:0' assigns nothing; write VAR=VALUE[,VALUE...]"},
+        Wrong{"write /dev/x 5:0", 2, "fgs: assignment '5:0': assigns nothing; write VAR=VALUE[,VALUE...]"},
         Wrong{"write /dev/x 5:0=1,2 5:1=3", 2,
               "fgs: variables '5:0x2@1' and '5:1@1' overlap; write them one after"},
-        Wrong{"read /dev/x 5:0 --timeout 0", 2, "fgs: --timeout: Value 0 not in range 1 to 3600000" TAIL},
+        Wrong{"read /dev/x 5:0 --timeout 0", 2,
+              "fgs: --timeout: '0' is no whole number of milliseconds from 1 to 3600000" TAIL},
         Wrong{"read /dev/x 5:0 --block 3", 2, "fgs: --block: Value 3 not in range 4 to 255" TAIL},
         Wrong{"read /dev/x 5:0 --format oct", 2, "fgs: --format: 'oct' is none of dec, signed, hex, float" TAIL},
         Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: Value -1 not in range 0.001"},
-        Wrong{"read /dev/no_such_port 5:0", 3,
-              "fgs: cannot open link '/dev/no_such_port': /dev/no_such_port does not exist; is the adapter plugged "
-              "in?"},
         Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
               "fgs: cannot open link 'tcp:127.0.0.1:1': port 1 of 127.0.0.1 refuses connections; check the port, "
               "and "}));
@@ -237,7 +233,8 @@ TEST(WrongUse, APortThatIsNotThereIsNamed)
     EXPECT_EQ(result.code, 3);
     EXPECT_EQ(
         result.messages.toStdString().find(
-            "fgs: cannot open link '/dev/no_such_port': No such file or directory; check the name, the cable"),
+            "fgs: cannot open link '/dev/no_such_port': /dev/no_such_port does not exist; is the adapter plugged "
+            "in?"),
         0u)
         << result.messages.toStdString();
 }
@@ -259,7 +256,7 @@ TEST(WrongUse, AThousandValuesAreTheMost)
     const Result result =
         runFgs({QStringLiteral("write"), QStringLiteral("/dev/x"), QStringLiteral("5:0=") + values});
     EXPECT_EQ(result.code, 2);
-    EXPECT_EQ(result.messages.toStdString(), "fgs: variable '5:0x1001@1': more than 1000 values; split it\n");
+    EXPECT_EQ(result.messages.toStdString(), "fgs: assignment to 5:0x1001@1: more than 1000 values; split it\n");
 }
 
 TEST(Help, BeginsWithExamplesAndDocumentsTheExitCodes)

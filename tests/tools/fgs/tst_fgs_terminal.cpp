@@ -1,167 +1,258 @@
-// The live table, on a pseudo-terminal, and controllers that the simulator does not play.
-#include "programs.h"
-#include "support/frames.h"
-#include "support/loopback.h"
-#include "support/serial_ports.h"
+// The live table, as it stands on the screen.
+#include "own_controller.h"
+#include "terminal.h"
 
 #include <gtest/gtest.h>
-#include <pty.h>
 #include <QtCore/QRegularExpression>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
+#include <set>
+#include <sstream>
 
 namespace
 {
 
-struct Shown {
-    int code;
-    QString text; ///< everything that was written to the terminal
+const char Up[] = "\x1b[A", Down[] = "\x1b[B", PageDown[] = "\x1b[6~", PageUp[] = "\x1b[5~", Home[] = "\x1b[H",
+           End[] = "\x1b[F";
+
+/// The words of digits alone, a mark of change in front left off.
+std::vector<std::string> numbersIn(const std::string &text)
+{
+    std::vector<std::string> numbers;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        word.erase(0, word[0] == '*');
+        if (!word.empty() && word.find_first_not_of("0123456789") == std::string::npos)
+            numbers.push_back(word);
+    }
+    return numbers;
+}
+
+bool isHeader(const std::string &row)
+{
+    return row.find("AGE") != std::string::npos && row.find("VARIABLE") != std::string::npos &&
+           row.find("VALUE") != std::string::npos;
+}
+
+/// Five digits each, none the beginning of another.
+void holdWords(OwnController &controller, int from, int count)
+{
+    for (int i = 0; i < count; ++i)
+        controller.hold(1, 5, from + i, quint32(50205 + i * 111));
+}
+
+TEST(Table, ShowsEveryNumberWhole)
+{
+    OwnController controller;
+    std::vector<std::string> expected;
+    holdWords(controller, 100, 4);
+    for (int i = 0; i < 4; ++i)
+        expected.push_back(std::to_string(50205 + i * 111));
+    for (int i = 0; i < 3; ++i) {
+        controller.hold(1, 10, i, 4294967295u - quint32(i));
+        expected.push_back(std::to_string(4294967295u - quint32(i)));
+    }
+    Terminal terminal(QStringLiteral("poll L 5:100x4 10:0x3"), controller.link());
+    EXPECT_TRUE(terminal.until([&expected](const Screen &screen) {
+        std::vector<std::string> shown;
+        for (const std::string &number : numbersIn(screen.text()))
+            if (number.size() >= 5)
+                shown.push_back(number);
+        return shown == expected;
+    })) << terminal.screen().text();
+    for (const std::string &row : terminal.screen().rows())
+        EXPECT_LE(row.size(), 80u);
+    terminal.press("q");
+    EXPECT_EQ(terminal.wait(), 0);
+}
+
+TEST(Table, NamesItsColumns)
+{
+    OwnController controller;
+    Terminal terminal(QStringLiteral("poll L 5:100"), controller.link());
+    EXPECT_TRUE(terminal.until([](const Screen &screen) {
+        const std::vector<std::string> rows = screen.rows();
+        return std::any_of(rows.begin(), rows.end(), isHeader);
+    }));
+    EXPECT_TRUE(terminal.untilItShows("5:100"));
+}
+
+/// Numbers of at least five digits that are none of those held.
+std::set<std::string> strangers(const Screen &screen, const std::set<std::string> &held)
+{
+    std::set<std::string> strange;
+    for (const std::string &number : numbersIn(screen.text()))
+        if (number.size() >= 5 && !held.count(number))
+            strange.insert(number);
+    return strange;
+}
+
+TEST(Table, WrapsALongVariableIntoRowsWithAddresses)
+{
+    for (int columns : {80, 60, 132}) {
+        OwnController controller;
+        holdWords(controller, 100, 60);
+        std::set<std::string> held;
+        for (int i = 0; i < 60; ++i)
+            held.insert(std::to_string(50205 + i * 111));
+        Terminal terminal(QStringLiteral("poll L 5:100x60"), controller.link(), 40, columns);
+        ASSERT_TRUE(terminal.until([&held](const Screen &screen) {
+            const std::vector<std::string> shown = numbersIn(screen.text());
+            return std::count_if(shown.begin(), shown.end(), [&](const std::string &n) { return held.count(n); }) ==
+                       60 &&
+                   strangers(screen, held).empty();
+        })) << terminal.screen().text();
+        int rowsWithValues = 0;
+        for (const std::string &row : terminal.screen().rows()) {
+            const QRegularExpressionMatch first =
+                QRegularExpression(QStringLiteral("[* ]([0-9]{5})(?![0-9])")).match(QString::fromStdString(row));
+            if (!first.hasMatch())
+                continue;
+            ++rowsWithValues;
+            const int address = 100 + (first.captured(1).toInt() - 50205) / 111;
+            EXPECT_NE(row.find("5:" + std::to_string(address)), std::string::npos)
+                << "row without the address of its first value: " << row;
+        }
+        EXPECT_GT(rowsWithValues, 1);
+    }
+}
+
+QString fortyWords()
+{
+    QString line = QStringLiteral("poll L");
+    for (int i = 0; i < 40; ++i)
+        line += QStringLiteral(" 5:%1").arg(1000 + i);
+    return line;
+}
+
+class LongTable : public ::testing::Test
+{
+protected:
+    LongTable()
+    {
+        holdWords(controller, 1000, 40);
+        EXPECT_TRUE(
+            terminal.until([](const Screen &screen) { return screen.shows("rows 1-") && screen.shows(" of 40"); }));
+        EXPECT_TRUE(showsVariable(0));
+    }
+    ~LongTable() override
+    {
+        terminal.press("q");
+        EXPECT_EQ(terminal.wait(), 0);
+    }
+    bool showsVariable(int i)
+    {
+        return terminal.until([i](const Screen &screen) {
+            return screen.shows("5:" + std::to_string(1000 + i)) && screen.shows(std::to_string(50205 + i * 111));
+        });
+    }
+    bool hides(int i)
+    {
+        return terminal.until([i](const Screen &screen) { return !screen.shows("5:" + std::to_string(1000 + i)); });
+    }
+
+    OwnController controller;
+    Terminal terminal{fortyWords(), controller.link(), 12, 80};
 };
 
-/// Runs fgs on a terminal of 8 lines and 70 columns until it ends.
-Shown onTerminal(const QString &arguments, const char *environment)
+TEST_F(LongTable, IsScrolledRowByRow)
 {
-    std::vector<std::string> command = commandOf(TARN_BINARY_DIR "/fgs");
-    for (const QString &argument : arguments.split(QLatin1Char(' ')))
-        command.push_back(argument.toStdString());
-    std::vector<char *> list;
-    for (std::string &word : command)
-        list.push_back(word.data());
-    list.push_back(nullptr);
-    winsize size = {8, 70, 0, 0};
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
-    if (child == 0) {
-        ::putenv(const_cast<char *>(environment));
-        ::execv(list[0], list.data());
-        ::_exit(127);
+    EXPECT_FALSE(terminal.screen().shows("5:1039"));
+    terminal.press(Down);
+    EXPECT_TRUE(terminal.untilItShows("rows 2-"));
+    EXPECT_TRUE(hides(0));
+    terminal.press(Up);
+    EXPECT_TRUE(terminal.untilItShows("rows 1-"));
+    EXPECT_TRUE(showsVariable(0));
+}
+
+TEST_F(LongTable, IsScrolledToItsEndAndBack)
+{
+    terminal.press(End);
+    EXPECT_TRUE(showsVariable(39));
+    EXPECT_TRUE(terminal.untilItShows("-40 of 40"));
+    EXPECT_TRUE(hides(0));
+    terminal.press(Home);
+    EXPECT_TRUE(showsVariable(0));
+    EXPECT_TRUE(terminal.untilItShows("rows 1-"));
+}
+
+TEST_F(LongTable, IsScrolledByPages)
+{
+    for (int i = 0; i < 20; ++i)
+        terminal.press(PageDown);
+    EXPECT_TRUE(showsVariable(39));
+    EXPECT_TRUE(terminal.untilItShows("-40 of 40"));
+    for (int i = 0; i < 20; ++i)
+        terminal.press(PageUp);
+    EXPECT_TRUE(showsVariable(0));
+}
+
+TEST(Table, MarksWhatChanged)
+{
+    OwnController controller;
+    controller.hold(1, 5, 100, 11111);
+    controller.hold(1, 5, 101, 22222);
+    Terminal terminal(QStringLiteral("poll L 5:100x2"), controller.link());
+    EXPECT_TRUE(terminal.untilItShows("11111"));
+    controller.hold(1, 5, 100, 33333);
+    EXPECT_TRUE(terminal.untilItShows("*33333"));
+    EXPECT_FALSE(terminal.screen().shows("*22222"));
+}
+
+const char Escape[] = "\x1b[";
+
+/// Whether letters were made to look otherwise: colours, bold and the like.
+bool isHighlighted(const std::string &written)
+{
+    return QRegularExpression(QStringLiteral("\x1b\\[[0-9;]*[1-9][0-9;]*m"))
+        .match(QString::fromStdString(written))
+        .hasMatch();
+}
+
+TEST(Table, HighlightsWhatChangedUnlessTold)
+{
+    for (const char *environment : {"TERM=xterm", "NO_COLOR=1"}) {
+        OwnController controller;
+        controller.hold(1, 5, 100, 11111);
+        Terminal terminal(QStringLiteral("poll L 5:100"), controller.link(), 24, 80, environment);
+        EXPECT_TRUE(terminal.untilItShows("11111"));
+        controller.hold(1, 5, 100, 33333);
+        EXPECT_TRUE(terminal.untilItShows("*33333"));
+        terminal.press("q");
+        EXPECT_EQ(terminal.wait(), 0);
+        EXPECT_EQ(isHighlighted(terminal.written()), std::string(environment) == "TERM=xterm");
     }
-    QByteArray all;
-    char buffer[4096];
-    for (ssize_t count; (count = ::read(terminal, buffer, sizeof buffer)) > 0;)
-        all.append(buffer, int(count));
-    ::close(terminal);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, QString::fromUtf8(all)};
 }
 
-const QString Red = QStringLiteral("\x1b[31m");
-
-TEST(Table, IsDrawnOverAndOver)
+TEST(Table, ShowsTheReasonAndTheLink)
 {
-    NEEDS_SERIAL_PORTS();
-    Simulator simulator({QStringLiteral("--values"), QStringLiteral("still")});
-    const Shown shown = onTerminal(
-        QStringLiteral("poll %1 5:100x2 1:7 --count 6 --interval 120 --timeout 3600000").arg(simulator.link()),
-        "TERM=xterm");
-    EXPECT_EQ(shown.code, 0);
-    EXPECT_TRUE(shown.text.contains(QLatin1String(" s  5:100x2@1       word         wire 0x08:100    0 0")))
-        << shown.text.toStdString();
-    EXPECT_GE(shown.text.count(QLatin1String("\x1b[3A\r")), 2) << "back over two rows and a status line";
-    EXPECT_TRUE(shown.text.contains(QLatin1String(" requests, 0 failed, Ctrl-C ends")));
-    EXPECT_TRUE(shown.text.contains(QLatin1String(" requests in "))) << "the summary";
-    EXPECT_FALSE(shown.text.contains(Red));
+    OwnController controller([](const Request &request, const QByteArray &good) {
+        return request.station == 9 ? Silence : Reply{good};
+    });
+    Terminal terminal(QStringLiteral("poll L 5:0 5:0@9 --timeout 100 --late 0"), controller.link());
+    EXPECT_TRUE(terminal.untilItShows("no reply")) << terminal.screen().text();
+    controller.shutDoor();
+    EXPECT_TRUE(terminal.untilItShows("link lost")) << terminal.screen().text();
+    controller.openDoor();
+    EXPECT_TRUE(terminal.until([](const Screen &screen) { return !screen.shows("link lost"); }));
 }
 
-TEST(Table, ShowsTheReasonInRed)
+TEST(Table, LeavesTheSummaryBehind)
 {
-    NEEDS_SERIAL_PORTS();
-    Simulator simulator;
-    const QString poll =
-        QStringLiteral("poll %1 5:0 5:0@9 --timeout 2000 --retries 0 --count 1").arg(simulator.link());
-    const Shown shown = onTerminal(poll, "TERM=xterm");
-    EXPECT_EQ(shown.code, 8);
-    EXPECT_TRUE(shown.text.contains(Red));
-    EXPECT_TRUE(shown.text.contains(QLatin1String("5:0@9           word         wire 0x08:0      -")))
-        << shown.text.toStdString();
-    const Shown plain = onTerminal(poll, "NO_COLOR=1");
-    EXPECT_FALSE(plain.text.contains(Red));
-}
-
-TEST(Table, FitsOnTheTerminal)
-{
-    NEEDS_SERIAL_PORTS();
-    Simulator simulator;
-    const Shown shown = onTerminal(QStringLiteral("poll %1 5:0x90 5:100 5:101 5:102 5:103 5:104 5:105 5:106 "
-                                                  "--count 6 --interval 120 --timeout 3600000 --quiet")
-                                       .arg(simulator.link()),
-                                   "TERM=xterm");
-    EXPECT_TRUE(shown.text.contains(QLatin1String("3 more variables; "))) << shown.text.toStdString();
-    static const QRegularExpression escapes(QStringLiteral("\x1b\\[[0-9]*[A-Za-z]"));
-    for (QString line : shown.text.split(QRegularExpression(QStringLiteral("[\r\n]+"))))
-        EXPECT_LT(line.remove(escapes).size(), 70) << line.toStdString();
+    OwnController controller;
+    Terminal terminal(QStringLiteral("poll L 5:0"), controller.link());
+    EXPECT_TRUE(terminal.untilItShows("5:0"));
+    terminal.press("q");
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_TRUE(terminal.screen().shows(" requests in ")) << terminal.screen().text();
 }
 
 TEST(Table, NeedsATerminalThatCanDraw)
 {
-    NEEDS_SERIAL_PORTS();
-    Simulator simulator;
-    const Shown shown =
-        onTerminal(QStringLiteral("poll %1 5:0 --count 1 --timeout 3600000").arg(simulator.link()), "TERM=dumb");
-    EXPECT_FALSE(shown.text.contains(QLatin1Char('\x1b')));
-    EXPECT_TRUE(shown.text.contains(QLatin1String("5:0@1")));
-}
-
-/// A controller on TCP that acknowledges every write and does none: all its registers are 0.
-class ForgetfulController
-{
-public:
-    ForgetfulController() : listener(listenOnLoopback(port)), server([this] { serve(); }) {}
-    ~ForgetfulController()
-    {
-        server.join();
-        ::close(listener);
-    }
-    QString link() const { return QStringLiteral("tcp:127.0.0.1:%1").arg(port); }
-
-private:
-    /// One host, until it goes. Requests come whole over the loopback.
-    void serve() const
-    {
-        const int host = ::accept(listener, nullptr, nullptr);
-        char buffer[4096];
-        for (ssize_t count; (count = ::read(host, buffer, sizeof buffer)) > 0;) {
-            const QByteArray reply = answer(QByteArray(buffer, int(count)));
-            EXPECT_EQ(::write(host, reply.constData(), size_t(reply.size())), reply.size());
-        }
-        ::close(host);
-    }
-
-    /// Words only.
-    static QByteArray answer(const QByteArray &request)
-    {
-        if (request.at(1) == char(0xFF))
-            return request.left(1) + QByteArray::fromHex("FF20");
-        return frames::sealed(request.left(5) + QByteArray(2 * request.at(4), 0));
-    }
-
-    int port;
-    int listener;
-    std::thread server;
-};
-
-TEST(Write, ReportsWhatTheControllerHoldsInstead)
-{
-    ForgetfulController controller;
-    const Result result = runFgs(
-        QStringLiteral("write %1 5:100=7,8 --timeout 3600000").arg(controller.link()).split(QLatin1Char(' ')));
-    EXPECT_EQ(result.code, 7);
-    EXPECT_TRUE(result.out.endsWith(QLatin1String("wire 0x08:100    0 0\n"))) << result.out.toStdString();
-    EXPECT_EQ(result.messages.section(QLatin1Char('\n'), 0, 0).toStdString(),
-              "fgs: variable '5:100x2@1': wrote 7 8, but the controller holds 0 0");
-}
-
-TEST(Write, ReportsItInJsonToo)
-{
-    ForgetfulController controller;
-    const Result result = runFgs(QStringLiteral("write %1 5:100=7 --timeout 3600000 --json --quiet")
-                                     .arg(controller.link())
-                                     .split(QLatin1Char(' ')));
-    EXPECT_EQ(result.code, 7);
-    ASSERT_EQ(result.objects().size(), 1u);
-    EXPECT_EQ(result.objects()[0].value(QStringLiteral("verified")), QJsonValue(false));
+    OwnController controller;
+    Terminal terminal(QStringLiteral("poll L 5:0 --count 1"), controller.link(), 24, 80, "TERM=dumb");
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_EQ(terminal.written().find(Escape), std::string::npos);
+    EXPECT_TRUE(terminal.screen().shows("5:0@1"));
 }
 
 } // namespace
