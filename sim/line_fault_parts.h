@@ -14,6 +14,7 @@ using namespace std::chrono_literals;
 using Table = std::vector<LineFault>;
 
 const Time Moment = 3ms;
+const Time Step = 1ms; ///< of what babbles
 
 Table noises();
 Table otherFrames();
@@ -71,7 +72,7 @@ inline Bytes without(Bytes frame, int at)
 /// Always the same bytes; none of them begins a frame of stations 1 to 9.
 inline Bytes noise(int size)
 {
-    std::mt19937 random(1234);
+    std::mt19937 random(1234); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same bytes every time
     Bytes bytes(std::size_t(size), 0);
     for (Byte &byte : bytes)
         byte = Byte(0x40 + random() % 0x80);

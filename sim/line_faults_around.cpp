@@ -30,7 +30,7 @@ Table noises()
         {"babble past the limit", once,
          [](const Exchange &x, int) {
              Delivery delivery;
-             for (Time at = 1ms; at < x.limit + 4 * ReplyDelay; at += 1ms)
+             for (Time at = Step; at < x.limit + 4 * ReplyDelay; at += Step)
                  delivery.push_back({at, noise(8)});
              return delivery;
          }},

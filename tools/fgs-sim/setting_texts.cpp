@@ -132,10 +132,10 @@ void parsePlace(const std::string &text, Range &range)
     if (!parts.split)
         throw BadText(quoted(text) + " names no address; write AREA:ADDRESS, for instance 5:100");
     range.area = &areas()[std::size_t(number(parts.left, "area", 0, std::int64_t(areas().size()) - 1))];
-    const Halves counted = halves(parts.right, "x");
-    range.first = parseAddress(counted.left, *range.area);
+    const Halves sized = halves(parts.right, "x");
+    range.first = parseAddress(sized.left, *range.area);
     const std::int64_t room = AddressesPerArea - range.first;
-    range.count = counted.split ? unsigned(number(counted.right, "count", 1, room)) : 1;
+    range.count = sized.split ? unsigned(number(sized.right, "count", 1, room)) : 1;
 }
 
 bool isNumericHost(const std::string &host)
