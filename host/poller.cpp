@@ -29,6 +29,7 @@ Step Poller::step()
         return stopped();
     Step step;
     step.kind = Step::NoLink;
+    replaceSilentConnection();
     if (!link.isOpen() && !reopen())
         return link.isEnded() ? stopped() : step;
     settleUnderWay();
@@ -79,7 +80,7 @@ void Poller::exchange(Step &step)
     const bool isAsked = request->replyLen != 0;
     finish(step);
     if (isAsked)
-        watchConnection();
+        watchConnection(step);
 }
 
 /// A request that a stop has cut off is sent again, or given up: what it brought is no longer waited for.
@@ -103,10 +104,21 @@ void Poller::giveUp()
 }
 
 /// A connection can be dead without the system knowing it.
-void Poller::watchConnection()
+void Poller::watchConnection(const Step &step)
 {
-    silentRequests = finder.received().size > 0 ? 0 : silentRequests + 1;
-    if (silentRequests < MostSilentRequests || !link.isConnection())
+    jobIsSilent = jobIsSilent && finder.received().size == 0;
+    if (!jobIsSilent)
+        silentRequests = 0;
+    if (!step.ended)
+        return;
+    silentRequests += jobIsSilent;
+    jobIsSilent = true;
+}
+
+/// Before the next request, not after the last one: whoever asks no more keeps an open link.
+void Poller::replaceSilentConnection()
+{
+    if (silentRequests < MostSilentRequests || !link.isOpen() || !link.isConnection())
         return;
     silentRequests = 0;
     link.close(QStringLiteral("no byte came for %1 requests in a row").arg(MostSilentRequests));

@@ -20,7 +20,7 @@ struct Timing {
     Time lastReconnect = 1s;     ///< and never longer, so that a device that is back is soon taken
 };
 
-/// A connection on which so many requests in a row brought no byte is opened anew.
+/// A connection on which so many requests in a row, each with its repetitions, brought no byte is opened anew.
 const int MostSilentRequests = 3;
 
 /// What RW_VAR::hostAddr says of a block that is read only to keep another one company: its failure says nothing.
@@ -84,7 +84,8 @@ private:
     bool prepare();
     void exchange(Step &step);
     void settleUnderWay();
-    void watchConnection();
+    void watchConnection(const Step &step);
+    void replaceSilentConnection();
     bool reopen();
     bool awaitLateReplies();
     bool awaitSilence();
@@ -115,7 +116,8 @@ private:
     Time lastByte{0}; ///< seen on the line
     Time nextOpen{0};
     Time reconnectDelay;
-    int silentRequests = 0; ///< in a row
+    bool jobIsSilent = true; ///< none of its tries has brought a byte so far
+    int silentRequests = 0;  ///< given up in a row
 };
 
 } // namespace fgs

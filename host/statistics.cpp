@@ -16,11 +16,11 @@ struct Names {
 const Names names[OutcomeCount] = {
     {"good", "good"},
     {"no reply", "noReply"},
-    {"incomplete answer", "incomplete"},
-    {"garbled answer", "garbled"},
+    {"incomplete", "incomplete"},
+    {"bytes that are no reply", "garbled"},
     {"wrong check code", "badCheck"},
     {"answer to another question", "otherReply"},
-    {"answer of another station only", "otherStation"},
+    {"answer of another station", "otherStation"},
     {"refused by the controller", "refused"},
     {"link lost", "linkLost"},
 };

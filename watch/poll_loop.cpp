@@ -47,7 +47,7 @@ void PollLoop::run()
 {
     host.poll(variables);
     for (const Variable &variable : variables)
-        readings.push_back(readingOf(host, variable));
+        readings.push_back(readingOf(host, link, variable));
     observer.updated(readings, all);
     while (!isOver()) {
         step();
@@ -82,7 +82,7 @@ void PollLoop::update(const std::vector<std::size_t> &which)
 /// Whether the reading has a new time, value or quality.
 bool PollLoop::refresh(std::size_t index)
 {
-    Reading reading = readingOf(host, variables[index]);
+    Reading reading = readingOf(host, link, variables[index]);
     if (reading.time == readings[index].time && reading.tellsSameAs(readings[index]))
         return false;
     readings[index] = std::move(reading);

@@ -23,7 +23,7 @@ const Words reasonWords[] = {
     {"", "placeSilent"},
 };
 
-Reason reasonOf(const Host &host, const Variable &variable, const Age &age)
+Reason reasonOf(const Host &host, const Link &link, const Variable &variable, const Age &age)
 {
     const std::vector<Variable> silent = host.silentPlaces(variable);
     Reason reason;
@@ -32,6 +32,8 @@ Reason reasonOf(const Host &host, const Variable &variable, const Age &age)
         reason.place = silent.front();
     } else if (age.outcome != Outcome::Good) {
         reason = {Reason::Failed, age.outcome, age.received, age.expected};
+    } else if (!age.isKnown() && !link.isOpen() && !link.isEnded()) {
+        reason = {Reason::Failed, Outcome::LinkLost};
     } else if (!age.isKnown()) {
         reason.kind = host.isUnderWay(variable)  ? Reason::UnderWay
                       : host.isSettled(variable) ? Reason::StationSilent
@@ -58,12 +60,12 @@ bool Reading::tellsSameAs(const Reading &other) const
     return quality == other.quality && reason == other.reason && values == other.values;
 }
 
-Reading readingOf(const Host &host, const Variable &variable)
+Reading readingOf(const Host &host, const Link &link, const Variable &variable)
 {
     const Age age = host.ageOf(variable);
     Reading reading;
     reading.variable = variable;
-    reading.reason = reasonOf(host, variable, age);
+    reading.reason = reasonOf(host, link, variable, age);
     if (age.isKnown()) {
         reading.quality = reading.reason.kind == Reason::None ? Quality::Good : Quality::Stale;
         reading.time = age.stored;

@@ -42,7 +42,8 @@ struct Reading {
     bool tellsSameAs(const Reading &other) const;
 };
 
-Reading readingOf(const Host &host, const Variable &variable);
+/// What was not asked for on a link that is lost has the loss for its reason.
+Reading readingOf(const Host &host, const Link &link, const Variable &variable);
 
 /// "no reply", for people.
 QString textOf(const Reason &reason);

@@ -66,9 +66,7 @@ private:
 
     void judge(WriteReport &report) const
     {
-        report.held = readingOf(host, report.assignment.variable);
-        if (report.held.reason.kind == Reason::NotAskedYet && !link.isOpen())
-            report.held.reason = {Reason::Failed, Outcome::LinkLost};
+        report.held = readingOf(host, link, report.assignment.variable);
         if (report.result != WriteResult::Written || report.held.quality == Quality::Unknown)
             return;
         report.result = report.holdsAssigned() ? WriteResult::Verified : WriteResult::Different;
@@ -78,15 +76,31 @@ private:
     Link &link;
 };
 
-/// What the reading back has shown.
+bool isReadBack(const WriteReport &report)
+{
+    return report.held.quality != Quality::Unknown;
+}
+
 QString heldText(const WriteReport &report)
 {
-    if (report.held.quality == Quality::Unknown)
-        return QStringLiteral("not read back: ") + (report.held.reason.kind == Reason::NotAskedYet
-                                                        ? QStringLiteral("interrupted")
-                                                        : textOf(report.held.reason));
     return report.holdsAssigned() ? QStringLiteral("the controller holds the new values")
                                   : QStringLiteral("the controller holds other values");
+}
+
+/// The reason, unless the end came before.
+QString notReadBack(const WriteReport &report, const ReasonText &tell)
+{
+    const Reason::Kind kind = report.held.reason.kind;
+    const bool isCutOff = kind == Reason::NotAskedYet || kind == Reason::UnderWay;
+    return QStringLiteral("not read back: ") +
+           (isCutOff ? QStringLiteral("interrupted") : tell(report.held.reason));
+}
+
+QString notAcknowledgedText(const WriteReport &report, const ReasonText &tell)
+{
+    return QStringLiteral("not acknowledged (%1)").arg(tell(report.reason)) +
+           (isReadBack(report) ? QStringLiteral("; ") + heldText(report)
+                               : QStringLiteral(", and ") + notReadBack(report, tell));
 }
 
 } // namespace
@@ -108,22 +122,22 @@ std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assi
     return reports;
 }
 
-QString textOf(const WriteReport &report)
+QString textOf(const WriteReport &report, const ReasonText &tell)
 {
     switch (report.result) {
     case WriteResult::Verified:
         return QStringLiteral("written and verified");
     case WriteResult::Different:
-    case WriteResult::Written:
         return QStringLiteral("written, but ") + heldText(report);
+    case WriteResult::Written:
+        return QStringLiteral("written, but ") + notReadBack(report, tell);
     case WriteResult::Refused:
         return QStringLiteral("refused by the controller");
     case WriteResult::NotAcknowledged:
-        return QStringLiteral("not acknowledged (%1); %2").arg(textOf(report.reason), heldText(report));
+        return notAcknowledgedText(report, tell);
     case WriteResult::Unknown:
-        return report.held.quality == Quality::Unknown
-                   ? QStringLiteral("sent, result not known")
-                   : QStringLiteral("sent, result not known; ") + heldText(report);
+        return QStringLiteral("sent, result not known") +
+               (isReadBack(report) ? QStringLiteral("; ") + heldText(report) : QString());
     case WriteResult::NotSent:
         break;
     }

@@ -33,8 +33,10 @@ struct WriteReport {
 std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assignment> &assignments,
                                   Time patience);
 
-/// "written and verified", for people.
-QString textOf(const WriteReport &report);
+using ReasonText = std::function<QString(const Reason &)>;
+
+/// "written and verified", for people; `tell` puts its reasons into words.
+QString textOf(const WriteReport &report, const ReasonText &tell);
 /// "verified", for programs.
 const char *keyOf(WriteResult result);
 

@@ -159,7 +159,7 @@ TEST_F(ReadAll, EndsWhenAllIsRead)
     start({"1:0x65535", "2:0x65535", "3:0x65535", "4:0x65535"});
     readAll(*host, link, variables);
     for (const Variable &variable : variables) {
-        const Reading reading = readingOf(*host, variable);
+        const Reading reading = readingOf(*host, link, variable);
         EXPECT_EQ(reading.quality, Quality::Good) << text(textOf(variable));
         EXPECT_EQ(reading.values, held(variable)) << text(textOf(variable));
     }
@@ -175,7 +175,7 @@ TEST_F(ReadAll, EndsWithALostLinkAndKeepsWhatHadCome)
             link.answer(request);
     };
     readAll(*host, link, variables);
-    const Reading first = readingOf(*host, variables[0]), second = readingOf(*host, variables[1]);
+    const Reading first = readingOf(*host, link, variables[0]), second = readingOf(*host, link, variables[1]);
     EXPECT_EQ(first.values, held(variables[0]));
     EXPECT_EQ(second.quality, Quality::Unknown);
     EXPECT_EQ(text(textOf(second.reason)), "link lost");
@@ -187,7 +187,7 @@ TEST_F(ReadAll, DoesNotAskAStationOnAndOnThatGivesNoAnswer)
     link.onSend = [](const QByteArray &) {};
     readAll(*host, link, variables);
     EXPECT_LT(link.sent.size(), 20u);
-    EXPECT_EQ(readingOf(*host, variables[0]).quality, Quality::Unknown);
+    EXPECT_EQ(readingOf(*host, link, variables[0]).quality, Quality::Unknown);
 }
 
 } // namespace

@@ -51,6 +51,11 @@ protected:
 
     int writesSent() const { return int(std::count_if(link.sent.begin(), link.sent.end(), isWrite)); }
 
+    static std::string told(const WriteReport &report)
+    {
+        return text(textOf(report, [](const Reason &reason) { return textOf(reason); }));
+    }
+
     std::vector<QByteArray> writes;
 };
 
@@ -69,7 +74,7 @@ TEST_F(WritingTest, WhatTheControllerHoldsAfterwardsIsVerified)
     const auto reports = write({"5:100=1,2,3", "2:7=1", "10:4=305419896"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Verified, WriteResult::Verified, WriteResult::Verified}));
     EXPECT_EQ(reports[0].held.values, (std::vector<quint32>{1, 2, 3}));
-    EXPECT_EQ(text(textOf(reports[0])), "written and verified");
+    EXPECT_EQ(told(reports[0]), "written and verified");
 }
 
 TEST_F(WritingTest, ALostAcknowledgementIsNoDenial)
@@ -78,8 +83,8 @@ TEST_F(WritingTest, ALostAcknowledgementIsNoDenial)
     const auto reports = write({"5:100=1", "5:200=2", "5:300=3"});
     EXPECT_EQ(resultsOf(reports),
               (Results{WriteResult::Verified, WriteResult::NotAcknowledged, WriteResult::NotSent}));
-    EXPECT_EQ(text(textOf(reports[1])), "not acknowledged (no reply); the controller holds the new values");
-    EXPECT_EQ(text(textOf(reports[2])), "not sent");
+    EXPECT_EQ(told(reports[1]), "not acknowledged (no reply); the controller holds the new values");
+    EXPECT_EQ(told(reports[2]), "not sent");
 }
 
 TEST_F(WritingTest, AWriteThatNeverArrivedIsReadBackWithTheOldValue)
@@ -88,7 +93,7 @@ TEST_F(WritingTest, AWriteThatNeverArrivedIsReadBackWithTheOldValue)
     const auto reports = write({"5:100=1"});
     EXPECT_EQ(reports[0].result, WriteResult::NotAcknowledged);
     EXPECT_EQ(reports[0].held.values, held(variables[0]));
-    EXPECT_EQ(text(textOf(reports[0])), "not acknowledged (no reply); the controller holds other values");
+    EXPECT_EQ(told(reports[0]), "not acknowledged (no reply); the controller holds other values");
 }
 
 TEST_F(WritingTest, ARefusalIsFinalAndSaid)
@@ -97,7 +102,7 @@ TEST_F(WritingTest, ARefusalIsFinalAndSaid)
     const auto reports = write({"5:100=1", "5:200=2"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Refused, WriteResult::NotSent}));
     EXPECT_EQ(writesSent(), 1);
-    EXPECT_EQ(text(textOf(reports[0])), "refused by the controller");
+    EXPECT_EQ(told(reports[0]), "refused by the controller");
     EXPECT_EQ(reports[0].held.values, held(variables[0]));
 }
 
@@ -107,14 +112,14 @@ TEST_F(WritingTest, AControllerThatHoldsSomethingElseIsFoundOut)
     const auto reports = write({"5:100=1"});
     EXPECT_EQ(reports[0].result, WriteResult::Different);
     EXPECT_EQ(reports[0].held.values, held(variables[0]));
-    EXPECT_EQ(text(textOf(reports[0])), "written, but the controller holds other values");
+    EXPECT_EQ(told(reports[0]), "written, but the controller holds other values");
 }
 
 TEST_F(WritingTest, ABroadcastIsSentAndNobodyKnowsMore)
 {
     const auto reports = write({"5:100@0=1", "5:100@2=7"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Unknown, WriteResult::Verified}));
-    EXPECT_EQ(text(textOf(reports[0])), "sent, result not known");
+    EXPECT_EQ(told(reports[0]), "sent, result not known");
 }
 
 TEST_F(WritingTest, AfterTheEndNothingMoreIsSent)
@@ -123,8 +128,8 @@ TEST_F(WritingTest, AfterTheEndNothingMoreIsSent)
     const auto reports = write({"5:100=1", "5:200=2", "5:300=3"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Written, WriteResult::Unknown, WriteResult::NotSent}));
     EXPECT_EQ(link.sent.size(), 2u);
-    EXPECT_EQ(text(textOf(reports[0])), "written, but not read back: interrupted");
-    EXPECT_EQ(text(textOf(reports[1])), "sent, result not known");
+    EXPECT_EQ(told(reports[0]), "written, but not read back: interrupted");
+    EXPECT_EQ(told(reports[1]), "sent, result not known");
 }
 
 TEST_F(WritingTest, BeforeTheFirstNothingIsSentAfterTheEnd)
@@ -145,7 +150,7 @@ TEST_F(WritingTest, AHangUpIsReadBackOnceTheLinkIsThereAgain)
     const auto reports = write({"5:100=1", "5:200=2"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Unknown, WriteResult::NotSent}));
     EXPECT_EQ(writesSent(), 1);
-    EXPECT_EQ(text(textOf(reports[0])), "sent, result not known; the controller holds the new values");
+    EXPECT_EQ(told(reports[0]), "sent, result not known; the controller holds the new values");
 }
 
 TEST_F(WritingTest, AHangUpThatLastsLeavesTheResultOpen)

@@ -129,6 +129,11 @@ void refuseOptionsOfPoll(const std::vector<std::string> &arguments)
                                               " belongs to fgs poll; leave it out, or use fgs poll"};
 }
 
+bool isCommand(const std::string &name)
+{
+    return name == "read" || name == "write" || name == "poll";
+}
+
 /// "help" and "help COMMAND" as the options that they stand for.
 std::vector<std::string> withHelpAsOption(std::vector<std::string> arguments)
 {
@@ -136,7 +141,8 @@ std::vector<std::string> withHelpAsOption(std::vector<std::string> arguments)
         return arguments;
     arguments.erase(arguments.begin());
     arguments.resize(std::min<std::size_t>(arguments.size(), 1));
-    arguments.push_back("--help");
+    if (arguments.empty() || isCommand(arguments.front()))
+        arguments.push_back("--help");
     return arguments;
 }
 

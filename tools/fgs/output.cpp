@@ -58,10 +58,11 @@ QString stamped(Time when, const TextStyle &style, const QString &text)
     return QStringLiteral("%1  %2").arg(style.clock.text(when), text);
 }
 
-/// Of a result that does not stand for itself: what was asked for.
+/// What was asked for, where the controller should hold it and does not.
 QString assignedText(const WriteReport &report, Format format)
 {
-    const bool tells = report.held.quality == Quality::Unknown || report.holdsAssigned();
+    const bool tells =
+        report.held.quality == Quality::Unknown || report.holdsAssigned() || report.result == WriteResult::Refused;
     const Kind kind = areaOf(report.assignment.variable.area)->kind;
     return tells ? QString()
                  : QStringLiteral(" (asked: %1)").arg(valuesText(kind, format, report.assignment.values));
@@ -108,9 +109,11 @@ QString rowText(const WriteReport &report, const TextStyle &style, Time now)
     const QString values = held.quality == Quality::Unknown
                                ? QStringLiteral("-")
                                : valuesText(areaOf(variable.area)->kind, style.format, held.values);
+    const QString result =
+        textOf(report, [&style](const Reason &reason) { return adviceText(reason, style.timeout); });
     return stamped(held.quality == Quality::Unknown ? now : held.time, style,
                    QStringLiteral("%1  %2  %3%4")
-                       .arg(placeText(variable), values, textOf(report), assignedText(report, style.format)));
+                       .arg(placeText(variable), values, result, assignedText(report, style.format)));
 }
 
 QString eventText(const LineEvent &event)

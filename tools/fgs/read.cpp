@@ -12,7 +12,7 @@ int readCommand(const Options &options, Stop &stop)
     readAll(session.host, *session.link, variables);
     std::vector<Reading> readings;
     for (const Variable &variable : variables)
-        readings.push_back(readingOf(session.host, variable));
+        readings.push_back(readingOf(session.host, *session.link, variable));
     for (const Reading &reading : readings)
         session.print(reading);
     return session.end(exitCodeOf(readings));

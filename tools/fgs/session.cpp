@@ -19,11 +19,9 @@ std::unique_ptr<Link> openLink(const Options &options, Stop &stop)
             ? link->now() + std::chrono::duration_cast<Time>(std::chrono::duration<double>(options.seconds))
             : Time::max();
     link->endBy(&stop, end);
-    if (link->open())
-        return link;
-    const int number = stoppingSignal();
-    throw Failure(number ? ExitSignal + number : ExitLink,
-                  QStringLiteral("cannot open link '%1': %2").arg(text, link->error()));
+    if (!link->open() && !stoppingSignal())
+        throw Failure(ExitLink, QStringLiteral("cannot open link '%1': %2").arg(text, link->error()));
+    return link;
 }
 
 bool isSilence(const Reason &reason)
@@ -56,7 +54,7 @@ void Session::traceFrame(const TraceEntry &entry) const
 int Session::end(int code) const
 {
     const int number = stoppingSignal();
-    const bool isLost = !link->isOpen();
+    const bool isLost = !link->isOpen() && (host.statistics().linkLost || !number);
     if (isLost)
         printMessage(QStringLiteral("fgs: link '%1' is lost: %2; check the cable, then run the command again")
                          .arg(QString::fromStdString(options.link), link->error()));

@@ -13,7 +13,8 @@ namespace fgs
 class Session
 {
 public:
-    /// Opens the link. Throws TextError, or Failure if the link cannot be opened. The stop outlives it.
+    /// Opens the link, unless the stop comes first. Throws TextError, or Failure if it cannot be opened. The stop
+    /// outlives the session.
     Session(const Options &theOptions, const std::vector<Variable> &variables, Stop &stop);
 
     const Options &options;

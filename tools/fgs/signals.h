@@ -8,7 +8,7 @@ namespace fgs
 {
 
 /// Makes the first of them request the stop, which outlives the program's waiting; a second one ends the program at
-/// once, and gives the terminal back before.
+/// once, and gives the terminal back before. A closed output is no signal.
 void stopOnSignals(Stop &stop);
 /// The signal that has requested the stop; 0: none has.
 int stoppingSignal();
