@@ -122,6 +122,7 @@ void Host::poll(const std::vector<Variable> &variables)
     health.watch(stations);
     wanted = wantedOf(variables);
     suspects.watch(wanted);
+    samples.clear();
     beginRound();
 }
 

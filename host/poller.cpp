@@ -29,6 +29,7 @@ Step Poller::step()
         return stopped();
     Step step;
     step.kind = Step::NoLink;
+    renewDeadConnection();
     if (!link.isOpen() && !reopen())
         return link.isEnded() ? stopped() : step;
     settleUnderWay();
@@ -79,7 +80,7 @@ void Poller::exchange(Step &step)
     const bool isAsked = request->replyLen != 0;
     finish(step);
     if (isAsked)
-        watchConnection();
+        silentRequests = finder.received().size > 0 ? 0 : silentRequests + 1;
 }
 
 /// A request that a stop has cut off is sent again, or given up: what it brought is no longer waited for.
@@ -103,9 +104,8 @@ void Poller::giveUp()
 }
 
 /// A connection can be dead without the system knowing it.
-void Poller::watchConnection()
+void Poller::renewDeadConnection()
 {
-    silentRequests = finder.received().size > 0 ? 0 : silentRequests + 1;
     if (silentRequests < MostSilentRequests || !link.isConnection())
         return;
     silentRequests = 0;

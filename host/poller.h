@@ -20,7 +20,7 @@ struct Timing {
     Time lastReconnect = 1s;     ///< and never longer, so that a device that is back is soon taken
 };
 
-/// A connection on which so many requests in a row brought no byte is opened anew.
+/// A connection on which so many requests in a row brought no byte is opened anew before the next one.
 const int MostSilentRequests = 3;
 
 /// What RW_VAR::hostAddr says of a block that is read only to keep another one company: its failure says nothing.
@@ -80,7 +80,7 @@ private:
     bool prepare();
     void exchange(Step &step);
     void settleUnderWay();
-    void watchConnection();
+    void renewDeadConnection();
     bool reopen();
     bool awaitLateReplies();
     bool awaitSilence();

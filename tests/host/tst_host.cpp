@@ -184,7 +184,7 @@ TEST_F(HostTest, AValueThatWasNotReadSinceTheLinkWasLostIsOld)
     EXPECT_EQ(host->ageOf(variables[1]).outcome, Outcome::LinkLost);
 }
 
-TEST_F(HostTest, ADeadConnectionIsOpenedAnewAndTold)
+TEST_F(HostTest, ADeadConnectionThatCannotBeOpenedAnewIsLost)
 {
     QStringList told;
     start({"5:0x2"}).poll(variables);
@@ -192,12 +192,17 @@ TEST_F(HostTest, ADeadConnectionIsOpenedAnewAndTold)
     link.connection = true;
     steps(1);
     link.onSend = [](const QByteArray &) {};
+    steps(4);
+    EXPECT_EQ(told, QStringList());
+    EXPECT_EQ(host->statistics().reconnects, 1u) << "it could be opened anew";
+    link.refusals = 1;
     steps(3);
     EXPECT_EQ(told, QStringList{QStringLiteral("no byte came for 3 requests in a row")});
+    EXPECT_TRUE(host->ageOf(variables[0]).isStale());
     link.onSend = [this](const QByteArray &request) { link.answer(request); };
-    steps(1);
+    while (!link.isOpen())
+        host->step();
     EXPECT_EQ(told.size(), 2);
-    EXPECT_EQ(host->statistics().reconnects, 1u);
 }
 
 // ---- the end of a reading
