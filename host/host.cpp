@@ -374,7 +374,7 @@ void Host::planAfter(const Step &step)
         if (isSilence(step.outcome) && suspects.needsSignOfLife(step.station) && !health.isProbed(step.station))
             return beginSample(step.station);
     }
-    if ((wasCyclic && pass != Pass::Poll) || needsExact() != isExact || health.awake() != listed)
+    if (pass == Pass::Poll ? needsExact() != isExact || health.awake() != listed : wasCyclic)
         beginRound();
     if (isExact && pass == Pass::Poll && jobsLeft <= 0)
         betweenRounds();
@@ -407,7 +407,7 @@ int Host::stationToSample() const
 
 bool Host::needsExact() const
 {
-    return !suspects.isQuiet() || health.hasResting();
+    return suspects.isPressing() || health.hasResting();
 }
 
 void Host::beginRound()
