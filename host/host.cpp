@@ -271,16 +271,23 @@ void Host::endJob(const Step &step)
         --queuedWrites[step.station];
     if (step.outcome == Outcome::Good)
         info.retryCount = 0; // a success does not, so that the failures of many requests would add up
-    if (!isTroubled())
+    const bool isTrouble = isTroubled();
+    if (!isTrouble)
         lastBlock = {step.station, AreaCount, 0, 0}; // all that the station has counts as served
-    const bool isLookedAt = isTroubled() || isSilence(step.outcome);
-    const bool isPlaces = isLookedAt && noteReading(step, step.isCyclic ? currentBlocks() : Spans());
-    if (isGood(step.outcome) || !isPlaces)
-        noteHealth(step);
+    if (isTrouble || step.outcome != Outcome::Good || !down.empty())
+        noteOutcome(step, isTrouble || isSilence(step.outcome));
     if (step.outcome != Outcome::Good) {
         lostWrites += step.isWrite;
         dropQueued(step.station);
     }
+}
+
+/// What a job says of its station, and if it is looked at, of the places.
+void Host::noteOutcome(const Step &step, bool isLookedAt)
+{
+    const bool isPlaces = isLookedAt && noteReading(step, step.isCyclic ? currentBlocks() : Spans());
+    if (isGood(step.outcome) || !isPlaces)
+        noteHealth(step);
     tellFindings();
 }
 
