@@ -122,6 +122,7 @@ void Host::poll(const std::vector<Variable> &variables)
     health.watch(stations);
     wanted = wantedOf(variables);
     suspects.watch(wanted);
+    samples.clear();
     beginRound();
 }
 
@@ -270,16 +271,23 @@ void Host::endJob(const Step &step)
         --queuedWrites[step.station];
     if (step.outcome == Outcome::Good)
         info.retryCount = 0; // a success does not, so that the failures of many requests would add up
-    if (!isTroubled())
+    const bool isTrouble = isTroubled();
+    if (!isTrouble)
         lastBlock = {step.station, AreaCount, 0, 0}; // all that the station has counts as served
-    const bool isLookedAt = isTroubled() || isSilence(step.outcome);
-    const bool isPlaces = isLookedAt && noteReading(step, step.isCyclic ? currentBlocks() : Spans());
-    if (isGood(step.outcome) || !isPlaces)
-        noteHealth(step);
+    if (isTrouble || step.outcome != Outcome::Good || !down.empty())
+        noteOutcome(step, isTrouble || isSilence(step.outcome));
     if (step.outcome != Outcome::Good) {
         lostWrites += step.isWrite;
         dropQueued(step.station);
     }
+}
+
+/// What a job says of its station, and if it is looked at, of the places.
+void Host::noteOutcome(const Step &step, bool isLookedAt)
+{
+    const bool isPlaces = isLookedAt && noteReading(step, step.isCyclic ? currentBlocks() : Spans());
+    if (isGood(step.outcome) || !isPlaces)
+        noteHealth(step);
     tellFindings();
 }
 
@@ -373,7 +381,7 @@ void Host::planAfter(const Step &step)
         if (isSilence(step.outcome) && suspects.needsSignOfLife(step.station) && !health.isProbed(step.station))
             return beginSample(step.station);
     }
-    if ((wasCyclic && pass != Pass::Poll) || needsExact() != isExact || health.awake() != listed)
+    if (pass == Pass::Poll ? needsExact() != isExact || health.awake() != listed : wasCyclic)
         beginRound();
     if (isExact && pass == Pass::Poll && jobsLeft <= 0)
         betweenRounds();
@@ -406,7 +414,7 @@ int Host::stationToSample() const
 
 bool Host::needsExact() const
 {
-    return !suspects.isQuiet() || health.hasResting();
+    return suspects.isPressing() || health.hasResting();
 }
 
 void Host::beginRound()

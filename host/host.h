@@ -118,6 +118,7 @@ private:
     void betweenRounds();
     void limitAttempts();
     bool noteReading(const Step &step, const Spans &blocks);
+    void noteOutcome(const Step &step, bool isLookedAt);
     void noteHealth(const Step &step);
     void tellFindings();
     void watchLink();

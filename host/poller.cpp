@@ -266,8 +266,6 @@ void Poller::tellDriver(Step &step)
 {
     const bool broadcast = request->replyLen == 0;
     const bool nothing = step.outcome == Outcome::OtherReply || isSilence(step.outcome) || broadcast;
-    if (step.outcome == Outcome::Refused)
-        settings.retryCount = settings.retryLimit; // it would be refused again
     const int result = handOver(nothing ? FrameView{nullptr, 0} : finder.reply());
     const bool good = result == 1 || result == 100;
     step.ended = result != 0;

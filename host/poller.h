@@ -47,8 +47,9 @@ struct Step {
 /// A bad reply never becomes a good value: the line is silent before a request; noise, echoes and other stations'
 /// frames are passed over; a reply is handed over only if it repeats the station, areas and counts of the request;
 /// no step takes longer than its time limits. What the driver gets instead of a reply makes it repeat the request
-/// or give it up, as COMINFO says; one that the controller refuses is given up at once. A lost link costs the
-/// driver nothing: the request waits for the next one. Once the link has ended, nothing is sent or waited for.
+/// or give it up, as COMINFO says. A refusal is repeated too: it has no check code, and differs from an
+/// acknowledgement in one bit. A lost link costs the driver nothing: the request waits for the next one. Once the
+/// link has ended, nothing is sent or waited for.
 ///
 /// Use it on one thread, the driver's polling thread.
 class Poller

@@ -80,6 +80,17 @@ bool Suspects::Doubt::isRipe() const
     return answeredSince && requests >= ManyRequests;
 }
 
+bool Suspects::Doubt::needsSignOfLife() const
+{
+    return !answeredSince && requests >= ManyRequests;
+}
+
+bool Suspects::isPressing() const
+{
+    return !searches.empty() || !silent.empty() || !silentGaps.empty() ||
+           std::any_of(doubts.begin(), doubts.end(), [](const Doubt &doubt) { return doubt.needsSignOfLife(); });
+}
+
 bool Suspects::isDoubted(const Spans &blocks) const
 {
     return std::any_of(doubts.begin(), doubts.end(),
@@ -90,8 +101,7 @@ bool Suspects::needsSignOfLife(int station) const
 {
     return std::any_of(doubts.begin(), doubts.end(),
                        [station](const Doubt &doubt) {
-                           return doubt.span.station == station && doubt.requests >= ManyRequests &&
-                                  !doubt.answeredSince;
+                           return doubt.span.station == station && doubt.needsSignOfLife();
                        }) ||
            std::any_of(searches.begin(), searches.end(), [station](const Search &search) {
                return search.station == station && search.state != Search::Ready;

@@ -44,8 +44,11 @@ public:
     /// These are polled from now on. What is known of silent places and gaps stays.
     void watch(const Spans &wanted);
 
-    /// Whether there is nothing to remember: everything wanted may be polled and joined as one likes.
+    /// Whether there is nothing to remember.
     bool isQuiet() const { return doubts.empty() && searches.empty() && silent.empty() && silentGaps.empty(); }
+    /// Whether it matters what is asked in which order: something must not be polled or read along, or it has to be
+    /// known if a station answers anything.
+    bool isPressing() const;
     /// What is not to be polled: silent, or being found out.
     Spans leftOut() const;
     /// What no block may span: leftOut() and the silent gaps.
@@ -85,6 +88,7 @@ private:
         int requests;       ///< left unanswered in a row
         bool answeredSince; ///< the station has answered something else
         bool isRipe() const;
+        bool needsSignOfLife() const;
     };
     struct Task {
         Spans spans; ///< to ask; for a gap across it

@@ -100,11 +100,13 @@ protected:
         dead.erase(station);
         asked.clear();
         const Time revived = link.now();
+        while (host->rests(station))
+            host->step();
+        const int probes = asked[station];
         while (host->ageOf(variable).stored < revived)
             host->step();
-        const Revival revival = {link.now() - revived, asked[station]};
         EXPECT_FALSE(host->rests(station)) << "one good answer is enough";
-        return revival;
+        return {link.now() - revived, probes};
     }
 
     /// The worst of some revivals, each at another point of the rests.

@@ -132,6 +132,51 @@ TEST(OnceWishes, AreTheBitsOnly)
     EXPECT_EQ(wishes[1].hostAddr, 1);
 }
 
+TEST(ExactBlocks, AreJoinedButNotAcrossABarrier)
+{
+    const Spans wanted = {{1, 5, 0, 4}, {1, 5, 10, 14}, {1, 5, 100, 300}, {1, 6, 0, 1}};
+    EXPECT_EQ(
+        exactBlocks(wanted, {}, 64),
+        (Spans{
+            {1, 5, 0, 14}, {1, 5, 100, 164}, {1, 5, 164, 228}, {1, 5, 228, 292}, {1, 5, 292, 300}, {1, 6, 0, 1}}));
+    EXPECT_EQ(exactBlocks({wanted[0], wanted[1]}, {{1, 5, 6, 7}}, 64), (Spans{{1, 5, 0, 4}, {1, 5, 10, 14}}));
+}
+
+TEST(ExactBlocks, AreWidenedAwayFromBarriers)
+{
+    EXPECT_EQ(widenedAway({1, 5, 100, 101}, {}), (Span{1, 5, 99, 101}));
+    EXPECT_EQ(widenedAway({1, 5, 100, 101}, {{1, 5, 99, 100}}), (Span{1, 5, 100, 102}));
+    EXPECT_EQ(widenedAway({1, 5, 100, 101}, {{1, 5, 99, 100}, {1, 5, 101, 102}}), (Span{1, 5, 100, 101}));
+    EXPECT_EQ(widenedAway({1, 5, 0, 1}, {}), (Span{1, 5, 0, 2}));
+    EXPECT_EQ(widenedAway({1, 5, 65535, 65536}, {{1, 5, 65534, 65535}}), (Span{1, 5, 65535, 65536}));
+    EXPECT_EQ(widenedAway({1, 2, 7, 8}, {}), (Span{1, 2, 5, 8}));
+    EXPECT_EQ(widenedAway({1, 10, 7, 8}, {}), (Span{1, 10, 7, 8}));
+}
+
+TEST(Samples, AreAnotherPartEachTime)
+{
+    const Spans wanted = {{1, 5, 0, 100}, {1, 5, 500, 501}};
+    EXPECT_EQ(sampleOf(wanted, 0), (Span{1, 5, 0, 2}));
+    EXPECT_EQ(sampleOf(wanted, 1), (Span{1, 5, 500, 502}));
+    EXPECT_EQ(sampleOf(wanted, 2), (Span{1, 5, 98, 100}));
+    EXPECT_EQ(sampleOf(wanted, 3), (Span{1, 5, 499, 501}));
+    std::set<int> starts;
+    for (int i = 0; i < 200; i += 2)
+        starts.insert(sampleOf(wanted, i).first);
+    EXPECT_GE(starts.size(), 80u);
+}
+
+TEST(Requests, AreSharedBySixNeighboursOfAStation)
+{
+    std::vector<RW_VAR> blocks;
+    for (int i = 0; i < 7; ++i)
+        blocks.push_back(exactBlock({1, 5, 100 * i, 100 * i + 2}));
+    EXPECT_EQ(requestsFor({}), 0);
+    EXPECT_EQ(requestsFor(blocks), 2);
+    blocks.push_back(exactBlock({2, 5, 0, 2}));
+    EXPECT_EQ(requestsFor(blocks), 3);
+}
+
 // ---- what the driver makes of them
 
 using Place = std::pair<int, int>; // station, area

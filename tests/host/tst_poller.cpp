@@ -551,18 +551,29 @@ TEST_F(PollerTest, AnAcknowledgementOfAnotherStationIsPassedOver)
     EXPECT_EQ(outcome(), Outcome::OtherStation);
 }
 
-TEST_F(PollerTest, ARefusedWriteIsGivenUpAtOnce)
+TEST_F(PollerTest, ARefusalNeedNotBeWaitedForAndIsAskedForAgain)
 {
     write("100", "34 12");
     link.onSend = [this](const QByteArray &) { link.arrive(5ms, bytes("01 FF 21")); };
-    const Time start = link.now();
-    const Step made = step();
-    EXPECT_EQ(made.outcome, Outcome::Refused);
-    EXPECT_TRUE(made.ended);
-    EXPECT_EQ(link.now(), start + 5ms);
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const Step made = step();
+        EXPECT_EQ(made.outcome, Outcome::Refused);
+        EXPECT_EQ(made.ended, attempt == 2);
+        EXPECT_EQ(link.now(), link.sentAt.back() + 5ms);
+    }
     EXPECT_EQ(step().kind, Step::Idle);
-    EXPECT_EQ(settings.retryCount, 0);
-    EXPECT_EQ(poller.statistics().abandoned, 1u);
+    EXPECT_EQ(poller.statistics().of(Outcome::Refused), 3u);
+}
+
+TEST_F(PollerTest, ADamagedAcknowledgementThatLooksLikeARefusalDoesNotDenyTheWrite)
+{
+    write("100", "34 12");
+    answerFirst([this](const QByteArray &request) {
+        link.controller.answer(request);
+        link.arrive(5ms, bytes("01 FF 21"));
+    });
+    EXPECT_EQ(outcome(), Outcome::Refused);
+    EXPECT_EQ(outcome(), Outcome::Good);
 }
 
 TEST_F(PollerTest, ARefusalFromAnotherStationOrToAReadIsNone)

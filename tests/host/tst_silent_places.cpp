@@ -233,6 +233,7 @@ TEST_F(SilentPlaces, AGapThatIsReadAlongIsNamedAndNoLongerRead)
     for (const Variable &variable : variables)
         EXPECT_TRUE(host->ageOf(variable).isKnown());
     const std::size_t before = unanswered();
+    answerTime = 100ms;
     runFor(300s);
     EXPECT_EQ(unanswered(), before);
     EXPECT_LT(link.now() - host->ageOf(variables[1]).stored, 1s);
@@ -271,6 +272,7 @@ TEST_F(SilentPlaces, AreProbedEverMoreRarely)
     start({"5:1000x8", "5:2000x2"});
     settle();
     const std::size_t before = unanswered();
+    answerTime = 100ms;
     runFor(600s);
     EXPECT_LE(unanswered() - before, 2u * (6 + 600 / 60));
     EXPECT_GE(unanswered() - before, 12u);
@@ -300,6 +302,7 @@ TEST_F(SilentPlaces, ADeadStationIsNotAskedInHalves)
     settle();
     EXPECT_EQ(findings(), "down 1");
     EXPECT_LE(link.sent.size(), 9u);
+    answerTime = 100ms;
     runFor(120s);
     dead.clear();
     runFor(60s);
@@ -313,6 +316,7 @@ TEST_F(SilentPlaces, AStationThatDiesDuringTheSearchHasNoSilentPlaces)
     start({"5:1000x300"});
     while (unanswered() < 7)
         host->step();
+    answerTime = 100ms;
     dead = {1};
     runFor(200s);
     dead.clear();

@@ -96,12 +96,12 @@ TEST_F(WritingTest, AWriteThatNeverArrivedIsReadBackWithTheOldValue)
     EXPECT_EQ(told(reports[0]), "not acknowledged (no reply); the controller holds other values");
 }
 
-TEST_F(WritingTest, ARefusalIsFinalAndSaid)
+TEST_F(WritingTest, ARefusalIsSaidAndEndsTheWriting)
 {
     handleWrite(1, [this](const QByteArray &request) { link.arrive(5ms, request.left(1) + bytes("FF 21")); });
     const auto reports = write({"5:100=1", "5:200=2"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Refused, WriteResult::NotSent}));
-    EXPECT_EQ(writesSent(), 1);
+    EXPECT_EQ(writesSent(), 3) << "a refusal is one bit from an acknowledgement, so it is repeated";
     EXPECT_EQ(told(reports[0]), "refused by the controller");
     EXPECT_EQ(reports[0].held.values, held(variables[0]));
 }
