@@ -107,7 +107,7 @@ int merge(const List &sorted, int unit, int limit, int count) TARN_THREAD(requir
         if (block.holds(var->address, end))
             continue;
         const qint64 span = end - block.start;
-        if (limit >= 1 && span <= limit) { // Deliberate: behaviour 206.
+        if (span <= limit) { // Deliberate: behaviour 206.
             block.length = block.elements(span);
             setLength(qint64(count) - 1, block.length);
         } else {

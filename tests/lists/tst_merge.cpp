@@ -65,11 +65,16 @@ INSTANTIATE_TEST_SUITE_P(
         Merge{"a short one behind it is measured from there", {{0, 50}, {60, 2}, {90, 2}}, 32, "5@0+50 5@60+32"}));
 INSTANTIATE_TEST_SUITE_P(
     LimitsBelowOne, WordMerge,
-    ::testing::Values(Merge{"zero joins nothing", {{0, 2}, {2, 2}}, 0, "5@0+2 5@2+2"},
-                      Merge{"negative joins nothing", {{0, 2}, {2, 2}}, -5, "5@0+2 5@2+2"},
-                      Merge{"zero still drops what is inside", {{0, 4}, {1, 2}, {4, 1}}, 0, "5@0+4 5@4+1"},
-                      Merge{"the smallest still drops what is inside", {{0, 4}, {1, 3}}, INT_MIN, "5@0+4"},
-                      Merge{"zero joins no empty variable either", {{0, 0}, {0, 0}}, 0, "5@0+0 5@0+0"}));
+    ::testing::Values(
+        Merge{"zero joins nothing", {{0, 2}, {2, 2}}, 0, "5@0+2 5@2+2"},
+        Merge{"negative joins nothing", {{0, 2}, {2, 2}}, -5, "5@0+2 5@2+2"},
+        Merge{"zero still drops what is inside", {{0, 4}, {1, 2}, {4, 1}}, 0, "5@0+4 5@4+1"},
+        Merge{"the smallest still drops what is inside", {{0, 4}, {1, 3}}, INT_MIN, "5@0+4"},
+        Merge{"zero joins empty variables of one place", {{0, 0}, {0, 0}}, 0, "5@0+0"},
+        Merge{"zero joins what takes the end back", {{0, 0}, {5, -5}}, 0, "5@0+0"},
+        Merge{"a span equal to a negative limit is joined", {{0, -3}, {0, -5}}, -5, "5@0+-5"},
+        Merge{"a span one above a negative limit is not", {{0, -3}, {0, -4}}, -5, "5@0+-3 5@0+-4"},
+        Merge{"a span equal to the smallest is joined", {{0, -3}, {0, INT_MIN}}, INT_MIN, "5@0+-2147483648"}));
 INSTANTIATE_TEST_SUITE_P(
     OddLengths, WordMerge,
     ::testing::Values(
@@ -123,10 +128,15 @@ INSTANTIATE_TEST_SUITE_P(
         Merge{"a new block has its own start", {{0, 8}, {300, 4}, {308, 4}}, 256, "2@0+1 2@296+2"},
         Merge{"inside a long variable is inside", {{0, 800}, {500, 300}}, 256, "2@0+100"},
         Merge{"a long variable is not lengthened", {{0, 800}, {800, 1}}, 256, "2@0+100 2@800+1"}));
-INSTANTIATE_TEST_SUITE_P(LimitsBelowOne, BitMerge,
-                         ::testing::Values(Merge{"zero joins nothing", {{0, 8}, {8, 8}}, 0, "2@0+1 2@8+1"},
-                                           Merge{"negative joins nothing", {{0, 8}, {8, 8}}, -8, "2@0+1 2@8+1"},
-                                           Merge{"inside is inside all the same", {{0, 8}, {3, 2}}, 0, "2@0+1"}));
+INSTANTIATE_TEST_SUITE_P(
+    LimitsBelowOne, BitMerge,
+    ::testing::Values(
+        Merge{"zero joins nothing", {{0, 8}, {8, 8}}, 0, "2@0+1 2@8+1"},
+        Merge{"negative joins nothing", {{0, 8}, {8, 8}}, -8, "2@0+1 2@8+1"},
+        Merge{"inside is inside all the same", {{0, 8}, {3, 2}}, 0, "2@0+1"},
+        Merge{"zero joins empty variables of one byte", {{8, 0}, {8, 0}}, 0, "2@8+0"},
+        Merge{"the bytes of a negative span are cut towards zero", {{8, 0}, {8, -20}}, -16, "2@8+-1"},
+        Merge{"a span one bit above a negative limit is not joined", {{8, 0}, {8, -15}}, -16, "2@8+0 2@8+-1"}));
 
 TEST_F(BitMerge, TheEndsOfTheNumbersAreNoReasonToFail)
 {

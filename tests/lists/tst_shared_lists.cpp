@@ -190,6 +190,16 @@ TEST_F(SharedLists, ABlockSizeBelowOneNeitherSplitsNorJoins)
     }
 }
 
+TEST_F(SharedLists, ABlockSizeBelowOneJoinsWhatSpansNoMore)
+{
+    settings.blockWords = 0;
+    EXPECT_EQ(built({hostVar(5, "10", 0), hostVar(5, "10", 0)}), "5@10+0");
+    EXPECT_EQ(built({hostVar(2, "16", 0), hostVar(2, "16", 0)}), "2@16+0");
+    settings.blockWords = -1;
+    EXPECT_EQ(built({hostVar(5, "10", 0), hostVar(5, "10", 0)}), "5@10+0 5@10+0");
+    EXPECT_EQ(built({hostVar(5, "10", 0), hostVar(5, "10", -1)}), "5@10+-1");
+}
+
 TEST_F(SharedLists, ABlockSizeOfOneLeavesDoubleWordsWhole)
 {
     settings.blockWords = 1;

@@ -190,7 +190,7 @@ int Model::WordVarReCreat(const std::vector<Var> &list, int limit, int count)
             if (blockStart + blockLength > address && blockStart + blockLength >= address + length)
                 continue;
             const Wide span = address + length - blockStart;
-            if (limit >= 1 && span <= limit) {
+            if (span <= limit) {
                 blockLength = span;
                 ReadVarList[static_cast<size_t>(count - 1)].length = wrap(span);
                 continue;
@@ -216,7 +216,7 @@ int Model::BitVarReCreat(const std::vector<Var> &list, int limit, int count)
             if (end > address && end >= address + length)
                 continue;
             const Wide span = address + length - blockStart;
-            if (limit >= 1 && span <= limit) {
+            if (span <= limit) {
                 blockBytes = (span + 7) / 8;
                 ReadVarList[static_cast<size_t>(count - 1)].length = wrap(blockBytes);
                 continue;
