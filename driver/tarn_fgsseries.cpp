@@ -188,7 +188,7 @@ Protocol *ComCommunication()
         Locker lock(PLC_driver.ListMutex);
         buildNextRequest();
     }
-    return head() ? &PLC_driver.ProtocolList.first() : 0;
+    return const_cast<Protocol *>(head()); // found without detaching the list, which the host may share
 }
 
 // ---- result codes

@@ -211,7 +211,8 @@ TARN_EXPORT int SetRegisterData(QString text, int areaType, QString address, int
 
 // Polling thread.
 
-/// The request to send now, or null. It stays valid until DataCom(). Takes ListMutex when nothing is in flight.
+/// The request to send now, or null. Until DataCom() it stays valid, and each call returns the same pointer, also
+/// if the host keeps copies of ProtocolList. Takes ListMutex when nothing is in flight.
 TARN_EXPORT Protocol *ComCommunication() TARN_THREAD(locks_excluded(PLC_driver.ListMutex, PLC_driver.ImageMutex));
 /// Takes the reply to the request in flight, length 0 if none came. Returns RetVar: the served variable, and in
 /// result 1 or 100 for success, 0 while the request is to be sent again, otherwise the failure. Takes both locks.

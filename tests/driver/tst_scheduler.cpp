@@ -222,6 +222,22 @@ TEST_F(Scheduler, WhileTheLinkIsDownAWriteDoesNotReachTheImage)
     EXPECT_EQ(PLC_driver.usArea5[1000], 0);
 }
 
+// A host that keeps copies of the list shares its records; the request in flight stays where it is all the same.
+TEST_F(Scheduler, ACopyOfTheListDoesNotMoveTheRequest)
+{
+    settings.retryLimit = 3;
+    cyclic({1});
+    const Protocol *const request = next();
+    const QList<Protocol> copy = PLC_driver.ProtocolList;
+    EXPECT_EQ(next(), request);
+    QByteArray none;
+    EXPECT_EQ(DataCom(&none, 0)->result, 0);
+    const QList<Protocol> another = PLC_driver.ProtocolList;
+    EXPECT_EQ(next(), request);
+    EXPECT_EQ(&copy.at(0), request);
+    EXPECT_EQ(&another.at(0), request);
+}
+
 // The builder works on the record in the queue, not on a copy.
 TEST_F(Scheduler, AOneShotReadOfDoubleWordsHalvesItsLengthInTheQueue)
 {
