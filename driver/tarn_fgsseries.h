@@ -259,7 +259,8 @@ TARN_EXPORT int WordVarReCreat(QList<RW_VAR> *list, int limit, int count)
 TARN_EXPORT int BitVarReCreat(QList<RW_VAR> *list, int limit, int count)
     TARN_THREAD(requires_capability(PLC_driver.ListMutex));
 
-/// Index of the entry with these keys; a new entry of four zero bytes is appended if there is none.
+/// Index of the first entry with these keys; a new entry of four zero bytes is appended if there is none. Keys that
+/// were changed through a reference from before the last access are noticed only where the old ones are looked for.
 TARN_EXPORT int ExtendFindSameVar(int station, int areaType, int address)
     TARN_THREAD(requires_capability(PLC_driver.ImageMutex));
 // Between a buffer, from item start, and a byte string, from position 0. A buffer of PLC_driver is bounded by

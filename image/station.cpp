@@ -16,6 +16,11 @@ struct Key {
     }
 };
 
+Key keyOf(const EXTENDVAR &entry)
+{
+    return Key{entry.station, entry.areaType, entry.address};
+}
+
 struct KeyHash {
     size_t operator()(const Key &key) const
     {
@@ -24,7 +29,8 @@ struct KeyHash {
 };
 
 /// Finds entries without walking the list. The list belongs to everybody: a shared copy kept here makes each
-/// change by somebody else detach it, and so be noticed.
+/// change by somebody else detach it, and so be noticed. Only references that somebody took before that are not:
+/// keys changed through them show when the old keys are looked for. Deliberate: behaviour 317.
 class StationIndex
 {
 public:
@@ -32,8 +38,13 @@ public:
     int find(const Key &key) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
         refresh();
-        const std::unordered_map<Key, int, KeyHash>::const_iterator found = firstOf.find(key);
-        return found == firstOf.end() ? -1 : found->second;
+        int index = known(key);
+        if (index >= 0 &&
+            !(keyOf(seen.at(index)) == key)) { // changed through a reference from before the last access
+            rebuild();
+            index = known(key);
+        }
+        return index;
     }
 
     /// The key has just been looked for.
@@ -64,11 +75,20 @@ private:
         if (PLC_driver.ExtendVarList.isSharedWith(seen))
             return;
         seen = PLC_driver.ExtendVarList;
+        rebuild();
+    }
+
+    void rebuild()
+    {
         firstOf.clear();
-        for (int i = 0; i < int(seen.size()); ++i) {
-            const EXTENDVAR &entry = seen.at(i);
-            firstOf.insert(std::make_pair(Key{entry.station, entry.areaType, entry.address}, i));
-        }
+        for (int i = 0; i < int(seen.size()); ++i)
+            firstOf.insert(std::make_pair(keyOf(seen.at(i)), i));
+    }
+
+    int known(const Key &key) const
+    {
+        const std::unordered_map<Key, int, KeyHash>::const_iterator found = firstOf.find(key);
+        return found == firstOf.end() ? -1 : found->second;
     }
 
     QList<EXTENDVAR> seen;

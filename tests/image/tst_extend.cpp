@@ -121,6 +121,32 @@ TEST_F(ExtendEntries, AKeyChangedInPlaceIsNoticed)
     EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 100);
 }
 
+// A reference that somebody took before the last access changes the list without a trace; what is found still has
+// the keys that were asked for.
+TEST_F(ExtendEntries, AKeyChangedThroughAnOldReferenceIsNotFoundUnderItsOldOne)
+{
+    for (int i = 0; i < 100; ++i)
+        ExtendFindSameVar(1, 5, i);
+    EXTENDVAR &old = PLC_driver.ExtendVarList[70];
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 70);
+    old.address = 5000;
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 100);
+    EXPECT_EQ(PLC_driver.ExtendVarList.at(100).address, 70);
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 5000), 70);
+}
+
+TEST_F(ExtendEntries, ATwinBehindAKeyChangedThroughAnOldReferenceIsFound)
+{
+    for (int i = 0; i < 3; ++i)
+        PLC_driver.ExtendVarList.append(entry(1, 5, 100));
+    for (int twin = 0; twin < 3; ++twin) {
+        EXTENDVAR &old = PLC_driver.ExtendVarList[twin];
+        EXPECT_EQ(ExtendFindSameVar(1, 5, 100), twin);
+        old.station = 2;
+    }
+    EXPECT_EQ(ExtendFindSameVar(1, 5, 100), 3);
+}
+
 // Pairs that a hash of 31 * station + area type, times 0x9E3779B1, plus the address does not tell apart.
 TEST_F(ExtendEntries, KeysOfTheSameHashAreToldApart)
 {
