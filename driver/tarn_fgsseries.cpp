@@ -317,7 +317,7 @@ void addTo(int COMINFO::*word, int amount)
 bool retry() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
     PLC_driver.CycleReadCount = 0;
-    PLC_driver.CommFailFlag = 1;
+    setLinkIsFailing(true);
     setWord(&COMINFO::cycleDone, 0);
     const qint64 failures = qint64(settings().retryCount) + 1;
     const bool again = failures <= settings().retryLimit;
@@ -328,7 +328,7 @@ bool retry() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 /// Takes note of an answered frame. Returns whether the job has further frames. Deliberate: behaviour 125.
 bool nextFrame() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
-    PLC_driver.CommFailFlag = 0;
+    setLinkIsFailing(false);
     removeHead();
     addTo(&COMINFO::frameDone, 1);
     return settings().frameDone < settings().frameTotal; // Deliberate: behaviour 133.
@@ -368,7 +368,7 @@ void reportOnceRead(const QList<RW_VAR> &queue)
 {
     if (queue.isEmpty() || !PLC_driver.CallBackFunc || !isLastOfWish(queue))
         return;
-    const int status = PLC_driver.CommFailFlag ? OnceReadFailed : OnceReadDone;
+    const int status = linkIsFailing() ? OnceReadFailed : OnceReadDone;
     PLC_driver.CallBackFunc(settings().hostHandle, queue.at(0).hostType, queue.at(0).hostAddr, status);
 }
 

@@ -17,7 +17,6 @@
 #ifndef TARN_FGSSERIES_H
 #define TARN_FGSSERIES_H
 
-#include <atomic>
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QMutex>
@@ -109,11 +108,13 @@ struct HOST_VAR {
     int length = 0;
 };
 
-/// The driver's state. There is one object, PLC_driver. Lock order: ListMutex, then ImageMutex.
+/// The driver's state. Every function works on one object, PLC_driver; another one, in a host's test, is only
+/// looked at. Lock order: ListMutex, then ImageMutex.
 class Tarn_FGsSeries
 {
 public:
-    Tarn_FGsSeries();
+    /// As after loading: empty lists, an image of zeros, CurrentSource 100, RetVar.result 1.
+    TARN_EXPORT Tarn_FGsSeries();
 
     COMINFO *settings;
     QList<RW_VAR> ReadVarList TARN_THREAD(guarded_by(ListMutex));     ///< cyclic reads, served round and round
@@ -131,7 +132,8 @@ public:
     int WriteTimes TARN_THREAD(guarded_by(ListMutex));    ///< writes served in a row
     int OnceReadTimes TARN_THREAD(guarded_by(ListMutex)); ///< one-shot reads served in a row
     int CycleReadCount TARN_THREAD(guarded_by(ListMutex));
-    std::atomic<unsigned char> CommFailFlag; ///< 1 while the last reply failed
+    unsigned char
+        CommFailFlag; ///< 1 while the last reply failed; read and written by __atomic_load_n, __atomic_store_n
     unsigned char spareFlag;
 
     // The register image: bits packed eight to a byte from the least significant, words, double words.

@@ -101,6 +101,17 @@ inline void setWord(int COMINFO::*word, int value)
         PLC_driver.settings->*word = value;
 }
 
+/// Whether the last reply failed. The polling thread changes it while others ask.
+inline bool linkIsFailing()
+{
+    return __atomic_load_n(&PLC_driver.CommFailFlag, __ATOMIC_SEQ_CST) != 0;
+}
+
+inline void setLinkIsFailing(bool failing)
+{
+    __atomic_store_n(&PLC_driver.CommFailFlag, static_cast<unsigned char>(failing), __ATOMIC_SEQ_CST);
+}
+
 /// Cuts a number to 32 bits, as the wire and the records hold it.
 inline int cut(qint64 value)
 {

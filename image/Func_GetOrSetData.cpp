@@ -239,7 +239,7 @@ QByteArray padded(const QByteArray &values, qint64 from, int size)
 int queueWrite(RW_VAR &var)
 {
     const int queued = AddListWriteVar(&var, 0);
-    if (PLC_driver.CommFailFlag)
+    if (linkIsFailing())
         WriteDataToLocal(&var);
     return queued;
 }

@@ -48,7 +48,7 @@ void WriteRegister(RW_VAR *var)
         WriteAnalog(var);
     else if (area.writeCode && area.kind == DoubleWordKind)
         WriteAnalog_32CV(var);
-    if (!PLC_driver.CommFailFlag)
+    if (!linkIsFailing())
         WriteDataToLocal(var); // Deliberate: behaviour 424.
 }
 

@@ -127,6 +127,17 @@ void onceReadsCallBack(fake::Controller &controller)
     expect(read(1, "40", 3) == QByteArray::fromHex("000100"), "the one-shot read reached the image");
 }
 
+void anotherObjectStandsApart()
+{
+    const Tarn_FGsSeries other;
+    expect(!other.settings && !other.CallBackFunc && other.CurrentSource == 100 && other.RetVar.result == 1,
+           "an object of the host's own begins as PLC_driver did");
+    expect(other.ReadVarList.isEmpty() && other.usArea5[100] == 0 && other.uiArea10[4] == 0 && !other.CommFailFlag,
+           "it holds nothing");
+    expect(PLC_driver.ReadVarList.size() == 3 && PLC_driver.uiArea10[4] == 0x12345678,
+           "PLC_driver keeps what it has");
+}
+
 } // namespace
 
 int main()
@@ -137,6 +148,7 @@ int main()
     valuesArrive(controller);
     writesGoOut(controller);
     onceReadsCallBack(controller);
+    anotherObjectStandsApart();
     poll(controller, 2);
     expect(settings[CycleDone] == 1 && PLC_driver.CurrentSource == 0, "a pass over the cyclic list was completed");
     expect(PLC_driver.ReadVarList.size() == 3 && PLC_driver.ProtocolList.isEmpty(), "nothing is left in flight");

@@ -49,6 +49,8 @@ struct HOST_VAR {
 class Tarn_FGsSeries
 {
 public:
+    Tarn_FGsSeries();
+
     int *settings;
     QList<RW_VAR> ReadVarList, WriteVarList, OnceReadVarList, SpareVarList;
     QList<Protocol> ProtocolList;

@@ -226,7 +226,8 @@ TEST_F(Layout, SettingsAreTwentyWordsInTheirPlaces)
 TEST_F(Layout, IntegersAreOfTheWidthsThatHostsExpect)
 {
     EXPECT_EQ(sizeof(int), 4u);
-    EXPECT_EQ(sizeof(PLC_driver.CommFailFlag), 1u);
+    EXPECT_TRUE((std::is_same<decltype(PLC_driver.CommFailFlag), unsigned char>::value));
+    EXPECT_TRUE((std::is_same<decltype(PLC_driver.spareFlag), unsigned char>::value));
     EXPECT_EQ(sizeof(PLC_driver.ListMutex), sizeof(QMutex));
     EXPECT_EQ(alignof(decltype(PLC_driver.ListMutex)), alignof(QMutex));
     EXPECT_EQ(sizeof(iRet_ValidLen), 24u);

@@ -101,6 +101,43 @@ TEST_F(FreshDriver, HasAnImageOfZeros)
     EXPECT_EQ(fresh.image.count('\0'), fresh.image.size());
 }
 
+/// Memory that is not zero, for an object to begin in.
+template <typename Object>
+struct Dirty {
+    alignas(Object) unsigned char bytes[sizeof(Object)];
+    Object *object;
+
+    Dirty() : object((std::memset(bytes, 0xA5, sizeof bytes), new (bytes) Object)) {}
+    ~Dirty() { object->~Object(); }
+};
+
+template <typename Item, size_t Count>
+bool isZero(const Item (&items)[Count])
+{
+    return std::all_of(items, items + Count, [](Item item) { return item == 0; });
+}
+
+TEST_F(FreshDriver, MayStandBesideOthersThatBeginTheSame)
+{
+    const Dirty<Tarn_FGsSeries> dirty;
+    Tarn_FGsSeries &own = *dirty.object;
+    RW_VAR expected;
+    expected.result = 1;
+    EXPECT_TRUE(sameVariable(own.RetVar, expected));
+    EXPECT_EQ(own.settings, nullptr);
+    EXPECT_EQ(own.CallBackFunc, nullptr);
+    EXPECT_EQ(own.CallBackContext | own.WriteTimes | own.OnceReadTimes | own.CycleReadCount, 0);
+    EXPECT_EQ(own.CommFailFlag | own.spareFlag, 0);
+    EXPECT_EQ(own.CurrentSource, 100);
+    EXPECT_TRUE(own.ReadVarList.isEmpty() && own.WriteVarList.isEmpty() && own.OnceReadVarList.isEmpty());
+    EXPECT_TRUE(own.SpareVarList.isEmpty() && own.ProtocolList.isEmpty() && own.ExtendVarList.isEmpty());
+    EXPECT_TRUE(Fresh::isFree(own.ListMutex) && Fresh::isFree(own.ImageMutex));
+    EXPECT_TRUE(isZero(own.ucArea0) && isZero(own.ucArea1) && isZero(own.ucArea2) && isZero(own.ucArea11));
+    EXPECT_TRUE(isZero(own.ucArea4) && isZero(own.ucArea3));
+    EXPECT_TRUE(isZero(own.usArea8) && isZero(own.usArea9) && isZero(own.usArea5) && isZero(own.usArea12));
+    EXPECT_TRUE(isZero(own.usArea13) && isZero(own.usArea7) && isZero(own.usArea6) && isZero(own.uiArea10));
+}
+
 class State : public DriverTest
 {
 protected:
