@@ -120,8 +120,8 @@ public:
     QList<RW_VAR> ReadVarList TARN_THREAD(guarded_by(ListMutex));     ///< cyclic reads, served round and round
     QList<RW_VAR> WriteVarList TARN_THREAD(guarded_by(ListMutex));    ///< queued writes
     QList<RW_VAR> OnceReadVarList TARN_THREAD(guarded_by(ListMutex)); ///< queued one-shot reads
-    QList<RW_VAR> SpareVarList;                                       ///< unused, keeps the member order
-    QList<Protocol> ProtocolList;                                     ///< polling thread only; head is in flight
+    QList<RW_VAR> SpareVarList;   ///< unused, keeps the member order. Deliberate: behaviour 105.
+    QList<Protocol> ProtocolList; ///< polling thread only; head is in flight
     QList<EXTENDVAR> ExtendVarList TARN_THREAD(guarded_by(ImageMutex));
     void (*CallBackFunc)(int, int, int, int);
     int CallBackContext;

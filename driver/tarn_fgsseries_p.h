@@ -86,6 +86,9 @@ inline void assign(RW_VAR &to, const RW_VAR &from)
     assignShared(to.data, from.data);
 }
 
+/// Where the job in flight came from: the values of CurrentSource.
+enum Source { CyclicSource = 0, WriteSource = 1, OnceSource = 2, NoSource = 100 };
+
 extern const COMINFO noSettings;
 
 /// The host's settings; before SetComInfo() all of them are 0.

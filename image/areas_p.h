@@ -39,9 +39,6 @@ inline const Kind &kindOf(AreaKind kind)
 {
     return kindTable[kind];
 }
-/// The number of an address text; 0 if it is none, or the area is none.
-int addressOf(const Area &area, const QString &text);
-
 inline bool isBit(const Area &area)
 {
     return area.kind == BitKind;

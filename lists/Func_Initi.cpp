@@ -1,5 +1,5 @@
 // The cyclic read list, built from the host's variables.
-#include "image/areas_p.h"
+#include "image/addresses_p.h"
 
 #include <algorithm>
 #include <QtCore/QHash>

@@ -1,5 +1,5 @@
 // The queues of writes and one-shot reads.
-#include "image/areas_p.h"
+#include "image/addresses_p.h"
 
 namespace
 {

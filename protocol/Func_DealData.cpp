@@ -1,8 +1,8 @@
 // Checked replies into the register image.
-#include "protocol/store_p.h"
+#include "protocol/Func_DealData_p.h"
 
-#include "image/areas_p.h"
 #include "protocol/frame_p.h"
+#include "protocol/Func_Read_p.h"
 
 int iTimes;
 

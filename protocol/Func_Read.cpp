@@ -1,6 +1,9 @@
 // Read requests: groups of one to six variables for the cyclic list, single variables for one-shot reads.
+#include "protocol/Func_Read_p.h"
+
 #include "image/areas_p.h"
 #include "protocol/frame_p.h"
+#include "protocol/requests_p.h"
 
 QList<RW_VAR> CurrentRWVar;
 int iRet_ValidLen[GroupLimit];

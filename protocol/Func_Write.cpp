@@ -1,6 +1,7 @@
 // Write requests. Values are little-endian in the records and high byte first on the wire.
 #include "image/areas_p.h"
 #include "protocol/frame_p.h"
+#include "protocol/requests_p.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-// Private: writing frames, reading replies, and the requests in ProtocolList. Not installed.
+// Private: writing frames, reading replies. Not installed.
 #ifndef TARN_FRAME_P_H
 #define TARN_FRAME_P_H
 
@@ -111,23 +111,5 @@ struct ReplyView {
     const unsigned char *bytes;
     qint64 size;
 };
-
-/// What a request expects back.
-struct ReplyShape {
-    int length;
-    int dataStart;
-    int dataLen;
-};
-
-/// Appends a request for var to ProtocolList, as a job of one frame. Its frame is still to be written; var may be
-/// gone. Station 0 expects no reply.
-Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply);
-
-/// Removes the first request, of at least one.
-void removeHead();
-void removeRequests();
-
-/// One read request for 1 to GroupLimit variables, as ReadRegister1() .. ReadRegister6() build it.
-void readGroup(RW_VAR *const *vars, int count);
 
 #endif

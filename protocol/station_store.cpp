@@ -1,8 +1,8 @@
 // Checked replies into the per-station list.
-#include "image/areas_p.h"
+#include "protocol/station_store_p.h"
+
 #include "image/station_p.h"
 #include "protocol/frame_p.h"
-#include "protocol/store_p.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // The second request path: sum-checked frames that carry the whole description of a variable, and their replies.
-#include "image/areas_p.h"
 #include "protocol/frame_p.h"
-#include "protocol/store_p.h"
+#include "protocol/Func_DealData_p.h"
+#include "protocol/requests_p.h"
 
 namespace
 {
@@ -36,10 +36,8 @@ int remoteDataBytes(int areaType, qint64 length)
 /// The piece of the request being answered.
 StoredPiece headPiece()
 {
-    if (PLC_driver.ProtocolList.isEmpty())
-        return StoredPiece{0, 0, 0};
-    const Protocol &request = PLC_driver.ProtocolList.at(0);
-    return StoredPiece{&request.var, request.dataStart, request.dataLen};
+    const Protocol *const request = requestInFlight();
+    return request ? StoredPiece{&request->var, request->dataStart, request->dataLen} : StoredPiece{0, 0, 0};
 }
 
 } // namespace
