@@ -98,12 +98,12 @@ unsigned short CalXOR(unsigned char *bytes, unsigned short length)
 
 int DigitalToASCII(int digit)
 {
-    return cut(qint64(digit) + (digit <= 9 ? '0' : 'A' - 10));
+    return cut(qint64(digit) + (digit <= 9 ? '0' : 'A' - 10)); // Deliberate: behaviour 153.
 }
 
 int ASCIIToDigital(int character)
 {
-    if (character < '0' || character == '@')
+    if (character < '0' || character == '@') // Deliberate: behaviour 153.
         return 0;
     return character < '@' ? character - '0' : character - ('A' - 10);
 }

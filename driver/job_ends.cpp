@@ -26,7 +26,7 @@ void addTo(int COMINFO::*word, int amount)
 bool retry() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
     PLC_driver.CycleReadCount = 0;
-    setLinkIsFailing(true);
+    setLinkIsFailing(true); // Deliberate: behaviour 134.
     setWord(&COMINFO::cycleDone, 0);
     const qint64 failures = qint64(settings().retryCount) + 1;
     const bool again = failures <= settings().retryLimit;
@@ -37,7 +37,7 @@ bool retry() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 /// Takes note of an answered frame. Returns whether the job has further frames. Deliberate: behaviour 125.
 bool nextFrame() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
-    setLinkIsFailing(false);
+    setLinkIsFailing(false); // Deliberate: behaviour 134.
     removeHead();
     addTo(&COMINFO::frameDone, 1);
     return settings().frameDone < settings().frameTotal; // Deliberate: behaviour 133.
@@ -64,6 +64,7 @@ void endHead(QList<RW_VAR> &queue)
 }
 
 /// Whether no later entry of the one-shot queue belongs to the same host variable as its head.
+/// Deliberate: behaviour 129.
 bool isLastOfWish(const QList<RW_VAR> &queue)
 {
     const RW_VAR &first = queue.at(0);
@@ -88,7 +89,7 @@ void rotateCyclicList() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
     if (list.isEmpty())
         return;
     const int size = int(list.size());
-    passRetValue(&list.first(), &PLC_driver.RetVar);
+    passRetValue(&list.first(), &PLC_driver.RetVar); // Deliberate: behaviour 131.
     for (int moves = cut((qint64(settings().groupExtra) + 1) % size); moves > 0; --moves)
         list.move(0, size - 1);
 }
@@ -100,7 +101,7 @@ void endJob(bool remote) TARN_THREAD(requires_capability(PLC_driver.ListMutex))
         return endHead(PLC_driver.WriteVarList);
     case OnceSource:
         if (!remote)
-            reportOnceRead(PLC_driver.OnceReadVarList);
+            reportOnceRead(PLC_driver.OnceReadVarList); // Deliberate: behaviour 508.
         return endHead(PLC_driver.OnceReadVarList);
     case CyclicSource:
         return rotateCyclicList();
@@ -117,10 +118,11 @@ void removeStation(QList<RW_VAR> &queue, int station)
 }
 
 /// After a job that failed for good: what waits for the station, or for the one controller, is given up.
+/// Deliberate: behaviours 127, 128.
 void purge() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
     if (settings().stationMode) {
-        removeStation(PLC_driver.OnceReadVarList, PLC_driver.RetVar.station);
+        removeStation(PLC_driver.OnceReadVarList, PLC_driver.RetVar.station); // Deliberate: behaviour 136.
         removeStation(PLC_driver.WriteVarList, PLC_driver.RetVar.station);
     } else {
         PLC_driver.OnceReadVarList.clear();
@@ -135,13 +137,13 @@ int settle(int code, bool remote)
     const bool good = code == GoodCode || code == RemoteGoodCode;
     if (!good) {
         if (retry())
-            return 0;
+            return 0; // Deliberate: behaviour 130.
         removeRequests();
     } else {
         if (nextFrame())
             return code;
         if (!remote)
-            countCycle();
+            countCycle(); // Deliberate: behaviour 508.
     }
     endJob(remote);
     if (!good)

@@ -30,6 +30,6 @@ int GetDriverReturnValue(int reason)
     case RemoteWrongLength:
         return SwitchErrorReturn(170);
     default:
-        return 200;
+        return 200; // Deliberate: behaviour 142.
     }
 }

@@ -14,7 +14,7 @@ void buildWrite() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
     PLC_driver.CurrentSource = WriteSource;
     RW_VAR *const var = &PLC_driver.WriteVarList.first();
     settings().remoteMode ? Remote_WriteVar(var) : WriteRegister(var);
-    ++PLC_driver.WriteTimes;
+    ++PLC_driver.WriteTimes; // Deliberate: behaviour 112.
 }
 
 void buildOnceRead() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
@@ -23,7 +23,7 @@ void buildOnceRead() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
     setWord(&COMINFO::groupExtra, 0);
     RW_VAR *const var = &PLC_driver.OnceReadVarList.first();
     settings().remoteMode ? Remote_ReadVar(var) : ReadRegister(var);
-    ++PLC_driver.OnceReadTimes;
+    ++PLC_driver.OnceReadTimes; // Deliberate: behaviour 112.
 }
 
 /// The entries at the front of the cyclic list that one request can read: one station, at most GroupLimit.
@@ -53,12 +53,12 @@ void buildCyclicRead() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 
 void buildNextRequest() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 {
-    if (!PLC_driver.WriteVarList.isEmpty() && PLC_driver.WriteTimes < MostInARow)
+    if (!PLC_driver.WriteVarList.isEmpty() && PLC_driver.WriteTimes < MostInARow) // Deliberate: behaviour 111.
         return buildWrite();
     if (!PLC_driver.OnceReadVarList.isEmpty() && PLC_driver.OnceReadTimes < MostInARow)
         return buildOnceRead();
     if (PLC_driver.ReadVarList.isEmpty())
-        setWord(&COMINFO::cycleDone, 1);
+        setWord(&COMINFO::cycleDone, 1); // Deliberate: behaviour 115.
     else
         buildCyclicRead();
     PLC_driver.WriteTimes = 0;
@@ -69,7 +69,7 @@ void buildNextRequest() TARN_THREAD(requires_capability(PLC_driver.ListMutex))
 
 Protocol *ComCommunication()
 {
-    if (!requestInFlight()) {
+    if (!requestInFlight()) { // Deliberate: behaviour 116.
         Locker lock(PLC_driver.ListMutex);
         buildNextRequest();
     }

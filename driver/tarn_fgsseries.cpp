@@ -39,5 +39,5 @@ int FlashLocalRegister(void *lb, void *lw, void *rwi)
 
 int QueryFinishFlag()
 {
-    return 1;
+    return 1; // Deliberate: behaviour 101.
 }

@@ -94,13 +94,13 @@ extern const COMINFO noSettings;
 /// The host's settings; before SetComInfo() all of them are 0.
 inline const COMINFO &settings()
 {
-    return PLC_driver.settings ? *PLC_driver.settings : noSettings;
+    return PLC_driver.settings ? *PLC_driver.settings : noSettings; // Deliberate: behaviour 106.
 }
 
 /// Writes a word of the settings record, if there is one.
 inline void setWord(int COMINFO::*word, int value)
 {
-    if (PLC_driver.settings)
+    if (PLC_driver.settings) // Deliberate: behaviour 106.
         PLC_driver.settings->*word = value;
 }
 

@@ -23,7 +23,7 @@ RW_VAR writeRecord(const QString &text, int areaType, const QString &address, in
     return var;
 }
 
-/// `size` bytes of values from `from` on; zeros stand in for those that it lacks.
+/// `size` bytes of values from `from` on; zeros stand in for those that it lacks. Deliberate: behaviour 314.
 QByteArray padded(const QByteArray &values, qint64 from, int size)
 {
     QByteArray bytes = from < values.size() ? values.mid(int(from), size) : QByteArray();
@@ -34,12 +34,12 @@ QByteArray padded(const QByteArray &values, qint64 from, int size)
 int queueWrite(RW_VAR &var)
 {
     const int queued = AddListWriteVar(&var, 0);
-    if (linkIsFailing())
+    if (linkIsFailing()) // Deliberate: behaviour 311.
         WriteDataToLocal(&var);
     return queued;
 }
 
-/// Bits go one by one, words in blocks.
+/// Bits go one by one, words in blocks. Deliberate: behaviours 312, 313.
 int queueWrites(RW_VAR &var, const Area &area, const QByteArray &values, int length, int address)
 {
     const int width = isBit(area) ? 1 : 2;
@@ -51,7 +51,7 @@ int queueWrites(RW_VAR &var, const Area &area, const QByteArray &values, int len
         var.data = padded(values, pieces.offset(i) * width, var.length * width);
         queued = queueWrite(var);
     }
-    return queued;
+    return queued; // Deliberate: behaviour 316.
 }
 
 } // namespace
@@ -69,7 +69,7 @@ int GetRegisterData(int, int areaType, QString address, int station, QByteArray 
         readStation(area, station, areaType, start, length, bytes); // Deliberate: behaviour 303.
     else
         readFixed(area, start, length, bytes);
-    return 1;
+    return 1; // Deliberate: behaviour 308.
 }
 
 int SetRegisterData(QString text, int areaType, QString address, int station, QByteArray *values, int length,

@@ -29,7 +29,7 @@ int addressOf(const Area &area, const QString &text)
     if (area.kind == NoKind)
         return 0;
     const int number = plainNumber(text, area.base);
-    return number >= 0 ? number : text.toInt(0, area.base);
+    return number >= 0 ? number : text.toInt(0, area.base); // Deliberate: behaviour 103.
 }
 
 int StringAddressToInt(int areaType, QString text)

@@ -60,7 +60,7 @@ Span<Element> spanOf(Element *buffer)
             return Span<Element>{buffer, -skipped, area.capacity - skipped};
         }
     }
-    return Span<Element>{buffer, buffer ? -unbounded : 0, buffer ? unbounded : 0};
+    return Span<Element>{buffer, buffer ? -unbounded : 0, buffer ? unbounded : 0}; // Deliberate: behaviour 310.
 }
 
 template Span<unsigned char> spanOf(unsigned char *);

@@ -45,9 +45,10 @@ inline bool isBit(const Area &area)
 }
 
 /// Most items that one call handles where no buffer bounds it: the address space of the wire.
+/// Deliberate: behaviour 315.
 const int MostItems = 65536;
 
-/// The items i of [0, count) for which start + i lies in [first, last).
+/// The items i of [0, count) for which start + i lies in [first, last). Deliberate: behaviour 309.
 struct Clip {
     Clip(qint64 start, qint64 count, qint64 first, qint64 last)
         : begin(qMax(Q_INT64_C(0), first - start)), end(qMin(count, last - start))
@@ -59,7 +60,7 @@ struct Clip {
     qint64 end;
 };
 
-/// Elements of a fixed buffer that may be touched: base[first] .. base[end - 1].
+/// Elements of a fixed buffer that may be touched: base[first] .. base[end - 1]. Deliberate: behaviour 309.
 template <typename Element>
 struct Span {
     Element *base;
@@ -79,6 +80,7 @@ template <typename Element>
 Span<Element> spanOf(Element *buffer);
 
 /// A length cut into pieces of at most `limit` units; a limit below 1 makes one piece, a length below 1 none.
+/// Deliberate: behaviour 212.
 class Pieces
 {
 public:

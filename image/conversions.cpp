@@ -9,7 +9,7 @@ namespace
 char *grown(QByteArray &array, qint64 size, qint64 written)
 {
     const int before = int(array.size());
-    if (size > before) {
+    if (size > before) { // Deliberate: behaviour 307.
         if (size > 0x7fff0000)
             return 0;
         array.resize(int(size));
@@ -85,7 +85,7 @@ void getDoubleWords(QByteArray &out, const Span<unsigned int> &span, int start, 
 
 void setDoubleWords(const Span<unsigned int> &span, int start, const QByteArray *in, int count)
 {
-    setElements(span, start, in, count / 2);
+    setElements(span, start, in, count / 2); // Deliberate: behaviour 302.
 }
 
 } // namespace

@@ -54,7 +54,7 @@ public:
         entry.station = key.station;
         entry.areaType = key.areaType;
         entry.address = key.address;
-        entry.value = QByteArray(4, 0);
+        entry.value = QByteArray(4, 0); // Deliberate: behaviour 306.
         seen.clear();
         PLC_driver.ExtendVarList.append(entry);
         seen = PLC_driver.ExtendVarList;
@@ -103,7 +103,7 @@ int ExtendFindSameVar(int station, int areaType, int address)
 {
     const Key key = {station, areaType, address};
     const int index = stationIndex.find(key);
-    return index >= 0 ? index : stationIndex.append(key);
+    return index >= 0 ? index : stationIndex.append(key); // Deliberate: behaviour 305.
 }
 
 const QByteArray &stationValue(int index)

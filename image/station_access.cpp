@@ -48,9 +48,10 @@ void writeStationBits(const RW_VAR &var, int count) TARN_THREAD(requires_capabil
         const int entry = ExtendFindSameVar(var.station, var.areaType, entryOfBit(bit));
         if (stationValue(entry).isEmpty() || i >= var.data.size())
             continue;
+        const bool on = var.data.at(i) == 1; // Deliberate: behaviour 301.
         const int mask = 1 << (bit & 7);
         const int old = static_cast<unsigned char>(stationValue(entry).at(0));
-        setStationValue(entry, QByteArray(1, char(var.data.at(i) == 1 ? old | mask : old & ~mask)));
+        setStationValue(entry, QByteArray(1, char(on ? old | mask : old & ~mask)));
     }
 }
 
@@ -66,7 +67,7 @@ void writeStationElements(const RW_VAR &var, int count, int width)
 
 void readStation(const Area &area, int station, int areaType, int address, int length, QByteArray &out)
 {
-    const int count = qMin(length, MostItems);
+    const int count = qMin(length, MostItems); // Deliberate: behaviour 303.
     if (area.kind == NoKind || count < 1)
         return;
     const int width = kindOf(area.kind).bytesPerElement;
@@ -84,5 +85,5 @@ void writeStation(const Area &area, const RW_VAR &var)
     else if (area.kind == WordKind)
         writeStationElements(var, qMin(var.length, MostItems), 2);
     else if (area.kind == DoubleWordKind)
-        writeStationElements(var, qMin(var.length / 2, MostItems), 4);
+        writeStationElements(var, qMin(var.length / 2, MostItems), 4); // Deliberate: behaviour 303.
 }

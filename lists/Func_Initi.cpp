@@ -42,7 +42,7 @@ RW_VAR recordOf(const RW_VAR &var)
 template <typename Record, typename List>
 void split(int length, int limit, Record record, List &list)
 {
-    if (length <= limit || limit < 1)
+    if (length <= limit || limit < 1) // Deliberate: behaviours 211, 212.
         return list.push_back(record);
     const int rest = length % limit; // Deliberate: behaviour 201.
     record.length = limit;
@@ -101,13 +101,13 @@ int merge(const List &sorted, int unit, int limit, int count) TARN_THREAD(requir
     if (var == sorted.end())
         return count;
     Block block(*var, unit);
-    count = appendBlock(recordOf(*var), block, count);
+    count = appendBlock(recordOf(*var), block, count); // Deliberate: behaviour 207.
     while (++var != sorted.end()) {
         const qint64 end = qint64(var->address) + var->length;
         if (block.holds(var->address, end))
             continue;
         const qint64 span = end - block.start;
-        if (span <= limit) { // Deliberate: behaviour 206.
+        if (span <= limit) { // Deliberate: behaviours 206, 212.
             block.length = block.elements(span);
             setLength(qint64(count) - 1, block.length);
         } else {
@@ -139,9 +139,10 @@ int buildShared(const QList<HOST_VAR> &hostVars) TARN_THREAD(requires_capability
     for (int i = 0; i < int(hostVars.size()); ++i) {
         const HOST_VAR &host = hostVars.at(i);
         const int address = addressOf(areaOf(host.areaType), host.address);
-        if (address < 0 || host.areaType >= AreaTypes)
+        if (address < 0 || host.areaType >= AreaTypes) // Deliberate: behaviour 209.
             continue;
-        const Piece whole = {host.areaType, address, settings().defaultStation, host.length};
+        const int station = settings().defaultStation; // Deliberate: behaviour 208.
+        const Piece whole = {host.areaType, address, station, host.length};
         split(host.length, blockLimit(areaOf(host.areaType).kind), whole, byType[host.areaType]);
     }
     // The order in which the image holds the areas: bits, words, double words.
@@ -165,7 +166,7 @@ public:
     }
 
     int count() const { return int(keys.size()); }
-    /// The newest piece first.
+    /// The newest piece first. Deliberate: behaviour 210.
     PieceList newestFirst(int index) const
     {
         const PieceList &group = pieces[size_t(index)];
@@ -197,7 +198,8 @@ void addPieces(Groups &groups, const HOST_VAR &host, int address)
 {
     const bool bits = isBit(areaOf(host.areaType));
     const int start = bits ? alignedBit(address) : address;
-    const Pieces pieces(bits ? bytesOfBits(address, host.length) : host.length, settings().blockWords);
+    const int length = bits ? bytesOfBits(address, host.length) : host.length;
+    const Pieces pieces(length, settings().blockWords); // Deliberate: behaviours 211, 213.
     for (int i = 0; i < pieces.count(); ++i) {
         const int at = cut(start + pieces.offset(i) * (bits ? 8 : 1));
         groups.add(Piece{host.areaType, at, host.station, pieces.size(i)}); // Deliberate: behaviour 205.
@@ -211,7 +213,7 @@ int buildPerStation(const QList<HOST_VAR> &hostVars) TARN_THREAD(requires_capabi
     for (int i = 0; i < int(hostVars.size()); ++i) {
         const HOST_VAR &host = hostVars.at(i);
         const int address = addressOf(areaOf(host.areaType), host.address);
-        if (address < 0)
+        if (address < 0) // Deliberate: behaviour 209.
             continue;
         lastIsBit = isBit(areaOf(host.areaType));
         addPieces(groups, host, address);
@@ -232,7 +234,7 @@ int buildPerStation(const QList<HOST_VAR> &hostVars) TARN_THREAD(requires_capabi
 int AddListReadVar(RW_VAR *var) TARN_THREAD(no_thread_safety_analysis)
 {
     if (var)
-        PLC_driver.ReadVarList.append(*var);
+        PLC_driver.ReadVarList.append(*var); // Deliberate: behaviour 104.
     return int(PLC_driver.ReadVarList.size());
 }
 
@@ -264,7 +266,7 @@ int ReCreatReadVarList(QList<HOST_VAR> *hostVars)
 {
     Locker lock(PLC_driver.ListMutex);
     PLC_driver.ReadVarList.clear();
-    PLC_driver.CycleReadCount = 0;
+    PLC_driver.CycleReadCount = 0; // Deliberate: behaviour 214.
     setWord(&COMINFO::cycleDone, 0);
     if (!hostVars || hostVars->isEmpty())
         return 0;

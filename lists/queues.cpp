@@ -27,7 +27,7 @@ int find(const QList<RW_VAR> &queue, int from, const RW_VAR &var, bool (*same)(c
 
 void appendWithinLimit(QList<RW_VAR> &queue, const RW_VAR &var)
 {
-    if (int(queue.size()) < QueueLimit)
+    if (int(queue.size()) < QueueLimit) // Deliberate: behaviour 222.
         queue.append(var);
 }
 
@@ -35,7 +35,7 @@ void appendWithinLimit(QList<RW_VAR> &queue, const RW_VAR &var)
 void place(RW_VAR &var, int address)
 {
     const Area &area = areaOf(var.areaType);
-    if (area.kind == NoKind)
+    if (area.kind == NoKind) // Deliberate: behaviour 225.
         return;
     var.address = isBit(area) ? alignedBit(address) : address;
     if (isBit(area))
@@ -46,12 +46,12 @@ void queueOnceRead(RW_VAR piece) TARN_THREAD(requires_capability(PLC_driver.List
 {
     QList<RW_VAR> &queue = PLC_driver.OnceReadVarList;
     const RW_VAR whole(piece);
-    const int stride = isBit(areaOf(whole.areaType)) ? 8 : 1;
+    const int stride = isBit(areaOf(whole.areaType)) ? 8 : 1; // Deliberate: behaviour 225.
     const Pieces pieces(whole.length, settings().blockWords);
     for (int i = 0; i < pieces.count() && int(queue.size()) < QueueLimit; ++i) {
         piece.address = cut(whole.address + pieces.offset(i) * stride);
         piece.length = pieces.size(i);
-        if (find(queue, 0, piece, sameWish) < 0)
+        if (find(queue, 0, piece, sameWish) < 0) // Deliberate: behaviour 224.
             queue.append(piece);
     }
 }
@@ -64,10 +64,10 @@ int AddListWriteVar(RW_VAR *var, int mode)
     QList<RW_VAR> &queue = PLC_driver.WriteVarList;
     if (!var)
         return int(queue.size());
-    const bool asItStands = mode == 1 || queue.size() < 2;
+    const bool asItStands = mode == 1 || queue.size() < 2;                // Deliberate: behaviour 223.
     const int queued = asItStands ? -1 : find(queue, 1, *var, samePlace); // Deliberate: behaviour 221.
     if (asItStands)
-        queue.append(*var);
+        queue.append(*var); // Deliberate: behaviour 227.
     else if (queued >= 0)
         queue[queued] = *var;
     else
@@ -83,10 +83,10 @@ int AddListOnceReadVar(RW_VAR *var, int mode)
         return 0;
     Locker lock(PLC_driver.ListMutex);
     QList<RW_VAR> &queue = PLC_driver.OnceReadVarList;
-    if (var && mode == 1) {
-        queue.append(wish);
+    if (var && mode == 1) { // Deliberate: behaviour 223.
+        queue.append(wish); // Deliberate: behaviour 227.
     } else if (var) {
-        wish.remoteStoreMark = 0;
+        wish.remoteStoreMark = 0; // Deliberate: behaviour 226.
         wish.hostField14 = 0;
         if (!settings().stationMode)
             wish.station = settings().defaultStation;

@@ -14,11 +14,11 @@ inline __attribute__((always_inline)) void store(const ReplyView &reply, const S
                                                  const Span<Element> &span)
 {
     const int width = sizeof(Element);
-    const qint64 first = width == 1 ? piece.var->address / 8 : piece.var->address;
+    const qint64 first = width == 1 ? piece.var->address / 8 : piece.var->address; // Deliberate: behaviour 443.
     Clip clip(first, piece.length / width, span.first, span.end);
     if (piece.start < 0)
         clip.begin = qMax(clip.begin, (width - 1 - qint64(piece.start)) / width);
-    if (piece.start + clip.end * width > reply.size)
+    if (piece.start + clip.end * width > reply.size) // Deliberate: behaviour 442.
         clip.end = (reply.size - piece.start) / width;
     if (!clip.isEmpty())
         copyElements(span.base + first + clip.begin, reply.bytes + piece.start + clip.begin * width,
@@ -36,14 +36,14 @@ void storeFixed(const QByteArray *reply, const StoredPiece &piece, const Area &a
     case DoubleWordKind:
         return store(ReplyView(reply), piece, wholeOf<unsigned int>(area));
     case NoKind:
-        return;
+        return; // Deliberate: behaviour 444.
     }
 }
 
 /// The piece of variable iTimes of the request in flight.
 StoredPiece currentPiece()
 {
-    if (iTimes < 0 || iTimes >= GroupLimit || iTimes >= int(CurrentRWVar.size()))
+    if (iTimes < 0 || iTimes >= GroupLimit || iTimes >= int(CurrentRWVar.size())) // Deliberate: behaviour 445.
         return StoredPiece{0, 0, 0};
     return StoredPiece{&CurrentRWVar.at(iTimes), iRet_ValidStar[iTimes], iRet_ValidLen[iTimes]};
 }
@@ -75,7 +75,7 @@ void storePiece(const QByteArray *reply, const StoredPiece &piece, int &lastEntr
 void SaveToLocalDataErea(QByteArray *reply)
 {
     int lastEntry = 0;
-    const int last = qMin(settings().groupExtra, GroupLimit - 1);
+    const int last = qMin(settings().groupExtra, GroupLimit - 1); // Deliberate: behaviour 445.
     for (iTimes = 0; iTimes <= last; ++iTimes)
         storePiece(reply, currentPiece(), lastEntry);
 }

@@ -19,10 +19,11 @@ struct Entry {
 };
 
 /// The entry of a length in a kind's units; numbers are cut to 32 bits here and to their width in the frame.
+/// Deliberate: behaviour 406.
 Entry entryOf(AreaKind kind, int code, const RW_VAR &var)
 {
     const Kind &shape = kindOf(kind);
-    const unsigned length = unsigned(var.length) + unsigned(shape.lengthBias);
+    const unsigned length = unsigned(var.length) + unsigned(shape.lengthBias); // Deliberate: behaviour 401.
     return Entry{entryBytes(code, length * unsigned(shape.addressesPerElement), var.address),
                  int(length * unsigned(shape.bytesPerElement))};
 }
@@ -30,10 +31,10 @@ Entry entryOf(AreaKind kind, int code, const RW_VAR &var)
 Entry entryOf(const RW_VAR &var)
 {
     const Area &area = areaOf(var.areaType);
-    return entryOf(area.kind, area.readCode, var);
+    return entryOf(area.kind, area.readCode, var); // Deliberate: behaviour 405.
 }
 
-/// The area's read code; 0 if it is of another kind.
+/// The area's read code; 0 if it is of another kind. Deliberate: behaviour 409.
 int readCode(AreaKind kind, int areaType)
 {
     const Area &area = areaOf(areaType);
@@ -92,7 +93,7 @@ const RW_VAR &setCurrent(RW_VAR *const *vars, int count)
     return CurrentRWVar.at(0);
 }
 
-/// A single read whose data position goes into the request itself. Deliberate: behaviour 403.
+/// A single read whose data position goes into the request itself. Deliberate: behaviours 403, 408.
 void readSingle(const RW_VAR &var, const Entry &entry)
 {
     const ReplyShape reply = {replyLength(entry), FirstData, entry.dataBytes};
@@ -110,8 +111,8 @@ void readGroup(RW_VAR *const *vars, int count)
         entries[i] = entryOf(*vars[i]);
     }
     const RW_VAR &first = setCurrent(vars, count);
-    const int length = layReply(entries, count, first.station != 0);
-    writeFrame(queueRequest(first, ReplyShape{length, 0, 0}), entries, count);
+    const int length = layReply(entries, count, first.station != 0);           // Deliberate: behaviour 404.
+    writeFrame(queueRequest(first, ReplyShape{length, 0, 0}), entries, count); // Deliberate: behaviours 407, 408.
 }
 
 void ReadRegister1(RW_VAR *a)
@@ -162,7 +163,7 @@ void ReadRegister(RW_VAR *var)
     case DoubleWordKind:
         return ReadAnalog_32CV(var);
     case NoKind:
-        return;
+        return; // Deliberate: behaviour 405.
     }
 }
 

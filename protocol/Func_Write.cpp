@@ -8,7 +8,7 @@ namespace
 
 const int WriteHeadLength = HeadLength + EntryLength;
 
-/// The area's write code; 0 if it is of another kind.
+/// The area's write code; 0 if it is of another kind. Deliberate: behaviour 427.
 int writeCode(AreaKind kind, int areaType)
 {
     const Area &area = areaOf(areaType);
@@ -26,6 +26,7 @@ Protocol &queueWrite(const RW_VAR &var)
 }
 
 /// Elements of `width` bytes, double words low word first. One that the data does not hold whole goes as zeros.
+/// Deliberate: behaviour 422.
 void writeElements(const RW_VAR &var, int code, int count, int elements, int width)
 {
     Protocol &request = queueWrite(var);
@@ -49,8 +50,8 @@ void WriteRegister(RW_VAR *var)
         WriteAnalog(var);
     else if (area.writeCode && area.kind == DoubleWordKind)
         WriteAnalog_32CV(var);
-    if (!linkIsFailing())
-        WriteDataToLocal(var); // Deliberate: behaviour 424.
+    if (!linkIsFailing())      // Deliberate: behaviour 311.
+        WriteDataToLocal(var); // Deliberate: behaviours 424, 426.
 }
 
 void WriteBool(RW_VAR *var)
@@ -61,14 +62,14 @@ void WriteBool(RW_VAR *var)
     const RW_VAR &bit = request.var;
     FrameWriter frame(request, WriteHeadLength + 1 + CrcLength);
     putHead(frame, bit, writeCode(BitKind, bit.areaType), bit.length);
-    frame.u8(!bit.data.isEmpty() && bit.data.at(0) == 1).sealCrc();
+    frame.u8(!bit.data.isEmpty() && bit.data.at(0) == 1).sealCrc(); // Deliberate: behaviours 301, 421.
 }
 
 void WriteAnalog(RW_VAR *var)
 {
     if (!var)
         return;
-    const int words = qMin(var->length, MostItems);
+    const int words = qMin(var->length, MostItems); // Deliberate: behaviour 425.
     writeElements(*var, writeCode(WordKind, var->areaType), words, qMax(words, 0), 2);
 }
 
@@ -76,7 +77,7 @@ void WriteAnalog_32CV(RW_VAR *var)
 {
     if (!var)
         return;
-    const int words = qMin(var->length, MostItems);
-    const int doubleWords = words / 2 + (words & 1);
+    const int words = qMin(var->length, MostItems);  // Deliberate: behaviour 425.
+    const int doubleWords = words / 2 + (words & 1); // Deliberate: behaviour 423.
     writeElements(*var, areaOf(DoubleWordArea).writeCode, doubleWords, words < 1 ? 0 : doubleWords, 4);
 }

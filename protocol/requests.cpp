@@ -52,7 +52,7 @@ void removeRequests()
 Protocol &queueRequest(const RW_VAR &var, const ReplyShape &reply)
 {
     Protocol &request = newRequest(var);
-    const bool answered = request.var.station != 0;
+    const bool answered = request.var.station != 0; // Deliberate: behaviour 410.
     request.replyLen = answered ? reply.length : 0;
     request.dataStart = answered ? reply.dataStart : 0;
     request.dataLen = answered ? reply.dataLen : 0;

@@ -8,6 +8,7 @@ namespace
 {
 
 /// The value bytes of one element, least significant first; none unless the reply holds it whole.
+/// Deliberate: behaviour 442.
 QByteArray valueAt(const ReplyView &reply, qint64 element, int width)
 {
     if (!reply.holds(element, width))
@@ -30,7 +31,7 @@ void resizeStationValue(int entry, int size) TARN_THREAD(requires_capability(PLC
 
 void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Area &area, int &lastEntry)
 {
-    if (area.kind == NoKind)
+    if (area.kind == NoKind) // Deliberate: behaviour 444.
         return;
     const RW_VAR &var = *piece.var;
     const ReplyView view(reply);
@@ -42,5 +43,5 @@ void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Ar
         lastEntry = ExtendFindSameVar(var.station, var.areaType, address);
         setStationValue(lastEntry, valueAt(view, piece.start + qint64(i) * width, width));
     }
-    resizeStationValue(lastEntry, length);
+    resizeStationValue(lastEntry, length); // Deliberate: behaviour 441.
 }

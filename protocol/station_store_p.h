@@ -12,7 +12,7 @@ struct StoredPiece {
 };
 
 /// Into the per-station list: an entry for each element; then the entry written last takes the size of the whole
-/// piece. Deliberate: behaviour 441.
+/// piece.
 void storePerStation(const QByteArray *reply, const StoredPiece &piece, const Area &area, int &lastEntry)
     TARN_THREAD(requires_capability(PLC_driver.ImageMutex));
 

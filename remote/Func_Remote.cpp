@@ -12,7 +12,7 @@ const int RemoteReplyOverhead = 5; ///< bytes of a read reply around its data
 const int RemoteFirstData = 3;
 const int RemoteWriteReply = 8;
 
-/// The whole description of the request's variable, the data behind it.
+/// The whole description of the request's variable, the data behind it. Deliberate: behaviour 506.
 void writeFrame(Protocol &request, const QByteArray &data)
 {
     const RW_VAR &var = request.var;
@@ -23,7 +23,7 @@ void writeFrame(Protocol &request, const QByteArray &data)
     frame.raw(data).sealSum(); // Deliberate: behaviour 503.
 }
 
-/// Data bytes of a read reply: a byte a bit, whole double words, otherwise words.
+/// Data bytes of a read reply: a byte a bit, whole double words, otherwise words. Deliberate: behaviour 510.
 int remoteDataBytes(int areaType, qint64 length)
 {
     if (areaType >= 0 && areaType <= 4) // Deliberate: behaviour 502.
@@ -55,15 +55,15 @@ void Remote_WriteVar(RW_VAR *var)
 {
     if (!var)
         return;
-    Protocol &request = queueRequest(*var, ReplyShape{RemoteWriteReply, 0, 0});
-    writeFrame(request, request.var.data);
-    WriteDataToLocal(var);
+    Protocol &request = queueRequest(*var, ReplyShape{RemoteWriteReply, 0, 0}); // Deliberate: behaviour 512.
+    writeFrame(request, request.var.data);                                      // Deliberate: behaviour 509.
+    WriteDataToLocal(var);                                                      // Deliberate: behaviour 507.
 }
 
 void SaveToRemoteDataErea(QByteArray *reply)
 {
     int lastEntry = 0;
-    storePiece(reply, headPiece(), lastEntry);
+    storePiece(reply, headPiece(), lastEntry); // Deliberate: behaviour 511.
 }
 
 void SaveBitToUCRemote(QByteArray *reply, unsigned char *buffer)
