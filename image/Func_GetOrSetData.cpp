@@ -27,7 +27,7 @@ RW_VAR writeRecord(const QString &text, int areaType, const QString &address, in
 QByteArray padded(const QByteArray &values, qint64 from, int size)
 {
     QByteArray bytes = from < values.size() ? values.mid(int(from), size) : QByteArray();
-    grown(bytes, size);
+    grown(bytes, size, size);
     return bytes;
 }
 

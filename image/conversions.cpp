@@ -4,21 +4,6 @@
 namespace
 {
 
-/// Makes the array at least `size` long, with zeros up to `written`, from where on the caller fills it. Returns its
-/// bytes; null if no array is so long.
-char *grown(QByteArray &array, qint64 size, qint64 written)
-{
-    const int before = int(array.size());
-    if (size > before) { // Deliberate: behaviour 307.
-        if (size > 0x7fff0000)
-            return 0;
-        array.resize(int(size));
-        if (written > before)
-            memset(array.data() + before, 0, size_t(written - before));
-    }
-    return array.data();
-}
-
 template <typename Element>
 Clip clipBits(const Span<Element> &span, int start, qint64 count)
 {
@@ -80,7 +65,7 @@ void getDoubleWords(QByteArray &out, const Span<unsigned int> &span, int start, 
     QByteArray whole;
     getElements(whole, span, start, 1);
     if (!whole.isEmpty())
-        memcpy(grown(out, 2), whole.constData(), 2);
+        memcpy(grown(out, 2, 0), whole.constData(), 2);
 }
 
 void setDoubleWords(const Span<unsigned int> &span, int start, const QByteArray *in, int count)
@@ -90,9 +75,17 @@ void setDoubleWords(const Span<unsigned int> &span, int start, const QByteArray 
 
 } // namespace
 
-char *grown(QByteArray &array, qint64 size)
+char *grown(QByteArray &array, qint64 size, qint64 written)
 {
-    return grown(array, size, size);
+    const int before = int(array.size());
+    if (size > before) { // Deliberate: behaviour 307.
+        if (size > 0x7fff0000)
+            return 0;
+        array.resize(int(size));
+        if (written > before)
+            memset(array.data() + before, 0, size_t(written - before));
+    }
+    return array.data();
 }
 
 void readFixed(const Area &area, int address, int length, QByteArray &out)

@@ -4,8 +4,9 @@
 
 #include "image/areas_p.h"
 
-/// Makes the array at least this long, with zeros. Returns its bytes; null if no array is so long.
-char *grown(QByteArray &array, qint64 size);
+/// Makes the array at least `size` long, with zeros up to `written`, from where on the caller fills it. Returns its
+/// bytes; null if no array is so long.
+char *grown(QByteArray &array, qint64 size, qint64 written);
 
 /// Items of an area into a byte string, from its position 0; items outside of the area are left out.
 void readFixed(const Area &area, int address, int length, QByteArray &out)

@@ -37,14 +37,13 @@ public:
     /// Index of the first entry with the key, -1 if there is none.
     int find(const Key &key) TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
-        refresh();
-        int index = known(key);
-        if (index >= 0 &&
-            !(keyOf(seen.at(index)) == key)) { // changed through a reference from before the last access
-            rebuild();
-            index = known(key);
+        for (refresh();; rebuild()) {
+            const Indexes::const_iterator found = firstOf.find(key);
+            if (found == firstOf.end())
+                return -1;
+            if (keyOf(seen.at(found->second)) == key) // not changed through a reference from before the last access
+                return found->second;
         }
-        return index;
     }
 
     /// The key has just been looked for.
@@ -72,27 +71,22 @@ public:
 private:
     void refresh() TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
-        if (PLC_driver.ExtendVarList.isSharedWith(seen))
-            return;
-        seen = PLC_driver.ExtendVarList;
-        rebuild();
+        if (!PLC_driver.ExtendVarList.isSharedWith(seen))
+            rebuild();
     }
 
-    void rebuild()
+    void rebuild() TARN_THREAD(requires_capability(PLC_driver.ImageMutex))
     {
+        seen = PLC_driver.ExtendVarList;
         firstOf.clear();
         for (int i = 0; i < int(seen.size()); ++i)
             firstOf.insert(std::make_pair(keyOf(seen.at(i)), i));
     }
 
-    int known(const Key &key) const
-    {
-        const std::unordered_map<Key, int, KeyHash>::const_iterator found = firstOf.find(key);
-        return found == firstOf.end() ? -1 : found->second;
-    }
+    typedef std::unordered_map<Key, int, KeyHash> Indexes;
 
     QList<EXTENDVAR> seen;
-    std::unordered_map<Key, int, KeyHash> firstOf;
+    Indexes firstOf;
 };
 
 StationIndex stationIndex;

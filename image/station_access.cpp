@@ -71,7 +71,7 @@ void readStation(const Area &area, int station, int areaType, int address, int l
     if (area.kind == NoKind || count < 1)
         return;
     const int width = kindOf(area.kind).bytesPerElement;
-    char *const bytes = grown(out, qint64(count) * width);
+    char *const bytes = grown(out, qint64(count) * width, 0);
     if (isBit(area))
         readStationBits(station, areaType, address, count, bytes);
     else
@@ -80,10 +80,10 @@ void readStation(const Area &area, int station, int areaType, int address, int l
 
 void writeStation(const Area &area, const RW_VAR &var)
 {
+    const int items = area.kind == DoubleWordKind ? var.length / 2 : var.length; // Deliberate: behaviour 303.
+    const int count = qMin(items, MostItems);
     if (isBit(area))
-        writeStationBits(var, qMin(var.length, MostItems));
-    else if (area.kind == WordKind)
-        writeStationElements(var, qMin(var.length, MostItems), 2);
-    else if (area.kind == DoubleWordKind)
-        writeStationElements(var, qMin(var.length / 2, MostItems), 4); // Deliberate: behaviour 303.
+        writeStationBits(var, count);
+    else if (area.kind != NoKind)
+        writeStationElements(var, count, kindOf(area.kind).bytesPerElement);
 }
