@@ -1,9 +1,13 @@
-# Warnings are errors; what the driver is compiled as, and what everything around it is.
+# Warnings are errors, but for compilers older than those tried; what the driver is compiled as, and what everything around it is.
 
 set(TARN_WARNINGS -Wall -Wextra -Wconversion -Wshadow -Werror)
 set(TARN_DRIVER_WARNINGS -pedantic -Wcast-align)
+set(TARN_PREFIX_MAP -ffile-prefix-map)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   list(APPEND TARN_DRIVER_WARNINGS -Wthread-safety -Wthread-safety-beta)
+elseif(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 8) # lacks both options, and warns where later ones know better
+  list(REMOVE_ITEM TARN_WARNINGS -Werror)
+  set(TARN_PREFIX_MAP -fdebug-prefix-map)
 else()
   list(APPEND TARN_DRIVER_WARNINGS -Wcast-align=strict)
 endif()
@@ -24,7 +28,7 @@ function(tarn_driver_language target)
   endif()
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE ${TARN_WARNINGS} ${TARN_DRIVER_WARNINGS} -fno-exceptions -fno-rtti
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    ${TARN_PREFIX_MAP}=${PROJECT_SOURCE_DIR}/=)
   if(NOT TARN_SANITIZE) # whose runtime is linked into the program only
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
   endif()

@@ -9,6 +9,7 @@ int iTimes;
 namespace
 {
 
+// Inlined it saves 2 to 6 % of a poll on the panel.
 template <typename Element>
 inline __attribute__((always_inline)) void store(const ReplyView &reply, const StoredPiece &piece,
                                                  const Span<Element> &span)
