@@ -34,8 +34,7 @@ def results(one, three):
     return records.text_of(
         ["# Line faults, measured"],
         [records.made("bench/fault-table --write"), f"{platform.machine()}; {compiler}."],
-        ["[docs/reliability.md](../../docs/reliability.md) tells how, and what it means. Faults with a star are those that",
-         "nobody can tell; an empty cell means that Modbus has no such field."],
+        records.included("faults.md"),
         ["## One attempt a transaction"],
         ["A cell is 0, or *wrong values / good transactions lost / hangs*."], one.splitlines(),
         ["## Up to three attempts a transaction"], three.splitlines())

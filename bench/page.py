@@ -4,8 +4,7 @@ from types import SimpleNamespace
 
 import chart
 import line_cost
-from measuring import ROOT
-from records import made, table, text_of
+from records import included, made, table, text_of
 from rows import LINKS, SHAPES, versions
 
 PEERS = (("host", "reference host"), ("libmodbus", "libmodbus"), ("qt", "Qt Modbus client"))
@@ -87,11 +86,6 @@ def picture(counts):
                 ("libmodbus", counts[f"libmodbus-pty-{suffix}"], "others")]
         groups.append((f"{shape.capitalize()}, on a pseudo-terminal", bars))
     return chart.chart("User-space instructions for the same words", groups)
-
-
-def included(name):
-    """What is written by hand."""
-    return (ROOT / "bench/text" / name).read_text().splitlines()
 
 
 def results(measured, rows):

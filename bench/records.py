@@ -10,11 +10,14 @@ WRITTEN_HERE = (":!bench/results", ":!docs")  # what measuring itself may have c
 
 
 def git(*arguments):
-    return subprocess.run(["git", *arguments], cwd=ROOT, text=True, capture_output=True, check=True).stdout.strip()
+    done = subprocess.run(["git", *arguments], cwd=ROOT, text=True, capture_output=True)
+    if done.returncode:
+        raise SystemExit(f"error: a result names its commit, but git says: {done.stderr}")
+    return done.stdout.strip()
 
 
 def need_committed_tree():
-    """What is written names its commit, so the commit must hold what is measured."""
+    """A result names its commit, so the commit must hold what is measured."""
     changed = git("status", "--porcelain", "--", ".", *WRITTEN_HERE)
     if changed:
         raise SystemExit(f"error: the tree has changes; commit them before measuring, or only print\n{changed}")
@@ -23,6 +26,11 @@ def need_committed_tree():
 def made(command):
     """The first line of every result."""
     return f"Measured by `{command}` on {datetime.date.today()}, commit {git('rev-parse', '--short', 'HEAD')}."
+
+
+def included(name):
+    """What is written by hand."""
+    return (ROOT / "bench/text" / name).read_text().splitlines()
 
 
 def table(head, lines, left=1):
