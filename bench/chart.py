@@ -11,7 +11,7 @@ def text(x, y, content, anchor="start"):
 
 
 def bar(y, name, value, longest, colour):
-    length = max(1, round(WIDTH * value / longest))
+    length = round(WIDTH * value / longest) if longest else 0
     return [text(LEFT - 8, y + 12, name, "end"),
             f"<rect x='{LEFT}' y='{y}' width='{length}' height='{BAR}' fill='{colour}'/>",
             text(LEFT + length + 6, y + 12, f"{value:,}")]

@@ -2,6 +2,7 @@
 from collections import defaultdict
 
 from measuring import output, program
+from records import table
 from rows import Row
 
 SPEEDS = (9600, 19200, 115200)
@@ -60,21 +61,33 @@ def costs():
 def cost_table(priced):
     def cell(cost, speed):
         return f"{cost[0]:.1f} / {cost[1]:,.0f} / {1e3 * seconds(*cost, speed):,.0f} ms"
-    lines = ["| Set | Line | libmodbus, merged by hand : ours | libmodbus, one read per variable : ours | Best block "
-             f"| Ours | Ours, blocks of {DEFAULT_BLOCK} | libmodbus, merged by hand | libmodbus, one read per variable |",
-             "|---|---:|---:|---:|---:|---:|---:|---:|---:|"]
+    lines = []
     for name, speed, best, ways in priced:
         ours = seconds(*ways["best"], speed)
-        lines.append(f"| {name} | {speed:,} | {seconds(*ways['merged'], speed) / ours:.2f} | "
-                     f"{seconds(*ways['single'], speed) / ours:.1f} | {best} | " +
-                     " | ".join(cell(ways[way], speed) for way in ("best", "default", "merged", "single")) + " |")
-    return lines
+        lines.append((name, f"{speed:,}", f"{seconds(*ways['merged'], speed) / ours:.2f}",
+                      f"{seconds(*ways['single'], speed) / ours:.1f}", str(best),
+                      *(cell(ways[way], speed) for way in ("best", "default", "merged", "single"))))
+    return table(("Set", "Line", "libmodbus, merged by hand : ours", "libmodbus, one read per variable : ours",
+                  "Best block", "Ours", f"Ours, blocks of {DEFAULT_BLOCK}", "libmodbus, merged by hand",
+                  "libmodbus, one read per variable"), lines)
 
 
 def cost_row(priced):
     ratios = [seconds(*ways["merged"], speed) / seconds(*ways["best"], speed) for _, speed, _, ways in priced]
-    return Row("time on the line for 200 variables, libmodbus merged by hand : ours", "-",
-               f"{min(ratios):.2f} to {max(ratios):.2f}", None)
+    return Row("time on the line for 200 variables, libmodbus merged by hand : ours",
+               f"{min(ratios):.2f} to {max(ratios):.2f}")
+
+
+def refresh_table(priced):
+    """The times alone, beside what the bytes of the values take: no driver is faster than the line."""
+    lines = []
+    for name, speed, _, ways in priced:
+        words = ways["single"][0]
+        times = [2 * words * BITS_PER_BYTE / speed,
+                 *(seconds(*ways[way], speed) for way in ("best", "merged", "single"))]
+        lines.append((f"{name}, {speed:,} Bd", *(f"{1e3 * time:,.0f} ms" for time in times)))
+    return table(("200 words", "their bytes alone", "this driver", "libmodbus, reads merged by hand",
+                  "libmodbus, one read per variable"), lines)
 
 
 def line_use():
@@ -83,18 +96,11 @@ def line_use():
             for name, speed, *shares in (line.split() for line in output(program("line_use")).splitlines())]
 
 
-def use_rows(use):
-    rows = []
-    for speed in SPEEDS:
-        name, _, busy, least, more, late = min((entry for entry in use if entry[1] == speed), key=lambda entry: entry[2])
-        rows.append(Row(f"line busy or waiting for the controller, {speed:,} Bd, the worst set ({name})", "at least 99 %",
-                        f"{busy:.1f} %; {least:.1f} % four byte times of silence, {more:.1f} % more silence, "
-                        f"{late:.2f} % host late", busy >= 99))
-    return rows
-
-
 def use_table(use):
-    return ["| Set | Line | Busy | Four byte times of silence | More silence | Host late |",
-            "|---|---:|---:|---:|---:|---:|",
-            *(f"| {name} | {speed:,} | {busy:.2f} % | {least:.2f} % | {more:.2f} % | {late:.2f} % |"
-              for name, speed, busy, least, more, late in use)]
+    return table(("Set", "Line", "Busy", "Four byte times of silence", "More silence", "Host late"),
+                 [(name, f"{speed:,}", *(f"{share:.2f} %" for share in shares)) for name, speed, *shares in use])
+
+
+def worst_use(use):
+    """For each speed the set with the most silence."""
+    return [min((entry for entry in use if entry[1] == speed), key=lambda entry: entry[2]) for speed in SPEEDS]

@@ -1,20 +1,16 @@
-"""The page that ./bench/report writes."""
+"""What ./bench/report writes: bench/results/performance.md, and the figures in docs/performance.md."""
 import re
 from types import SimpleNamespace
 
 import chart
 import line_cost
-from measuring import ROOT
+from records import included, made, table, text_of
 from rows import LINKS, SHAPES, versions
 
 PEERS = (("host", "reference host"), ("libmodbus", "libmodbus"), ("qt", "Qt Modbus client"))
 
-# counts, calls, heap, times, priced, use: what was measured, as measuring, rows and line_cost give it
+# counts, calls, heap, times, priced, use: as measuring, rows and line_cost give them
 Measured = SimpleNamespace
-
-
-def table(head, lines):
-    return [f"| {' | '.join(head)} |", "|---" * len(head) + "|", *(f"| {' | '.join(line)} |" for line in lines)]
 
 
 def duration(nanoseconds):
@@ -29,9 +25,8 @@ def on_links():
     return [f"{peer}-{link}-{suffix}" for peer, _ in PEERS for _, link in LINKS for _, suffix in SHAPES]
 
 
-def target_table(rows):
-    return table(("Measure", "Target", "Measured", "Verdict"),
-                 [(row.measure, row.target, row.figure, row.verdict) for row in rows])
+def row_table(rows):
+    return table(("Measure", "Figure", "Beside"), [(row.measure, row.figure, row.beside) for row in rows], left=3)
 
 
 def peer_table(counts):
@@ -43,7 +38,7 @@ def peer_table(counts):
             lines.append((where, shape, *(f"{count / of_peers[0]:.2f}" for count in of_peers[1:]),
                           *(f"{count:,}" for count in of_peers)))
     names = [name for _, name in PEERS]
-    return table(("Link", "Words", *(f"{name} : host" for name in names[1:]), *names), lines)
+    return table(("Link", "Words", *(f"{name} : host" for name in names[1:]), *names), lines, left=2)
 
 
 def plain_table(times):
@@ -53,7 +48,7 @@ def plain_table(times):
     pairs += [("plain-" + name, name) for name in times if "plain-" + name in times]
     return table(("Baseline", "Driver", "Baseline : driver", "Baseline (time)", "Driver (time)"),
                  [(plain, name, f"{times[plain] / times[name]:,.1f}", duration(times[plain]), duration(times[name]))
-                  for plain, name in pairs])
+                  for plain, name in pairs], left=2)
 
 
 def short(frame):
@@ -74,13 +69,13 @@ def blocks_table(blocks):
     lines = []
     for stack, count in sorted(blocks.items(), key=lambda item: -item[1]):
         lines.append((f"{count:.2f}", " < ".join(f"`{name}`" for name in driver_path(stack))))
-    return table(("Blocks", "Allocated in < called by"), lines or [("0", "-")])
+    return table(("Blocks", "Allocated in < called by"), lines or [("0", "-")], left=2)
 
 
 def calls_table(calls):
     return table(("Client", "In all", "Which"),
                  [(name, f"{sum(of.values()):.2f}", ", ".join(f"{call} {count:.2f}" for call, count in of.items()))
-                  for name, of in calls.items()])
+                  for name, of in calls.items()], left=3)
 
 
 def picture(counts):
@@ -93,21 +88,16 @@ def picture(counts):
     return chart.chart("User-space instructions for the same words", groups)
 
 
-def included(name):
-    """What is written by hand."""
-    return (ROOT / "bench/text" / name).read_text().splitlines()
-
-
-def head(date):
-    made = versions()
-    return ["# Performance", "", f"Printed by `bench/report` on {date}. {made['machine']};", f"{made['compiler']};",
-            f"{made['packages']}."]
-
-
-def page(measured, rows, date):
-    sections = [
-        head(date), included("method.md"), ["![Instructions for the same words](performance.svg)"],
-        ["## Targets"], target_table(rows),
+def results(measured, rows):
+    """Everything that was measured."""
+    of = versions()
+    return text_of(
+        ["# Performance, measured"],
+        [made("bench/report"), f"{of['machine']};", f"{of['compiler']};", f"{of['packages']}."],
+        ["[docs/performance.md](../../docs/performance.md) tells what it means; "
+         "[tried.md](../tried.md) what was tried and did not pay."],
+        included("method.md"),
+        ["## Single figures"], row_table(rows),
         ["## Instructions for the same words"], peer_table(measured.counts),
         ["## Against the plain baseline"], plain_table(measured.times),
         ["## System calls of one transaction"], calls_table(measured.calls),
@@ -116,6 +106,41 @@ def page(measured, rows, date):
         ["## One refresh of 200 variables on the line"], included("wire.md"), line_cost.cost_table(measured.priced),
         ["## How busy the line is"], line_cost.use_table(measured.use),
         ["## Times"], included("times.md"),
-        table(("Operation", "Time"), [(name, duration(time)) for name, time in measured.times.items()]),
-        included("tried.md")]
-    return "\n\n".join("\n".join(section) for section in sections) + "\n"
+        table(("Operation", "Time"), [(name, duration(time)) for name, time in measured.times.items()]))
+
+
+# ---- what docs/performance.md shows of it
+
+def transaction_table(counts, calls):
+    """A request and its reply: what the driver, the reference host and the peers take for it."""
+    lines = []
+    for where, link in LINKS:
+        for shape, suffix in SHAPES:
+            lines.append((f"instructions, {where}, {shape}", f"{counts['poll-' + suffix]:,}",
+                          *(f"{counts[f'{peer}-{link}-{suffix}']:,}" for peer, _ in PEERS)))
+    for where, link in LINKS:
+        each = [sum(calls[f"{peer}-{link}-1x100"].values()) for peer, _ in PEERS]
+        lines.append((f"system calls, {where}, one block", "-", *(f"{count:.0f}" for count in each)))
+    return table(("", "driver alone", *(name for _, name in PEERS)), lines)
+
+
+HOST_CALLS = (("`GetRegisterData`, 100 words", "get-100"), ("`SetRegisterData`, one word", "write-1"),
+              ("`ReCreatReadVarList`, 1,000 variables, fixed image", "rebuild-1000-shared"),
+              ("the same, per station", "rebuild-1000-stations"),
+              ("`ReCreatReadVarList`, 10,000 variables, fixed image", "rebuild-10000-shared"),
+              ("the same, per station", "rebuild-10000-stations"))
+
+
+def use_table(use):
+    head = ("Line", "busy, or waiting for the controller", "four byte times of silence", "more silence", "host late")
+    return table(head, [(f"{speed:,} Bd", *(f"{share:.1f} %" for share in shares))
+                        for _, speed, *shares in line_cost.worst_use(use)])
+
+
+def figures(measured):
+    """The tables of docs/performance.md, by the names of their marks."""
+    tables = {"refresh": line_cost.refresh_table(measured.priced),
+              "line use": use_table(measured.use),
+              "transaction": transaction_table(measured.counts, measured.calls),
+              "calls": table(("Call", "Time"), [(what, duration(measured.times[name])) for what, name in HOST_CALLS])}
+    return {mark: text_of(lines) for mark, lines in tables.items()}

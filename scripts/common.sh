@@ -19,7 +19,7 @@ installed() {
     dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q '^install ok installed$'
 }
 
-# A mirror in the middle of a sync answers with wrong sizes for some minutes; ask again.
+# A mirror that is being synchronised answers with wrong sizes for some minutes; ask again.
 install_packages() {
     local try
     for try in 1 2 3 4 5; do
@@ -47,7 +47,7 @@ need() {
     rm -f "$log"
 }
 
-# The Debian that this machine runs and the archives that it uses, for the roots that tests make.
+# The Debian release of this machine and the archives that it uses, for the roots that tests make.
 debian_suite() {
     (. /etc/os-release && echo "$VERSION_CODENAME")
 }

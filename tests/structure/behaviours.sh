@@ -1,9 +1,10 @@
 #!/bin/sh
-# docs/behaviour.md against the tree: a row names the files and the functions that carry its mark, 'Deliberate: behaviour
-# N.', and no others, and every test that a row names is there.
+# docs/behaviour-places.md against the tree: a row names the files and the functions that carry its mark, 'Deliberate:
+# behaviour N.', and no others; every test that a row names is there; docs/behaviour.md tells of the same numbers.
 # usage: behaviours.sh <source folder>
 cd "$1" || exit 1
-document=docs/behaviour.md
+page=docs/behaviour.md
+document=docs/behaviour-places.md
 status=0
 
 # Lines 'number file name' of the code that the rows name; a row that names no function names its file.
@@ -11,7 +12,7 @@ named() {
     awk -F' [|] ' '
     /^[|] [0-9]+ [|]/ {
         number = substr($1, 3)
-        places = split($4, place, "; ")
+        places = split($2, place, "; ")
         for (i = 1; i <= places; ++i) {
             parts = split(place[i], part, "`")
             for (j = 4; j <= parts || j == 4; j += 2)
@@ -82,8 +83,17 @@ END {
     exit failed
 }' || status=1
 
-for test in $(awk -F'|' '/^\| [0-9]+ \|/ { print $6 }' "$document" | grep -oE '`[A-Za-z0-9_]+\.[A-Za-z0-9_]+`' | tr -d '`' | sort -u); do
+for test in $(awk -F'|' '/^\| [0-9]+ \|/ { print $4 }' "$document" | grep -oE '`[A-Za-z0-9_]+\.[A-Za-z0-9_]+`' | tr -d '`' | sort -u); do
     suite=${test%.*} name=${test#*.}
     grep -rqE "TEST(_F|_P)?\($suite, *$name\)" tests || { echo "$document names $test, which is no test"; status=1; }
 done
+
+# The numbers that the page and the table tell of.
+numbers() {
+    sed -nE 's/^\*\*([0-9]+)\.\*\*.*/\1/p' "$page"
+    sed -nE 's/^\| ([0-9]+) \|.*/\1/p' "$document"
+}
+numbers | sort -n | uniq -c | awk -v page="$page" -v document="$document" '
+$1 != 2 { print page " and " document " do not both tell of " $2 " once"; failed = 1 }
+END { exit failed || NR == 0 }' || status=1
 exit $status
