@@ -237,7 +237,8 @@ Outcome Poller::judge(bool found) const
         return finder.sawOtherStation() ? Outcome::OtherStation : Outcome::NoReply;
     if (finder.sawBeginning())
         return Outcome::Incomplete;
-    return size == request->replyLen ? Outcome::BadCheck : Outcome::Garbled;
+    const bool hasCheck = request->frame.at(CommandAt) == char(ReadCommand); // an acknowledgement has none
+    return hasCheck && size == request->replyLen ? Outcome::BadCheck : Outcome::Garbled;
 }
 
 /// Counts the request, tells the driver, and marks the values that were stored or given up.

@@ -104,7 +104,7 @@ TEST(TraceText, ShowsBytesAndMeaning)
               "< AA BB 01 FF 20  2 bytes skipped; station 1, write done");
     EXPECT_EQ(text(TraceEntry::Received, "", Outcome::NoReply), "< -  no reply");
     EXPECT_EQ(text(TraceEntry::Received, ""), "< -  none expected");
-    EXPECT_EQ(text(TraceEntry::Received, "01FE", Outcome::Incomplete), "< 01 FE  incomplete answer");
+    EXPECT_EQ(text(TraceEntry::Received, "01FE", Outcome::Incomplete), "< 01 FE  incomplete");
     EXPECT_EQ(text(TraceEntry::Stray, "01"), "< 01  thrown away: came without a question");
 }
 

@@ -67,7 +67,7 @@ TEST(NearestFloat, IsWritten)
     OwnController controller;
     const Result result = runFgs("write L 10:1=16777216,-0.0,12.5 --format float", controller.link());
     EXPECT_EQ(result.code, 0) << result.messages.toStdString();
-    EXPECT_EQ(contentsOf(result), Texts{"16777216 -0.0 12.5  written and verified"});
+    EXPECT_EQ(contentsOf(result), Texts{"16777216 -0 12.5  written and verified"});
     EXPECT_EQ(controller.held(1, 10, 2), 0x80000000u);
 }
 
