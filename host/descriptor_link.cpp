@@ -89,7 +89,7 @@ bool DescriptorLink::isFatal(ssize_t result)
 {
     if (result > 0 || (result < 0 && (errno == EAGAIN || errno == EINTR)))
         return false;
-    lose(lossOf(result == 0 ? EPIPE : errno));
+    lose(lossOf(result != 0 ? errno : isConnection() ? EPIPE : ENODEV));
     return true;
 }
 

@@ -37,7 +37,6 @@ public:
     void lostLink(Time now) { linkLostAt = now; }
 
     Age of(const Variable &variable) const;
-    void clear() { places.clear(); }
 
 private:
     struct Failure {

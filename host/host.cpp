@@ -105,6 +105,7 @@ Host::Host(const DriverApi &theDriver, Link &theLink, const std::vector<Variable
 
 Host::~Host()
 {
+    dropWrites();
     QList<HOST_VAR> nothing;
     driver.ReCreatReadVarList(&nothing);
     driver.RegistCallBackFuncIntf(nullptr, 0);
@@ -149,7 +150,8 @@ void Host::readNextOnce()
 /// The driver's callback, out of DataCom().
 void Host::onceReadEnded(int, int, int, int)
 {
-    theHost->waiting.pop_front();
+    if (theHost->onceUnderWay) // otherwise it is what a host before has left
+        theHost->waiting.pop_front();
     theHost->onceUnderWay = false;
 }
 
@@ -294,7 +296,9 @@ void Host::noteOutcome(const Step &step, bool isLookedAt)
 /// Returns whether a place is to blame if there was no answer.
 bool Host::noteReading(const Step &step, const Spans &blocks)
 {
-    const bool isPolled = step.isCyclic && pass == Pass::Poll, isProbe = step.isCyclic && pass == Pass::Probe;
+    // A request of nothing but company says nothing of places.
+    const bool isPolled = step.isCyclic && pass == Pass::Poll && !blocks.empty(),
+               isProbe = step.isCyclic && pass == Pass::Probe;
     if (isSilence(step.outcome)) {
         if (isPolled)
             return suspects.gaveUp(blocks, silentRequests);
@@ -352,13 +356,20 @@ void Host::dropQueued(int failedStation)
         dropOnceReads(failedStation);
 }
 
+void Host::dropOne(int station)
+{
+    --queuedWrites[station];
+    ++lostWrites;
+}
+
 void Host::dropWrites()
 {
     while (writesQueued() > 0)
         if (const Protocol *const request = poller.takeRequest()) {
             const int station = request->var.station;
+            const bool isBroadcast = request->replyLen == 0; // which the driver cannot fail, so it empties no queue
             poller.giveUp();
-            dropQueued(station);
+            isBroadcast ? dropOne(station) : dropQueued(station);
         }
     jobUnderWay = false;
 }

@@ -127,6 +127,7 @@ private:
     void endJob(const Step &step);
     void readNextOnce();
     void dropOnceReads(int station);
+    void dropOne(int station);
     void dropQueued(int failedStation);
     int recordsOf(const Variable &variable) const;
     int itemsPerWrite(const Variable &variable) const;

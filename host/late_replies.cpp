@@ -2,6 +2,8 @@
 
 #include "frame.h"
 
+#include <algorithm>
+
 namespace fgs
 {
 
@@ -36,10 +38,21 @@ void LateReplies::expect(const Protocol &request, const DataStarts &dataStarts, 
     questions.push_back({request, dataStarts, until, 1, false});
 }
 
-void LateReplies::noteWrite(const Protocol &request)
+bool LateReplies::answeredAfterTries(const Protocol &request, Time until)
 {
     for (Question &question : questions)
-        if (question.request.frame.at(StationAt) == request.frame.at(StationAt) &&
+        if (question.request.frame == request.frame && question.owed > 0) {
+            question.until = std::max(question.until, until);
+            return true;
+        }
+    return false;
+}
+
+void LateReplies::noteWrite(const Protocol &request)
+{
+    const char station = request.frame.at(StationAt);
+    for (Question &question : questions)
+        if ((station == 0 || question.request.frame.at(StationAt) == station) &&
             question.request.frame != request.frame)
             question.beforeWrite = true;
 }

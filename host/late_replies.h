@@ -30,7 +30,10 @@ public:
 
     /// The request got no answer.
     void expect(const Protocol &request, const DataStarts &dataStarts, Time until);
-    /// A write goes to its station.
+    /// The request got an answer, which may be that to an earlier try: then its own may come until then. Returns
+    /// whether there was one.
+    bool answeredAfterTries(const Protocol &request, Time until);
+    /// A write goes to its station, or to all.
     void noteWrite(const Protocol &request);
     /// A question whose late answer could be taken for the answer to this request; null if there is none.
     const Question *blocking(const Protocol &request, Time now);

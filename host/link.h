@@ -17,7 +17,7 @@ using Time = std::chrono::nanoseconds;
 
 using namespace std::chrono_literals;
 
-/// One thread at a time.
+/// One thread at a time; now() on any.
 class Link
 {
 public:

@@ -46,7 +46,7 @@ Step Poller::step()
 const Protocol *Poller::takeRequest()
 {
     // Without a cyclic list the driver ends each run of five writes or one-shot reads with a null.
-    for (int tries = 0; !request && tries < 2; ++tries)
+    for (int asked = 0; !request && asked < 2; ++asked)
         request = driver.ComCommunication();
     return request;
 }
@@ -73,12 +73,15 @@ bool Poller::prepare()
 void Poller::exchange(Step &step)
 {
     step.sent = true;
+    ++tries;
     step.outcome = converse();
     if (stats.underWay)
         return;
     step.kind = Step::Exchanged;
     const bool isAsked = request->replyLen != 0;
     finish(step);
+    if (step.ended)
+        tries = 0;
     if (isAsked)
         watchConnection(step);
 }
@@ -101,6 +104,7 @@ void Poller::giveUp()
         return;
     settings.retryCount = settings.retryLimit;
     handOver({nullptr, 0});
+    tries = 0;
 }
 
 /// A connection can be dead without the system knowing it.
@@ -131,12 +135,17 @@ bool Poller::reopen()
         link.pauseUntil(std::min(nextOpen, now + 100ms));
         return false;
     }
+    if (now < openedAt + timing.firstReconnect) { // what does not stay open is not opened without end
+        nextOpen = openedAt + timing.firstReconnect;
+        return false;
+    }
     if (!link.open()) {
         nextOpen = link.now() + reconnectDelay;
         reconnectDelay = std::min(2 * reconnectDelay, timing.lastReconnect);
         return false;
     }
     reconnectDelay = timing.firstReconnect;
+    openedAt = link.now();
     ++stats.reconnects;
     return true;
 }
@@ -195,10 +204,15 @@ Outcome Poller::converse()
         return Outcome::LinkLost;
     if (request->replyLen == 0)
         return pauseAfterBroadcast();
-    const Time limit = timing.timeout + (request->frameLen + request->replyLen) * link.byteTime();
-    const bool found = await(sentAt + limit);
-    stats.underWay = !found && link.isOpen() && link.isEnded() && link.now() < sentAt + limit;
+    const bool found = await(deadline());
+    stats.underWay = !found && link.isOpen() && link.isEnded() && link.now() < deadline();
     return judge(found);
+}
+
+/// Of the answer to the request in flight.
+Time Poller::deadline() const
+{
+    return sentAt + timing.timeout + (request->frameLen + request->replyLen) * link.byteTime();
 }
 
 Outcome Poller::pauseAfterBroadcast()
@@ -209,16 +223,16 @@ Outcome Poller::pauseAfterBroadcast()
 }
 
 /// Whether the reply came.
-bool Poller::await(Time deadline)
+bool Poller::await(Time limit)
 {
     while (finder.roomSize() > 0) {
-        const int count = link.receive(finder.room(), finder.roomSize(), deadline);
+        const int count = link.receive(finder.room(), finder.roomSize(), limit);
         if (count <= 0)
             return false;
         lastByte = link.now();
         if (finder.take(count))
             return true;
-        if (lastByte >= deadline)
+        if (lastByte >= limit)
             return false;
     }
     return false;
@@ -245,8 +259,11 @@ Outcome Poller::judge(bool found) const
 void Poller::finish(Step &step)
 {
     const bool marks = !step.isWrite && request->replyLen != 0 && request->dataStart == 0;
+    bool isSure = true; // that an answer is the one to this try
     if (!isAnswer(step.outcome) && !finder.sawPart())
         lateReplies.expect(*request, dataStarts, link.now() + timing.late);
+    else
+        isSure = tries == 1 || !lateReplies.answeredAfterTries(*request, deadline() + timing.late);
     if (step.outcome == Outcome::Incomplete) {
         step.received = finder.reply().size;
         step.expected = request->replyLen;
@@ -254,7 +271,7 @@ void Poller::finish(Step &step)
     if (step.outcome == Outcome::LinkLost)
         ++stats.retries;
     else
-        tellDriver(step);
+        tellDriver(step, isSure);
     ++stats.outcomes[static_cast<std::size_t>(step.outcome)];
     note(TraceEntry::Received, finder.received(), step.outcome,
          static_cast<int>(finder.reply().bytes - finder.received().bytes));
@@ -263,7 +280,7 @@ void Poller::finish(Step &step)
 }
 
 /// Hands over what may be taken for the reply. The driver judges the check code of a reply in its place.
-void Poller::tellDriver(Step &step)
+void Poller::tellDriver(Step &step, bool isTimed)
 {
     const bool broadcast = request->replyLen == 0;
     const bool nothing = step.outcome == Outcome::OtherReply || isSilence(step.outcome) || broadcast;
@@ -274,7 +291,7 @@ void Poller::tellDriver(Step &step)
         step.outcome = Outcome::BadCheck;
     if (!good)
         ++(step.ended ? stats.abandoned : stats.retries);
-    else if (!broadcast)
+    else if (!broadcast && isTimed)
         stats.roundTrips.add(lastByte - sentAt);
 }
 

@@ -29,8 +29,9 @@ const int CompanionMark = -2;
 /// What one step did.
 struct Step {
     enum Kind {
-        Idle,      ///< nothing is to be sent
-        NoLink,    ///< the link is lost and was not to be had again yet; at most a tenth of a second was waited
+        Idle,   ///< nothing is to be sent
+        NoLink, ///< the link is lost and was not to be had again yet; at most a tenth of a second was waited, and
+                ///< what the link takes to open
         Exchanged, ///< a request was sent
         Stopped ///< the link has ended what is waited for; a request may be under way, whose outcome is not known
     };
@@ -46,8 +47,8 @@ struct Step {
 
 /// A bad reply never becomes a good value: the line is silent before a request; noise, echoes and other stations'
 /// frames are passed over; a reply is handed over only if it repeats the station, areas and counts of the request;
-/// no step takes longer than its time limits. What the driver gets instead of a reply makes it repeat the request
-/// or give it up, as COMINFO says. A refusal is repeated too: it has no check code, and differs from an
+/// no transaction takes longer than its time limits. What the driver gets instead of a reply makes it repeat the
+/// request or give it up, as COMINFO says. A refusal is repeated too: it has no check code, and differs from an
 /// acknowledgement in one bit. A lost link costs the driver nothing: the request waits for the next one. Once the
 /// link has ended, nothing is sent or waited for.
 ///
@@ -93,11 +94,12 @@ private:
     void throwAway(FrameView bytes);
     Outcome converse();
     Outcome pauseAfterBroadcast();
-    bool await(Time deadline);
+    Time deadline() const;
+    bool await(Time limit);
     Outcome judge(bool found) const;
     void finish(Step &step);
     int handOver(FrameView bytes);
-    void tellDriver(Step &step);
+    void tellDriver(Step &step, bool isTimed);
     void markCurrent(const Step &step);
     void note(TraceEntry::Event event, FrameView bytes, Outcome outcome = Outcome::Good, int replyAt = 0) const;
 
@@ -116,7 +118,9 @@ private:
     Time sentAt{0};
     Time lastByte{0}; ///< seen on the line
     Time nextOpen{0};
+    Time openedAt = -1h; ///< the last time that a lost link was
     Time reconnectDelay;
+    int tries = 0;           ///< of the request in flight
     bool jobIsSilent = true; ///< none of its tries has brought a byte so far
     int silentRequests = 0;  ///< given up in a row
 };

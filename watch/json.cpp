@@ -88,6 +88,8 @@ Json jsonOf(const WriteReport &report, const JsonStyle &style, Time now)
 {
     const Kind kind = areaOf(report.assignment.variable.area)->kind;
     Json json = jsonOf(report.held, style, now);
+    if (report.held.reason.kind == Reason::NotAskedYet)
+        json.erase("reason"); // nobody was going to ask
     json["assigned"] = valuesJson(kind, style.format, report.assignment.values);
     json["result"] = keyOf(report.result);
     if (report.reason.kind != Reason::None)

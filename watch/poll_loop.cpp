@@ -64,6 +64,8 @@ void PollLoop::step()
     const Step step = host.step();
     if (step.kind == Step::Idle)
         link.pauseUntil(link.now() + IdlePause);
+    if (step.kind == Step::Exchanged)
+        observer.counted(host.statistics());
     if (std::exchange(lineHasChanged, false))
         update(all);
     else if (step.kind == Step::Exchanged && step.ended)

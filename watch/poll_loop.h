@@ -19,6 +19,8 @@ public:
     /// request.
     virtual void updated(const std::vector<Reading> &readings, const std::vector<std::size_t> &which) = 0;
     virtual void happened(const LineEvent &event) = 0;
+    /// After every transaction.
+    virtual void counted(const Statistics &) {}
     /// Whether it wants no more.
     virtual bool isDone() const { return false; }
 };

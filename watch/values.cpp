@@ -34,6 +34,8 @@ quint32 asBits(float number)
 QString floatText(float number)
 {
     char text[32];
+    if (std::isnan(number))
+        return QStringLiteral("nan"); // without a sign, which parseFloat() does not take
     const std::to_chars_result end = std::to_chars(text, text + sizeof text, number);
     return QString::fromLatin1(text, static_cast<int>(end.ptr - text));
 }
@@ -82,6 +84,9 @@ quint32 parseFloat(const QString &text)
     if (std::isinf(number) && !std::isinf(written))
         throw TextError(QStringLiteral("'%1' is beyond the greatest number of single precision, %2")
                             .arg(text, floatText(std::numeric_limits<float>::max())));
+    if (number == 0 && written != 0)
+        throw TextError(QStringLiteral("'%1' is nearer to zero than single precision goes, %2")
+                            .arg(text, floatText(std::numeric_limits<float>::denorm_min())));
     refuseLostDigits(text, written, number);
     return asBits(number);
 }

@@ -24,7 +24,8 @@ public:
         const int lostBefore = host.writesLost();
         bool sent = false;
         Step last;
-        host.write(variable, report.assignment.values);
+        if (!host.write(variable, report.assignment.values))
+            return false;
         while (host.writesQueued() && !link.isEnded() && link.isOpen()) {
             last = host.step();
             sent = sent || last.sent;
@@ -49,10 +50,11 @@ public:
         for (const WriteReport &report : reports)
             if (report.result != WriteResult::NotSent && report.assignment.variable.station != 0)
                 sent.push_back(report.assignment.variable);
+        const Time asked = link.now();
         if (!sent.empty() && isBackWithin(patience))
             readAll(host, link, sent);
         for (WriteReport &report : reports)
-            judge(report);
+            judge(report, asked);
     }
 
 private:
@@ -64,9 +66,14 @@ private:
         return link.isOpen() && !link.isEnded();
     }
 
-    void judge(WriteReport &report) const
+    /// What was read before counts for nothing: the driver's image shows a write at once.
+    void judge(WriteReport &report, Time asked) const
     {
         report.held = readingOf(host, link, report.assignment.variable);
+        if (report.held.time <= asked) {
+            report.held.quality = Quality::Unknown;
+            report.held.values.clear();
+        }
         if (report.result != WriteResult::Written || report.held.quality == Quality::Unknown)
             return;
         report.result = report.holdsAssigned() ? WriteResult::Verified : WriteResult::Different;

@@ -27,9 +27,10 @@ struct WriteReport {
     bool holdsAssigned() const { return held.quality != Quality::Unknown && held.values == assignment.values; }
 };
 
-/// Writes one after the other. After one that was refused, not acknowledged or cut off no further one is sent;
-/// those that were sent are read back, also over a lost link that is there again within `patience`. When the link's
-/// end comes (Link::endBy()) nothing more is sent at all. As many reports as assignments, in their order.
+/// Writes one after the other, each of what the driver's queue holds at most (1,024 frames). After one that was
+/// refused, not acknowledged or cut off no further one is sent; those that were sent are read back, also over a
+/// lost link that is there again within `patience`. When the link's end comes (Link::endBy()) nothing more is sent
+/// at all. As many reports as assignments, in their order.
 std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assignment> &assignments,
                                   Time patience);
 

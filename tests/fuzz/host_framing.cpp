@@ -135,6 +135,19 @@ void checkFound(const Question &question, const ReplyFinder &finder)
     checkTrace(TraceEntry::Received, finder.received(), Outcome::Good, skipped);
 }
 
+/// Only a write is refused, and the driver must not take that for the acknowledgement.
+void checkRefused(const Question &question, const ReplyFinder &finder)
+{
+    const Bytes refusal = {std::uint8_t(question.station), 0xFF, 0x21};
+    require(question.isWrite && copyOf(finder.reply()) == refusal, "what was taken for a refusal is none");
+    require(!finder.wouldPass(), "a refusal would pass for an acknowledgement");
+}
+
+void checkTaken(const Question &question, const ReplyFinder &finder)
+{
+    finder.isRefusal() ? checkRefused(question, finder) : checkFound(question, finder);
+}
+
 void checkNotFound(const ReplyFinder &finder, const Question &question)
 {
     const FrameView received = finder.received(), rest = finder.reply();
@@ -172,11 +185,11 @@ void receive(const Question &question, const Arrival &arrival, Input &input)
         found = finder.take(int(count));
         require(copyOf(finder.received()) == Bytes(arrival.bytes.begin(), arrival.bytes.begin() + int(given)),
                 "received() is not what arrived");
-        found ? checkFound(question, finder) : checkNotFound(finder, question);
+        found ? checkTaken(question, finder) : checkNotFound(finder, question);
         if (arrival.hasReply && given >= arrival.replyAt + std::size_t(question.request.replyLen))
             require(found, "the reply behind whole frames was not found: " + story(question, arrival, given));
     }
-    if (found && arrival.hasReply)
+    if (found && !finder.isRefusal() && arrival.hasReply)
         require(finder.reply().bytes - finder.received().bytes == std::ptrdiff_t(arrival.replyAt),
                 "something before the reply was taken for it");
     checkTrace(TraceEntry::Received, finder.received(), Outcome::BadCheck, 0);

@@ -230,6 +230,33 @@ TEST_F(HostTest, ADeadStationBesideALivingOneKeepsTheConnection)
     EXPECT_EQ(host->statistics().reconnects, 0u);
 }
 
+TEST_F(HostTest, AConnectionThatDoesNotLastIsNotOpenedWithoutEnd)
+{
+    start({"5:0x2"}).poll(variables);
+    link.connection = true;
+    link.onSend = [this](const QByteArray &) { link.cut(); };
+    const Time begun = link.now();
+    while (link.now() < begun + 10s)
+        host->step();
+    EXPECT_LE(host->statistics().reconnects, 20u);
+    EXPECT_LE(host->statistics().linkLost, host->statistics().reconnects + 1);
+}
+
+TEST_F(HostTest, DroppedBroadcastsAreNotSentEither)
+{
+    start({"2:100x4@0", "5:0@1"});
+    host->write(variables[0], {1, 1, 1, 1});
+    host->write(variables[1], {7});
+    link.onSend = [this](const QByteArray &) { link.cut(); };
+    EXPECT_EQ(host->step().outcome, Outcome::LinkLost);
+    host->dropWrites();
+    EXPECT_EQ(host->writesQueued(), 0);
+    EXPECT_TRUE(PLC_driver.WriteVarList.isEmpty());
+    link.onSend = [this](const QByteArray &request) { link.answer(request); };
+    steps(20);
+    EXPECT_EQ(link.sent.size(), 1u);
+}
+
 // ---- the end of a reading
 
 class ReadingTest : public HostTest

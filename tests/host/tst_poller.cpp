@@ -394,6 +394,38 @@ TEST_F(PollerTest, ALateReplyAnswersTheSameQuestion)
     EXPECT_EQ(word(100), wanted(100));
 }
 
+/// Each answer takes longer than two time limits, so that what answers the last try is that to the first.
+TEST_F(PollerTest, AnswersToEarlierTriesAreNotTakenForThoseToTheNextQuestion)
+{
+    watch({"5:100x4", "5:1000x4", "5:2000x4", "5:3000x4", "5:4000x4", "5:5000x4", "5:6000x4"});
+    link.onSend = [this](const QByteArray &request) { link.answer(request, 2400ms); };
+    for (int i = 0; i < 100; ++i)
+        step();
+    for (int address : {100, 1000, 2000, 3000, 4000, 5000, 6000})
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(word(address + i), wanted(address + i)) << address + i;
+    EXPECT_EQ(poller.statistics().roundTrips.count(), 0u) << "no answer can be told to be that to its own try";
+}
+
+TEST_F(PollerTest, ALateReplyFromBeforeABroadcastIsNotTakenForOneAfterIt)
+{
+    watch({"5:100x4"});
+    settings.retryLimit = 0;
+    link.onSend = [this](const QByteArray &request) { link.answer(request, 1500ms); };
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    QByteArray data = bytes("34 12");
+    SetRegisterData(QString(), 5, QStringLiteral("100"), 0, &data, 1, 0, 0);
+    link.onSend = [this](const QByteArray &request) {
+        if (request.at(0) != 0)
+            link.answer(request);
+        else
+            link.controller.answer(QByteArray(request).replace(0, 1, QByteArray(1, 1)));
+    };
+    while (link.sent.size() < 3)
+        step();
+    EXPECT_EQ(word(100), 0x1234);
+}
+
 TEST_F(PollerTest, ALateReplyIsNotTakenForTheAnswerToAnotherQuestionOfItsShape)
 {
     settings.retryLimit = 0;

@@ -17,10 +17,11 @@ public:
     virtual void end() {}
 };
 
-/// A line for each variable whose values or quality have changed. Without `notes` no events.
+/// A line for each variable whose values or quality have changed. Without `notes` no events as text; JSON has them
+/// always.
 std::unique_ptr<Display> makeLines(const TextStyle &style, const Link &link, bool json, bool notes);
 /// All variables with the ages of their values, drawn over and over; `stop` ends the poll when a key asks for it.
-std::unique_ptr<Display> makeTable(const TextStyle &style, const Host &host, const Link &link, Stop &stop);
+std::unique_ptr<Display> makeTable(const TextStyle &style, const Link &link, Stop &stop);
 
 } // namespace fgs
 

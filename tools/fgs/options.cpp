@@ -36,6 +36,17 @@ Time millisecondsIn(const std::string &name, const std::string &text, int lowest
     return std::chrono::milliseconds(ms);
 }
 
+double secondsIn(const std::string &name, const std::string &text)
+{
+    const double lowest = 0.001, highest = 1e9;
+    bool isNumber = false;
+    const double number = QString::fromStdString(text).toDouble(&isNumber);
+    if (!isNumber || !(number >= lowest && number <= highest)) // as no NaN is
+        throw CLI::ValidationError(name,
+                                   "'" + text + "' is no number of seconds from 0.001 to 1000000000, like 1.5");
+    return number;
+}
+
 void addMilliseconds(CLI::App &app, const std::string &name, Time &time, int lowest, const std::string &help)
 {
     const auto shown = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
@@ -70,7 +81,8 @@ void addOutputOptions(CLI::App &app, Options &options)
            "Of words and double words: dec, signed or hex; float for double words")
         ->type_name("NAME");
     app.add_flag("--json", options.json, "One JSON object a line, the summary last");
-    app.add_flag("--trace", options.trace, "Every frame in hexadecimal, and what it says, on stderr");
+    app.add_flag("--trace", options.trace,
+                 "Every frame in hexadecimal, and what it says, on stderr; lines instead of a live table");
     app.add_flag("--quiet", options.quiet, "No summary and no notes");
 }
 
@@ -87,9 +99,10 @@ CLI::App *addCommand(CLI::App &app, Options &options, Options::Command command, 
 
 void addPollOptions(CLI::App &app, Options &options)
 {
-    app.add_option("--for", options.seconds, "Ends after them")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, 1e9));
+    app.add_option_function<std::string>(
+           "--for", [&options](const std::string &text) { options.seconds = secondsIn("--for", text); },
+           "Ends after them")
+        ->type_name("SECONDS");
     app.add_option("--count", options.cycles, "Ends when every VAR was asked for that often")
         ->type_name("N")
         ->check(CLI::Range(1, 1000000000));

@@ -46,10 +46,18 @@ QString roundTripsText(const RoundTrips &times, Time timeout)
                       .arg(wholeMilliseconds(timeout), wholeMilliseconds(3 * times.quantile(0.99)));
 }
 
-void print(std::FILE *stream, const QByteArray &line)
+int outputError = 0; ///< the first errno of stdout
+
+void note(bool isWritten)
 {
-    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stream);
-    std::fputc('\n', stream);
+    if (!isWritten && !outputError)
+        outputError = errno;
+}
+
+bool print(std::FILE *stream, const QByteArray &line)
+{
+    const std::size_t size = static_cast<std::size_t>(line.size());
+    return std::fwrite(line.constData(), 1, size, stream) == size && std::fputc('\n', stream) != EOF;
 }
 
 /// What stands before every row.
@@ -78,13 +86,22 @@ QString adviceText(const Reason &reason, Time timeout)
         .arg(textOf(reason), wholeMilliseconds(timeout));
 }
 
+QString qualityText(const Reading &reading, const TextStyle &style)
+{
+    if (reading.quality == Quality::Good)
+        return QString();
+    const QString reason = adviceText(reading.reason, style.timeout);
+    return reading.quality == Quality::Stale ? QStringLiteral("(stale: %1)").arg(reason)
+                                             : QStringLiteral("-  ") + reason;
+}
+
 QString contentText(const Reading &reading, const TextStyle &style)
 {
-    const QString reason = adviceText(reading.reason, style.timeout);
+    const QString quality = qualityText(reading, style);
     if (reading.quality == Quality::Unknown)
-        return QStringLiteral("-  ") + reason;
+        return quality;
     const QString values = valuesText(areaOf(reading.variable.area)->kind, style.format, reading.values);
-    return reading.quality == Quality::Good ? values : QStringLiteral("%1  (stale: %2)").arg(values, reason);
+    return quality.isEmpty() ? values : values + QStringLiteral("  ") + quality;
 }
 
 QString placeText(const Variable &variable)
@@ -164,7 +181,7 @@ QString seconds(Time time)
 
 void printLine(const QString &line)
 {
-    print(stdout, line.toUtf8());
+    note(print(stdout, line.toUtf8()));
 }
 
 void printMessage(const QString &message)
@@ -174,10 +191,8 @@ void printMessage(const QString &message)
 
 int flushOutput()
 {
-    static int firstError = 0;
-    if (std::fflush(stdout) != 0 && !firstError)
-        firstError = errno;
-    return firstError;
+    note(std::fflush(stdout) == 0);
+    return outputError;
 }
 
 } // namespace fgs

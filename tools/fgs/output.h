@@ -18,7 +18,9 @@ struct TextStyle {
 
 /// The reason, and with an answer that broke off what to try.
 QString adviceText(const Reason &reason, Time timeout);
-/// The values; "-" and the reason if there are none; old ones with the reason.
+/// "-  no reply" without values, "(stale: no reply)" beside old ones, nothing beside good ones.
+QString qualityText(const Reading &reading, const TextStyle &style);
+/// The values, or what stands for them, or both.
 QString contentText(const Reading &reading, const TextStyle &style);
 /// Place as typed and on the wire: "5:100x2@1  word  wire 0x08:100..101".
 QString placeText(const Variable &variable);

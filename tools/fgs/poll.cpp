@@ -14,7 +14,7 @@ std::unique_ptr<Display> makeDisplay(const Session &session, Stop &stop)
 {
     const Options &options = session.options;
     if (Terminal::canDraw() && !options.json && !options.trace)
-        return makeTable(session.textStyle(), session.host, *session.link, stop);
+        return makeTable(session.textStyle(), *session.link, stop);
     return makeLines(session.textStyle(), *session.link, options.json, !options.quiet);
 }
 

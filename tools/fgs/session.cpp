@@ -24,7 +24,7 @@ std::unique_ptr<Link> openLink(const Options &options, Stop &stop)
     return link;
 }
 
-bool isSilence(const Reason &reason)
+bool isNoAnswer(const Reason &reason)
 {
     return reason.kind != Reason::Failed || reason.outcome == Outcome::NoReply ||
            reason.outcome == Outcome::LinkLost;
@@ -53,11 +53,12 @@ void Session::traceFrame(const TraceEntry &entry) const
 
 int Session::end(int code) const
 {
+    flushOutput(); // the rows come before what is said of them
     const int number = stoppingSignal();
     const bool isLost = !link->isOpen() && (host.statistics().linkLost || !number);
     if (isLost)
-        printMessage(QStringLiteral("fgs: link '%1' is lost: %2; check the cable, then run the command again")
-                         .arg(QString::fromStdString(options.link), link->error()));
+        printMessage(
+            QStringLiteral("fgs: link '%1' is lost: %2").arg(QString::fromStdString(options.link), link->error()));
     if (options.json && !options.quiet)
         printLine(lineOf(jsonOf(host.statistics(), jsonStyle(), link->now())));
     else if (!options.quiet)
@@ -71,7 +72,7 @@ ExitCode exitCodeOf(const std::vector<Reading> &readings)
         return static_cast<std::size_t>(std::count_if(readings.begin(), readings.end(), isCounted));
     };
     const std::size_t good = count([](const Reading &each) { return each.quality == Quality::Good; });
-    const std::size_t silent = count([](const Reading &each) { return isSilence(each.reason); });
+    const std::size_t silent = count([](const Reading &each) { return isNoAnswer(each.reason); });
     const std::size_t refused = count([](const Reading &each) { return isRefusal(each.reason); });
     const bool someValue = count([](const Reading &each) { return each.quality != Quality::Unknown; }) > 0;
     if (good == readings.size())

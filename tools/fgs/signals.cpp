@@ -34,6 +34,7 @@ void stopOnSignals(Stop &stop)
     action.sa_handler = handle;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN); // a reader that has had enough shows when the output is flushed
 }
 

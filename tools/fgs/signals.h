@@ -1,4 +1,4 @@
-// Ctrl-C and SIGTERM.
+// Ctrl-C, SIGTERM and a terminal that is gone.
 #ifndef FGS_TOOL_SIGNALS_H
 #define FGS_TOOL_SIGNALS_H
 

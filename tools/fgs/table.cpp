@@ -38,8 +38,8 @@ struct Board {
 class Table : public Display
 {
 public:
-    Table(const TextStyle &textStyle, const Host &theHost, const Link &theLink, Stop &theStop)
-        : style(textStyle), host(theHost), link(theLink), stop(theStop), drawer([this] { run(); })
+    Table(const TextStyle &textStyle, const Link &theLink, Stop &theStop)
+        : style(textStyle), link(theLink), stop(theStop), drawer([this] { run(); })
     {
     }
 
@@ -51,8 +51,13 @@ public:
         board.entries.resize(readings.size());
         for (std::size_t i : which)
             update(board.entries[i], readings[i]);
-        board.requests = host.statistics().requests;
-        board.failures = host.statistics().failures();
+    }
+
+    void counted(const Statistics &statistics) override
+    {
+        const std::lock_guard<std::mutex> guard(board.lock);
+        board.requests = statistics.requests;
+        board.failures = statistics.failures();
     }
 
     void happened(const LineEvent &event) override
@@ -82,10 +87,7 @@ private:
             if (reading.values[i] != entry.reading.values[i])
                 entry.changedAt[i] = reading.time;
         entry.reading = reading;
-        const QString reason = adviceText(reading.reason, style.timeout);
-        entry.reason = reading.quality == Quality::Stale     ? QStringLiteral("(stale: %1)").arg(reason)
-                       : reading.quality == Quality::Unknown ? QStringLiteral("-  ") + reason
-                                                             : QString();
+        entry.reason = qualityText(reading, style);
     }
 
     void close()
@@ -151,11 +153,17 @@ private:
         }
     }
 
+    /// A terminal that takes nothing holds up this thread only.
     void redraw(const Terminal &terminal)
     {
-        const std::lock_guard<std::mutex> guard(board.lock);
-        if (!terminal.draw(screen(Terminal::size(), true)))
+        if (!terminal.draw(lockedScreen()))
             leave();
+    }
+
+    QStringList lockedScreen()
+    {
+        const std::lock_guard<std::mutex> guard(board.lock);
+        return screen(Terminal::size(), true);
     }
 
     QStringList screen(const Terminal::Size &size, bool colored)
@@ -235,7 +243,6 @@ private:
     }
 
     const TextStyle style;
-    const Host &host;
     const Link &link;
     Stop &stop;
     const bool noColor = !qEnvironmentVariableIsEmpty("NO_COLOR");
@@ -249,9 +256,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<Display> makeTable(const TextStyle &style, const Host &host, const Link &link, Stop &stop)
+std::unique_ptr<Display> makeTable(const TextStyle &style, const Link &link, Stop &stop)
 {
-    return std::make_unique<Table>(style, host, link, stop);
+    return std::make_unique<Table>(style, link, stop);
 }
 
 } // namespace fgs

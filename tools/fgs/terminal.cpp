@@ -38,7 +38,7 @@ bool writeAll(const char *bytes, std::size_t size)
     return true;
 }
 
-/// Keys one by one and unseen; Ctrl-C still is a signal, Ctrl-Z is none.
+/// Keys one by one and unseen; Ctrl-C still is a signal, the others are none.
 bool listen()
 {
     if (tcgetattr(STDIN_FILENO, &before) != 0)
@@ -48,6 +48,7 @@ bool listen()
     settings.c_cc[VMIN] = 0;
     settings.c_cc[VTIME] = 0;
     settings.c_cc[VSUSP] = _POSIX_VDISABLE;
+    settings.c_cc[VQUIT] = _POSIX_VDISABLE;
     changed = tcsetattr(STDIN_FILENO, TCSANOW, &settings) == 0;
     return changed;
 }

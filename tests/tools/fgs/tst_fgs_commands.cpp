@@ -220,7 +220,7 @@ INSTANTIATE_TEST_SUITE_P(
               "fgs: --timeout: '0' is no whole number of milliseconds from 1 to 3600000" TAIL},
         Wrong{"read /dev/x 5:0 --block 3", 2, "fgs: --block: Value 3 not in range 4 to 255" TAIL},
         Wrong{"read /dev/x 5:0 --format oct", 2, "fgs: --format: 'oct' is none of dec, signed, hex, float" TAIL},
-        Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: Value -1 not in range 0.001"},
+        Wrong{"poll /dev/x 5:0 --for -1", 2, "fgs: --for: '-1' is no number of seconds from 0.001 to 1000000000"},
         Wrong{"poll tcp:127.0.0.1:1 5:0", 3,
               "fgs: cannot open link 'tcp:127.0.0.1:1': port 1 of 127.0.0.1 refuses connections; check the port, "
               "and "}));
