@@ -211,7 +211,7 @@ void Suspects::pushEdges(Search &search, const Span &block) const
             {{block.station, block.area, last.end - 1, block.end}});
 }
 
-void Suspects::pushGap(Search &search, const Span &gap, const Spans &across) const
+void Suspects::pushGap(Search &search, const Span &gap, const Spans &across)
 {
     if (gap.size() > 0)
         search.tasks.push_back({across, gap, search.found});

@@ -115,7 +115,7 @@ private:
     };
 
     void search(const Spans &blocks, const Spans &spans);
-    void pushGap(Search &search, const Span &gap, const Spans &across) const;
+    static void pushGap(Search &search, const Span &gap, const Spans &across);
     void pushHalves(Search &search, const Task &task) const;
     void pushEdges(Search &search, const Span &block) const;
     void conclude(Search &search, Time now);

@@ -97,7 +97,7 @@ QString qualityText(const Reading &reading, const TextStyle &style)
 
 QString contentText(const Reading &reading, const TextStyle &style)
 {
-    const QString quality = qualityText(reading, style);
+    QString quality = qualityText(reading, style);
     if (reading.quality == Quality::Unknown)
         return quality;
     const QString values = valuesText(areaOf(reading.variable.area)->kind, style.format, reading.values);

@@ -11,6 +11,7 @@ int readCommand(const Options &options, Stop &stop)
     Session session(options, variables, stop);
     readAll(session.host, *session.link, variables);
     std::vector<Reading> readings;
+    readings.reserve(variables.size());
     for (const Variable &variable : variables)
         readings.push_back(readingOf(session.host, *session.link, variable));
     for (const Reading &reading : readings)

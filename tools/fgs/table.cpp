@@ -104,10 +104,10 @@ private:
     {
         Terminal terminal;
         while (!closing.isRequested() && !terminalGone) {
-            redraw(terminal);
+            redraw();
             waitForKeys(terminal);
         }
-        redraw(terminal);
+        redraw();
     }
 
     void waitForKeys(Terminal &terminal)
@@ -154,9 +154,9 @@ private:
     }
 
     /// A terminal that takes nothing holds up this thread only.
-    void redraw(const Terminal &terminal)
+    void redraw()
     {
-        if (!terminal.draw(lockedScreen()))
+        if (!Terminal::draw(lockedScreen()))
             leave();
     }
 

@@ -89,7 +89,7 @@ Terminal::Size Terminal::size()
     return {size.ws_row, size.ws_col};
 }
 
-bool Terminal::draw(const QStringList &lines) const
+bool Terminal::draw(const QStringList &lines)
 {
     const QByteArray text = QByteArray(Home) +
                             lines.join(QLatin1String(ClearToEndOfLine) + QStringLiteral("\r\n")).toLocal8Bit() +

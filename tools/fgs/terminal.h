@@ -29,7 +29,7 @@ public:
 
     static Size size();
     /// Fills the screen. False: the terminal is gone.
-    bool draw(const QStringList &lines) const;
+    static bool draw(const QStringList &lines);
 
     /// Where keys come from, for poll(); -1: there are none.
     int input() const { return keyboard; }
