@@ -77,12 +77,12 @@ Age Freshness::of(const Variable &variable) const
     const Cells &cells = place->second;
     age.stored = age.tried = Time::max();
     for (std::size_t i = range.first; i < range.end; ++i) {
-        const Failure &failed = cells.failed[i];
+        const Failure &failure = cells.failed[i];
         age.stored = std::min(age.stored, cells.stored[i]);
-        age.tried = std::min(age.tried, std::max(cells.stored[i], failed.time));
-        if (failed.time > cells.stored[i])
+        age.tried = std::min(age.tried, std::max(cells.stored[i], failure.time));
+        if (failure.time > cells.stored[i])
             std::tie(age.outcome, age.received, age.expected) =
-                std::tie(failed.outcome, failed.received, failed.expected);
+                std::tie(failure.outcome, failure.received, failure.expected);
     }
     if (age.isKnown() && linkLostAt >= age.tried)
         age.outcome = Outcome::LinkLost;

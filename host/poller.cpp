@@ -54,14 +54,14 @@ const Protocol *Poller::takeRequest()
 /// What a stop leaves, also the beginning of an exchange.
 Step Poller::stopped() const
 {
-    Step step;
-    step.kind = Step::Stopped;
+    Step left;
+    left.kind = Step::Stopped;
     if (request) {
-        step.isWrite = request->frame.at(CommandAt) == char(WriteCommand);
-        step.isCyclic = !step.isWrite && request->var.hostAddr < 0;
-        step.station = request->var.station;
+        left.isWrite = request->frame.at(CommandAt) == char(WriteCommand);
+        left.isCyclic = !left.isWrite && request->var.hostAddr < 0;
+        left.station = request->var.station;
     }
-    return step;
+    return left;
 }
 
 /// Waits until the request may be sent. False: the link is lost.

@@ -34,8 +34,8 @@ void Suspects::watch(const Spans &spans)
 Spans Suspects::underSearch() const
 {
     Spans spans;
-    for (const Search &search : searches)
-        for (const Task &task : search.tasks)
+    for (const Search &each : searches)
+        for (const Task &task : each.tasks)
             if (!task.isGap())
                 spans.insert(spans.end(), task.spans.begin(), task.spans.end());
     return spans;
@@ -61,8 +61,8 @@ Spans Suspects::barriers() const
 {
     Spans spans = leftOut();
     spans.insert(spans.end(), silentGaps.begin(), silentGaps.end());
-    for (const Search &search : searches)
-        for (const Task &task : search.tasks)
+    for (const Search &each : searches)
+        for (const Task &task : each.tasks)
             if (task.isGap())
                 spans.push_back(task.gap);
     return united(spans);
@@ -314,9 +314,9 @@ Suspects::Silent *Suspects::dueSilent(Time now, const std::set<int> &asleep)
 std::optional<Probe> Suspects::nextProbe(Time now, const std::set<int> &asleep)
 {
     finishSearches();
-    if (Search *const search = readySearch(asleep)) {
-        probedStation = search->station;
-        std::rotate(searches.begin(), searches.begin() + (search - searches.data()), searches.end());
+    if (Search *const ready = readySearch(asleep)) {
+        probedStation = ready->station;
+        std::rotate(searches.begin(), searches.begin() + (ready - searches.data()), searches.end());
         return probeOf(searches.front());
     }
     probedStation = 0;

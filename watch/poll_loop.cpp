@@ -99,7 +99,7 @@ void PollLoop::pauseBetweenRounds()
     rounds.beginAt(link.now());
 }
 
-void readAll(Host &host, Link &link, const std::vector<Variable> &variables)
+void readAll(Host &host, const Link &link, const std::vector<Variable> &variables)
 {
     host.poll(variables);
     const auto isSettled = [&host](const Variable &variable) { return host.isSettled(variable); };

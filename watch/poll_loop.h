@@ -66,7 +66,7 @@ private:
 };
 
 /// Reads until each variable is settled, the link is lost, or its end has come.
-void readAll(Host &host, Link &link, const std::vector<Variable> &variables);
+void readAll(Host &host, const Link &link, const std::vector<Variable> &variables);
 
 } // namespace fgs
 

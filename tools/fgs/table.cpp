@@ -114,8 +114,9 @@ private:
     {
         pollfd sources[] = {{closing.descriptor(), POLLIN, 0}, {terminal.input(), POLLIN, 0}};
         ::poll(sources, 2, RedrawPause);
-        for (Key key : sources[1].revents &POLLIN ? terminal.keys() : std::vector<Key>())
-            obey(key);
+        if (sources[1].revents & POLLIN)
+            for (Key key : terminal.keys())
+                obey(key);
         if (sources[1].revents & (POLLHUP | POLLERR))
             leave();
     }
@@ -198,12 +199,12 @@ private:
     void appendRows(QStringList &lines, const TableLayout &layout, bool colored) const
     {
         int row = 0;
-        const int end = top + page;
+        const int bottom = top + page;
         for (const Entry &entry : board.entries) {
             const int count = layout.rowCount(entry.reading, entry.reason);
-            if (row + count > top && row < end) {
+            if (row + count > top && row < bottom) {
                 const QStringList rows = layout.rows(entry.reading, entry.reason, marksOf(entry), link.now());
-                for (int i = std::max(0, top - row); i < count && row + i < end; ++i)
+                for (int i = std::max(0, top - row); i < count && row + i < bottom; ++i)
                     lines << (colored ? inColor(rows[i], entry.reading.quality) : rows[i]);
             }
             row += count;

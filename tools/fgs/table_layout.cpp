@@ -25,7 +25,7 @@ QString ageText(const Reading &reading, Time now)
     if (reading.quality == Quality::Unknown)
         return QStringLiteral("-");
     const Time age = std::max(Time(0), now - reading.time);
-    return age < 1000s ? seconds(age) : QString::number(age / 1s);
+    return age < 1000 * 1s ? seconds(age) : QString::number(age / 1s);
 }
 
 /// The widest text of a value.
@@ -85,8 +85,8 @@ int TableLayout::cellsPerRow(Kind kind) const
 
 QString TableLayout::header() const
 {
-    const QString lead = joined(QStringLiteral("AGE s"), QStringLiteral("VARIABLE"), QStringLiteral("WIRE"));
-    return (lead + QStringLiteral("VALUES (* changed)")).left(columns);
+    const QString names = joined(QStringLiteral("AGE s"), QStringLiteral("VARIABLE"), QStringLiteral("WIRE"));
+    return (names + QStringLiteral("VALUES (* changed)")).left(columns);
 }
 
 int TableLayout::rowCount(const Reading &reading, const QString &reason) const
@@ -100,19 +100,20 @@ QStringList TableLayout::valueRows(const Reading &reading, const std::vector<boo
 {
     const Kind kind = areaOf(reading.variable.area)->kind;
     const std::size_t perRow = static_cast<std::size_t>(cellsPerRow(kind));
-    QStringList rows;
+    QStringList made;
     for (std::size_t i = 0; i < reading.values.size(); ++i) {
         if (i % perRow == 0)
-            rows << QString();
+            made << QString();
         const bool isMarked = i < marked.size() && marked[i];
         const QString cell =
             (isMarked ? QStringLiteral("*") : QString()) + valueText(kind, format, reading.values[i]);
-        rows.last() += (i % perRow ? QStringLiteral(" ") : QString()) + cell.rightJustified(cellWidth(kind) - 1);
+        made.last() +=
+            (i % perRow == 0 ? QString() : QStringLiteral(" ")) + cell.rightJustified(cellWidth(kind) - 1);
     }
     if (valueColumns() < cellWidth(kind) - 1) // a number is shown whole or not at all
-        for (QString &row : rows)
+        for (QString &row : made)
             row.clear();
-    return rows;
+    return made;
 }
 
 QString TableLayout::joined(const QString &age, const QString &place, const QString &wire) const
@@ -132,20 +133,20 @@ QStringList TableLayout::rows(const Reading &reading, const QString &reason, con
 {
     const int perRow = cellsPerRow(areaOf(reading.variable.area)->kind);
     const QStringList values = valueRows(reading, marked);
-    QStringList rows;
+    QStringList made;
     Variable place = reading.variable;
     for (const QString &row : values) {
-        rows << (rows.isEmpty() ? lead(ageText(reading, now), place, reading.variable)
+        made << (made.isEmpty() ? lead(ageText(reading, now), place, reading.variable)
                                 : lead(QString(), place, place)) +
                     row;
         place.address += perRow;
         place.count = 1;
     }
     for (const QString &line : wrapped(reason, valueColumns()))
-        rows << (rows.isEmpty() ? lead(ageText(reading, now), reading.variable, reading.variable)
+        made << (made.isEmpty() ? lead(ageText(reading, now), reading.variable, reading.variable)
                                 : joined({}, {}, {})) +
                     line;
-    return rows;
+    return made;
 }
 
 QStringList wrapped(const QString &text, int columns)

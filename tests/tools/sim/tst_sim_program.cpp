@@ -267,6 +267,8 @@ TEST(Program, TheLogShowsWhatIsSet)
 
 TEST(Program, SaysThatItsAddressCannotBeWritten)
 {
+    if (*TARN_EMULATOR)
+        GTEST_SKIP() << "the shell of this machine cannot start a program of another";
     Process program("/bin/sh", {"-c", "exec \"$0\" --for 0.05 >/dev/full", FGS_SIM});
     EXPECT_EQ(program.wait(), 1);
     const std::string message = program.restOfLog();
