@@ -22,7 +22,7 @@ QString adviceText(const Reason &reason, Time timeout);
 QString qualityText(const Reading &reading, const TextStyle &style);
 /// The values, or what stands for them, or both.
 QString contentText(const Reading &reading, const TextStyle &style);
-/// Place as typed and on the wire: "5:100x2@1  word  wire 0x08:100..101".
+/// Place as people write it, and on the wire: "5:100x2@1  word  wire 0x08:100..101".
 QString placeText(const Variable &variable);
 /// Time, place, content. Of a reading without values the time is now.
 QString rowText(const Reading &reading, const TextStyle &style, Time now);
