@@ -100,6 +100,7 @@ TEST(Wrapped, BreaksBetweenWords)
 }
 
 struct Typed {
+    const char *name;
     std::string bytes;
     std::vector<Key> keys;
     std::string rest;
@@ -117,13 +118,23 @@ TEST_P(Keys, AreTakenFromWhatIsTyped)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sequences, Keys,
-                         ::testing::Values(Typed{"q", {Key::Quit}, ""},
-                                           Typed{"\x1b[A\x1b[B", {Key::Up, Key::Down}, ""},
-                                           Typed{"\x1bOA\x1bOF", {Key::Up, Key::End}, ""},
-                                           Typed{"\x1b[5~\x1b[6~", {Key::PageUp, Key::PageDown}, ""},
-                                           Typed{"\x1b[1~\x1b[4~", {Key::Home, Key::End}, ""}, Typed{"xyz", {}, ""},
-                                           Typed{"\x1b", {}, "\x1b"}, Typed{"\x1b[", {}, "\x1b["},
-                                           Typed{"\x1b[5", {}, "\x1b[5"}, Typed{"\x1bq", {Key::Quit}, ""},
-                                           Typed{"\x1b[1;5Aq", {Key::Quit}, ""}));
+                         ::testing::Values(Typed{"Letter", "q", {Key::Quit}, ""},
+                                           Typed{"Arrows", "\x1b[A\x1b[B", {Key::Up, Key::Down}, ""},
+                                           Typed{"OfApplicationMode", "\x1bOA\x1bOF", {Key::Up, Key::End}, ""},
+                                           Typed{"Pages", "\x1b[5~\x1b[6~", {Key::PageUp, Key::PageDown}, ""},
+                                           Typed{"HomeAndEnd", "\x1b[1~\x1b[4~", {Key::Home, Key::End}, ""},
+                                           Typed{"OtherLetters", "xyz", {}, ""},
+                                           Typed{"BrokenAfterEscape", "\x1b", {}, "\x1b"},
+                                           Typed{"BrokenAfterBracket", "\x1b[", {}, "\x1b["},
+                                           Typed{"BrokenAfterNumber", "\x1b[5", {}, "\x1b[5"},
+                                           Typed{"EscapeAndLetter", "\x1bq", {Key::Quit}, ""},
+                                           Typed{"ArrowWithControl", "\x1b[1;5Aq", {Key::Quit}, ""}),
+                         [](const auto &typed) { return std::string(typed.param.name); });
+
+// Named, not shown as bytes, in which there are pointers.
+void PrintTo(const Typed &typed, std::ostream *out)
+{
+    *out << typed.name;
+}
 
 } // namespace
