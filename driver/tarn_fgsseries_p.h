@@ -49,8 +49,7 @@ static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "byte strings are little-endian")
 template <typename Shared>
 inline void assignShared(Shared &to, const Shared &from)
 {
-    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-*): one pointer each, and equal ones share
-    if (memcmp(&to, &from, sizeof to) != 0)
+    if (!to.isSharedWith(from))
         to = from;
 }
 
