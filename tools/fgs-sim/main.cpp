@@ -13,6 +13,7 @@
 #include "log_times.h"
 #include "signals.h"
 #include "sim/describe.h"
+#include "tools/standard_streams.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTimer>
@@ -100,6 +101,7 @@ int fail(ExitCode code, const std::exception &error)
 
 int main(int argc, char **argv)
 {
+    occupyStandardStreams();
     try {
         const Options options = parseArguments(argc, argv); // before Qt may change the form of numbers
         int nameOnly = 1;                                   // the arguments are not for Qt

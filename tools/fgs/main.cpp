@@ -3,6 +3,7 @@
 #include "host/text_error.h"
 #include "output.h"
 #include "signals.h"
+#include "tools/standard_streams.h"
 
 #include <cerrno>
 #include <cstring>
@@ -64,6 +65,7 @@ int codeWithOutput(int code)
 
 int main(int argc, char **argv)
 {
+    occupyStandardStreams();
     fgs::Stop stop;
     fgs::stopOnSignals(stop);
     return codeWithOutput(runProgram(argc, argv, stop));

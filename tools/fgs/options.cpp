@@ -47,29 +47,37 @@ double secondsIn(const std::string &name, const std::string &text)
     return number;
 }
 
+template <typename Number>
+std::string defaultText(Number value)
+{
+    return " (default " + std::to_string(value) + ")";
+}
+
 void addMilliseconds(CLI::App &app, const std::string &name, Time &time, int lowest, const std::string &help)
 {
     const auto shown = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
     app.add_option_function<std::string>(
            name, [&time, name, lowest](const std::string &text) { time = millisecondsIn(name, text, lowest); },
-           help + " (default " + std::to_string(shown) + ")")
+           help + defaultText(shown))
         ->type_name("MS");
 }
 
 void addLinkOptions(CLI::App &app, Options &options)
 {
     app.add_option("LINK", options.link, "Where the controllers are")->required()->type_name("");
-    app.add_option("--station", options.station, "Station of every VAR without @STATION (default 1)")
+    app.add_option("--station", options.station,
+                   "Station of every VAR without @STATION" + defaultText(options.station))
         ->type_name("N")
         ->check(CLI::Range(0, MaxStation));
     addMilliseconds(app, "--timeout", options.host.timing.timeout, 1, "Time limit of an answer");
     addMilliseconds(app, "--late", options.host.timing.late, 0, "How long after that it may still come");
     addMilliseconds(app, "--gap", options.host.timing.gap, 0, "Least silence before a request");
-    app.add_option("--retries", options.host.retries, "How often a failing request is repeated (default 2)")
+    app.add_option("--retries", options.host.retries,
+                   "How often a failing request is repeated" + defaultText(options.host.retries))
         ->type_name("N")
         ->check(CLI::Range(0, 1000));
     app.add_option("--block", options.host.blockWords,
-                   "Most words that one block reads (default 64); with bits at most 31")
+                   "Most words that one block reads, with bits at most 31" + defaultText(options.host.blockWords))
         ->type_name("WORDS")
         ->check(CLI::Range(MinBlockWords, MaxBlockWords));
 }
@@ -86,16 +94,7 @@ void addOutputOptions(CLI::App &app, Options &options)
     app.add_flag("--quiet", options.quiet, "No summary and no notes");
 }
 
-CLI::App *addCommand(CLI::App &app, Options &options, Options::Command command, const char *name, const char *help,
-                     const char *variables)
-{
-    CLI::App *const sub = app.add_subcommand(name, help);
-    sub->callback([&options, command] { options.command = command; });
-    addLinkOptions(*sub, options);
-    addOutputOptions(*sub, options);
-    sub->add_option(variables, options.variables, "What to " + std::string(name))->required()->type_name("");
-    return sub;
-}
+void addNoOptions(CLI::App &, Options &) {}
 
 void addPollOptions(CLI::App &app, Options &options)
 {
@@ -103,10 +102,46 @@ void addPollOptions(CLI::App &app, Options &options)
            "--for", [&options](const std::string &text) { options.seconds = secondsIn("--for", text); },
            "Ends after them")
         ->type_name("SECONDS");
-    app.add_option("--count", options.cycles, "Ends when every VAR was asked for that often")
+    app.add_option("--count", options.rounds, "Ends when every VAR was asked for that often")
         ->type_name("N")
         ->check(CLI::Range(1, 1000000000));
     addMilliseconds(app, "--interval", options.interval, 0, "From the start of one round to the next");
+}
+
+struct Command {
+    Options::Command command;
+    const char *name;
+    const char *help;
+    const char *what; ///< it reads, writes or polls
+    void (*addOwnOptions)(CLI::App &app, Options &options);
+};
+
+const Command Commands[] = {
+    {Options::Read, "read", "Prints the values of variables.", "VAR", addNoOptions},
+    {Options::Write, "write", "Writes values, then reads them back and compares.", "ASSIGNMENT", addNoOptions},
+    {Options::Poll, "poll", "Reads variables round and round: a live table on a terminal, else a line a change.",
+     "VAR", addPollOptions},
+};
+
+void addCommand(CLI::App &app, Options &options, const Command &command)
+{
+    CLI::App *const sub = app.add_subcommand(command.name, command.help);
+    sub->callback([&options, &command] { options.command = command.command; });
+    addLinkOptions(*sub, options);
+    addOutputOptions(*sub, options);
+    sub->add_option(command.what, options.variables, "What to " + std::string(command.name))
+        ->required()
+        ->type_name("");
+    command.addOwnOptions(*sub, options);
+}
+
+/// "read, write, poll"
+std::string commandNames()
+{
+    std::string names;
+    for (const Command &command : Commands)
+        names += (names.empty() ? "" : ", ") + std::string(command.name);
+    return names;
 }
 
 /// What is wrong, also where CLI11 does not name the argument.
@@ -114,8 +149,8 @@ std::string faultOf(const CLI::App &app, const CLI::ParseError &error, const std
 {
     if (!app.get_subcommands().empty())
         return error.what();
-    return (first.empty() ? "a command is missing" : "'" + first + "' is no command") +
-           "; commands are read, write, poll and help";
+    return (first.empty() ? "a command is missing" : "'" + first + "' is no command") + "; commands are " +
+           commandNames() + " and help";
 }
 
 Finished finished(const CLI::App &app, const CLI::ParseError &error, const std::string &first)
@@ -130,21 +165,35 @@ Finished finished(const CLI::App &app, const CLI::ParseError &error, const std::
     return {ExitOk, examplesOf(command) + out.str() + notesOf(command)};
 }
 
-/// CLI11 would take the value of an option that it does not know for a variable.
-void refuseOptionsOfPoll(const std::vector<std::string> &arguments)
+/// The command whose own option this is; none if it is none's or everybody's.
+const CLI::App *ownerOf(const CLI::App &app, const std::string &option)
 {
-    if (arguments.empty() || arguments.front() == "poll")
-        return;
-    for (const std::string &argument : arguments)
-        for (const char *option : {"--for", "--count", "--interval"})
-            if (argument.substr(0, argument.find('=')) == option)
-                throw Finished{ExitUsage, std::string("fgs: ") + option +
-                                              " belongs to fgs poll; leave it out, or use fgs poll"};
+    const CLI::App *owner = nullptr;
+    for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
+        if (command->get_option_no_throw(option)) {
+            if (owner)
+                return nullptr;
+            owner = command;
+        }
+    return owner;
+}
+
+/// CLI11 would take the value of an option that it does not know for a variable.
+void refuseOptionsOfOthers(const CLI::App &app, const std::vector<std::string> &arguments)
+{
+    for (const std::string &argument : arguments) {
+        const std::string option = argument.substr(0, argument.find('='));
+        const CLI::App *const owner = option.rfind("--", 0) == 0 ? ownerOf(app, option) : nullptr;
+        if (owner && owner->get_name() != arguments.front())
+            throw Finished{ExitUsage, "fgs: " + option + " belongs to fgs " + owner->get_name() +
+                                          "; leave it out, or use fgs " + owner->get_name()};
+    }
 }
 
 bool isCommand(const std::string &name)
 {
-    return name == "read" || name == "write" || name == "poll";
+    return std::any_of(std::begin(Commands), std::end(Commands),
+                       [&name](const Command &command) { return command.name == name; });
 }
 
 /// "help" and "help COMMAND" as the options that they stand for.
@@ -167,15 +216,10 @@ Options parseArguments(int argc, const char *const *argv)
     CLI::App app("Reads, writes and watches controllers of the FGs series.", "fgs");
     app.set_version_flag("--version", "fgs " FGS_VERSION);
     app.require_subcommand(1);
-    addCommand(app, options, Options::Read, "read", "Prints the values of variables.", "VAR");
-    addCommand(app, options, Options::Write, "write", "Writes values, then reads them back and compares.",
-               "ASSIGNMENT");
-    addPollOptions(*addCommand(app, options, Options::Poll, "poll",
-                               "Reads variables round and round: a live table on a terminal, else a line a change.",
-                               "VAR"),
-                   options);
+    for (const Command &command : Commands)
+        addCommand(app, options, command);
     std::vector<std::string> arguments = withHelpAsOption({argv + 1, argv + std::max(1, argc)});
-    refuseOptionsOfPoll(arguments);
+    refuseOptionsOfOthers(app, arguments);
     const std::string first = arguments.empty() ? "" : arguments.front();
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 wants them
     try {

@@ -22,8 +22,8 @@ struct Options {
     bool trace = false; ///< every frame on stderr
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
-    int cycles = 0;          ///< poll: ends after them; 0: does not
-    Time interval = Time(0); ///< poll: from the start of one cycle to that of the next
+    int rounds = 0;          ///< poll: ends after them; 0: does not
+    Time interval = Time(0); ///< poll: from the start of one round to that of the next
 };
 
 /// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.

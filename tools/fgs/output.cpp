@@ -60,6 +60,17 @@ bool print(std::FILE *stream, const QByteArray &line)
     return std::fwrite(line.constData(), 1, size, stream) == size && std::fputc('\n', stream) != EOF;
 }
 
+/// An argument that a message quotes may hold characters that would move the cursor.
+QString withoutControls(const QString &text)
+{
+    QString shown;
+    for (const QChar letter : text)
+        shown += letter.category() == QChar::Other_Control && letter != QLatin1Char('\n')
+                     ? QStringLiteral("\\x%1").arg(letter.unicode(), 2, 16, QLatin1Char('0'))
+                     : QString(letter);
+    return shown;
+}
+
 /// What stands before every row.
 QString stamped(Time when, const TextStyle &style, const QString &text)
 {
@@ -186,7 +197,7 @@ void printLine(const QString &line)
 
 void printMessage(const QString &message)
 {
-    print(stderr, message.toLocal8Bit());
+    print(stderr, withoutControls(message).toLocal8Bit());
 }
 
 int flushOutput()

@@ -25,7 +25,7 @@ int pollCommand(const Options &options, Stop &stop)
     const std::vector<Variable> variables = readableVariables(options);
     Session session(options, variables, stop);
     const std::unique_ptr<Display> display = makeDisplay(session, stop);
-    PollLoop loop(session.host, *session.link, variables, {options.interval, options.cycles}, *display);
+    PollLoop loop(session.host, *session.link, variables, {options.interval, options.rounds}, *display);
     loop.run();
     display->end();
     return session.end(exitCodeOf(loop.lastReadings()));

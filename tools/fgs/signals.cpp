@@ -25,16 +25,24 @@ void handle(int number)
     theStop->request();
 }
 
+/// A signal that is ignored from the start, as under nohup, stays so.
+void handleSignal(int number)
+{
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    if (action.sa_handler == SIG_IGN)
+        return;
+    action.sa_handler = handle;
+    sigaction(number, &action, nullptr);
+}
+
 } // namespace
 
 void stopOnSignals(Stop &stop)
 {
     theStop = &stop;
-    struct sigaction action = {};
-    action.sa_handler = handle;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGHUP, &action, nullptr);
+    for (int number : {SIGINT, SIGTERM, SIGHUP})
+        handleSignal(number);
     std::signal(SIGPIPE, SIG_IGN); // a reader that has had enough shows when the output is flushed
 }
 

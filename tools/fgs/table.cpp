@@ -171,12 +171,12 @@ private:
     {
         const TableLayout layout(variables(), style.format, size.columns);
         const int total = totalRows(layout);
-        page = std::max(1, size.rows - 1 - int(statusLines(size.columns, 0, total).size()));
+        page = std::max(1, size.rows - 1 - int(statusLines(layout, size.columns, 0, total).size()));
         top = qBound(0, top, std::max(0, total - page));
         QStringList lines{layout.header()};
         appendRows(lines, layout, colored);
-        lines << statusLines(size.columns, std::min(page, total), total);
-        return lines.mid(0, size.rows);
+        lines << statusLines(layout, size.columns, std::min(page, total), total);
+        return lines.mid(lines.size() > size.rows ? 1 : 0, size.rows); // the header goes first
     }
 
     std::vector<Variable> variables() const
@@ -230,9 +230,12 @@ private:
         return row.replace(marked, QStringLiteral("\x1b[1m\\1\x1b[0m"));
     }
 
-    QStringList statusLines(int columns, int shown, int total) const
+    QStringList statusLines(const TableLayout &layout, int columns, int shown, int total) const
     {
-        QString status = QStringLiteral("rows %1-%2 of %3").arg(total ? top + 1 : 0).arg(top + shown).arg(total);
+        QString status;
+        if (const int missing = layout.missingColumns())
+            status = QStringLiteral("too narrow for the values: %1 more columns needed; ").arg(missing);
+        status += QStringLiteral("rows %1-%2 of %3").arg(total ? top + 1 : 0).arg(top + shown).arg(total);
         if (shown < total)
             status += QStringLiteral(" (arrows, page keys)");
         status += QStringLiteral("; %1 s, %2 requests, %3 failed; link %4; q ends")

@@ -59,6 +59,7 @@ TableLayout::TableLayout(const std::vector<Variable> &variables, Format valueFor
         last.count = 1;
         placeWidth = std::max({placeWidth, int(textOf(variable).size()), int(textOf(last).size())});
         wireWidth = std::max(wireWidth, int(wireText(last).size()));
+        widestValue = std::max(widestValue, cellWidth(areaOf(variable.area)->kind) - 1);
     }
 }
 
@@ -81,6 +82,11 @@ int TableLayout::cellsPerRow(Kind kind) const
     while (2 * cells <= room)
         cells *= 2;
     return cells;
+}
+
+int TableLayout::missingColumns() const
+{
+    return std::max(0, widestValue - valueColumns());
 }
 
 QString TableLayout::header() const

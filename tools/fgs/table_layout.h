@@ -17,6 +17,8 @@ public:
     TableLayout(const std::vector<Variable> &variables, Format valueFormat, int screenColumns);
 
     QString header() const;
+    /// How many columns more the widest value needs; 0 if all values are shown.
+    int missingColumns() const;
     /// Rows that a reading takes, at least one.
     int rowCount(const Reading &reading, const QString &reason) const;
     /// The rows: values that are marked have a star in front. A further row begins with the address of its first
@@ -34,7 +36,7 @@ private:
 
     const Format format;
     const int columns;
-    int placeWidth = 0, wireWidth = 0;
+    int placeWidth = 0, wireWidth = 0, widestValue = 0;
 };
 
 /// The text in lines of at most so many characters, broken between words; numbers stay whole.

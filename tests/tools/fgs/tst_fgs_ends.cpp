@@ -61,6 +61,20 @@ TEST_P(Signalled, AReadInJsonSaysItToo)
     EXPECT_TRUE(isWall(result.summary().value(QStringLiteral("end")).toString()));
 }
 
+/// As under nohup, or in the background of a script.
+TEST(IgnoredFromTheStart, ASignalStaysSo)
+{
+    OwnController controller;
+    std::signal(SIGINT, SIG_IGN);
+    Program poll("poll L 5:0", controller.link());
+    std::signal(SIGINT, SIG_DFL);
+    EXPECT_EQ(rowOf(poll.line()).place, "5:0@1");
+    poll.interrupt(SIGINT);
+    controller.waitForRequests(controller.log().size() + 3);
+    poll.interrupt(SIGTERM);
+    EXPECT_EQ(poll.wait().code, 143);
+}
+
 TEST_P(Signalled, APollThatWaitsForAReply)
 {
     OwnController controller(silentFromRequest(2));

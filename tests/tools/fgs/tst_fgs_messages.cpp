@@ -1,6 +1,7 @@
 // What fgs says to a user who typed something else, and when it says something happened.
 #include "own_controller.h"
 #include "rows.h"
+#include "tools/standard_streams.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -60,6 +61,27 @@ TEST(FileAsLink, IsCalledAFile)
     EXPECT_TRUE(
         QRegularExpression(QStringLiteral("CMakeCache\\.txt'.*\\bfile\\b")).match(result.messages).hasMatch())
         << result.messages.toStdString();
+}
+
+TEST(Argument, IsQuotedWithoutItsControlCharacters)
+{
+    const Result result =
+        runFgs({QStringLiteral("read"), QStringLiteral("/dev/\x1b[2J\u009b\rx"), QStringLiteral("5:0")});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_TRUE(result.messages.contains(QLatin1String("'/dev/\\x1b[2J\\x9b\\x0dx'")))
+        << result.messages.toStdString();
+}
+
+/// Without it, the first file or socket would get what is printed.
+TEST(StandardStream, ThatIsClosedStaysSo)
+{
+    const auto writesToTheNextFile = [] {
+        ::close(STDOUT_FILENO);
+        occupyStandardStreams();
+        const int next = ::open("/dev/null", O_WRONLY);
+        return next <= STDERR_FILENO || ::write(STDOUT_FILENO, "x", 1) >= 0;
+    };
+    EXPECT_EXIT(::_exit(writesToTheNextFile()), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(NearestFloat, IsWritten)

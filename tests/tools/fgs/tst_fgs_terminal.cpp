@@ -115,6 +115,20 @@ TEST(Table, WrapsALongVariableIntoRowsWithAddresses)
     }
 }
 
+/// It says what is missing, even on the smallest screen.
+TEST(Table, SaysWhenTheScreenIsTooNarrow)
+{
+    OwnController controller;
+    controller.hold(1, 10, 65530, 4294967295u);
+    Terminal terminal(QStringLiteral("poll L 10:65530"), controller.link(), 6, 30);
+    EXPECT_TRUE(terminal.until([](const Screen &screen) {
+        return screen.shows("too narrow") && screen.shows("10:65530");
+    })) << terminal.screen().text();
+    EXPECT_TRUE(strangers(terminal.screen(), {"4294967295"}).empty()) << terminal.screen().text();
+    terminal.press("q");
+    EXPECT_EQ(terminal.wait(), 0);
+}
+
 QString fortyWords()
 {
     QString line = QStringLiteral("poll L");

@@ -70,6 +70,21 @@ TEST(TableLayout, ShowsANumberWholeOrNotAtAll)
         }
 }
 
+/// The least width that hides nothing is the one that is said.
+TEST(TableLayout, TellsHowManyColumnsAreMissing)
+{
+    const std::vector<Variable> variables = {variable("5:1"), variable("10:65530")};
+    const int missing = TableLayout(variables, Format::Unsigned, 20).missingColumns();
+    ASSERT_GT(missing, 0);
+    const int needed = 20 + missing;
+    EXPECT_EQ(TableLayout(variables, Format::Unsigned, needed - 1).missingColumns(), 1);
+    EXPECT_EQ(TableLayout(variables, Format::Unsigned, needed).missingColumns(), 0);
+    const QStringList shown = TableLayout(variables, Format::Unsigned, needed)
+                                  .rows(reading("10:65530", {4294967295u}), QString(), {true}, Now);
+    EXPECT_EQ(shown.last().right(11).toStdString(), "*4294967295");
+    EXPECT_EQ(shown.last().size(), needed);
+}
+
 TEST(TableLayout, CountsItsRows)
 {
     for (int columns : {30, 60, 80, 132})
