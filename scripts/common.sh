@@ -1,4 +1,5 @@
-# Sourced by ./demo and ./check: installs what a fresh Debian 12 lacks, configures and builds.
+# Sourced by ./check, ./demo, ./package, the scripts beside it and bench/measuring.py: installs what a fresh Debian 12
+# lacks, configures and builds.
 
 fail() {
     echo "error: $*" >&2
