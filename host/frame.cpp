@@ -28,7 +28,7 @@ bool isAcknowledge(FrameView frame)
 
 int dataSize(const Area &area, int count)
 {
-    return area.kind == Kind::Bit ? (count + 7) / 8 : area.kind == Kind::Word ? 2 * count : 4 * count;
+    return elementsFor(area, count) * bytesPerElement(area);
 }
 
 bool hasGoodCheck(FrameView frame)

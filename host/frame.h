@@ -2,7 +2,7 @@
 #ifndef FGS_HOST_FRAME_H
 #define FGS_HOST_FRAME_H
 
-#include "variable.h"
+#include "areas.h"
 
 namespace fgs
 {
@@ -31,7 +31,7 @@ const int ReadCommand = 0xFE;
 const int WriteCommand = 0xFF;
 const int Acknowledged = 0x20;
 const int Rejected = 0x21; ///< in place of Acknowledged: the controller does not do it
-const int MaxEntries = 6;
+const int MaxEntries = 6;  ///< blocks in one request
 
 /// Bytes of data that a count stands for.
 int dataSize(const Area &area, int count);

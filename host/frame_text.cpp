@@ -47,7 +47,7 @@ QString describePlace(FrameView entry)
 QString describeValues(const Area &area, FrameView data)
 {
     QStringList values;
-    const int width = area.kind == Kind::Bit ? 1 : area.kind == Kind::Word ? 2 : 4;
+    const int width = bytesPerElement(area);
     for (int i = 0; i + width <= data.size; i += width)
         values << (width == 1   ? number(data.at(i), 2)
                    : width == 2 ? number(data.be16(i), 4)
