@@ -2,7 +2,7 @@
 #ifndef FGS_HOST_FRAME_H
 #define FGS_HOST_FRAME_H
 
-#include <QtCore/QString>
+#include "areas.h"
 
 namespace fgs
 {
@@ -31,16 +31,14 @@ const int ReadCommand = 0xFE;
 const int WriteCommand = 0xFF;
 const int Acknowledged = 0x20;
 const int Rejected = 0x21; ///< in place of Acknowledged: the controller does not do it
-const int MaxEntries = 6;
+const int MaxEntries = 6;  ///< blocks in one request
 
+/// Bytes of data that a count stands for.
+int dataSize(const Area &area, int count);
 /// Whether the frame ends with the check code of what is before it.
 bool hasGoodCheck(FrameView frame);
 /// Bytes of the whole reply that starts here, as its own counts tell; 0 if it is none, or its counts are not there.
 int replySize(FrameView start);
-
-/// What a request or a reply says, in words. The check code is not looked at.
-QString describeRequest(FrameView frame);
-QString describeReply(FrameView frame);
 
 } // namespace fgs
 

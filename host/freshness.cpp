@@ -1,5 +1,7 @@
 #include "freshness.h"
 
+#include "spans.h"
+
 #include <algorithm>
 #include <tuple>
 
@@ -14,19 +16,16 @@ struct CellRange {
     std::size_t end;
 };
 
-CellRange cellsOfBytes(int area, int address, int bytes)
+CellRange cellsOfBytes(const Area &area, int address, int bytes)
 {
-    const Kind kind = areaOf(area)->kind;
-    const int first = kind == Kind::Bit ? address / 8 : address;
-    const int width = kind == Kind::Bit ? 1 : kind == Kind::Word ? 2 : 4;
-    return {static_cast<std::size_t>(first), static_cast<std::size_t>(first + bytes / width)};
+    const int first = address / addressesPerElement(area);
+    return {static_cast<std::size_t>(first), static_cast<std::size_t>(first + bytes / bytesPerElement(area))};
 }
 
 CellRange cellsOf(const Variable &variable)
 {
-    const int unit = areaOf(variable.area)->kind == Kind::Bit ? 8 : 1;
-    const int end = variable.address + variable.count;
-    return {static_cast<std::size_t>(variable.address / unit), static_cast<std::size_t>((end + unit - 1) / unit)};
+    const Span span = spanOf(variable);
+    return {static_cast<std::size_t>(span.first), static_cast<std::size_t>(span.end)};
 }
 
 template <typename Value>
@@ -51,7 +50,7 @@ void Freshness::stored(int station, int area, int address, int bytes, Time now)
     if (!areaOf(area) || address < 0)
         return;
     Cells &cells = places[{station, area}];
-    const CellRange range = cellsOfBytes(area, address, bytes);
+    const CellRange range = cellsOfBytes(*areaOf(area), address, bytes);
     cells.grow(range.end);
     fill(cells.stored, range, now);
 }
@@ -62,7 +61,7 @@ void Freshness::failed(int station, int area, int address, int bytes, Time now, 
     if (!areaOf(area) || address < 0)
         return;
     Cells &cells = places[{station, area}];
-    const CellRange range = cellsOfBytes(area, address, bytes);
+    const CellRange range = cellsOfBytes(*areaOf(area), address, bytes);
     cells.grow(range.end);
     fill(cells.failed, range, Failure{now, outcome, received, expected});
 }

@@ -44,7 +44,7 @@ private:
         Outcome outcome = Outcome::Good;
         int received = 0, expected = 0;
     };
-    /// By byte of eight bits, word or double word.
+    /// By element.
     struct Cells {
         std::vector<Time> stored;
         std::vector<Failure> failed;

@@ -19,9 +19,10 @@ const int Patience = 3;            ///< jobs given up before a station rests
 
 Host *theHost; ///< the driver's callback has no context of its own
 
-int bytesPerItem(Kind kind)
+/// Of one value in the driver's byte strings: a bit takes a whole byte.
+int bytesPerValue(const Area &area)
 {
-    return kind == Kind::Bit ? 1 : kind == Kind::Word ? 2 : 4;
+    return (bitsOf(area.kind) + 7) / 8;
 }
 
 QByteArray toBytes(const std::vector<quint32> &values, std::size_t first, std::size_t count, int width)
@@ -130,7 +131,7 @@ void Host::poll(const std::vector<Variable> &variables)
 void Host::readSoon(const std::vector<Variable> &bits)
 {
     for (const Variable &variable : bits)
-        if (areaOf(variable.area)->kind != Kind::Bit)
+        if (areaOf(variable.area)->kind != AreaKind::Bit)
             throw TextError(
                 QStringLiteral("variable '%1': only bits can be read once; poll the others").arg(textOf(variable)));
     for (const RW_VAR &wish : onceWishes(bits, storage))
@@ -167,11 +168,11 @@ std::vector<quint32> Host::values(const Variable &variable) const
 {
     const Area &area = *areaOf(variable.area);
     // Double words are counted in words in the fixed image, and in double words per station.
-    const bool inWords = area.kind == Kind::DoubleWord && !storage.perStation;
+    const bool inWords = area.kind == AreaKind::DoubleWord && !storage.perStation;
     QByteArray bytes;
     driver.GetRegisterData(0, variable.area, addressText(variable.area, variable.address), variable.station, &bytes,
                            inWords ? 2 * variable.count : variable.count);
-    return fromBytes(bytes, bytesPerItem(area.kind));
+    return fromBytes(bytes, bytesPerValue(area));
 }
 
 // ---- writing
@@ -180,14 +181,16 @@ std::vector<quint32> Host::values(const Variable &variable) const
 /// their middle.
 int Host::itemsPerWrite(const Variable &variable) const
 {
-    return areaOf(variable.area)->kind == Kind::DoubleWord ? storage.blockWords / 2 : variable.count;
+    return areaOf(variable.area)->kind == AreaKind::DoubleWord ? storage.blockWords / 2 : variable.count;
 }
 
 /// Records that a write takes in the driver's queue.
 int Host::recordsOf(const Variable &variable) const
 {
-    const Kind kind = areaOf(variable.area)->kind;
-    const int items = kind == Kind::Bit ? 1 : kind == Kind::Word ? storage.blockWords : itemsPerWrite(variable);
+    const AreaKind kind = areaOf(variable.area)->kind;
+    const int items = kind == AreaKind::Bit    ? 1
+                      : kind == AreaKind::Word ? storage.blockWords
+                                               : itemsPerWrite(variable);
     return (variable.count + items - 1) / items;
 }
 
@@ -204,11 +207,11 @@ bool Host::write(const Variable &variable, const std::vector<quint32> &values)
     const int most = itemsPerWrite(variable);
     for (int done = 0; done < variable.count; done += most) {
         const int count = std::min(most, variable.count - done);
-        QByteArray bytes = toBytes(values, static_cast<std::size_t>(done), static_cast<std::size_t>(count),
-                                   bytesPerItem(area.kind));
+        QByteArray bytes =
+            toBytes(values, static_cast<std::size_t>(done), static_cast<std::size_t>(count), bytesPerValue(area));
         queued = driver.SetRegisterData(QString(), area.number, addressText(area.number, variable.address + done),
-                                        variable.station, &bytes, area.kind == Kind::DoubleWord ? 2 * count : count,
-                                        0, 0);
+                                        variable.station, &bytes,
+                                        area.kind == AreaKind::DoubleWord ? 2 * count : count, 0, 0);
     }
     queuedWrites[variable.station] += queued - before; // a write of a place that already waits takes its place
     return true;
@@ -330,9 +333,8 @@ void Host::noteHealth(const Step &step)
 
 void Host::tellFindings()
 {
-    static const LineEvent::Kind kinds[] = {LineEvent::PlaceSilent, LineEvent::PlaceBack, LineEvent::GapSilent};
     for (const Finding &finding : suspects.takeFindings())
-        tell({kinds[finding.kind], link.now(), finding.span.station, variableOf(finding.span), {}});
+        tell({finding.kind, link.now(), finding.span.station, variableOf(finding.span), {}});
 }
 
 void Host::tellOfStation(int station)

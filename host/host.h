@@ -2,13 +2,13 @@
 #ifndef FGS_HOST_HOST_H
 #define FGS_HOST_HOST_H
 
+#include "line_event.h"
 #include "plan.h"
 #include "poller.h"
 #include "station_health.h"
 #include "suspects.h"
 
 #include <deque>
-#include <functional>
 
 namespace fgs
 {
@@ -21,27 +21,6 @@ struct HostOptions {
     Time longestRest = 10s;    ///< longer if many stations rest, because probes take a bounded share of the time
     Time longestSilence = 60s; ///< before a place that does not answer while others do is probed again
 };
-
-/// Something happened on the line that is no transaction.
-struct LineEvent {
-    enum Kind {
-        LinkLost,    ///< every value is old now; text tells why
-        LinkOpen,    ///< the link is open again
-        StationDown, ///< the station has left some jobs in a row unanswered
-        StationUp,   ///< and answers again
-        PlaceSilent, ///< place does not answer while its neighbours do; it is left out, and probed ever more rarely
-        PlaceBack,   ///< and answers again
-        GapSilent    ///< place, which nobody wants, was read along and does not answer; it is no longer read
-    };
-    Kind kind;
-    Time time;
-    int station = 0; ///< of all but LinkLost and LinkOpen
-    Variable place;  ///< of the last three; bits by whole bytes
-    QString text;    ///< of LinkLost
-};
-
-/// Called out of Host::step(), which it must not call.
-using EventHook = std::function<void(const LineEvent &)>;
 
 /// The driver is one in a process, and so is its host. One thread, the driver's polling thread.
 class Host

@@ -1,7 +1,5 @@
 #include "late_replies.h"
 
-#include "frame.h"
-
 #include <algorithm>
 
 namespace fgs

@@ -2,6 +2,7 @@
 #ifndef FGS_HOST_LATE_REPLIES_H
 #define FGS_HOST_LATE_REPLIES_H
 
+#include "frame.h"
 #include "link.h"
 
 #include <array>
@@ -12,7 +13,7 @@ namespace fgs
 {
 
 /// Where the data of each entry of a request stand in its reply, as iRet_ValidStar tells.
-using DataStarts = std::array<int, 6>;
+using DataStarts = std::array<int, MaxEntries>;
 
 /// A reply repeats the areas and counts of its request but not the addresses, so a late one passes for the answer
 /// to another question of the same shape. Such a question waits until the late reply has come or is no longer

@@ -1,8 +1,9 @@
 #include "plan.h"
 
+#include "frame.h"
+
 #include <algorithm>
-#include <map>
-#include <utility>
+#include <tuple>
 
 namespace fgs
 {
@@ -10,63 +11,57 @@ namespace fgs
 namespace
 {
 
-/// What is wanted of one area of one station, in elements: bytes of eight bits, words or double words.
-struct Range {
-    int first;
-    int end;
-
-    int size() const { return end - first; }
-};
-
-using Place = std::pair<int, int>; ///< station, area: in this order the driver groups the most blocks into a frame
-using Ranges = std::map<Place, std::vector<Range>>;
-
-/// A grouped read of double words takes one less than the length asked for.
-int lengthBias(const Area &area)
-{
-    return area.kind == Kind::DoubleWord ? 1 : 0;
-}
+const int EchoDataSize = 2; ///< a reply with as many data bytes is as long as its request
 
 /// Downwards, because the lower addresses of an area exist.
-Range widened(Range range, int fewest)
+Span widened(Span span)
 {
-    if (range.size() < fewest)
-        range.first = std::max(0, range.end - fewest);
-    range.end = std::max(range.end, range.first + fewest);
-    return range;
-}
-
-Ranges rangesOf(const std::vector<Variable> &variables)
-{
-    Ranges ranges;
-    for (const Variable &variable : variables) {
-        const Area &area = *areaOf(variable.area);
-        const int unit = addressesPerElement(area);
-        const Range range = {variable.address / unit, (variable.address + variable.count + unit - 1) / unit};
-        if (variable.station != 0)
-            ranges[{variable.station, variable.area}].push_back(widened(range, fewestElements(area)));
-    }
-    return ranges;
+    const int fewest = fewestElements(*areaOf(span.area));
+    if (span.size() < fewest)
+        span.first = std::max(0, span.end - fewest);
+    span.end = std::max(span.end, span.first + fewest);
+    return span;
 }
 
 /// The driver's fixed image reads only the first and the last part of a variable of several blocks, so none is
 /// longer than one.
-std::vector<Range> cut(const std::vector<Range> &ranges, int most, int fewest)
+Spans cut(const std::vector<Variable> &variables, int blockWords)
 {
-    std::vector<Range> pieces;
-    for (const Range &range : ranges)
-        for (int first = range.first; first < range.end; first += most)
-            pieces.push_back(widened({first, std::min(first + most, range.end)}, fewest));
+    Spans pieces;
+    for (const Variable &variable : variables) {
+        const Span span = widened(spanOf(variable));
+        const int most = mostElements(*areaOf(span.area), blockWords);
+        for (int first = span.first; first < span.end && span.station != 0; first += most)
+            pieces.push_back(widened({span.station, span.area, first, std::min(first + most, span.end)}));
+    }
     return pieces;
 }
 
-/// Joins the pieces that fit into one block together.
-std::vector<Range> joined(std::vector<Range> pieces, int most)
+bool isOfBits(const Span &span)
 {
-    std::sort(pieces.begin(), pieces.end(), [](const Range &a, const Range &b) { return a.first < b.first; });
-    std::vector<Range> blocks;
-    for (const Range &piece : pieces) {
-        if (!blocks.empty() && piece.end - blocks.back().first <= most)
+    return areaOf(span.area)->kind == AreaKind::Bit;
+}
+
+/// By stations and areas, because then the driver groups the most blocks into a frame; bits by their addresses too.
+bool isAskedBefore(const Span &a, const Span &b)
+{
+    const auto key = [](const Span &span) {
+        return std::make_tuple(span.station, span.area, isOfBits(span) ? span.first : 0);
+    };
+    return key(a) < key(b);
+}
+
+/// The driver joins words and double words itself. Bits are joined here, as far as they fit into one block: per
+/// station the driver's joining takes their bytes for bits and reads past what was asked, but finds nothing to join
+/// between these blocks.
+Spans blocksOf(const std::vector<Variable> &variables, int blockWords)
+{
+    Spans pieces = cut(variables, blockWords), blocks;
+    std::stable_sort(pieces.begin(), pieces.end(), isAskedBefore);
+    for (const Span &piece : pieces) {
+        const bool joins = isOfBits(piece) && !blocks.empty() && blocks.back().isSamePlace(piece) &&
+                           piece.end - blocks.back().first <= mostElements(*areaOf(piece.area), blockWords);
+        if (joins)
             blocks.back().end = std::max(blocks.back().end, piece.end);
         else
             blocks.push_back(piece);
@@ -74,22 +69,19 @@ std::vector<Range> joined(std::vector<Range> pieces, int most)
     return blocks;
 }
 
-/// The driver joins words and double words itself. Bits are joined here: per station the driver's joining takes
-/// their bytes for bits and reads past what was asked, but finds nothing to join between these blocks.
-std::vector<Range> blocksOf(const Area &area, const std::vector<Range> &ranges, int blockWords)
+/// The first address of a block as the driver's lists take it.
+QString startText(const Span &block)
 {
-    const int most = mostElements(area, blockWords);
-    const std::vector<Range> pieces = cut(ranges, most, fewestElements(area));
-    return area.kind == Kind::Bit ? joined(pieces, most) : pieces;
+    return addressText(block.area, variableOf(block).address);
 }
 
-HOST_VAR hostVar(const Place &place, int address, int length)
+HOST_VAR hostVar(const Span &block)
 {
     HOST_VAR var;
-    var.station = static_cast<unsigned char>(place.first);
-    var.areaType = static_cast<unsigned char>(place.second);
-    var.address = addressText(place.second, address);
-    var.length = length;
+    var.station = static_cast<unsigned char>(block.station);
+    var.areaType = static_cast<unsigned char>(block.area);
+    var.address = startText(block);
+    var.length = variableOf(block).count + lengthBias(*areaOf(block.area));
     return var;
 }
 
@@ -97,7 +89,7 @@ HOST_VAR hostVar(const Place &place, int address, int length)
 
 int fewestElements(const Area &area)
 {
-    return area.kind == Kind::Bit ? 3 : area.kind == Kind::Word ? 2 : 1;
+    return EchoDataSize / bytesPerElement(area) + 1;
 }
 
 bool isTooShort(const Span &block)
@@ -107,7 +99,7 @@ bool isTooShort(const Span &block)
 
 int mostElements(const Area &area, int blockWords)
 {
-    return area.kind == Kind::DoubleWord ? blockWords / 2 - lengthBias(area) : blockWords;
+    return area.kind == AreaKind::DoubleWord ? blockWords / 2 - lengthBias(area) : blockWords;
 }
 
 Storage storageFor(const std::vector<Variable> &variables, int blockWords)
@@ -120,7 +112,7 @@ Storage storageFor(const std::vector<Variable> &variables, int blockWords)
         const Area &area = *areaOf(variable.area);
         if (variable.station != storage.station || variable.address + variable.count > area.capacity)
             storage.perStation = true;
-        if (area.kind == Kind::Bit)
+        if (area.kind == AreaKind::Bit)
             storage.blockWords = std::min(storage.blockWords, MaxBitBytes);
     }
     return storage;
@@ -128,35 +120,31 @@ Storage storageFor(const std::vector<Variable> &variables, int blockWords)
 
 QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Storage &storage, int firstStation)
 {
+    Spans blocks = blocksOf(variables, storage.blockWords);
+    const auto isDue = [firstStation](const Span &block) { return block.station >= firstStation; };
+    std::rotate(blocks.begin(), std::find_if(blocks.begin(), blocks.end(), isDue), blocks.end());
     QList<HOST_VAR> wishes;
-    const Ranges ranges = rangesOf(variables);
-    for (const auto &[place, wanted] : ranges) {
-        const Area &area = *areaOf(place.second);
-        const int unit = addressesPerElement(area);
-        for (const Range &block : blocksOf(area, wanted, storage.blockWords))
-            wishes.append(hostVar(place, block.first * unit, block.size() * unit + lengthBias(area)));
-    }
-    const auto isDue = [firstStation](const HOST_VAR &wish) { return wish.station >= firstStation; };
-    std::rotate(wishes.begin(), std::find_if(wishes.begin(), wishes.end(), isDue), wishes.end());
+    for (const Span &block : blocks)
+        wishes.append(hostVar(block));
     // Per station the kind of the last variable decides how the driver joins all of them. A word of length 0 reads
     // nothing and makes it join by the rule of words, which leaves the blocks of bits alone.
-    if (storage.perStation && !wishes.isEmpty())
-        wishes.append(hostVar({wishes.last().station, 5}, 0, 0));
+    if (storage.perStation && !blocks.empty())
+        wishes.append(hostVar({blocks.back().station, 5, 0, 0}));
     return wishes;
 }
 
 std::vector<RW_VAR> onceWishes(const std::vector<Variable> &variables, const Storage &storage)
 {
     std::vector<RW_VAR> wishes;
-    for (const HOST_VAR &wish : cyclicWishes(variables, storage)) {
-        if (areaOf(wish.areaType)->kind != Kind::Bit)
+    for (const Span &block : blocksOf(variables, storage.blockWords)) {
+        if (!isOfBits(block))
             continue;
         RW_VAR var;
         var.hostAddr = static_cast<int>(wishes.size());
-        var.areaType = wish.areaType;
-        var.addressText = wish.address;
-        var.station = wish.station;
-        var.length = wish.length;
+        var.areaType = block.area;
+        var.addressText = startText(block);
+        var.station = block.station;
+        var.length = variableOf(block).count;
         wishes.push_back(var);
     }
     return wishes;
@@ -225,7 +213,7 @@ int requestsFor(const std::vector<RW_VAR> &blocks)
 {
     int requests = 0, inLast = 0;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
-        const bool joins = inLast > 0 && inLast < MostBlocksInRequest && blocks[i].station == blocks[i - 1].station;
+        const bool joins = inLast > 0 && inLast < MaxEntries && blocks[i].station == blocks[i - 1].station;
         inLast = joins ? inLast + 1 : 1;
         requests += inLast == 1;
     }

@@ -28,14 +28,14 @@ const int CompanionMark = -2;
 
 /// What one step did.
 struct Step {
-    enum Kind {
+    enum StepKind {
         Idle,   ///< nothing is to be sent
         NoLink, ///< the link is lost and was not to be had again yet; at most a tenth of a second was waited, and
                 ///< what the link takes to open
         Exchanged, ///< a request was sent
         Stopped ///< the link has ended what is waited for; a request may be under way, whose outcome is not known
     };
-    Kind kind = Idle;
+    StepKind kind = Idle;
     bool sent = false;     ///< this step put a frame on the line, or a part of it
     bool isWrite = false;  ///< of Exchanged and Stopped, like the station
     bool isCyclic = false; ///< a read of the cyclic list

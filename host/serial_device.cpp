@@ -68,12 +68,12 @@ QString textOf(int code)
 }
 
 /// What people give for a device by mistake.
-struct Kind {
-    mode_t type;
+struct FileType {
+    mode_t mode;
     const char *name;
 };
 
-const Kind Kinds[] = {
+const FileType FileTypes[] = {
     {S_IFREG, "file"}, {S_IFDIR, "directory"}, {S_IFBLK, "disk"}, {S_IFIFO, "pipe"}, {S_IFSOCK, "socket"}};
 
 /// The device at the path, before anything is opened: that could have an effect.
@@ -82,9 +82,9 @@ struct stat examine(const QString &path)
     struct stat file;
     if (stat(QFile::encodeName(path).constData(), &file) != 0)
         fail(path, textOf(errno));
-    for (const Kind &kind : Kinds) {
-        if ((file.st_mode & S_IFMT) == kind.type)
-            fail(path, QStringLiteral("is a %1, not a serial device").arg(QLatin1String(kind.name)));
+    for (const FileType &type : FileTypes) {
+        if ((file.st_mode & S_IFMT) == type.mode)
+            fail(path, QStringLiteral("is a %1, not a serial device").arg(QLatin1String(type.name)));
     }
     return file;
 }

@@ -33,23 +33,18 @@ Spans withoutOne(const Spans &spans, const Span &hole)
 
 } // namespace
 
-int addressesPerElement(const Area &area)
-{
-    return area.kind == Kind::Bit ? 8 : 1;
-}
-
 Span spanOf(const Variable &variable)
 {
-    const int unit = addressesPerElement(*areaOf(variable.area));
-    return {variable.station, variable.area, variable.address / unit,
-            (variable.address + variable.count + unit - 1) / unit};
+    const Area &area = *areaOf(variable.area);
+    return {variable.station, variable.area, variable.address / addressesPerElement(area),
+            elementsFor(area, variable.address + variable.count)};
 }
 
 Span spanOf(const RW_VAR &block)
 {
     const Area &area = *areaOf(block.areaType);
     const int first = block.address / addressesPerElement(area);
-    return {block.station, block.areaType, first, first + block.length - (area.kind == Kind::DoubleWord ? 1 : 0)};
+    return {block.station, block.areaType, first, first + block.length - lengthBias(area)};
 }
 
 Variable variableOf(const Span &span)

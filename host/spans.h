@@ -30,8 +30,6 @@ struct Span {
 /// In the order of stations, areas and addresses, and none touches another, unless said otherwise.
 using Spans = std::vector<Span>;
 
-int addressesPerElement(const Area &area);
-
 Span spanOf(const Variable &variable);
 /// What a block of the driver's cyclic list reads.
 Span spanOf(const RW_VAR &block);

@@ -9,7 +9,7 @@ void StationHealth::watch(const std::set<int> &stations)
 {
     states.clear();
     troubled = 0;
-    nextProbe = Time(0);
+    budget.reset();
     for (int station : stations)
         states[station] = State();
 }
@@ -42,7 +42,7 @@ void StationHealth::gaveUp(int station, Time now, Time took)
         return;
     State &state = found->second;
     if (isDead(state))
-        nextProbe = now + (ProbeShare - 1) * took;
+        budget.spend(now, took);
     if (state.failures++ == 0)
         ++troubled;
     if (state.failures < patience)
@@ -74,7 +74,8 @@ int StationHealth::dueProbe(Time now) const
     int due = 0;
     Time earliest = now;
     for (const auto &[station, state] : states)
-        if (now >= nextProbe && isDead(state) && (state.restUntil < earliest || (!due && state.restUntil == now))) {
+        if (budget.allows(now) && isDead(state) &&
+            (state.restUntil < earliest || (!due && state.restUntil == now))) {
             due = station;
             earliest = state.restUntil;
         }

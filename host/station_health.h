@@ -2,7 +2,7 @@
 #ifndef FGS_HOST_STATION_HEALTH_H
 #define FGS_HOST_STATION_HEALTH_H
 
-#include "link.h"
+#include "probe_budget.h"
 
 #include <map>
 #include <set>
@@ -12,13 +12,11 @@ namespace fgs
 
 /// A station that gave no good answer to `patience` jobs in a row rests. After the rest it is probed with one job;
 /// if that fails too it rests twice as long, up to a limit. One station is probed at a time, and all probes
-/// together take at most one part in ProbeShare of the time, however many stations are dead and however long the
-/// time limits are. While no station answers, the line is at fault and all are asked.
+/// share a ProbeBudget, however many stations are dead. While no station answers, the line is at fault and all are
+/// asked.
 class StationHealth
 {
 public:
-    static const int ProbeShare = 12;
-
     StationHealth(int jobs, Time first, Time longest) : patience(jobs), firstRest(first), longestRest(longest) {}
 
     void watch(const std::set<int> &stations);
@@ -52,7 +50,7 @@ private:
 
     const int patience;
     const Time firstRest, longestRest;
-    Time nextProbe{0};
+    ProbeBudget budget;
     std::map<int, State> states;
     std::size_t troubled = 0; ///< stations with failures
 };

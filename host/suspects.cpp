@@ -1,5 +1,6 @@
 #include "suspects.h"
 
+#include "frame.h"
 #include "plan.h"
 
 #include <algorithm>
@@ -249,7 +250,7 @@ void Suspects::conclude(Search &search, Time now)
     const bool inOneBlock = task.spans.size() == 1 && first.size() <= mostElements(*areaOf(first.area), blockWords);
     if (task.isGap()) {
         silentGaps.push_back(task.gap);
-        findings.push_back({Finding::GapSilent, task.gap});
+        findings.push_back({LineEvent::GapSilent, task.gap});
         ++search.found;
     } else if (task.isLast() || (inOneBlock && failuresLeft <= 0)) {
         nameSilent(first, now);
@@ -262,7 +263,7 @@ void Suspects::conclude(Search &search, Time now)
 void Suspects::nameSilent(const Span &span, Time now)
 {
     silent.push_back({span, firstRest, now + firstRest});
-    findings.push_back({Finding::PlaceSilent, span});
+    findings.push_back({LineEvent::PlaceSilent, span});
 }
 
 /// A gap is left alone if a silent place has been found beside it: that was enough.
@@ -282,7 +283,7 @@ std::optional<Probe> Suspects::probeOf(Search &search)
     Spans holes = silentPlaces();
     holes.insert(holes.end(), silentGaps.begin(), silentGaps.end());
     const auto isLarge = [this, &holes](const Task &task) {
-        return !task.isLast() && exactBlocks(task.spans, holes, blockWords).size() >= MostBlocksInRequest;
+        return !task.isLast() && exactBlocks(task.spans, holes, blockWords).size() >= MaxEntries;
     };
     while (isLarge(search.tasks.back())) {
         const Task task = search.tasks.back();
@@ -305,7 +306,7 @@ Suspects::Silent *Suspects::dueSilent(Time now, const std::set<int> &asleep)
 {
     Silent *due = nullptr;
     for (Silent &each : silent)
-        if (now >= nextSilent && each.due <= now && anyOverlaps(wanted, each.span) &&
+        if (budget.allows(now) && each.due <= now && anyOverlaps(wanted, each.span) &&
             !asleep.count(each.span.station) && (!due || each.due < due->due))
             due = &each;
     return due;
@@ -337,7 +338,7 @@ void Suspects::probeAnswered()
     silent.erase(std::remove_if(silent.begin(), silent.end(),
                                 [this](const Silent &each) { return each.span == probedPlace; }),
                  silent.end());
-    findings.push_back({Finding::PlaceBack, probedPlace});
+    findings.push_back({LineEvent::PlaceBack, probedPlace});
 }
 
 void Suspects::probeSilent(Time now, Time took)
@@ -347,7 +348,7 @@ void Suspects::probeSilent(Time now, Time took)
             searches.front().state = Search::Unproven;
         return;
     }
-    nextSilent = now + (ProbeShare - 1) * took;
+    budget.spend(now, took);
     const auto place =
         std::find_if(silent.begin(), silent.end(), [this](const Silent &each) { return each.span == probedPlace; });
     if (place == silent.end())

@@ -2,7 +2,8 @@
 #ifndef FGS_HOST_SUSPECTS_H
 #define FGS_HOST_SUSPECTS_H
 
-#include "link.h"
+#include "line_event.h"
+#include "probe_budget.h"
 #include "spans.h"
 
 #include <map>
@@ -14,8 +15,7 @@ namespace fgs
 
 /// What was found out about a place.
 struct Finding {
-    enum Kind { PlaceSilent, PlaceBack, GapSilent };
-    Kind kind;
+    LineEvent::EventKind kind; ///< PlaceSilent, PlaceBack or GapSilent
     Span span;
 };
 
@@ -31,13 +31,10 @@ struct Probe {
 /// them, or a passing fault. A probe counts as unanswered only if the station answers what is asked next; so a
 /// station that dies meanwhile has no silent places.
 ///
-/// Pure bookkeeping: the host asks, and tells what came of it.
+/// The probes of silent places share a ProbeBudget. Pure bookkeeping: the host asks, and tells what came of it.
 class Suspects
 {
 public:
-    /// Silent places take at most one part in ProbeShare of the time.
-    static const int ProbeShare = 12;
-
     /// A silent place is probed after `first`, then after twice as long, and so on up to `longest`.
     Suspects(int blockWords, Time first, Time longest);
 
@@ -137,8 +134,8 @@ private:
     Spans silentGaps;
     std::map<int, Span> good; ///< by station
     std::vector<Finding> findings;
-    int failuresLeft = 0; ///< how many more probes may fail before places are named by whole blocks
-    Time nextSilent{0};
+    int failuresLeft = 0;  ///< how many more probes may fail before places are named by whole blocks
+    ProbeBudget budget;    ///< of silent places
     int probedStation = 0; ///< of the search that the last probe is for; 0 if it is for a silent place
     Span probedPlace{};    ///< the silent place otherwise
 };

@@ -1,5 +1,7 @@
 #include "trace.h"
 
+#include "frame_text.h"
+
 #include <QtCore/QByteArray>
 
 namespace fgs

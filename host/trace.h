@@ -3,7 +3,8 @@
 #define FGS_HOST_TRACE_H
 
 #include "frame.h"
-#include "statistics.h"
+#include "link.h"
+#include "outcome.h"
 
 #include <functional>
 

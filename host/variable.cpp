@@ -10,16 +10,6 @@ namespace fgs
 namespace
 {
 
-const Area areas[AreaCount] = {
-    {0, Kind::Bit, 0x00, false, 8, 2048},        {1, Kind::Bit, 0x01, true, 8, 2048},
-    {2, Kind::Bit, 0x02, true, 10, 12000},       {3, Kind::Bit, 0x05, true, 10, 2048},
-    {4, Kind::Bit, 0x04, true, 10, 2048},        {5, Kind::Word, 0x08, true, 10, 10000},
-    {6, Kind::Word, 0x12, true, 10, 256},        {7, Kind::Word, 0x11, true, 10, 256},
-    {8, Kind::Word, 0x06, false, 10, 256},       {9, Kind::Word, 0x07, true, 10, 256},
-    {10, Kind::DoubleWord, 0x13, true, 10, 256}, {11, Kind::Bit, 0x03, true, 10, 1120},
-    {12, Kind::Word, 0x09, true, 10, 8},         {13, Kind::Word, 0x10, true, 10, 8},
-};
-
 /// Reads the parts of one text; every fault names the whole text.
 class VariableText
 {
@@ -91,34 +81,9 @@ private:
 
 } // namespace
 
-const Area *areaOf(int number)
-{
-    return number >= 0 && number < AreaCount ? &areas[number] : nullptr;
-}
-
-const Area *areaOfCode(int code)
-{
-    for (const Area &area : areas)
-        if (area.code == code)
-            return &area;
-    return nullptr;
-}
-
-QString nameOf(Kind kind)
-{
-    return kind == Kind::Bit    ? QStringLiteral("bit")
-           : kind == Kind::Word ? QStringLiteral("word")
-                                : QStringLiteral("double word");
-}
-
 Variable parseVariable(const QString &text, int defaultStation)
 {
     return VariableText(text).parse(defaultStation);
-}
-
-QString addressText(int area, int address)
-{
-    return QString::number(address, areaOf(area)->base);
 }
 
 QString textOf(const Variable &variable)

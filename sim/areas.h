@@ -10,17 +10,22 @@ namespace fgssim
 {
 
 /// What one address of an area holds; the value is its number of bits.
-enum class Kind { Bit = 1, Word = 16, DoubleWord = 32 };
+enum class AreaKind { Bit = 1, Word = 16, DoubleWord = 32 };
 
-inline unsigned bitsOf(Kind kind)
+inline unsigned bitsOf(AreaKind kind)
 {
     return unsigned(kind);
 }
-std::string counted(unsigned count, Kind kind); ///< "1 bit", "2 words", "0 double words"
+/// Bytes of data that so many addresses take in a frame.
+inline std::size_t dataLength(AreaKind kind, unsigned count)
+{
+    return count * bitsOf(kind) / 8;
+}
+std::string counted(unsigned count, AreaKind kind); ///< "1 bit", "2 words", "0 double words"
 
 struct Area {
     int number; ///< 0..13
-    Kind kind;
+    AreaKind kind;
     Byte code; ///< in frames
     bool writable;
     int base; ///< of its addresses in texts: 8 or 10

@@ -40,7 +40,7 @@ std::uint32_t Background::value(unsigned station, const Area &area, unsigned add
 
 std::uint32_t Background::movingValue(unsigned station, const Area &area, unsigned address) const
 {
-    if (area.kind == Kind::Bit)
+    if (area.kind == AreaKind::Bit)
         return (address + ticks) % 16 < 8;
     if (address % 2 == 0)
         return std::uint32_t((address + 100 * station + ticks) % RampLength);

@@ -24,7 +24,7 @@ struct Counters {
 
 std::string summary(const Counters &counters);
 
-/// What all sessions share.
+/// What all conversations share.
 struct Simulation {
     Controller controller;
     FaultChooser faults;

@@ -33,9 +33,9 @@ std::string bitsOfReply(Slice data)
 
 std::string valuesOfReply(const Entry &entry, Slice data)
 {
-    if (entry.area->kind == Kind::Bit)
+    if (entry.area->kind == AreaKind::Bit)
         return bitsOfReply(data);
-    const bool twoWords = entry.area->kind == Kind::DoubleWord;
+    const bool twoWords = entry.area->kind == AreaKind::DoubleWord;
     std::vector<std::uint32_t> values;
     for (std::size_t at = 0; at < data.size(); at += twoWords ? 4 : 2)
         values.push_back(data.be16(at) | (twoWords ? std::uint32_t(data.be16(at + 2)) << 16 : 0));
@@ -79,7 +79,7 @@ std::string describeReply(const Request &request, Slice reply)
     std::string text = station + " answers";
     Slice rest = reply.from(3);
     for (const Entry &entry : request.entries) {
-        const std::size_t length = entry.count * bitsOf(entry.area->kind) / 8;
+        const std::size_t length = dataLength(entry.area->kind, entry.count);
         text += (&entry == &request.entries.front() ? " " : "; ") + place(entry) + ":" +
                 valuesOfReply(entry, rest.from(2).first(length));
         rest = rest.from(2 + length);

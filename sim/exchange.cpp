@@ -19,7 +19,7 @@ void markEntries(Exchange &exchange, const Request &read)
     for (const Entry &entry : read.entries) {
         exchange.codes.push_back(at++);
         exchange.counts.push_back(at++);
-        for (std::size_t left = entry.count * bitsOf(entry.area->kind) / 8; left > 0; --left)
+        for (std::size_t left = dataLength(entry.area->kind, entry.count); left > 0; --left)
             exchange.data.push_back(at++);
     }
 }

@@ -27,14 +27,9 @@ Extent impossible(const std::string &cause)
     return {Extent::State::Impossible, 0, cause};
 }
 
-std::size_t dataLength(Kind kind, unsigned count)
+std::size_t writeDataLength(AreaKind kind, unsigned count)
 {
-    return count * bitsOf(kind) / 8;
-}
-
-std::size_t writeDataLength(Kind kind, unsigned count)
-{
-    return kind == Kind::Bit ? 1 : dataLength(kind, count);
+    return kind == AreaKind::Bit ? 1 : dataLength(kind, count);
 }
 
 Extent readExtent(Slice start)
@@ -80,21 +75,21 @@ void requireRoom(const Entry &entry, unsigned count)
 Entry takeReadEntry(Slice bytes)
 {
     const Entry entry = takeEntry(bytes);
-    if (entry.area->kind == Kind::Bit && entry.count % 8 != 0)
+    if (entry.area->kind == AreaKind::Bit && entry.count % 8 != 0)
         throw Refusal("area " + std::to_string(entry.area->number) + ": bits are read by eights, not " +
                       std::to_string(entry.count));
     requireRoom(entry, entry.count);
     return entry;
 }
 
-std::uint32_t takeValue(Slice data, Kind kind)
+std::uint32_t takeValue(Slice data, AreaKind kind)
 {
     switch (kind) {
-    case Kind::Bit:
+    case AreaKind::Bit:
         return data.u8(0);
-    case Kind::Word:
+    case AreaKind::Word:
         return data.be16(0);
-    case Kind::DoubleWord:
+    case AreaKind::DoubleWord:
         break;
     }
     return data.be16(0) | std::uint32_t(data.be16(2)) << 16;
@@ -121,7 +116,7 @@ void putValues(Bytes &frame, const Entry &entry, const ValueSource &value)
     for (unsigned i = 0; i < entry.count; ++i) {
         const std::uint32_t number = value(*entry.area, entry.address + i);
         putWord(frame, number);
-        if (entry.area->kind == Kind::DoubleWord)
+        if (entry.area->kind == AreaKind::DoubleWord)
             putWord(frame, number >> 16);
     }
 }
@@ -138,7 +133,7 @@ void requireWritable(const Entry &entry)
 {
     if (!entry.area->writable)
         throw Refusal("write to area " + std::to_string(entry.area->number) + ", which is read-only");
-    if (entry.area->kind != Kind::Bit && entry.count == 0)
+    if (entry.area->kind != AreaKind::Bit && entry.count == 0)
         throw Refusal("write of " + counted(0, entry.area->kind));
 }
 
@@ -146,13 +141,13 @@ Request parseWrite(Slice frame)
 {
     const Entry entry = takeEntry(frame.from(HeadLength));
     requireWritable(entry);
-    const unsigned values = entry.area->kind == Kind::Bit ? 1 : entry.count;
+    const unsigned values = entry.area->kind == AreaKind::Bit ? 1 : entry.count;
     requireRoom(entry, values);
     Request request{frame.u8(0), true, {entry}, {}};
     const std::size_t step = writeDataLength(entry.area->kind, 1);
     for (unsigned i = 0; i < values; ++i)
         request.values.push_back(takeValue(frame.from(FirstWriteData + i * step), entry.area->kind));
-    if (entry.area->kind == Kind::Bit && request.values[0] > 1)
+    if (entry.area->kind == AreaKind::Bit && request.values[0] > 1)
         throw Refusal("bit value " + hexByte(frame.u8(FirstWriteData)) + "; 0 and 1 are allowed");
     return request;
 }
@@ -190,7 +185,7 @@ Bytes readReply(const Request &request, const ValueSource &value)
     for (const Entry &entry : request.entries) {
         frame.push_back(entry.area->code);
         frame.push_back(Byte(entry.count));
-        if (entry.area->kind == Kind::Bit)
+        if (entry.area->kind == AreaKind::Bit)
             putBits(frame, entry, value);
         else
             putValues(frame, entry, value);

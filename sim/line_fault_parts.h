@@ -11,15 +11,15 @@ namespace fgssim
 {
 
 using namespace std::chrono_literals;
-using Table = std::vector<LineFault>;
+using LineFaults = std::vector<LineFault>;
 
 const Time Moment = 3ms;
-const Time Step = 1ms; ///< of what babbles
+const Time BabblePace = 1ms; ///< of what babbles
 
-Table noises();
-Table otherFrames();
-Table times();
-Table acknowledgements();
+LineFaults noises();
+LineFaults otherFrames();
+LineFaults times();
+LineFaults acknowledgements();
 
 // ---- bytes
 

@@ -71,7 +71,7 @@ LineFault forged(const char *name)
             })};
 }
 
-Table headAndCheck()
+LineFaults headAndCheck()
 {
     return {
         bitOf<&Exchange::station>("bit of the station byte"),
@@ -93,7 +93,7 @@ Table headAndCheck()
     };
 }
 
-Table dataBytes()
+LineFaults dataBytes()
 {
     const auto at = [](const Exchange &x, int p) { return x.data[std::size_t(p)]; };
     return {
@@ -110,7 +110,7 @@ Table dataBytes()
     };
 }
 
-Table lengths()
+LineFaults lengths()
 {
     return {
         whole("one byte short", [](const Exchange &x) { return first(x.reply, x.size() - 1); }),
@@ -135,7 +135,7 @@ Table lengths()
     };
 }
 
-Table pieces()
+LineFaults pieces()
 {
     return {
         {"in two pieces", eachSplit,
@@ -161,10 +161,10 @@ Table pieces()
 const std::vector<LineFault> &lineFaults()
 {
     static const std::vector<LineFault> faults = [] {
-        Table all = {whole("none", [](const Exchange &x) { return x.reply; })};
-        for (const Table &table : {headAndCheck(), dataBytes(), lengths(), pieces(), noises(), otherFrames(),
-                                   times(), acknowledgements()})
-            all.insert(all.end(), table.begin(), table.end());
+        LineFaults all = {whole("none", [](const Exchange &x) { return x.reply; })};
+        for (const LineFaults &some : {headAndCheck(), dataBytes(), lengths(), pieces(), noises(), otherFrames(),
+                                       times(), acknowledgements()})
+            all.insert(all.end(), some.begin(), some.end());
         return all;
     }();
     return faults;

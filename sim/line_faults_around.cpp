@@ -14,7 +14,7 @@ Bytes acknowledgement(const Exchange &x, Byte command, Byte acknowledge)
 
 } // namespace
 
-Table noises()
+LineFaults noises()
 {
     return {
         whole("noise of one byte ahead", [](const Exchange &x) { return noise(1) + x.reply; }),
@@ -30,7 +30,7 @@ Table noises()
         {"babble past the limit", once,
          [](const Exchange &x, int) {
              Delivery delivery;
-             for (Time at = Step; at < x.limit + 4 * ReplyDelay; at += Step)
+             for (Time at = BabblePace; at < x.limit + 4 * ReplyDelay; at += BabblePace)
                  delivery.push_back({at, noise(8)});
              return delivery;
          }},
@@ -38,7 +38,7 @@ Table noises()
     };
 }
 
-Table otherFrames()
+LineFaults otherFrames()
 {
     return {
         whole("another station's frame ahead", [](const Exchange &x) { return x.stranger + x.reply; }),
@@ -62,7 +62,7 @@ Table otherFrames()
     };
 }
 
-Table times()
+LineFaults times()
 {
     return {
         {"silence", once, [](const Exchange &, int) { return Delivery(); }},
@@ -82,7 +82,7 @@ Table times()
     };
 }
 
-Table acknowledgements()
+LineFaults acknowledgements()
 {
     return {
         whole(

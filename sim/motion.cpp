@@ -8,7 +8,7 @@ namespace
 
 const std::uint64_t RandomStream = 2;
 
-std::uint32_t cutToWidth(std::int64_t value, Kind kind)
+std::uint32_t cutToWidth(std::int64_t value, AreaKind kind)
 {
     return std::uint32_t(std::uint64_t(value) & ((std::uint64_t(1) << bitsOf(kind)) - 1));
 }

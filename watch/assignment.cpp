@@ -42,7 +42,7 @@ private:
 
     QString place() const { return text.left(equals); }
 
-    std::vector<quint32> parseValues(Kind kind) const
+    std::vector<quint32> parseValues(AreaKind kind) const
     {
         std::vector<quint32> values;
         for (const QString &part : text.mid(equals + 1).split(QLatin1Char(','))) {

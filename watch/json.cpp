@@ -14,19 +14,19 @@ std::string utf8(const QString &text)
 }
 
 /// A number wherever JSON has one for it.
-Json valueJson(Kind kind, Format format, quint32 value)
+Json valueJson(AreaKind kind, Format format, quint32 value)
 {
     const QString text = valueText(kind, format, value);
     bool isNumber = false;
     const double number = text.toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(number) || (format == Format::Hex && kind != Kind::Bit))
+    if (!isNumber || !std::isfinite(number) || (format == Format::Hex && kind != AreaKind::Bit))
         return utf8(text);
-    if (format == Format::Float && kind == Kind::DoubleWord)
+    if (format == Format::Float && kind == AreaKind::DoubleWord)
         return number;
     return static_cast<qint64>(number);
 }
 
-Json valuesJson(Kind kind, Format format, const std::vector<quint32> &values)
+Json valuesJson(AreaKind kind, Format format, const std::vector<quint32> &values)
 {
     Json array = Json::array();
     for (quint32 value : values)
@@ -47,7 +47,7 @@ void addReason(Json &json, const Reason &reason)
     }
 }
 
-const char *keyOf(LineEvent::Kind kind)
+const char *keyOf(LineEvent::EventKind kind)
 {
     static const char *const keys[] = {"lost",        "open",      "stationDown", "stationUp",
                                        "placeSilent", "placeBack", "gapSilent"};
@@ -86,7 +86,7 @@ Json jsonOf(const Reading &reading, const JsonStyle &style, Time now)
 
 Json jsonOf(const WriteReport &report, const JsonStyle &style, Time now)
 {
-    const Kind kind = areaOf(report.assignment.variable.area)->kind;
+    const AreaKind kind = areaOf(report.assignment.variable.area)->kind;
     Json json = jsonOf(report.held, style, now);
     if (report.held.reason.kind == Reason::NotAskedYet)
         json.erase("reason"); // nobody was going to ask

@@ -15,7 +15,7 @@ enum class Quality {
 
 /// Why a reading is not good.
 struct Reason {
-    enum Kind {
+    enum ReasonKind {
         None,
         NotAskedYet,
         UnderWay,      ///< a request for it is in flight
@@ -23,7 +23,7 @@ struct Reason {
         StationSilent, ///< not asked, because the station gives no answer at all
         PlaceSilent    ///< `place` is left out, because it gives no answer while its neighbours do
     };
-    Kind kind = None;
+    ReasonKind kind = None;
     Outcome outcome = Outcome::Good;
     int received = 0, expected = 0; ///< bytes, of an answer that broke off
     Variable place = Variable();

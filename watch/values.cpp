@@ -40,24 +40,19 @@ QString floatText(float number)
     return QString::fromLatin1(text, static_cast<int>(end.ptr - text));
 }
 
-qint64 asSigned(Kind kind, quint32 value)
+qint64 asSigned(AreaKind kind, quint32 value)
 {
-    return kind == Kind::Word ? qint64(static_cast<qint16>(value)) : qint64(static_cast<qint32>(value));
-}
-
-int bitsOf(Kind kind)
-{
-    return kind == Kind::Bit ? 1 : kind == Kind::Word ? 16 : 32;
+    return kind == AreaKind::Word ? qint64(static_cast<qint16>(value)) : qint64(static_cast<qint32>(value));
 }
 
 /// A number that fits into the kind; negative ones in two's complement, but not for bits.
-quint32 parseNumber(const QString &text, Kind kind)
+quint32 parseNumber(const QString &text, AreaKind kind)
 {
     static const QRegularExpression form(QStringLiteral("^(-?[0-9]+|0[xX][0-9a-fA-F]+)$"));
     bool fits = form.match(text).hasMatch();
     const bool isHex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
     const qint64 number = !fits ? 0 : isHex ? text.mid(2).toLongLong(&fits, 16) : text.toLongLong(&fits, 10);
-    const qint64 end = qint64(1) << bitsOf(kind), lowest = kind == Kind::Bit ? 0 : -end / 2;
+    const qint64 end = qint64(1) << bitsOf(kind), lowest = kind == AreaKind::Bit ? 0 : -end / 2;
     if (!fits || number < lowest || number >= end)
         throw TextError(QStringLiteral("'%1' is no number from %2 to %3, as a %4 takes it")
                             .arg(text, QString::number(lowest), QString::number(end - 1), nameOf(kind)));
@@ -93,18 +88,18 @@ quint32 parseFloat(const QString &text)
 
 } // namespace
 
-QString valueText(Kind kind, Format format, quint32 value)
+QString valueText(AreaKind kind, Format format, quint32 value)
 {
-    if (kind == Kind::Bit)
+    if (kind == AreaKind::Bit)
         return QString::number(value);
     if (format == Format::Hex)
         return QStringLiteral("0x%1").arg(value, bitsOf(kind) / 4, 16, QLatin1Char('0'));
-    if (format == Format::Float && kind == Kind::DoubleWord)
+    if (format == Format::Float && kind == AreaKind::DoubleWord)
         return floatText(asFloat(value));
     return format == Format::Signed ? QString::number(asSigned(kind, value)) : QString::number(value);
 }
 
-QString valuesText(Kind kind, Format format, const std::vector<quint32> &values)
+QString valuesText(AreaKind kind, Format format, const std::vector<quint32> &values)
 {
     QStringList texts;
     for (quint32 value : values)
@@ -112,9 +107,9 @@ QString valuesText(Kind kind, Format format, const std::vector<quint32> &values)
     return texts.join(QLatin1Char(' '));
 }
 
-quint32 parseValue(const QString &text, Kind kind, Format format)
+quint32 parseValue(const QString &text, AreaKind kind, Format format)
 {
-    return format == Format::Float && kind == Kind::DoubleWord ? parseFloat(text) : parseNumber(text, kind);
+    return format == Format::Float && kind == AreaKind::DoubleWord ? parseFloat(text) : parseNumber(text, kind);
 }
 
 } // namespace fgs

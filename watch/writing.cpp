@@ -97,7 +97,7 @@ QString heldText(const WriteReport &report)
 /// The reason, unless the end came before.
 QString notReadBack(const WriteReport &report, const ReasonText &tell)
 {
-    const Reason::Kind kind = report.held.reason.kind;
+    const Reason::ReasonKind kind = report.held.reason.kind;
     const bool isCutOff = kind == Reason::NotAskedYet || kind == Reason::UnderWay;
     return QStringLiteral("not read back: ") +
            (isCutOff ? QStringLiteral("interrupted") : tell(report.held.reason));

@@ -38,8 +38,8 @@ quint32 FaultyLine::value(int station, int area, int address) const
 {
     const quint32 full =
         fake::patternValue(station, area, address) ^ (tick * 2246822519u + tick * quint32(address) * 40503u);
-    const fgssim::Kind kind = fgssim::areas()[std::size_t(area)].kind;
-    return kind == fgssim::Kind::DoubleWord ? full : kind == fgssim::Kind::Word ? full >> 16 : full >> 31;
+    const fgssim::AreaKind kind = fgssim::areas()[std::size_t(area)].kind;
+    return kind == fgssim::AreaKind::DoubleWord ? full : kind == fgssim::AreaKind::Word ? full >> 16 : full >> 31;
 }
 
 void FaultyLine::note(int station, int area, int address, int count)

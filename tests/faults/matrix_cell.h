@@ -96,7 +96,7 @@ private:
             return;
         const Variable variable = parseVariable(QLatin1String(kind.written));
         for (int i = 0; i < variable.count; ++i)
-            writtenValues.push_back(areaOf(variable.area)->kind == Kind::Bit ? 1 : 0x1234u + unsigned(i));
+            writtenValues.push_back(areaOf(variable.area)->kind == AreaKind::Bit ? 1 : 0x1234u + unsigned(i));
         ASSERT_TRUE(host->write(variable, writtenValues));
     }
 

@@ -9,7 +9,7 @@ namespace faults
 {
 
 using namespace std::chrono_literals;
-using fgs::Kind;
+using fgs::AreaKind;
 using fgs::Variable;
 
 inline const Time Limit = 100ms;

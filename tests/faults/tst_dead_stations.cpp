@@ -155,7 +155,7 @@ TEST_F(DeadStations, LeaveTheHealthyOnesNineTenthsOfTheirRate)
         EXPECT_GE(rate, 0.9 * alone) << count;
         EXPECT_EQ(revival.probes, 1) << count;
         EXPECT_EQ(quick.probes, 1) << count;
-        EXPECT_LE(revival.back, (StationHealth::ProbeShare * count + 2) * 1s + options.longestRest);
+        EXPECT_LE(revival.back, (ProbeBudget::Share * count + 2) * 1s + options.longestRest);
         host.reset();
     }
 }
@@ -170,7 +170,7 @@ TEST_F(DeadStations, AreProbedWithOneRequestOnly)
     runUntil(link.now() + 300s);
     for (std::size_t i = before; i < link.sent.size(); ++i)
         if (dead.count(link.sent[i].at(0))) {
-            EXPECT_GE(link.sentAt[i] - last, (StationHealth::ProbeShare - 1) * 1s);
+            EXPECT_GE(link.sentAt[i] - last, (ProbeBudget::Share - 1) * 1s);
             last = link.sentAt[i];
             ++probes;
         }

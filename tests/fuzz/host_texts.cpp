@@ -65,11 +65,11 @@ void checkVariable(const QString &text)
 }
 
 /// A float that is no number comes back as one, with other bits perhaps, and a negative zero as zero.
-bool isSameValue(Format format, Kind kind, quint32 a, quint32 b)
+bool isSameValue(Format format, AreaKind kind, quint32 a, quint32 b)
 {
     const auto isNan = [](quint32 value) { return (value & 0x7FFFFFFF) > 0x7F800000; };
     const auto isZero = [](quint32 value) { return (value & 0x7FFFFFFF) == 0; };
-    const bool isFloat = format == Format::Float && kind == Kind::DoubleWord;
+    const bool isFloat = format == Format::Float && kind == AreaKind::DoubleWord;
     return a == b || (isFloat && ((isNan(a) && isNan(b)) || (isZero(a) && isZero(b))));
 }
 
@@ -91,7 +91,7 @@ void checkAssignment(const QString &text, Format format)
                                 [&](const QString &fault) { checkFault(text, fault); });
     if (!given)
         return;
-    const Kind kind = areaOf(given->variable.area)->kind;
+    const AreaKind kind = areaOf(given->variable.area)->kind;
     require(isSane(given->variable) && given->variable.count == int(given->values.size()),
             "values outside the area");
     QStringList values;

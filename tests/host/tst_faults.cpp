@@ -217,8 +217,8 @@ TEST_P(Faults, NeverLetAWriteBeTakenBackOrLost)
         const Variable &variable = variables[std::size_t(round) % 3];
         std::vector<quint32> values;
         for (int i = 0; i < variable.count; ++i)
-            values.push_back(areaOf(variable.area)->kind == Kind::Bit ? (number++ * 7 >> 3) & 1
-                                                                      : number++ & 0xFFFF);
+            values.push_back(areaOf(variable.area)->kind == AreaKind::Bit ? (number++ * 7 >> 3) & 1
+                                                                          : number++ & 0xFFFF);
         ASSERT_TRUE(host.write(variable, values));
         const int lostBefore = host.writesLost();
         while (host.writesQueued())

@@ -1,4 +1,5 @@
 // Frames in words, and how long a reply says that it is.
+#include "host/frame_text.h"
 #include "host/trace.h"
 #include "support/fixture.h"
 

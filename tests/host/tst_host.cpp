@@ -548,15 +548,15 @@ TEST_F(StationsTest, ADeadOneThatComesBackIsAskedAgain)
 
 TEST_F(StationsTest, TheirEndAndTheirReturnAreTold)
 {
-    std::vector<std::pair<LineEvent::Kind, int>> told;
+    std::vector<std::pair<LineEvent::EventKind, int>> told;
     start({"5:0x2@1", "5:0x2@2"}).poll(variables);
     host->setEvents([&told](const LineEvent &event) { told.emplace_back(event.kind, event.station); });
     silence({2});
     requestsIn(40s);
     silence({});
     requestsIn(20s);
-    EXPECT_EQ(told, (std::vector<std::pair<LineEvent::Kind, int>>{{LineEvent::StationDown, 2},
-                                                                  {LineEvent::StationUp, 2}}));
+    EXPECT_EQ(told, (std::vector<std::pair<LineEvent::EventKind, int>>{{LineEvent::StationDown, 2},
+                                                                       {LineEvent::StationUp, 2}}));
 }
 
 TEST_F(StationsTest, OneSilentAddressDoesNotHideARestingOne)

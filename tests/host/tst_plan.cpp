@@ -194,13 +194,13 @@ protected:
         ReCreatReadVarList(&wishes);
     }
 
-    static bool isBits(int area) { return areaOf(area)->kind == Kind::Bit; }
+    static bool isBits(int area) { return areaOf(area)->kind == AreaKind::Bit; }
 
     /// Addresses that a block reads.
     static int read(const RW_VAR &block)
     {
-        const Kind kind = areaOf(block.areaType)->kind;
-        return kind == Kind::Bit ? 8 * block.length : kind == Kind::Word ? block.length : block.length - 1;
+        const AreaKind kind = areaOf(block.areaType)->kind;
+        return kind == AreaKind::Bit ? 8 * block.length : kind == AreaKind::Word ? block.length : block.length - 1;
     }
 
     /// Fails unless the cyclic list covers the variables within the limits of the frames.
@@ -231,8 +231,10 @@ protected:
 
     static int dataBytes(const RW_VAR &block)
     {
-        const Kind kind = areaOf(block.areaType)->kind;
-        return kind == Kind::Bit ? block.length : kind == Kind::Word ? 2 * block.length : 4 * (block.length - 1);
+        const AreaKind kind = areaOf(block.areaType)->kind;
+        return kind == AreaKind::Bit    ? block.length
+               : kind == AreaKind::Word ? 2 * block.length
+                                        : 4 * (block.length - 1);
     }
 };
 

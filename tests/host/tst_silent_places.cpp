@@ -372,7 +372,7 @@ TEST_F(SilentPlaces, AMissingRegionEnds)
     const std::size_t before = unanswered();
     answerTime = 50ms;
     runFor(600s);
-    EXPECT_LE(unanswered() - before, 600u / Suspects::ProbeShare + 2);
+    EXPECT_LE(unanswered() - before, 600u / ProbeBudget::Share + 2);
     EXPECT_LT(link.now() - host->ageOf(parseVariable(QLatin1String("5:1000x1000"))).stored, 4s);
 }
 

@@ -117,7 +117,7 @@ TEST(StationHealth, OneStationIsProbedAtATimeAndProbesTakeABoundedShare)
     health.gaveUp(2, 100ms, 300ms);
     EXPECT_EQ(active(health, 2s), (Stations{1, 3, 4})) << "the one whose rest ended first";
     health.gaveUp(3, 2s, 500ms);
-    const Time next = 2s + (StationHealth::ProbeShare - 1) * 500ms;
+    const Time next = 2s + (ProbeBudget::Share - 1) * 500ms;
     EXPECT_EQ(active(health, next - 1ns), (Stations{1, 4}));
     EXPECT_EQ(active(health, next), (Stations{1, 2, 4}));
 }

@@ -91,7 +91,7 @@ TEST_F(SuspectsTest, OnePlaceIsFound)
     EXPECT_EQ(suspects.leftOut(), Spans{words(5, 6)});
     const std::vector<Finding> findings = suspects.takeFindings();
     ASSERT_EQ(findings.size(), 1u);
-    EXPECT_EQ(findings[0].kind, Finding::PlaceSilent);
+    EXPECT_EQ(findings[0].kind, LineEvent::PlaceSilent);
     EXPECT_TRUE(suspects.takeFindings().empty());
 }
 
@@ -101,7 +101,7 @@ TEST_F(SuspectsTest, AGapIsFound)
     search({words(15, 16)});
     EXPECT_TRUE(suspects.leftOut().empty());
     EXPECT_EQ(suspects.barriers(), Spans{words(8, 20)});
-    EXPECT_EQ(suspects.takeFindings().at(0).kind, Finding::GapSilent);
+    EXPECT_EQ(suspects.takeFindings().at(0).kind, LineEvent::GapSilent);
 }
 
 TEST_F(SuspectsTest, APassingFaultIsForgotten)
@@ -145,7 +145,7 @@ TEST_F(SuspectsTest, ASilentPlaceIsProbedAtGrowingDistances)
     }
     ASSERT_TRUE(suspects.nextProbe(now, {}));
     suspects.probeAnswered();
-    EXPECT_EQ(suspects.takeFindings().at(0).kind, Finding::PlaceBack);
+    EXPECT_EQ(suspects.takeFindings().at(0).kind, LineEvent::PlaceBack);
     EXPECT_TRUE(suspects.isQuiet());
 }
 
@@ -155,8 +155,8 @@ TEST_F(SuspectsTest, ProbesOfSilentPlacesTakeABoundedShare)
     search({words(5, 6), words(7, 8)});
     ASSERT_TRUE(suspects.nextProbe(10s, {}));
     suspects.probeSilent(10s, 1s);
-    EXPECT_FALSE(suspects.nextProbe(10s + (Suspects::ProbeShare - 1) * 1s - 1ns, {}));
-    EXPECT_TRUE(suspects.nextProbe(10s + (Suspects::ProbeShare - 1) * 1s, {}));
+    EXPECT_FALSE(suspects.nextProbe(10s + (ProbeBudget::Share - 1) * 1s - 1ns, {}));
+    EXPECT_TRUE(suspects.nextProbe(10s + (ProbeBudget::Share - 1) * 1s, {}));
 }
 
 TEST_F(SuspectsTest, WhatIsKnownOutlivesAChangeOfWhatIsWanted)

@@ -68,16 +68,16 @@ TEST_F(ControllerTest, EveryWritableAreaKeepsItsOwnValues)
         if (!area.writable)
             continue;
         Bytes write = {1, WriteCommand, 1, area.code, 1, 0x20, 0};
-        write = write + (area.kind == Kind::Bit ? bytes("01") : Bytes{0, Byte(area.number)});
-        if (area.kind == Kind::DoubleWord)
+        write = write + (area.kind == AreaKind::Bit ? bytes("01") : Bytes{0, Byte(area.number)});
+        if (area.kind == AreaKind::DoubleWord)
             write = write + bytes("00 00");
         EXPECT_EQ(controller.handle(sealed(write)).status, Response::Status::Answered) << area.number;
     }
     for (const Area &area : areas()) {
-        const Byte count = area.kind == Kind::Bit ? 8 : 1;
+        const Byte count = area.kind == AreaKind::Bit ? 8 : 1;
         const Bytes reply = controller.handle(sealed(Bytes{1, ReadCommand, 1, area.code, count, 0x20, 0})).reply;
-        const Byte value = !area.writable ? 0 : area.kind == Kind::Bit ? 1 : Byte(area.number);
-        EXPECT_EQ(Slice(reply).u8(area.kind == Kind::Bit ? 5 : 6), value) << area.number;
+        const Byte value = !area.writable ? 0 : area.kind == AreaKind::Bit ? 1 : Byte(area.number);
+        EXPECT_EQ(Slice(reply).u8(area.kind == AreaKind::Bit ? 5 : 6), value) << area.number;
     }
 }
 

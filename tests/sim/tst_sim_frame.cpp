@@ -172,7 +172,7 @@ TEST(Reply, AcknowledgementHasThreeBytes)
 struct Coded {
     int number;
     const char *code;
-    Kind kind;
+    AreaKind kind;
     bool writable;
 };
 
@@ -183,30 +183,31 @@ class EveryArea : public testing::TestWithParam<Coded>
 TEST_P(EveryArea, HasItsCodeKindAndDirection)
 {
     const Coded &expected = GetParam();
-    const std::string count = expected.kind == Kind::Bit ? "08" : "02";
+    const std::string count = expected.kind == AreaKind::Bit ? "08" : "02";
     const Request read = parseRequest(sealed(std::string("01 FE 01 ") + expected.code + " " + count + " 10 00"));
     EXPECT_EQ(read.entries[0].area->number, expected.number);
     EXPECT_EQ(read.entries[0].area->kind, expected.kind);
     EXPECT_EQ(readReply(read, [](const Area &, unsigned) { return 0u; }).size(),
-              7u + (expected.kind == Kind::Bit ? 1u : 2 * bitsOf(expected.kind) / 8));
-    const std::string data = expected.kind == Kind::Bit    ? "01"
-                             : expected.kind == Kind::Word ? "00 01"
-                                                           : "00 01 00 00";
+              7u + (expected.kind == AreaKind::Bit ? 1u : 2 * bitsOf(expected.kind) / 8));
+    const std::string data = expected.kind == AreaKind::Bit    ? "01"
+                             : expected.kind == AreaKind::Word ? "00 01"
+                                                               : "00 01 00 00";
     const std::string cause = refusal(sealed(std::string("01 FF 01 ") + expected.code + " 01 10 00 " + data));
     EXPECT_EQ(cause, expected.writable
                          ? "accepted"
                          : "write to area " + std::to_string(expected.number) + ", which is read-only");
 }
 
-INSTANTIATE_TEST_SUITE_P(Codes, EveryArea,
-                         testing::Values(Coded{0, "00", Kind::Bit, false}, Coded{1, "01", Kind::Bit, true},
-                                         Coded{2, "02", Kind::Bit, true}, Coded{3, "05", Kind::Bit, true},
-                                         Coded{4, "04", Kind::Bit, true}, Coded{5, "08", Kind::Word, true},
-                                         Coded{6, "12", Kind::Word, true}, Coded{7, "11", Kind::Word, true},
-                                         Coded{8, "06", Kind::Word, false}, Coded{9, "07", Kind::Word, true},
-                                         Coded{10, "13", Kind::DoubleWord, true}, Coded{11, "03", Kind::Bit, true},
-                                         Coded{12, "09", Kind::Word, true}, Coded{13, "10", Kind::Word, true}),
-                         [](const auto &row) { return "Area" + std::to_string(row.param.number); });
+INSTANTIATE_TEST_SUITE_P(
+    Codes, EveryArea,
+    testing::Values(Coded{0, "00", AreaKind::Bit, false}, Coded{1, "01", AreaKind::Bit, true},
+                    Coded{2, "02", AreaKind::Bit, true}, Coded{3, "05", AreaKind::Bit, true},
+                    Coded{4, "04", AreaKind::Bit, true}, Coded{5, "08", AreaKind::Word, true},
+                    Coded{6, "12", AreaKind::Word, true}, Coded{7, "11", AreaKind::Word, true},
+                    Coded{8, "06", AreaKind::Word, false}, Coded{9, "07", AreaKind::Word, true},
+                    Coded{10, "13", AreaKind::DoubleWord, true}, Coded{11, "03", AreaKind::Bit, true},
+                    Coded{12, "09", AreaKind::Word, true}, Coded{13, "10", AreaKind::Word, true}),
+    [](const auto &row) { return "Area" + std::to_string(row.param.number); });
 
 TEST(Areas, CodesThatNoAreaHas)
 {

@@ -41,7 +41,7 @@ std::vector<fgs::Variable> joined(const std::vector<std::vector<fgs::Variable>> 
 std::vector<fgs::Variable> bitsOf(std::vector<fgs::Variable> variables)
 {
     const auto isOther = [](const fgs::Variable &variable) {
-        return fgs::areaOf(variable.area)->kind != fgs::Kind::Bit;
+        return fgs::areaOf(variable.area)->kind != fgs::AreaKind::Bit;
     };
     variables.erase(std::remove_if(variables.begin(), variables.end(), isOther), variables.end());
     return variables;
@@ -131,7 +131,7 @@ void HostYear::write(const fgs::Variable &variable)
         return;
     std::vector<quint32> values(std::size_t(variable.count));
     for (quint32 &value : values)
-        value = quint32(random.below(area.kind == fgs::Kind::Bit ? 2u : 0x10000u));
+        value = quint32(random.below(area.kind == fgs::AreaKind::Bit ? 2u : 0x10000u));
     report.writes += host.write(variable, values);
 }
 

@@ -30,7 +30,7 @@ public:
 
     std::vector<Update> updates;
     std::vector<Reading> last;
-    std::vector<LineEvent::Kind> events;
+    std::vector<LineEvent::EventKind> events;
     std::size_t doneAfter = 0;
 
 private:

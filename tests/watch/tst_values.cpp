@@ -10,24 +10,24 @@ using namespace fgs;
 namespace
 {
 
-std::string text(Kind kind, Format format, quint32 value)
+std::string text(AreaKind kind, Format format, quint32 value)
 {
     return valueText(kind, format, value).toStdString();
 }
 
 TEST(ValueText, FollowsKindAndFormat)
 {
-    EXPECT_EQ(text(Kind::Bit, Format::Hex, 1), "1");
-    EXPECT_EQ(text(Kind::Word, Format::Unsigned, 65535), "65535");
-    EXPECT_EQ(text(Kind::Word, Format::Signed, 65535), "-1");
-    EXPECT_EQ(text(Kind::Word, Format::Signed, 32767), "32767");
-    EXPECT_EQ(text(Kind::Word, Format::Hex, 0x1F), "0x001f");
-    EXPECT_EQ(text(Kind::Word, Format::Float, 31), "31");
-    EXPECT_EQ(text(Kind::DoubleWord, Format::Unsigned, 4294967295u), "4294967295");
-    EXPECT_EQ(text(Kind::DoubleWord, Format::Signed, 4294967295u), "-1");
-    EXPECT_EQ(text(Kind::DoubleWord, Format::Hex, 0x12345678), "0x12345678");
-    EXPECT_EQ(text(Kind::DoubleWord, Format::Float, 0x41480000), "12.5");
-    EXPECT_EQ(valuesText(Kind::Word, Format::Unsigned, {1, 2}).toStdString(), "1 2");
+    EXPECT_EQ(text(AreaKind::Bit, Format::Hex, 1), "1");
+    EXPECT_EQ(text(AreaKind::Word, Format::Unsigned, 65535), "65535");
+    EXPECT_EQ(text(AreaKind::Word, Format::Signed, 65535), "-1");
+    EXPECT_EQ(text(AreaKind::Word, Format::Signed, 32767), "32767");
+    EXPECT_EQ(text(AreaKind::Word, Format::Hex, 0x1F), "0x001f");
+    EXPECT_EQ(text(AreaKind::Word, Format::Float, 31), "31");
+    EXPECT_EQ(text(AreaKind::DoubleWord, Format::Unsigned, 4294967295u), "4294967295");
+    EXPECT_EQ(text(AreaKind::DoubleWord, Format::Signed, 4294967295u), "-1");
+    EXPECT_EQ(text(AreaKind::DoubleWord, Format::Hex, 0x12345678), "0x12345678");
+    EXPECT_EQ(text(AreaKind::DoubleWord, Format::Float, 0x41480000), "12.5");
+    EXPECT_EQ(valuesText(AreaKind::Word, Format::Unsigned, {1, 2}).toStdString(), "1 2");
 }
 
 struct Good {

@@ -87,20 +87,20 @@ struct Limits {
     std::int64_t low, high;
 };
 
-Limits limitsOf(Kind kind)
+Limits limitsOf(AreaKind kind)
 {
     switch (kind) {
-    case Kind::Bit:
+    case AreaKind::Bit:
         return {0, 1};
-    case Kind::Word:
+    case AreaKind::Word:
         return {INT16_MIN, UINT16_MAX};
-    case Kind::DoubleWord:
+    case AreaKind::DoubleWord:
         break;
     }
     return {INT32_MIN, UINT32_MAX};
 }
 
-std::int64_t parseValue(const std::string &text, Kind kind)
+std::int64_t parseValue(const std::string &text, AreaKind kind)
 {
     const Limits limits = limitsOf(kind);
     if (text.rfind("0x", 0) == 0) {
@@ -111,7 +111,7 @@ std::int64_t parseValue(const std::string &text, Kind kind)
     return number(text, "value", limits.low, limits.high);
 }
 
-Course parseCourse(const std::string &text, Kind kind)
+Course parseCourse(const std::string &text, AreaKind kind)
 {
     const Halves parts = halves(text, ":");
     if (parts.left == "fixed" && parts.split) {

@@ -22,7 +22,7 @@ const char *const Commands = R"(
 fgs help COMMAND tells the arguments of one command.
 )";
 
-const char *const Link = R"(
+const char *const LinkForm = R"(
 LINK is DEVICE[:BAUD[,8E1]] (without settings 19200,8E1) or tcp:HOST:PORT.
 )";
 
@@ -67,7 +67,7 @@ std::string notesOf(const std::string &command)
 {
     if (command.empty())
         return std::string(Commands) + Codes;
-    return std::string(Link) + Variables + (command == "write" ? Assignments : "") +
+    return std::string(LinkForm) + Variables + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }
 

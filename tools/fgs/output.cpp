@@ -82,7 +82,7 @@ QString assignedText(const WriteReport &report, Format format)
 {
     const bool tells =
         report.held.quality == Quality::Unknown || report.holdsAssigned() || report.result == WriteResult::Refused;
-    const Kind kind = areaOf(report.assignment.variable.area)->kind;
+    const AreaKind kind = areaOf(report.assignment.variable.area)->kind;
     return tells ? QString()
                  : QStringLiteral(" (asked: %1)").arg(valuesText(kind, format, report.assignment.values));
 }

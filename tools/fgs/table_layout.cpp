@@ -29,11 +29,11 @@ QString ageText(const Reading &reading, Time now)
 }
 
 /// The widest text of a value.
-int digitsOf(Kind kind, Format format)
+int digitsOf(AreaKind kind, Format format)
 {
-    if (kind == Kind::Bit)
+    if (kind == AreaKind::Bit)
         return 1;
-    const bool isWord = kind == Kind::Word;
+    const bool isWord = kind == AreaKind::Word;
     switch (format) {
     case Format::Hex:
         return isWord ? 6 : 10;
@@ -69,13 +69,13 @@ int TableLayout::valueColumns() const
 }
 
 /// With its mark, and a space before the next.
-int TableLayout::cellWidth(Kind kind) const
+int TableLayout::cellWidth(AreaKind kind) const
 {
     return digitsOf(kind, format) + 2;
 }
 
 /// A power of two, so that the addresses of further rows are easy to count; the space after the last is not needed.
-int TableLayout::cellsPerRow(Kind kind) const
+int TableLayout::cellsPerRow(AreaKind kind) const
 {
     const int room = (valueColumns() + 1) / cellWidth(kind);
     int cells = 1;
@@ -104,7 +104,7 @@ int TableLayout::rowCount(const Reading &reading, const QString &reason) const
 
 QStringList TableLayout::valueRows(const Reading &reading, const std::vector<bool> &marked) const
 {
-    const Kind kind = areaOf(reading.variable.area)->kind;
+    const AreaKind kind = areaOf(reading.variable.area)->kind;
     const std::size_t perRow = static_cast<std::size_t>(cellsPerRow(kind));
     QStringList made;
     for (std::size_t i = 0; i < reading.values.size(); ++i) {

@@ -28,8 +28,8 @@ public:
 
 private:
     int valueColumns() const;
-    int cellWidth(Kind kind) const;
-    int cellsPerRow(Kind kind) const;
+    int cellWidth(AreaKind kind) const;
+    int cellsPerRow(AreaKind kind) const;
     QStringList valueRows(const Reading &reading, const std::vector<bool> &marked) const;
     QString lead(const QString &age, const Variable &place, const Variable &shown) const;
     QString joined(const QString &age, const QString &place, const QString &wire) const;

@@ -87,8 +87,8 @@ quint32 patternValue(int station, int area, int address)
 {
     const quint32 key = quint32(station) << 24 | quint32(area) << 16 | quint32(address);
     const quint32 full = key * 2654435761u;
-    const fgs::Kind kind = fgs::areaOf(area)->kind;
-    return kind == fgs::Kind::Bit ? full >> 31 : kind == fgs::Kind::Word ? full >> 16 : full;
+    const fgs::AreaKind kind = fgs::areaOf(area)->kind;
+    return kind == fgs::AreaKind::Bit ? full >> 31 : kind == fgs::AreaKind::Word ? full >> 16 : full;
 }
 
 void expectCountsAddUp(const QJsonObject &summary)

@@ -1,0 +1,104 @@
+#include "frame_text.h"
+
+#include <QtCore/QStringList>
+
+namespace fgs
+{
+
+namespace
+{
+
+bool isRefusal(FrameView frame)
+{
+    return frame.size == AcknowledgeSize && frame.at(CommandAt) == WriteCommand && frame.at(CountAt) == Rejected;
+}
+
+QString number(int value, int digits)
+{
+    return QString::number(value, 16).toUpper().rightJustified(digits, QLatin1Char('0'));
+}
+
+QString nameOfArea(int code)
+{
+    const Area *const area = areaOfCode(code);
+    return area ? QStringLiteral("area %1").arg(area->number)
+                : QStringLiteral("unknown area code 0x%1").arg(number(code, 2));
+}
+
+QString nameOfStation(FrameView frame)
+{
+    const int station = frame.at(StationAt);
+    return station ? QStringLiteral("station %1").arg(station) : QStringLiteral("all stations");
+}
+
+/// "area 5 100x4 (wire 0x08:100)"
+QString describePlace(FrameView entry)
+{
+    const int code = entry.at(0), count = entry.at(1), address = entry.le16(2);
+    const Area *const area = areaOfCode(code);
+    return QStringLiteral("%1 %2x%3 (wire 0x%4:%5)")
+        .arg(nameOfArea(code), area ? addressText(area->number, address) : QString::number(address))
+        .arg(count)
+        .arg(number(code, 2))
+        .arg(address);
+}
+
+/// The values of one entry, in hexadecimal; bits by the byte, the lowest address in bit 0.
+QString describeValues(const Area &area, FrameView data)
+{
+    QStringList values;
+    const int width = bytesPerElement(area);
+    for (int i = 0; i + width <= data.size; i += width)
+        values << (width == 1   ? number(data.at(i), 2)
+                   : width == 2 ? number(data.be16(i), 4)
+                                : number(data.be16(i + 2), 4) + number(data.be16(i), 4));
+    return values.join(QLatin1Char(' '));
+}
+
+QString describeWrite(FrameView frame)
+{
+    const Area *const area = areaOfCode(frame.at(EntriesAt));
+    const int dataAt = EntriesAt + RequestEntrySize;
+    const FrameView data = {frame.bytes + dataAt, frame.size - dataAt - CrcSize};
+    return QStringLiteral("%1, write %2 = %3")
+        .arg(nameOfStation(frame), describePlace(frame.from(EntriesAt)),
+             area && data.size > 0 ? describeValues(*area, data) : QStringLiteral("?"));
+}
+
+} // namespace
+
+QString describeRequest(FrameView frame)
+{
+    const int entries = frame.size > CountAt ? frame.at(CountAt) : 0;
+    if (entries < 1 || frame.size < EntriesAt + entries * RequestEntrySize)
+        return QStringLiteral("not a request");
+    if (frame.at(CommandAt) == WriteCommand)
+        return describeWrite(frame);
+    QStringList places;
+    for (int i = 0; i < entries; ++i)
+        places << describePlace(frame.from(EntriesAt + i * RequestEntrySize));
+    return QStringLiteral("%1, read %2").arg(nameOfStation(frame), places.join(QStringLiteral(", ")));
+}
+
+QString describeReply(FrameView frame)
+{
+    if (isRefusal(frame))
+        return QStringLiteral("%1, write refused").arg(nameOfStation(frame));
+    if (replySize(frame) == 0 || replySize(frame) > frame.size)
+        return QStringLiteral("not a reply");
+    if (frame.at(CommandAt) == WriteCommand)
+        return QStringLiteral("%1, write done").arg(nameOfStation(frame));
+    QStringList parts;
+    for (int i = 0, at = EntriesAt; i < frame.at(CountAt); ++i) {
+        const Area &area = *areaOfCode(frame.at(at));
+        const FrameView data = {frame.bytes + at + ReplyHeaderSize, dataSize(area, frame.at(at + 1))};
+        parts << QStringLiteral("%1 x%2: %3")
+                     .arg(nameOfArea(area.code))
+                     .arg(frame.at(at + 1))
+                     .arg(describeValues(area, data));
+        at += ReplyHeaderSize + data.size;
+    }
+    return QStringLiteral("%1, %2").arg(nameOfStation(frame), parts.join(QStringLiteral(", ")));
+}
+
+} // namespace fgs

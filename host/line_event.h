@@ -1,0 +1,35 @@
+// What happens on the line and is no transaction.
+#ifndef FGS_HOST_LINE_EVENT_H
+#define FGS_HOST_LINE_EVENT_H
+
+#include "link.h"
+#include "variable.h"
+
+#include <functional>
+
+namespace fgs
+{
+
+struct LineEvent {
+    enum EventKind {
+        LinkLost,    ///< every value is old now; text tells why
+        LinkOpen,    ///< the link is open again
+        StationDown, ///< the station has left some jobs in a row unanswered
+        StationUp,   ///< and answers again
+        PlaceSilent, ///< place does not answer while its neighbours do; it is left out, and probed ever more rarely
+        PlaceBack,   ///< and answers again
+        GapSilent    ///< place, which nobody wants, was read along and does not answer; it is no longer read
+    };
+    EventKind kind;
+    Time time;
+    int station = 0; ///< of all but LinkLost and LinkOpen
+    Variable place;  ///< of the last three; bits by whole bytes
+    QString text;    ///< of LinkLost
+};
+
+/// Called out of Host::step(), which it must not call.
+using EventHook = std::function<void(const LineEvent &)>;
+
+} // namespace fgs
+
+#endif
