@@ -242,6 +242,8 @@ def each_row(lines):
         if is_row(line):
             try:
                 row = Row(line)
+                if row.name in rows:
+                    raise Wrong("stands twice")
                 frame, length = encoded(row, rows)
             except (Wrong, ValueError, OverflowError) as error:
                 sys.exit(f"error: line {number}: {line.split('|')[0].strip()}: {error}")
