@@ -1,6 +1,7 @@
 // WriteRegister and the three write builders: frames, expected acknowledgement, and the image at build time.
 #include "support/frames.h"
 #include "support/frames_request.h"
+#include "support/image_check.h"
 
 #include <climits>
 
@@ -64,7 +65,7 @@ TEST_F(Writes, AnUnknownAreaChangesNothing)
 {
     for (int areaType : {14, -1, INT_MAX, INT_MIN})
         build(WriteRegister, variable(areaType, 0, 4, 5, bytes("01 01 01 01 01 01 01 01")));
-    EXPECT_TRUE(wholeImage() == QByteArray(wholeImage().size(), '\0'));
+    EXPECT_TRUE(imageIsEmpty());
 }
 
 TEST_F(Writes, TheWrittenValueIsInTheImageAtOnce)
@@ -92,7 +93,7 @@ TEST_F(Writes, WhileTheLinkIsDownTheFrameIsBuiltAndTheImageKept)
         build(WriteRegister, variable(areaType, 3, 2, 5, bytes("01 01 01 01")));
         EXPECT_EQ(built(), sent ? 1 : 0) << areaType;
     }
-    EXPECT_TRUE(wholeImage() == before);
+    EXPECT_TRUE(sameImage(before));
     EXPECT_EQ(PLC_driver.CommFailFlag, 1);
 }
 
@@ -102,7 +103,7 @@ TEST_F(Writes, PerStationStorageTakesTheValueUnderTheRecordsStation)
     build(WriteRegister, variable(5, 100, 2, 7, bytes("34 12 78 56")));
     build(WriteRegister, variable(10, 9, 2, 8, bytes("01 02 03 04")));
     EXPECT_EQ(stored(), "7/5@100 = 34 12\n7/5@101 = 78 56\n8/10@9 = 01 02 03 04\n");
-    EXPECT_TRUE(wholeImage() == QByteArray(wholeImage().size(), '\0'));
+    EXPECT_TRUE(imageIsEmpty());
     PLC_driver.CommFailFlag = 1;
     build(WriteRegister, variable(5, 200, 1, 7, bytes("FF FF")));
     EXPECT_EQ(int(PLC_driver.ExtendVarList.size()), 3);
@@ -213,7 +214,7 @@ TEST_F(Writes, ALengthAbove65536IsBuiltAs65536)
         for (int length : {65537, 65538, 100000, 1 << 20, INT_MAX - 1, INT_MAX}) {
             const Protocol &request = build(builder, variable(5, 3, length, 9, data));
             EXPECT_EQ(request.frameLen, 131081) << length;
-            EXPECT_TRUE(request.frame == longest) << length;
+            EXPECT_TRUE(sameBytes(request.frame, longest)) << length;
             EXPECT_EQ(request.var.length, length) << "the copy keeps the length as given";
         }
     }

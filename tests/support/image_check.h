@@ -4,6 +4,18 @@
 
 #include "support/fixture.h"
 
+/// Fails with the first byte that differs.
+inline ::testing::AssertionResult sameBytes(const QByteArray &got, const QByteArray &expected)
+{
+    if (got == expected)
+        return ::testing::AssertionSuccess();
+    int i = 0;
+    while (i < int(got.size()) && i < int(expected.size()) && got.at(i) == expected.at(i))
+        ++i;
+    return ::testing::AssertionFailure() << "byte " << i << " of " << got.size() << " is " << hex(got.mid(i, 1))
+                                         << ", expected " << hex(expected.mid(i, 1)) << " of " << expected.size();
+}
+
 /// Fails with the first byte of the image that differs from expected, an earlier wholeImage(): area, item and
 /// values.
 inline ::testing::AssertionResult sameImage(const QByteArray &expected)
