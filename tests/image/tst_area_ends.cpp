@@ -73,7 +73,7 @@ TEST_P(AreaEnds, TheFirstAndTheLastAddressAreRead)
     fillImage(0xFF);
     EXPECT_TRUE(sameBytes(get(0, units(1)), ones(1)));
     EXPECT_TRUE(sameBytes(get(capacity() - 1, units(1)), ones(1)));
-    EXPECT_EQ(get(0, units(capacity())), ones(capacity()));
+    EXPECT_TRUE(sameBytes(get(0, units(capacity())), ones(capacity())));
 }
 
 TEST_P(AreaEnds, ReadingBeyondTheEndGivesWhatLiesInside)
@@ -82,7 +82,7 @@ TEST_P(AreaEnds, ReadingBeyondTheEndGivesWhatLiesInside)
     EXPECT_TRUE(sameBytes(get(capacity() - 2, units(5)), ones(2)));
     EXPECT_TRUE(sameBytes(get(capacity(), units(1)), QByteArray()));
     EXPECT_TRUE(sameBytes(get(capacity() - 1, INT_MAX), ones(1)));
-    EXPECT_EQ(get(0, INT_MAX), ones(capacity()));
+    EXPECT_TRUE(sameBytes(get(0, INT_MAX), ones(capacity())));
     EXPECT_TRUE(sameBytes(get(INT_MAX, INT_MAX), QByteArray()));
 }
 
@@ -90,7 +90,7 @@ TEST_P(AreaEnds, ReadingBeyondTheEndKeepsWhatTheArrayHolds)
 {
     fillImage(0xFF);
     const QByteArray old(4 * width(), '\x77');
-    EXPECT_EQ(get(capacity() - 1, units(3), old), ones(1) + old.mid(width()));
+    EXPECT_TRUE(sameBytes(get(capacity() - 1, units(3), old), ones(1) + old.mid(width())));
     EXPECT_TRUE(sameBytes(get(capacity(), units(3), old), old));
 }
 
@@ -98,7 +98,7 @@ TEST_P(AreaEnds, ReadingBeforeTheStartGivesWhatLiesInside)
 {
     fillImage(0xFF);
     const QByteArray old(3 * width(), '\x77');
-    EXPECT_EQ(get(-2, units(4), old), old.left(2 * width()) + ones(2));
+    EXPECT_TRUE(sameBytes(get(-2, units(4), old), old.left(2 * width()) + ones(2)));
     EXPECT_TRUE(sameBytes(get(-3, units(3), old), old));
     EXPECT_TRUE(sameBytes(get(-1, units(1)), QByteArray()));
     EXPECT_TRUE(sameBytes(get(INT_MIN, units(1)), QByteArray()));
