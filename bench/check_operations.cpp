@@ -2,6 +2,8 @@
 #include "operations.h"
 #include "plain.h"
 
+#include <tarn_fgsseries.h>
+
 namespace bench
 {
 

@@ -1,7 +1,6 @@
 // The driver alone: polling, reading, writing.
 #include "driver_under_test.h"
 #include "operations.h"
-#include "plain.h"
 
 namespace bench
 {
@@ -101,22 +100,6 @@ Run findItem()
     });
 }
 
-template <int Entries>
-Run findItemPlainly()
-{
-    QList<EXTENDVAR> list;
-    for (int i = 0; i < Entries; ++i) {
-        list.append(EXTENDVAR());
-        list.last().station = 1;
-        list.last().areaType = 5;
-        list.last().address = i;
-    }
-    return repeat([list, entry = 0]() mutable {
-        entry = (entry + Scattered) % Entries;
-        plain::findStationValue(list, 1, 5, entry);
-    });
-}
-
 } // namespace
 
 Operations driverOperations()
@@ -132,9 +115,7 @@ Operations driverOperations()
             {"station-write-100000-scattered", 2000, writeItem<100000, Scattered>},
             {"station-read-10", 2000, readItem<10>},
             {"station-read-100000", 2000, readItem<100000>},
-            {"station-read-100000-scattered", 2000, readItem<100000, Scattered>},
-            {"plain-station-find-10", 2000, findItemPlainly<10>},
-            {"plain-station-find-100000", 20, findItemPlainly<100000>}};
+            {"station-read-100000-scattered", 2000, readItem<100000, Scattered>}};
 }
 
 } // namespace bench

@@ -1,7 +1,8 @@
-// The lists: the cyclic list built anew, and the two queues when they are full.
+// The lists: the cyclic list built anew, the two queues when they are full, per-station storage searched; beside
+// the model of the tests, which does all of it in the plainest way.
 #include "driver_under_test.h"
+#include "model/model.h"
 #include "operations.h"
-#include "plain.h"
 
 namespace bench
 {
@@ -21,8 +22,14 @@ Run rebuild()
 template <int Variables, bool PerStation>
 Run rebuildPlainly()
 {
-    const COMINFO settings = startDriver(30, PerStation);
-    return repeat([variables = shuffledVariables(Variables), settings] { plain::cyclicList(variables, settings); });
+    model::Model plain;
+    plain.settings[model::blockWords] = 30;
+    plain.settings[model::defaultStation] = 1;
+    plain.settings[model::stationMode] = PerStation;
+    std::vector<model::HostVar> variables;
+    for (const HOST_VAR &var : shuffledVariables(Variables))
+        variables.push_back({var.areaType, var.station, var.address.toStdU16String(), var.length});
+    return repeat([plain, variables]() mutable { plain.ReCreatReadVarList(variables); });
 }
 
 RW_VAR wish(int address)
@@ -72,11 +79,44 @@ Run addNew()
     return addTo<Add>(QueueLimit);
 }
 
+model::Var plainWish(int address)
+{
+    const RW_VAR wished = wish(address);
+    model::Var var;
+    var.hostAddr = wished.hostAddr;
+    var.areaType = wished.areaType;
+    var.station = wished.station;
+    var.address = wished.address;
+    var.addressText = wished.addressText.toStdU16String();
+    var.length = wished.length;
+    var.data = {wished.data.begin(), wished.data.end()};
+    return var;
+}
+
 Run addPlainly()
 {
-    return repeat([queued = wishes(0), given = wishes(QueueLimit), i = 0]() mutable {
+    model::Model plain;
+    std::vector<model::Var> given;
+    for (int i = 0; i < QueueLimit; ++i) {
+        plain.AddListWriteVar(plainWish(i), 0);
+        given.push_back(plainWish(QueueLimit + i));
+    }
+    return repeat([plain, given, i = 0]() mutable {
         i = (i + 389) % QueueLimit;
-        plain::queueWrite(queued, given.at(i));
+        plain.AddListWriteVar(given[size_t(i)], 0);
+    });
+}
+
+template <int Entries>
+Run findPlainly()
+{
+    const int scattered = 7919; // a step to entries that are far apart; it divides none of the sizes
+    model::Model plain;
+    for (int i = 0; i < Entries; ++i)
+        plain.ExtendVarList.push_back({1, 5, i, {}});
+    return repeat([plain, entry = 0]() mutable {
+        entry = (entry + scattered) % Entries;
+        plain.ExtendFindSameVar(1, 5, entry);
     });
 }
 
@@ -96,7 +136,9 @@ Operations listOperations()
             {"queue-write-new", 500, addNew<AddListWriteVar>},
             {"queue-read-waiting", 500, addWaiting<AddListOnceReadVar>},
             {"queue-read-new", 500, addNew<AddListOnceReadVar>},
-            {"plain-queue-write-new", 500, addPlainly}};
+            {"plain-queue-write-new", 500, addPlainly},
+            {"plain-station-find-10", 2000, findPlainly<10>},
+            {"plain-station-find-100000", 20, findPlainly<100000>}};
 }
 
 } // namespace bench

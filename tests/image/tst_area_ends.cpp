@@ -1,5 +1,5 @@
 // The fixed areas at both ends: what lies inside is handled, what lies outside is skipped.
-#include "support/fixture.h"
+#include "support/image_check.h"
 
 #include <climits>
 
@@ -71,70 +71,70 @@ protected:
 TEST_P(AreaEnds, TheFirstAndTheLastAddressAreRead)
 {
     fillImage(0xFF);
-    EXPECT_EQ(get(0, units(1)), ones(1));
-    EXPECT_EQ(get(capacity() - 1, units(1)), ones(1));
-    EXPECT_EQ(get(0, units(capacity())), ones(capacity()));
+    EXPECT_TRUE(sameBytes(get(0, units(1)), ones(1)));
+    EXPECT_TRUE(sameBytes(get(capacity() - 1, units(1)), ones(1)));
+    EXPECT_TRUE(sameBytes(get(0, units(capacity())), ones(capacity())));
 }
 
 TEST_P(AreaEnds, ReadingBeyondTheEndGivesWhatLiesInside)
 {
     fillImage(0xFF);
-    EXPECT_EQ(get(capacity() - 2, units(5)), ones(2));
-    EXPECT_EQ(get(capacity(), units(1)), QByteArray());
-    EXPECT_EQ(get(capacity() - 1, INT_MAX), ones(1));
-    EXPECT_EQ(get(0, INT_MAX), ones(capacity()));
-    EXPECT_EQ(get(INT_MAX, INT_MAX), QByteArray());
+    EXPECT_TRUE(sameBytes(get(capacity() - 2, units(5)), ones(2)));
+    EXPECT_TRUE(sameBytes(get(capacity(), units(1)), QByteArray()));
+    EXPECT_TRUE(sameBytes(get(capacity() - 1, INT_MAX), ones(1)));
+    EXPECT_TRUE(sameBytes(get(0, INT_MAX), ones(capacity())));
+    EXPECT_TRUE(sameBytes(get(INT_MAX, INT_MAX), QByteArray()));
 }
 
 TEST_P(AreaEnds, ReadingBeyondTheEndKeepsWhatTheArrayHolds)
 {
     fillImage(0xFF);
     const QByteArray old(4 * width(), '\x77');
-    EXPECT_EQ(get(capacity() - 1, units(3), old), ones(1) + old.mid(width()));
-    EXPECT_EQ(get(capacity(), units(3), old), old);
+    EXPECT_TRUE(sameBytes(get(capacity() - 1, units(3), old), ones(1) + old.mid(width())));
+    EXPECT_TRUE(sameBytes(get(capacity(), units(3), old), old));
 }
 
 TEST_P(AreaEnds, ReadingBeforeTheStartGivesWhatLiesInside)
 {
     fillImage(0xFF);
     const QByteArray old(3 * width(), '\x77');
-    EXPECT_EQ(get(-2, units(4), old), old.left(2 * width()) + ones(2));
-    EXPECT_EQ(get(-3, units(3), old), old);
-    EXPECT_EQ(get(-1, units(1)), QByteArray());
-    EXPECT_EQ(get(INT_MIN, units(1)), QByteArray());
-    EXPECT_EQ(get(INT_MIN, INT_MAX), QByteArray());
+    EXPECT_TRUE(sameBytes(get(-2, units(4), old), old.left(2 * width()) + ones(2)));
+    EXPECT_TRUE(sameBytes(get(-3, units(3), old), old));
+    EXPECT_TRUE(sameBytes(get(-1, units(1)), QByteArray()));
+    EXPECT_TRUE(sameBytes(get(INT_MIN, units(1)), QByteArray()));
+    EXPECT_TRUE(sameBytes(get(INT_MIN, INT_MAX), QByteArray()));
 }
 
 TEST_P(AreaEnds, TheFirstAndTheLastAddressAreWritten)
 {
     set(0, units(1), ones(1));
-    EXPECT_EQ(wholeImage(), expected(0, 0));
+    EXPECT_TRUE(sameImage(expected(0, 0)));
     fillImage(0);
     set(capacity() - 1, units(1), ones(1));
-    EXPECT_EQ(wholeImage(), expected(capacity() - 1, capacity() - 1));
+    EXPECT_TRUE(sameImage(expected(capacity() - 1, capacity() - 1)));
     set(0, units(capacity()), ones(capacity()));
-    EXPECT_EQ(wholeImage(), expected(0, capacity() - 1));
+    EXPECT_TRUE(sameImage(expected(0, capacity() - 1)));
 }
 
 TEST_P(AreaEnds, WritingBeyondTheEndChangesNoOtherArea)
 {
     set(capacity() - 2, units(100), ones(100));
-    EXPECT_EQ(wholeImage(), expected(capacity() - 2, capacity() - 1));
+    EXPECT_TRUE(sameImage(expected(capacity() - 2, capacity() - 1)));
     fillImage(0);
     set(capacity(), units(100), ones(100));
     set(INT_MAX, INT_MAX, ones(100));
-    EXPECT_EQ(wholeImage(), expected(0, -1));
+    EXPECT_TRUE(sameImage(expected(0, -1)));
 }
 
 TEST_P(AreaEnds, WritingBeforeTheStartChangesNoOtherArea)
 {
     set(-2, units(4), ones(4));
-    EXPECT_EQ(wholeImage(), expected(0, 1));
+    EXPECT_TRUE(sameImage(expected(0, 1)));
     fillImage(0);
     set(-100, units(100), ones(100));
     set(INT_MIN, INT_MAX, ones(100));
     set(-1, units(1), ones(1));
-    EXPECT_EQ(wholeImage(), expected(0, -1));
+    EXPECT_TRUE(sameImage(expected(0, -1)));
 }
 
 TEST_P(AreaEnds, WritingTakesItemsByTheirOwnPlace)
@@ -143,13 +143,13 @@ TEST_P(AreaEnds, WritingTakesItemsByTheirOwnPlace)
     QByteArray in(4 * width(), 0);
     in.replace(3 * width(), width(), ones(1));
     set(-2, units(4), in);
-    EXPECT_EQ(wholeImage(), expected(1, 1));
+    EXPECT_TRUE(sameImage(expected(1, 1)));
 }
 
 TEST_P(AreaEnds, TheLargestCountEndsWithTheArea)
 {
     set(0, INT_MAX, ones(capacity() + 50));
-    EXPECT_EQ(wholeImage(), expected(0, capacity() - 1));
+    EXPECT_TRUE(sameImage(expected(0, capacity() - 1)));
 }
 
 INSTANTIATE_TEST_SUITE_P(AllAreas, AreaEnds, ::testing::Range(0, 14),

@@ -9,6 +9,13 @@ namespace
 class ExtendEntries : public DriverTest
 {
 protected:
+    /// Entries of addresses 0 to 99.
+    static void makeHundred()
+    {
+        for (int i = 0; i < 100; ++i)
+            EXPECT_EQ(ExtendFindSameVar(1, 5, i), i);
+    }
+
     static EXTENDVAR entry(int station, int areaType, int address, const char *value = "")
     {
         EXTENDVAR var;
@@ -93,8 +100,7 @@ TEST_F(ExtendEntries, TheFirstOfTwoTwinsIsFound)
 // The list belongs to everyone; what is found must be what it holds now.
 TEST_F(ExtendEntries, AClearedListStartsAgain)
 {
-    for (int i = 0; i < 100; ++i)
-        EXPECT_EQ(ExtendFindSameVar(1, 5, i), i);
+    makeHundred();
     PLC_driver.ExtendVarList.clear();
     EXPECT_EQ(ExtendFindSameVar(1, 5, 50), 0);
     EXPECT_EQ(stored(), "1/5@50 = 00 00 00 00\n");
@@ -102,8 +108,7 @@ TEST_F(ExtendEntries, AClearedListStartsAgain)
 
 TEST_F(ExtendEntries, AListOfTheSameSizeWithOtherKeysIsNoticed)
 {
-    for (int i = 0; i < 100; ++i)
-        ExtendFindSameVar(1, 5, i);
+    makeHundred();
     QList<EXTENDVAR> other;
     for (int i = 0; i < 100; ++i)
         other.append(entry(2, 5, i));
@@ -114,8 +119,7 @@ TEST_F(ExtendEntries, AListOfTheSameSizeWithOtherKeysIsNoticed)
 
 TEST_F(ExtendEntries, AKeyChangedInPlaceIsNoticed)
 {
-    for (int i = 0; i < 100; ++i)
-        ExtendFindSameVar(1, 5, i);
+    makeHundred();
     PLC_driver.ExtendVarList[70].address = 5000;
     EXPECT_EQ(ExtendFindSameVar(1, 5, 5000), 70);
     EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 100);
@@ -125,8 +129,7 @@ TEST_F(ExtendEntries, AKeyChangedInPlaceIsNoticed)
 // the keys that were asked for.
 TEST_F(ExtendEntries, AKeyChangedThroughAnOldReferenceIsNotFoundUnderItsOldOne)
 {
-    for (int i = 0; i < 100; ++i)
-        ExtendFindSameVar(1, 5, i);
+    makeHundred();
     EXTENDVAR &old = PLC_driver.ExtendVarList[70];
     EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 70);
     old.address = 5000;
@@ -160,16 +163,14 @@ TEST_F(ExtendEntries, KeysOfTheSameHashAreToldApart)
 
 TEST_F(ExtendEntries, ATwinMadeInPlaceBeforeAnEntryIsFoundFirst)
 {
-    for (int i = 0; i < 100; ++i)
-        ExtendFindSameVar(1, 5, i);
+    makeHundred();
     PLC_driver.ExtendVarList[10].address = 70;
     EXPECT_EQ(ExtendFindSameVar(1, 5, 70), 10);
 }
 
 TEST_F(ExtendEntries, AnEntryTakenOutMovesTheLaterOnes)
 {
-    for (int i = 0; i < 100; ++i)
-        ExtendFindSameVar(1, 5, i);
+    makeHundred();
     PLC_driver.ExtendVarList.removeAt(0);
     EXPECT_EQ(ExtendFindSameVar(1, 5, 99), 98);
     EXPECT_EQ(ExtendFindSameVar(1, 5, 0), 99);
@@ -177,8 +178,7 @@ TEST_F(ExtendEntries, AnEntryTakenOutMovesTheLaterOnes)
 
 TEST_F(ExtendEntries, EntriesAppendedFromOutsideAreFound)
 {
-    for (int i = 0; i < 100; ++i)
-        ExtendFindSameVar(1, 5, i);
+    makeHundred();
     PLC_driver.ExtendVarList.append(entry(3, 6, 7));
     EXPECT_EQ(ExtendFindSameVar(3, 6, 7), 100);
     EXPECT_EQ(ExtendFindSameVar(3, 6, 8), 101);

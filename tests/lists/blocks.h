@@ -4,6 +4,9 @@
 
 #include "support/fixture.h"
 
+#include <functional>
+#include <ostream>
+
 /// "5@100+4 5@200+1": area type, address and length of every entry.
 inline std::string blocks(const QList<RW_VAR> &list)
 {
@@ -50,6 +53,18 @@ inline QList<RW_VAR> varList(std::initializer_list<RW_VAR> vars)
     for (const RW_VAR &var : vars)
         list.append(var);
     return list;
+}
+
+/// One field changed, and whether that makes another entry of it.
+struct Difference {
+    const char *what;
+    std::function<void(RW_VAR &)> make;
+    bool another;
+};
+
+inline void PrintTo(const Difference &row, std::ostream *out)
+{
+    *out << row.what;
 }
 
 #endif

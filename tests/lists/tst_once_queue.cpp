@@ -255,17 +255,6 @@ TEST_F(OnceQueue, NullAndMissingSettingsAreHarmless)
     EXPECT_EQ(queue(), "5@1+700");
 }
 
-struct Difference {
-    const char *what;
-    std::function<void(RW_VAR &)> make;
-    bool another;
-};
-
-void PrintTo(const Difference &row, std::ostream *out)
-{
-    *out << row.what;
-}
-
 class OnceTwins : public OnceQueue, public ::testing::WithParamInterface<Difference>
 {
 };

@@ -1,5 +1,6 @@
 // ReCreatReadVarList with the fixed image: the cyclic list that all stations share.
 #include "lists/blocks.h"
+#include "support/image_check.h"
 
 #include <climits>
 
@@ -257,7 +258,7 @@ TEST_F(SharedLists, OnlyTheCyclicListChanges)
     EXPECT_EQ(PLC_driver.ProtocolList.size(), 1);
     EXPECT_EQ(PLC_driver.CurrentSource, 2);
     EXPECT_EQ(PLC_driver.WriteTimes, 3);
-    EXPECT_EQ(wholeImage(), image);
+    EXPECT_TRUE(sameImage(image));
     EXPECT_TRUE(PLC_driver.ExtendVarList.isEmpty());
     EXPECT_EQ(list.size(), 2);
     EXPECT_EQ(list.at(1).address, QString::fromLatin1("-1"));

@@ -89,6 +89,14 @@ std::string named(const std::string &name, const std::string &difference)
     return name + (difference[0] == '[' || difference[0] == ':' ? "" : ".") + difference;
 }
 
+std::string first(std::initializer_list<std::string> differences)
+{
+    for (const std::string &difference : differences)
+        if (!difference.empty())
+            return difference;
+    return "";
+}
+
 static std::string expectedGot(const std::string &expected, const std::string &got)
 {
     return ": expected " + expected + ", got " + got;
@@ -141,9 +149,8 @@ std::string difference(const Var &expected, const RW_VAR &got)
     for (const NamedNumber &number : numbersOfVar)
         if (expected.*number.expected != got.*number.got)
             return named(number.name, difference(expected.*number.expected, got.*number.got));
-    std::string found = named("text1", difference(expected.text1, got.text1));
-    if (found.empty())
-        found = named("addressText", difference(expected.addressText, got.addressText));
+    const std::string found = first({named("text1", difference(expected.text1, got.text1)),
+                                     named("addressText", difference(expected.addressText, got.addressText))});
     return found.empty() ? named("data", difference(expected.data, got.data)) : found;
 }
 
@@ -170,11 +177,9 @@ std::string difference(const Request &expected, const Protocol &got)
 
 static std::string difference(const Stored &expected, const EXTENDVAR &got)
 {
-    std::string found = named("station", difference(expected.station, got.station));
-    if (found.empty())
-        found = named("areaType", difference(expected.areaType, got.areaType));
-    if (found.empty())
-        found = named("address", difference(expected.address, got.address));
+    const std::string found = first({named("station", difference(expected.station, got.station)),
+                                     named("areaType", difference(expected.areaType, got.areaType)),
+                                     named("address", difference(expected.address, got.address))});
     return found.empty() ? named("value", difference(expected.value, got.value)) : found;
 }
 
@@ -200,43 +205,33 @@ std::string difference(const std::vector<Stored> &expected, const QList<EXTENDVA
     return differenceOfLists(expected, got);
 }
 
-template <typename Item>
-static std::string differenceOfArea(const std::vector<Item> &expected, const Item *got, const char *name)
+/// Visits the driver's buffer and the model's items of each area.
+template <typename AnyImage, typename Visit>
+static void forEachArea(AnyImage &image, Visit visit)
 {
-    if (std::memcmp(expected.data(), got, expected.size() * sizeof(Item)) == 0)
-        return "";
-    size_t i = 0;
-    while (expected[i] == got[i])
-        ++i;
-    return std::string(name) + "[" + std::to_string(i) + "]" +
-           expectedGot(std::to_string(expected[i]), std::to_string(got[i]));
+    for (const AreaBuffer &area : areaBuffers()) {
+        if (area.itemSize == 1)
+            visit(area, image.bits.at(area.areaType));
+        else if (area.itemSize == 2)
+            visit(area, image.words.at(area.areaType));
+        else
+            visit(area, image.doubleWords);
+    }
 }
 
 std::string differenceOfImage(const Image &expected)
 {
-    const Tarn_FGsSeries &driver = PLC_driver;
-    const struct {
-        const char *name;
-        int areaType;
-        const unsigned char *bits;
-        const unsigned short *words;
-    } areas[] = {
-        {"ucArea0", 0, driver.ucArea0, nullptr},    {"ucArea1", 1, driver.ucArea1, nullptr},
-        {"ucArea2", 2, driver.ucArea2, nullptr},    {"ucArea3", 3, driver.ucArea3, nullptr},
-        {"ucArea4", 4, driver.ucArea4, nullptr},    {"ucArea11", 11, driver.ucArea11, nullptr},
-        {"usArea5", 5, nullptr, driver.usArea5},    {"usArea6", 6, nullptr, driver.usArea6},
-        {"usArea7", 7, nullptr, driver.usArea7},    {"usArea8", 8, nullptr, driver.usArea8},
-        {"usArea9", 9, nullptr, driver.usArea9},    {"usArea12", 12, nullptr, driver.usArea12},
-        {"usArea13", 13, nullptr, driver.usArea13},
-    };
-    for (const auto &area : areas) {
-        const std::string found = area.bits
-                                      ? differenceOfArea(expected.bits.at(area.areaType), area.bits, area.name)
-                                      : differenceOfArea(expected.words.at(area.areaType), area.words, area.name);
-        if (!found.empty())
-            return found;
-    }
-    return differenceOfArea(expected.doubleWords, driver.uiArea10, "uiArea10");
+    std::string found;
+    forEachArea(expected, [&found](const AreaBuffer &area, const auto &items) {
+        if (!found.empty() || std::memcmp(items.data(), area.start, items.size() * sizeof(items[0])) == 0)
+            return;
+        size_t i = 0;
+        while (items[i] == area.at(int(i)))
+            ++i;
+        found = "area " + std::to_string(area.areaType) + "[" + std::to_string(i) + "]" +
+                expectedGot(std::to_string(items[i]), std::to_string(area.at(int(i))));
+    });
+    return found;
 }
 
 static std::string differenceOfNumbers(const Model &expected)
@@ -282,23 +277,15 @@ static std::string differenceOfSettings(const Model &expected, const COMINFO &se
 std::string differenceOfState(const Model &expected, const COMINFO &settings)
 {
     const Tarn_FGsSeries &driver = PLC_driver;
-    std::string found = differenceOfNumbers(expected);
-    if (found.empty())
-        found = differenceOfSettings(expected, settings);
-    if (found.empty())
-        found = named("ReadVarList", difference(expected.ReadVarList, driver.ReadVarList));
-    if (found.empty())
-        found = named("WriteVarList", difference(expected.WriteVarList, driver.WriteVarList));
-    if (found.empty())
-        found = named("OnceReadVarList", difference(expected.OnceReadVarList, driver.OnceReadVarList));
-    if (found.empty())
-        found = named("CurrentRWVar", difference(expected.CurrentRWVar, CurrentRWVar));
-    if (found.empty())
-        found = named("ProtocolList", differenceOfLists(expected.ProtocolList, driver.ProtocolList));
-    if (found.empty())
-        found = named("RetVar", difference(expected.RetVar, driver.RetVar));
-    if (found.empty())
-        found = named("ExtendVarList", difference(expected.ExtendVarList, driver.ExtendVarList));
+    const std::string found =
+        first({differenceOfNumbers(expected), differenceOfSettings(expected, settings),
+               named("ReadVarList", difference(expected.ReadVarList, driver.ReadVarList)),
+               named("WriteVarList", difference(expected.WriteVarList, driver.WriteVarList)),
+               named("OnceReadVarList", difference(expected.OnceReadVarList, driver.OnceReadVarList)),
+               named("CurrentRWVar", difference(expected.CurrentRWVar, CurrentRWVar)),
+               named("ProtocolList", differenceOfLists(expected.ProtocolList, driver.ProtocolList)),
+               named("RetVar", difference(expected.RetVar, driver.RetVar)),
+               named("ExtendVarList", difference(expected.ExtendVarList, driver.ExtendVarList))});
     return found.empty() ? differenceOfImage(expected.image) : found;
 }
 
@@ -310,22 +297,13 @@ void setWord(Model &model, COMINFO &settings, int word, int value)
 
 void fillImages(Model &model, unsigned seed)
 {
-    Tarn_FGsSeries &driver = PLC_driver;
-    const auto next = [&seed] { return seed = seed * 1664525 + 1013904223; };
-    const auto fill = [&next](auto &expected, auto *got) {
-        for (auto &item : expected)
-            *got++ = item = static_cast<std::remove_reference_t<decltype(item)>>(next() >> 8);
-    };
-    unsigned char *bits[] = {driver.ucArea0, driver.ucArea1, driver.ucArea2, driver.ucArea3, driver.ucArea4};
-    for (int areaType = 0; areaType <= 4; ++areaType)
-        fill(model.image.bits[areaType], bits[areaType]);
-    fill(model.image.bits[11], driver.ucArea11);
-    unsigned short *words[] = {driver.usArea5, driver.usArea6, driver.usArea7, driver.usArea8, driver.usArea9};
-    for (int areaType = 5; areaType <= 9; ++areaType)
-        fill(model.image.words[areaType], words[areaType - 5]);
-    fill(model.image.words[12], driver.usArea12);
-    fill(model.image.words[13], driver.usArea13);
-    fill(model.image.doubleWords, driver.uiArea10);
+    forEachArea(model.image, [&seed](const AreaBuffer &area, auto &items) {
+        for (size_t i = 0; i < items.size(); ++i) {
+            seed = seed * 1664525 + 1013904223;
+            items[i] = static_cast<std::remove_reference_t<decltype(items[i])>>(seed >> 8);
+            area.put(int(i), items[i]);
+        }
+    });
 }
 
 } // namespace model

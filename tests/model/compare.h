@@ -29,6 +29,19 @@ std::string differenceOfState(const Model &expected, const COMINFO &settings);
 /// "name" in front of a difference, if there is one.
 std::string named(const std::string &name, const std::string &difference);
 
+/// The first of these that is not empty.
+std::string first(std::initializer_list<std::string> differences);
+
+/// Does an operation so many times, or until it tells of a difference.
+template <typename Operation>
+std::string repeatedly(int times, Operation operation)
+{
+    std::string found;
+    while (times-- > 0 && found.empty())
+        found = operation();
+    return found;
+}
+
 /// Sets a word of the host's record on both sides.
 void setWord(Model &model, COMINFO &settings, int word, int value);
 /// The same contents everywhere in both images.

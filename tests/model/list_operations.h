@@ -49,9 +49,8 @@ public:
     {
         QList<HOST_VAR> host = toDriver(list);
         const int result = expected.ReCreatReadVarList(list);
-        std::string found = named("result", difference(result, ReCreatReadVarList(&host)));
-        if (found.empty())
-            found = differenceOfState(expected, settings);
+        const std::string found = first({named("result", difference(result, ReCreatReadVarList(&host))),
+                                         differenceOfState(expected, settings)});
         return found.empty() ? found : found + describe(list);
     }
 
@@ -65,11 +64,9 @@ public:
         const bool once = random.chance(50);
         const int result = once ? expected.AddListOnceReadVar(var, mode) : expected.AddListWriteVar(var, mode);
         const int got = once ? AddListOnceReadVar(&record, mode) : AddListWriteVar(&record, mode);
-        std::string found = named("result", difference(result, got));
-        if (found.empty())
-            found = named("argument", difference(var, record));
-        if (found.empty())
-            found = differenceOfState(expected, settings);
+        const std::string found =
+            first({named("result", difference(result, got)), named("argument", difference(var, record)),
+                   differenceOfState(expected, settings)});
         return found.empty()
                    ? found
                    : (once ? "AddListOnceReadVar(" : "AddListWriteVar(") + text(var) + ", mode " +

@@ -37,9 +37,7 @@ std::string Session::run()
 std::string Session::step()
 {
     operation.clear();
-    std::string found = (this->*anyOperation())();
-    if (found.empty())
-        found = difference();
+    const std::string found = first({(this->*anyOperation())(), difference()});
     return found.empty() ? found : operation + ": " + found + describeSettings();
 }
 

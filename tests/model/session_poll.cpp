@@ -29,9 +29,7 @@ std::string Session::answer(const Bytes &reply, int length)
 
 std::string Session::poll()
 {
-    std::string found = ask();
-    if (found.empty())
-        found = difference();
+    const std::string found = first({ask(), difference()});
     if (!found.empty() || expected.ProtocolList.empty())
         return found;
     operation += ", ";

@@ -102,11 +102,9 @@ public:
         QByteArray got = toDriver(out);
         const int result = expected.GetRegisterData(areaType, words, station, out, length);
         const int gotResult = GetRegisterData(0, areaType, toDriver(words), station, &got, length);
-        std::string found = named("result", difference(result, gotResult));
-        if (found.empty())
-            found = named("out", difference(out, got));
-        if (found.empty())
-            found = differenceOfState(expected, settings);
+        const std::string found =
+            first({named("result", difference(result, gotResult)), named("out", difference(out, got)),
+                   differenceOfState(expected, settings)});
         return found.empty() ? found
                              : "GetRegisterData area " + std::to_string(areaType) + " text " + text(words) +
                                    " station " + std::to_string(station) + " length " + std::to_string(length) +
@@ -123,9 +121,8 @@ public:
         RW_VAR record = toDriver(var);
         expected.WriteDataToLocal(var);
         WriteDataToLocal(&record);
-        std::string found = named("argument", difference(var, record));
-        if (found.empty())
-            found = differenceOfState(expected, settings);
+        const std::string found =
+            first({named("argument", difference(var, record)), differenceOfState(expected, settings)});
         return found.empty() ? found
                              : "WriteDataToLocal(" + text(var) + ") stationMode " +
                                    std::to_string(settings.stationMode) + ": " + found;
@@ -150,11 +147,9 @@ public:
                                                     var.hostType, var.hostAddr);
         const int got = SetRegisterData(toDriver(var.text1), var.areaType, toDriver(words), var.station, &values,
                                         length, var.hostType, var.hostAddr);
-        std::string found = named("result", difference(result, got));
-        if (found.empty())
-            found = named("values", difference(var.data, values));
-        if (found.empty())
-            found = differenceOfState(expected, settings);
+        const std::string found =
+            first({named("result", difference(result, got)), named("values", difference(var.data, values)),
+                   differenceOfState(expected, settings)});
         return found.empty() ? found
                              : "SetRegisterData(" + text(var) + ", address " + text(words) + ", length " +
                                    std::to_string(length) + ") blockWords " + std::to_string(settings.blockWords) +

@@ -76,9 +76,7 @@ protected:
         QByteArray got = toDriver(data);
         const int routine = random.between(0, 7);
         convert(routine, start, count, data, got);
-        std::string found = named("bytes", difference(data, got));
-        if (found.empty())
-            found = differenceOfBuffers();
+        const std::string found = first({named("bytes", difference(data, got)), differenceOfBuffers()});
         return found.empty() ? found
                              : "conversion " + std::to_string(routine) + " start " + std::to_string(start) +
                                    " count " + std::to_string(count) + (own ? " own" : "") + ": " + found;
@@ -173,10 +171,7 @@ TEST_F(BuffersAgainstModel, Conversions)
 {
     forEachCase(1500, [this](Random &random) {
         begin(random);
-        std::string found;
-        for (int i = 0; i < 20 && found.empty(); ++i)
-            found = conversion(random);
-        return found;
+        return repeatedly(20, [&] { return conversion(random); });
     });
 }
 
@@ -184,9 +179,6 @@ TEST_F(BuffersAgainstModel, Saving)
 {
     forEachCase(1500, [this](Random &random) {
         begin(random);
-        std::string found;
-        for (int i = 0; i < 20 && found.empty(); ++i)
-            found = saving(random);
-        return found;
+        return repeatedly(20, [&] { return saving(random); });
     });
 }

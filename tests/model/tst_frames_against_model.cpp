@@ -80,9 +80,8 @@ protected:
         RW_VAR record = toDriver(var);
         builder.model(expected, var);
         builder.driver(&record);
-        std::string found = named("argument", difference(var, record));
-        if (found.empty())
-            found = differenceOfState(expected, settings);
+        const std::string found =
+            first({named("argument", difference(var, record)), differenceOfState(expected, settings)});
         return found.empty() ? found : std::string(builder.name) + "(" + before + ") " + found;
     }
 
@@ -93,10 +92,7 @@ TEST_F(FramesAgainstModel, Builders)
 {
     forEachCase(6000, [this](Random &random) {
         begin(random);
-        std::string found;
-        for (int i = 0; i < 5 && found.empty(); ++i)
-            found = random.chance(30) ? group(random) : single(random);
-        return found;
+        return repeatedly(5, [&] { return random.chance(30) ? group(random) : single(random); });
     });
 }
 

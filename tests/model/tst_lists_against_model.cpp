@@ -61,9 +61,7 @@ TEST_F(ListsAgainstModel, WhetherGroup)
         RW_VAR record = toDriver(var);
         Model::WhetherGroup(length, limit, var, list);
         WhetherGroup(length, limit, &record, &got);
-        std::string found = difference(list, got);
-        if (found.empty())
-            found = named("argument", difference(var, record));
+        const std::string found = first({difference(list, got), named("argument", difference(var, record))});
         return found.empty() ? found
                              : "WhetherGroup(" + std::to_string(length) + ", " + std::to_string(limit) + ", " +
                                    text(var) + ") list" + found;
@@ -114,10 +112,7 @@ TEST_F(ListsAgainstModel, Queues)
 {
     forEachCase(3000, [this](Random &random) {
         begin(random);
-        std::string found;
-        for (int i = 0; i < 25 && found.empty(); ++i)
-            found = queueOne(random);
-        return found;
+        return repeatedly(25, [&] { return queueOne(random); });
     });
 }
 

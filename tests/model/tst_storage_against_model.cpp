@@ -13,10 +13,7 @@ public:
     {
         forEachCase(cases, [this, operation](Random &random) {
             begin(random);
-            std::string found;
-            for (int i = 0; i < 20 && found.empty(); ++i)
-                found = (this->*operation)(random);
-            return found;
+            return repeatedly(20, [&] { return (this->*operation)(random); });
         });
     }
 };

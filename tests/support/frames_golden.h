@@ -161,7 +161,7 @@ inline std::vector<Golden> goldenRows(bool replies)
     return chosen;
 }
 
-/// Hands a request row's variables to the builder that its kind names.
+/// Hands a request row's variables to the builder that its kind names; leaves groupExtra to the caller.
 inline void build(const Golden &row)
 {
     static const std::map<std::string, void (*)(RW_VAR *)> builders = {
@@ -171,7 +171,6 @@ inline void build(const Golden &row)
         {"remote-write", Remote_WriteVar},
     };
     std::vector<RW_VAR> vars = row.vars;
-    PLC_driver.settings->groupExtra = int(vars.size()) - 1;
     if (row.kind == "group")
         readGroup(vars);
     else
