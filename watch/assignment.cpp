@@ -2,7 +2,8 @@
 
 #include "host/text_error.h"
 
-#include <QtCore/QStringList>
+#include <algorithm>
+#include <QtCore/QRegularExpression>
 
 namespace fgs
 {
@@ -24,13 +25,12 @@ public:
         if (equals < 0)
             refuse(QStringLiteral("assigns nothing; write VAR=VALUE[,VALUE...], for example 5:100=1,2"));
         Assignment assignment;
-        Variable &variable = assignment.variable;
-        variable = parseVariable(place(), defaultStation);
-        const Area &area = *areaOf(variable.area);
+        assignment.tag = parseTag(text.left(equals), defaultStation);
+        const Area &area = *areaOf(assignment.tag.variable.area);
         if (!area.writable)
             refuse(QStringLiteral("area %1 is read-only").arg(area.number));
-        assignment.values = parseValues(area.kind);
-        variable.count = fittingCount(variable, static_cast<int>(assignment.values.size()));
+        assignment.values = parseValues(assignment.tag);
+        fit(assignment);
         return assignment;
     }
 
@@ -40,33 +40,62 @@ private:
         throw TextError(QStringLiteral("assignment '%1': %2").arg(text, fault));
     }
 
-    QString place() const { return text.left(equals); }
-
-    std::vector<quint32> parseValues(AreaKind kind) const
+    bool hasCount() const
     {
-        std::vector<quint32> values;
-        for (const QString &part : text.mid(equals + 1).split(QLatin1Char(','))) {
-            const std::size_t number = values.size() + 1;
-            if (part.isEmpty())
+        static const QRegularExpression counted(QStringLiteral("^[0-9]+:[0-9]+x"));
+        return counted.match(text).hasMatch();
+    }
+
+    /// A text may hold commas.
+    QStringList valueParts(const ValueType &type) const
+    {
+        const QString all = text.mid(equals + 1);
+        return type.meaning == ValueType::Text ? QStringList{all} : all.split(QLatin1Char(','));
+    }
+
+    std::vector<quint32> parseValues(const Tag &tag) const
+    {
+        std::vector<quint32> elements;
+        int number = 0;
+        for (const QString &part : valueParts(tag.typeIn(format))) {
+            ++number;
+            if (part.isEmpty() && tag.typeIn(format).meaning != ValueType::Text)
                 refuse(QStringLiteral("value %1 is empty; write a number, or one comma less").arg(number));
             try {
-                values.push_back(parseValue(part, kind, format));
+                const std::vector<quint32> more = parseValue(part, tag.typeIn(format), tag.kind());
+                elements.insert(elements.end(), more.begin(), more.end());
             } catch (const TextError &error) {
                 refuse(QStringLiteral("value %1, %2").arg(number).arg(QString::fromUtf8(error.what())));
             }
         }
-        return values;
+        return elements;
     }
 
-    int fittingCount(const Variable &variable, int given) const
+    /// Count and values agree; the count is that of the values if it is left out.
+    void fit(Assignment &assignment) const
     {
-        if (place().contains(QLatin1Char('x')) && given != variable.count)
+        Variable &variable = assignment.tag.variable;
+        std::vector<quint32> &elements = assignment.values;
+        const ValueType &type = assignment.tag.typeIn(format);
+        if (type.meaning == ValueType::Text)
+            fillText(elements, hasCount() ? variable.count : std::max(1, int(elements.size())));
+        const int given = static_cast<int>(elements.size());
+        const int each = elementsPerValue(type, assignment.tag.kind());
+        if (hasCount() && given != variable.count)
             refuse(QStringLiteral("%1 values for %2 places; give as many, or leave the count out")
-                       .arg(given)
-                       .arg(variable.count));
+                       .arg(given / each)
+                       .arg(variable.count / each));
         if (given > AddressCount - variable.address)
-            refuse(QStringLiteral("%1 values reach beyond the end of area %2").arg(given).arg(variable.area));
-        return given;
+            refuse(
+                QStringLiteral("%1 values reach beyond the end of area %2").arg(given / each).arg(variable.area));
+        variable.count = given;
+    }
+
+    void fillText(std::vector<quint32> &words, int count) const
+    {
+        if (int(words.size()) > count)
+            refuse(QStringLiteral("the text takes %1 words, there are %2").arg(words.size()).arg(count));
+        words.resize(std::size_t(count), 0);
     }
 
     const QString text;

@@ -2,18 +2,18 @@
 #ifndef FGS_WATCH_ASSIGNMENT_H
 #define FGS_WATCH_ASSIGNMENT_H
 
-#include "values.h"
+#include "tag.h"
 
 namespace fgs
 {
 
 struct Assignment {
-    Variable variable;
-    std::vector<quint32> values;
+    Tag tag;
+    std::vector<quint32> values; ///< of its elements
 };
 
-/// AREA:ADDRESS[xCOUNT][@STATION]=VALUE[,VALUE...]; the count may be left out. Numbers are decimal or 0x
-/// hexadecimal, with Format::Float decimal fractions. Throws TextError, which names the whole text.
+/// AREA:ADDRESS[xCOUNT][@STATION][:TYPE]=VALUE[,VALUE...]; the count may be left out. Of the type text there is one
+/// value, all that follows; zeros fill it up to the count. Throws TextError, which names the whole text.
 Assignment parseAssignment(const QString &text, int defaultStation, Format format);
 
 } // namespace fgs

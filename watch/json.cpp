@@ -14,23 +14,22 @@ std::string utf8(const QString &text)
 }
 
 /// A number wherever JSON has one for it.
-Json valueJson(AreaKind kind, Format format, quint32 value)
+Json valueJson(const ValueType &type, const QString &text)
 {
-    const QString text = valueText(kind, format, value);
-    bool isNumber = false;
-    const double number = text.toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(number) || (format == Format::Hex && kind != AreaKind::Bit))
+    if (type.meaning == ValueType::Text || type.meaning == ValueType::Hex)
         return utf8(text);
-    if (format == Format::Float && kind == AreaKind::DoubleWord)
-        return number;
-    return static_cast<qint64>(number);
+    const double number = text.toDouble();
+    if (type.meaning != ValueType::Float)
+        return static_cast<qint64>(number);
+    return std::isfinite(number) && text != QLatin1String("nan") ? Json(number) : Json(utf8(text));
 }
 
-Json valuesJson(AreaKind kind, Format format, const std::vector<quint32> &values)
+Json valuesJson(const Tag &tag, Format format, const std::vector<quint32> &elements)
 {
+    const ValueType &type = tag.typeIn(format);
     Json array = Json::array();
-    for (quint32 value : values)
-        array.push_back(valueJson(kind, format, value));
+    for (const QString &text : valueTexts(type, tag.kind(), elements))
+        array.push_back(valueJson(type, text));
     return array;
 }
 
@@ -61,14 +60,16 @@ QString lineOf(const Json &json)
     return QString::fromStdString(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
-Json jsonOf(const Reading &reading, const JsonStyle &style, Time now)
+Json jsonOf(const Tag &tag, const Reading &reading, const JsonStyle &style, Time now)
 {
-    const Variable &variable = reading.variable;
+    const Variable &variable = tag.variable;
     const Area &area = *areaOf(variable.area);
     Json json;
-    json["variable"] = utf8(textOf(variable));
+    json["variable"] = utf8(textOf(tag));
     json["area"] = area.number;
     json["kind"] = utf8(nameOf(area.kind));
+    if (tag.type)
+        json["type"] = tag.type->name;
     json["station"] = variable.station;
     json["wireCode"] = area.code;
     json["wireAddress"] = variable.address;
@@ -77,7 +78,7 @@ Json jsonOf(const Reading &reading, const JsonStyle &style, Time now)
     json["quality"] = keyOf(reading.quality);
     addReason(json, reading.reason);
     if (reading.quality != Quality::Unknown) {
-        json["values"] = valuesJson(area.kind, style.format, reading.values);
+        json["values"] = valuesJson(tag, style.format, reading.values);
         json["time"] = utf8(style.clock.text(reading.time));
         json["ageMs"] = millisecondsOf(now - reading.time);
     }
@@ -86,11 +87,11 @@ Json jsonOf(const Reading &reading, const JsonStyle &style, Time now)
 
 Json jsonOf(const WriteReport &report, const JsonStyle &style, Time now)
 {
-    const AreaKind kind = areaOf(report.assignment.variable.area)->kind;
-    Json json = jsonOf(report.held, style, now);
+    const Assignment &assignment = report.assignment;
+    Json json = jsonOf(assignment.tag, report.held, style, now);
     if (report.held.reason.kind == Reason::NotAskedYet)
         json.erase("reason"); // nobody was going to ask
-    json["assigned"] = valuesJson(kind, style.format, report.assignment.values);
+    json["assigned"] = valuesJson(assignment.tag, style.format, assignment.values);
     json["result"] = keyOf(report.result);
     if (report.reason.kind != Reason::None)
         json["why"] = keyOf(report.reason);

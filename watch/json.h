@@ -22,7 +22,8 @@ struct JsonStyle {
     Time start; ///< that "seconds" counts from
 };
 
-Json jsonOf(const Reading &reading, const JsonStyle &style, Time now);
+/// The reading is of the tag's variable.
+Json jsonOf(const Tag &tag, const Reading &reading, const JsonStyle &style, Time now);
 Json jsonOf(const WriteReport &report, const JsonStyle &style, Time now);
 Json jsonOf(const LineEvent &event, const JsonStyle &style);
 /// {"summary":{...}}

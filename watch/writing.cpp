@@ -20,7 +20,7 @@ public:
     /// Fills the result in. Returns whether the next one may be sent.
     bool send(WriteReport &report)
     {
-        const Variable &variable = report.assignment.variable;
+        const Variable &variable = report.assignment.tag.variable;
         const int lostBefore = host.writesLost();
         bool sent = false;
         Step last;
@@ -48,8 +48,8 @@ public:
     {
         std::vector<Variable> sent;
         for (const WriteReport &report : reports)
-            if (report.result != WriteResult::NotSent && report.assignment.variable.station != 0)
-                sent.push_back(report.assignment.variable);
+            if (report.result != WriteResult::NotSent && report.assignment.tag.variable.station != 0)
+                sent.push_back(report.assignment.tag.variable);
         const Time asked = link.now();
         if (!sent.empty() && isBackWithin(patience))
             readAll(host, link, sent);
@@ -69,7 +69,7 @@ private:
     /// What was read before counts for nothing: the driver's image shows a write at once.
     void judge(WriteReport &report, Time asked) const
     {
-        report.held = readingOf(host, link, report.assignment.variable);
+        report.held = readingOf(host, link, report.assignment.tag.variable);
         if (report.held.time <= asked) {
             report.held.quality = Quality::Unknown;
             report.held.values.clear();
@@ -120,7 +120,7 @@ std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assi
     for (const Assignment &assignment : assignments) {
         WriteReport report;
         report.assignment = assignment;
-        report.held.variable = assignment.variable;
+        report.held.variable = assignment.tag.variable;
         if (goesOn && !link.isEnded())
             goesOn = writing.send(report);
         reports.push_back(report);

@@ -65,11 +65,10 @@ void checkVariable(const QString &text)
 }
 
 /// A float that is no number comes back as one, with other bits perhaps, and a negative zero as zero.
-bool isSameValue(Format format, AreaKind kind, quint32 a, quint32 b)
+bool isSameValue(bool isFloat, quint32 a, quint32 b)
 {
     const auto isNan = [](quint32 value) { return (value & 0x7FFFFFFF) > 0x7F800000; };
     const auto isZero = [](quint32 value) { return (value & 0x7FFFFFFF) == 0; };
-    const bool isFloat = format == Format::Float && kind == AreaKind::DoubleWord;
     return a == b || (isFloat && ((isNan(a) && isNan(b)) || (isZero(a) && isZero(b))));
 }
 
@@ -91,17 +90,15 @@ void checkAssignment(const QString &text, Format format)
                                 [&](const QString &fault) { checkFault(text, fault); });
     if (!given)
         return;
-    const AreaKind kind = areaOf(given->variable.area)->kind;
-    require(isSane(given->variable) && given->variable.count == int(given->values.size()),
-            "values outside the area");
-    QStringList values;
-    for (quint32 value : given->values)
-        values << valueText(kind, format, value);
-    const QString again = textOf(given->variable) + QLatin1Char('=') + values.join(QLatin1Char(','));
+    const Tag &tag = given->tag;
+    require(isSane(tag.variable) && tag.variable.count == int(given->values.size()), "values outside the area");
+    const QStringList values = valueTexts(tag.typeIn(format), tag.kind(), given->values);
+    const QString again = textOf(tag) + QLatin1Char('=') + values.join(QLatin1Char(','));
     const auto same = accepted([&] { return parseAssignment(again, 1, format); });
-    if (!same || !isSame(same->variable, given->variable) ||
+    const bool isFloat = tag.typeIn(format).meaning == ValueType::Float && tag.kind() == AreaKind::DoubleWord;
+    if (!same || !isSame(same->tag.variable, tag.variable) ||
         !std::equal(same->values.begin(), same->values.end(), given->values.begin(), given->values.end(),
-                    [&](quint32 a, quint32 b) { return isSameValue(format, kind, a, b); }))
+                    [&](quint32 a, quint32 b) { return isSameValue(isFloat, a, b); }))
         otherMeaning(text, again);
 }
 

@@ -14,7 +14,13 @@ protected:
 
     Json json(const Reading &reading, Format format = Format::Unsigned) const
     {
-        return jsonOf(reading, {format, clock, link.now()}, link.now());
+        return jsonOf({reading.variable}, reading, {format, clock, link.now()}, link.now());
+    }
+
+    Json typed(const char *text, const std::vector<quint32> &elements) const
+    {
+        const Tag tag = parseTag(QString::fromLatin1(text));
+        return jsonOf(tag, reading("5:0", elements), {Format::Unsigned, clock, link.now()}, link.now());
     }
 
     Reading reading(const char *place, const std::vector<quint32> &values) const
@@ -79,10 +85,23 @@ TEST_F(JsonTest, FloatsKeepTheirSignAndWhatIsNoNumberIsAText)
               R"([-0.0,12.5,"nan","inf","-inf",16777216.0])");
 }
 
+TEST_F(JsonTest, ATypeIsNamedAndGivesTheValues)
+{
+    const Json two = typed("5:100x2:f32", {0x0000, 0x4148, 0x0000, 0x7FC0});
+    EXPECT_EQ(two["variable"], "5:100x2@1:f32");
+    EXPECT_EQ(two["type"], "f32");
+    EXPECT_EQ(two["count"], 4) << "in elements";
+    EXPECT_EQ(two["values"].dump(), R"([12.5,"nan"])");
+    EXPECT_EQ(typed("5:100x3:text", {0x5550, 0x504D, 0x3122})["values"].dump(), R"(["PUMP\"1"])");
+    EXPECT_EQ(typed("5:100:s16", {65535})["values"].dump(), "[-1]");
+    EXPECT_EQ(typed("5:100:x32", {0x86A0, 1})["values"].dump(), R"(["0x000186a0"])");
+    EXPECT_FALSE(json(reading("5:100", {1})).contains("type"));
+}
+
 TEST_F(JsonTest, AResultTellsWhatWasAskedAndWhatIsHeld)
 {
     WriteReport report;
-    report.assignment = {parseVariable(QStringLiteral("5:100x2")), {1, 2}};
+    report.assignment = {{parseVariable(QStringLiteral("5:100x2"))}, {1, 2}};
     report.held = reading("5:100x2", {1, 3});
     report.result = WriteResult::Different;
     const Json made = jsonOf(report, {Format::Unsigned, clock, link.now()}, link.now());
@@ -95,8 +114,8 @@ TEST_F(JsonTest, AResultTellsWhatWasAskedAndWhatIsHeld)
 TEST_F(JsonTest, WhatIsNotReadBackIsNeitherVerifiedNorNot)
 {
     WriteReport report;
-    report.assignment = {parseVariable(QStringLiteral("5:100")), {1}};
-    report.held.variable = report.assignment.variable;
+    report.assignment = {{parseVariable(QStringLiteral("5:100"))}, {1}};
+    report.held.variable = report.assignment.tag.variable;
     report.result = WriteResult::NotAcknowledged;
     report.reason = {Reason::Failed, Outcome::NoReply};
     const Json made = jsonOf(report, {Format::Unsigned, clock, link.now()}, link.now());

@@ -30,7 +30,7 @@ protected:
         std::vector<Assignment> assignments;
         for (const char *text : texts) {
             assignments.push_back(parseAssignment(QString::fromLatin1(text), 1, Format::Unsigned));
-            variables.push_back(assignments.back().variable);
+            variables.push_back(assignments.back().tag.variable);
         }
         host = std::make_unique<Host>(linkedDriver(), link, variables);
         return writeAll(*host, link, assignments, Patience);

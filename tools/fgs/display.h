@@ -18,10 +18,12 @@ public:
 };
 
 /// A line for each variable whose values or quality have changed. Without `notes` no events as text; JSON has them
-/// always.
-std::unique_ptr<Display> makeLines(const TextStyle &style, const Link &link, bool json, bool notes);
+/// always. The tags of both outlive them, and stand in the order of the readings.
+std::unique_ptr<Display> makeLines(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
+                                   bool json, bool notes);
 /// All variables with the ages of their values, drawn over and over; `stop` ends the poll when a key asks for it.
-std::unique_ptr<Display> makeTable(const TextStyle &style, const Link &link, Stop &stop);
+std::unique_ptr<Display> makeTable(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
+                                   Stop &stop);
 
 } // namespace fgs
 

@@ -15,7 +15,7 @@ const Example examples[] = {
     {"read",
      "  fgs read  /dev/ttyUSB0:19200,8E1 5:100x4 0:17@2     four words of station 1 and a bit of station 2\n"},
     {"write", "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n"},
-    {"poll", "  fgs poll  /dev/pts/3 5:100x10 10:5 --interval 200   a live table, until q or Ctrl-C\n"},
+    {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
 };
 
 const char *const Commands = R"(
@@ -27,7 +27,8 @@ LINK is DEVICE[:BAUD[,8E1]] (without settings 19200,8E1) or tcp:HOST:PORT.
 )";
 
 const char *const Variables = R"(
-VAR is AREA:ADDRESS[xCOUNT][@STATION]. Addresses and counts are never hexadecimal: 5:0x64 is 64 words from address 0.
+VAR is AREA:ADDRESS[xCOUNT][@STATION][:TYPE]. COUNT counts values of TYPE, or the words of a text.
+Addresses and counts are never hexadecimal: 5:0x64 is 64 words from address 0.
 Areas, and how their addresses are written:
   0 (read-only), 1          bits, octal
   2, 3, 4, 11               bits, decimal
@@ -36,8 +37,18 @@ Areas, and how their addresses are written:
   10                        double words, decimal
 )";
 
+const char *const Types = R"(
+Types, where --format does not say enough:
+  bit                       in areas of bits
+  u16, s16, x16             words without and with a sign, and in hexadecimal
+  u32, s32, x32, f32        double words, or two words with the low one first; f32 is single precision
+  u32h, s32h, x32h, f32h    two words with the high one first
+  text                      two characters a word, the first in the low byte; what is not printable ASCII is \xNN
+)";
+
 const char *const Assignments = R"(
 ASSIGNMENT is VAR=VALUE[,VALUE...]; the count of its VAR may be left out. Values are decimal or, with 0x, hexadecimal.
+With type text all behind = is one value; zeros fill it up to the count.
 After an assignment that is refused or not acknowledged, no further one is sent.
 )";
 
@@ -67,7 +78,7 @@ std::string notesOf(const std::string &command)
 {
     if (command.empty())
         return std::string(Commands) + Codes;
-    return std::string(LinkForm) + Variables + (command == "write" ? Assignments : "") +
+    return std::string(LinkForm) + Variables + Types + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }
 

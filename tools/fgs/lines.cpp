@@ -18,8 +18,8 @@ Reading notAskedYet()
 class Lines : public Display
 {
 public:
-    Lines(const TextStyle &textStyle, const Link &theLink, bool withNotes)
-        : style(textStyle), link(theLink), notes(withNotes)
+    Lines(const std::vector<Tag> &theTags, const TextStyle &textStyle, const Link &theLink, bool withNotes)
+        : tags(theTags), style(textStyle), link(theLink), notes(withNotes)
     {
     }
 
@@ -29,7 +29,7 @@ public:
         for (std::size_t i : which)
             if (!readings[i].tellsSameAs(shown[i])) {
                 shown[i] = readings[i];
-                print(readings[i], link.now());
+                print(tags[i], readings[i], link.now());
             }
         stdoutClosed = flushOutput() != 0;
     }
@@ -43,14 +43,15 @@ public:
     bool isDone() const override { return stdoutClosed; }
 
 protected:
-    virtual void print(const Reading &reading, Time now)
+    virtual void print(const Tag &tag, const Reading &reading, Time now)
     {
         printLine(QStringLiteral("%1  %2  %3  %4")
                       .arg(style.clock.text(now))
                       .arg(seconds(now - style.start), 9)
-                      .arg(placeText(reading.variable), contentText(reading, style)));
+                      .arg(placeText(tag), contentText(tag, reading, style)));
     }
 
+    const std::vector<Tag> &tags;
     const TextStyle style;
     const Link &link;
 
@@ -68,9 +69,9 @@ public:
     void happened(const LineEvent &event) override { printLine(lineOf(jsonOf(event, jsonStyle()))); }
 
 protected:
-    void print(const Reading &reading, Time now) override
+    void print(const Tag &tag, const Reading &reading, Time now) override
     {
-        Json json = jsonOf(reading, jsonStyle(), now);
+        Json json = jsonOf(tag, reading, jsonStyle(), now);
         json["seconds"] = secondsOf(now - style.start);
         printLine(lineOf(json));
     }
@@ -81,11 +82,12 @@ private:
 
 } // namespace
 
-std::unique_ptr<Display> makeLines(const TextStyle &style, const Link &link, bool json, bool notes)
+std::unique_ptr<Display> makeLines(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
+                                   bool json, bool notes)
 {
     if (json)
-        return std::make_unique<JsonLines>(style, link, notes);
-    return std::make_unique<Lines>(style, link, notes);
+        return std::make_unique<JsonLines>(tags, style, link, notes);
+    return std::make_unique<Lines>(tags, style, link, notes);
 }
 
 } // namespace fgs

@@ -230,16 +230,16 @@ Options parseArguments(int argc, const char *const *argv)
     return options;
 }
 
-std::vector<Variable> readableVariables(const Options &options)
+std::vector<Tag> readableTags(const Options &options)
 {
-    std::vector<Variable> variables;
+    std::vector<Tag> tags;
     for (const std::string &text : options.variables) {
-        variables.push_back(parseVariable(QString::fromStdString(text), options.station));
-        if (variables.back().station == 0)
+        tags.push_back(parseTag(QString::fromStdString(text), options.station));
+        if (tags.back().variable.station == 0)
             throw TextError(QStringLiteral("variable '%1': station 0 means all stations and cannot be read")
                                 .arg(QString::fromStdString(text)));
     }
-    return variables;
+    return tags;
 }
 
 } // namespace fgs

@@ -3,7 +3,7 @@
 #define FGS_TOOL_OPTIONS_H
 
 #include "host/host.h"
-#include "watch/values.h"
+#include "watch/tag.h"
 
 #include <string>
 
@@ -35,7 +35,8 @@ struct Finished {
 /// Throws Finished for help, version and every error in the options. Link, variables and values are still texts.
 Options parseArguments(int argc, const char *const *argv);
 
-std::vector<Variable> readableVariables(const Options &options);
+/// Throws TextError.
+std::vector<Tag> readableTags(const Options &options);
 
 } // namespace fgs
 

@@ -82,9 +82,9 @@ QString assignedText(const WriteReport &report, Format format)
 {
     const bool tells =
         report.held.quality == Quality::Unknown || report.holdsAssigned() || report.result == WriteResult::Refused;
-    const AreaKind kind = areaOf(report.assignment.variable.area)->kind;
     return tells ? QString()
-                 : QStringLiteral(" (asked: %1)").arg(valuesText(kind, format, report.assignment.values));
+                 : QStringLiteral(" (asked: %1)")
+                       .arg(valuesText(report.assignment.tag, format, report.assignment.values));
 }
 
 } // namespace
@@ -106,42 +106,42 @@ QString qualityText(const Reading &reading, const TextStyle &style)
                                              : QStringLiteral("-  ") + reason;
 }
 
-QString contentText(const Reading &reading, const TextStyle &style)
+QString contentText(const Tag &tag, const Reading &reading, const TextStyle &style)
 {
     QString quality = qualityText(reading, style);
     if (reading.quality == Quality::Unknown)
         return quality;
-    const QString values = valuesText(areaOf(reading.variable.area)->kind, style.format, reading.values);
+    const QString values = valuesText(tag, style.format, reading.values);
     return quality.isEmpty() ? values : values + QStringLiteral("  ") + quality;
 }
 
-QString placeText(const Variable &variable)
+QString placeText(const Tag &tag)
 {
+    const Variable &variable = tag.variable;
     const Area &area = *areaOf(variable.area);
     QString wire = QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
     if (variable.count > 1)
         wire += QStringLiteral("..%1").arg(variable.address + variable.count - 1);
-    return QStringLiteral("%1  %2  %3").arg(textOf(variable), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
+    return QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
 }
 
-QString rowText(const Reading &reading, const TextStyle &style, Time now)
+QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now)
 {
     return stamped(reading.quality == Quality::Unknown ? now : reading.time, style,
-                   QStringLiteral("%1  %2").arg(placeText(reading.variable), contentText(reading, style)));
+                   QStringLiteral("%1  %2").arg(placeText(tag), contentText(tag, reading, style)));
 }
 
 QString rowText(const WriteReport &report, const TextStyle &style, Time now)
 {
     const Reading &held = report.held;
-    const Variable &variable = report.assignment.variable;
-    const QString values = held.quality == Quality::Unknown
-                               ? QStringLiteral("-")
-                               : valuesText(areaOf(variable.area)->kind, style.format, held.values);
+    const Tag &tag = report.assignment.tag;
+    const QString values =
+        held.quality == Quality::Unknown ? QStringLiteral("-") : valuesText(tag, style.format, held.values);
     const QString result =
         textOf(report, [&style](const Reason &reason) { return adviceText(reason, style.timeout); });
-    return stamped(held.quality == Quality::Unknown ? now : held.time, style,
-                   QStringLiteral("%1  %2  %3%4")
-                       .arg(placeText(variable), values, result, assignedText(report, style.format)));
+    return stamped(
+        held.quality == Quality::Unknown ? now : held.time, style,
+        QStringLiteral("%1  %2  %3%4").arg(placeText(tag), values, result, assignedText(report, style.format)));
 }
 
 QString eventText(const LineEvent &event)

@@ -21,11 +21,11 @@ QString adviceText(const Reason &reason, Time timeout);
 /// "-  no reply" without values, "(stale: no reply)" beside old ones, nothing beside good ones.
 QString qualityText(const Reading &reading, const TextStyle &style);
 /// The values, or what stands for them, or both.
-QString contentText(const Reading &reading, const TextStyle &style);
+QString contentText(const Tag &tag, const Reading &reading, const TextStyle &style);
 /// Place as people write it, and on the wire: "5:100x2@1  word  wire 0x08:100..101".
-QString placeText(const Variable &variable);
+QString placeText(const Tag &tag);
 /// Time, place, content. Of a reading without values the time is now.
-QString rowText(const Reading &reading, const TextStyle &style, Time now);
+QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now);
 QString rowText(const WriteReport &report, const TextStyle &style, Time now);
 /// "link lost: why; all values are stale; trying to open it again"
 QString eventText(const LineEvent &event);

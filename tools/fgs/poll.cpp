@@ -10,21 +10,22 @@ namespace
 {
 
 /// A table needs a terminal that can be drawn on, and frames that are not traced in between.
-std::unique_ptr<Display> makeDisplay(const Session &session, Stop &stop)
+std::unique_ptr<Display> makeDisplay(const std::vector<Tag> &tags, const Session &session, Stop &stop)
 {
     const Options &options = session.options;
     if (Terminal::canDraw() && !options.json && !options.trace)
-        return makeTable(session.textStyle(), *session.link, stop);
-    return makeLines(session.textStyle(), *session.link, options.json, !options.quiet);
+        return makeTable(tags, session.textStyle(), *session.link, stop);
+    return makeLines(tags, session.textStyle(), *session.link, options.json, !options.quiet);
 }
 
 } // namespace
 
 int pollCommand(const Options &options, Stop &stop)
 {
-    const std::vector<Variable> variables = readableVariables(options);
+    const std::vector<Tag> tags = readableTags(options);
+    const std::vector<Variable> variables = variablesOf(tags);
     Session session(options, variables, stop);
-    const std::unique_ptr<Display> display = makeDisplay(session, stop);
+    const std::unique_ptr<Display> display = makeDisplay(tags, session, stop);
     PollLoop loop(session.host, *session.link, variables, {options.interval, options.rounds}, *display);
     loop.run();
     display->end();

@@ -7,15 +7,16 @@ namespace fgs
 
 int readCommand(const Options &options, Stop &stop)
 {
-    const std::vector<Variable> variables = readableVariables(options);
+    const std::vector<Tag> tags = readableTags(options);
+    const std::vector<Variable> variables = variablesOf(tags);
     Session session(options, variables, stop);
     readAll(session.host, *session.link, variables);
     std::vector<Reading> readings;
     readings.reserve(variables.size());
     for (const Variable &variable : variables)
         readings.push_back(readingOf(session.host, *session.link, variable));
-    for (const Reading &reading : readings)
-        session.print(reading);
+    for (std::size_t i = 0; i < tags.size(); ++i)
+        session.print(tags[i], readings[i]);
     return session.end(exitCodeOf(readings));
 }
 

@@ -26,13 +26,13 @@ public:
     TextStyle textStyle() const { return {options.format, clock, options.host.timing.timeout, start}; }
 
     /// A row to stdout, as text or as JSON.
-    template <typename Content>
-    void print(const Content &content) const
+    template <typename... Content>
+    void print(const Content &...content) const
     {
         if (options.json)
-            printLine(lineOf(jsonOf(content, jsonStyle(), link->now())));
+            printLine(lineOf(jsonOf(content..., jsonStyle(), link->now())));
         else
-            printLine(rowText(content, textStyle(), link->now()));
+            printLine(rowText(content..., textStyle(), link->now()));
     }
 
     /// Prints why it ended, if not as asked, and the summary. Returns the exit code: the given one, unless the end

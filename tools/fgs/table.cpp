@@ -38,8 +38,8 @@ struct Board {
 class Table : public Display
 {
 public:
-    Table(const TextStyle &textStyle, const Link &theLink, Stop &theStop)
-        : style(textStyle), link(theLink), stop(theStop), drawer([this] { run(); })
+    Table(const std::vector<Tag> &theTags, const TextStyle &textStyle, const Link &theLink, Stop &theStop)
+        : tags(theTags), style(textStyle), link(theLink), stop(theStop), drawer([this] { run(); })
     {
     }
 
@@ -169,7 +169,7 @@ private:
 
     QStringList screen(const Terminal::Size &size, bool colored)
     {
-        const TableLayout layout(variables(), style.format, size.columns);
+        const TableLayout layout(tags, style.format, size.columns);
         const int total = totalRows(layout);
         page = std::max(1, size.rows - 1 - int(statusLines(layout, size.columns, 0, total).size()));
         top = qBound(0, top, std::max(0, total - page));
@@ -179,20 +179,18 @@ private:
         return lines.mid(lines.size() > size.rows ? 1 : 0, size.rows); // the header goes first
     }
 
-    std::vector<Variable> variables() const
-    {
-        std::vector<Variable> all;
-        for (const Entry &entry : board.entries)
-            all.push_back(entry.reading.variable);
-        return all;
-    }
-
     int totalRows(const TableLayout &layout) const
     {
         int rows = 0;
-        for (const Entry &entry : board.entries)
-            rows += layout.rowCount(entry.reading, entry.reason);
+        for (std::size_t i = 0; i < board.entries.size(); ++i)
+            rows += rowCount(layout, i);
         return rows;
+    }
+
+    int rowCount(const TableLayout &layout, std::size_t index) const
+    {
+        const Entry &entry = board.entries[index];
+        return layout.rowCount(tags[index], entry.reading, entry.reason);
     }
 
     /// The rows from `top` on.
@@ -200,10 +198,12 @@ private:
     {
         int row = 0;
         const int bottom = top + page;
-        for (const Entry &entry : board.entries) {
-            const int count = layout.rowCount(entry.reading, entry.reason);
+        for (std::size_t index = 0; index < board.entries.size(); ++index) {
+            const Entry &entry = board.entries[index];
+            const int count = rowCount(layout, index);
             if (row + count > top && row < bottom) {
-                const QStringList rows = layout.rows(entry.reading, entry.reason, marksOf(entry), link.now());
+                const QStringList rows =
+                    layout.rows(tags[index], entry.reading, entry.reason, marksOf(entry), link.now());
                 for (int i = std::max(0, top - row); i < count && row + i < bottom; ++i)
                     lines << (colored ? inColor(rows[i], entry.reading.quality) : rows[i]);
             }
@@ -246,6 +246,7 @@ private:
         return wrapped(status, columns) + wrapped(board.remark, columns);
     }
 
+    const std::vector<Tag> &tags;
     const TextStyle style;
     const Link &link;
     Stop &stop;
@@ -260,9 +261,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<Display> makeTable(const TextStyle &style, const Link &link, Stop &stop)
+std::unique_ptr<Display> makeTable(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
+                                   Stop &stop)
 {
-    return std::make_unique<Table>(style, link, stop);
+    return std::make_unique<Table>(tags, style, link, stop);
 }
 
 } // namespace fgs

@@ -28,38 +28,33 @@ QString ageText(const Reading &reading, Time now)
     return age < 1000 * 1s ? seconds(age) : QString::number(age / 1s);
 }
 
-/// The widest text of a value.
-int digitsOf(AreaKind kind, Format format)
+/// With its mark, and a space before the next.
+int cellWidth(const ValueType &type)
 {
-    if (kind == AreaKind::Bit)
-        return 1;
-    const bool isWord = kind == AreaKind::Word;
-    switch (format) {
-    case Format::Hex:
-        return isWord ? 6 : 10;
-    case Format::Signed:
-        return isWord ? 6 : 11;
-    case Format::Float:
-        return isWord ? 5 : 14;
-    case Format::Unsigned:
-        break;
-    }
-    return isWord ? 5 : 10;
+    return widestText(type) + 2;
+}
+
+bool isAny(const std::vector<bool> &marked, std::size_t from, std::size_t count)
+{
+    for (std::size_t i = from; i < std::min(from + count, marked.size()); ++i)
+        if (marked[i])
+            return true;
+    return false;
 }
 
 } // namespace
 
-TableLayout::TableLayout(const std::vector<Variable> &variables, Format valueFormat, int screenColumns)
+TableLayout::TableLayout(const std::vector<Tag> &tags, Format valueFormat, int screenColumns)
     : format(valueFormat), columns(screenColumns)
 {
     placeWidth = static_cast<int>(QStringLiteral("VARIABLE").size());
-    for (const Variable &variable : variables) {
-        Variable last = variable; // a further row names one value, with its station
-        last.address += variable.count - 1;
-        last.count = 1;
-        placeWidth = std::max({placeWidth, int(textOf(variable).size()), int(textOf(last).size())});
-        wireWidth = std::max(wireWidth, int(wireText(last).size()));
-        widestValue = std::max(widestValue, cellWidth(areaOf(variable.area)->kind) - 1);
+    for (const Tag &tag : tags) {
+        Tag last = tag; // a further row names one value, with its station
+        last.variable.count = tag.elementsPerValue(format);
+        last.variable.address += tag.variable.count - last.variable.count;
+        placeWidth = std::max({placeWidth, int(textOf(tag).size()), int(textOf(last).size())});
+        wireWidth = std::max(wireWidth, int(wireText(last.variable).size()));
+        widestValue = std::max(widestValue, cellWidth(tag.typeIn(format)) - 1);
     }
 }
 
@@ -68,16 +63,10 @@ int TableLayout::valueColumns() const
     return columns - AgeWidth - placeWidth - wireWidth - 3 * int(Gap.size());
 }
 
-/// With its mark, and a space before the next.
-int TableLayout::cellWidth(AreaKind kind) const
-{
-    return digitsOf(kind, format) + 2;
-}
-
 /// A power of two, so that the addresses of further rows are easy to count; the space after the last is not needed.
-int TableLayout::cellsPerRow(AreaKind kind) const
+int TableLayout::cellsPerRow(const ValueType &type) const
 {
-    const int room = (valueColumns() + 1) / cellWidth(kind);
+    const int room = (valueColumns() + 1) / cellWidth(type);
     int cells = 1;
     while (2 * cells <= room)
         cells *= 2;
@@ -95,28 +84,56 @@ QString TableLayout::header() const
     return (names + QStringLiteral("VALUES (* changed)")).left(columns);
 }
 
-int TableLayout::rowCount(const Reading &reading, const QString &reason) const
+int TableLayout::rowCount(const Tag &tag, const Reading &reading, const QString &reason) const
 {
-    const int perRow = cellsPerRow(areaOf(reading.variable.area)->kind);
-    const int ofValues = (static_cast<int>(reading.values.size()) + perRow - 1) / perRow;
-    return std::max(1, ofValues + int(wrapped(reason, valueColumns()).size()));
+    return std::max(1, valueRowCount(tag, reading) + int(wrapped(reason, valueColumns()).size()));
 }
 
-QStringList TableLayout::valueRows(const Reading &reading, const std::vector<bool> &marked) const
+int TableLayout::valueRowCount(const Tag &tag, const Reading &reading) const
 {
-    const AreaKind kind = areaOf(reading.variable.area)->kind;
-    const std::size_t perRow = static_cast<std::size_t>(cellsPerRow(kind));
+    const ValueType &type = tag.typeIn(format);
+    if (type.meaning == ValueType::Text)
+        return int(textRows(tag, reading, {}).size());
+    const int values = static_cast<int>(reading.values.size()) / tag.elementsPerValue(format);
+    const int perRow = cellsPerRow(type);
+    return (values + perRow - 1) / perRow;
+}
+
+QStringList TableLayout::valueRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const
+{
+    return tag.typeIn(format).meaning == ValueType::Text ? textRows(tag, reading, marked)
+                                                         : numberRows(tag, reading, marked);
+}
+
+/// A text goes on in the next row.
+QStringList TableLayout::textRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const
+{
+    if (reading.values.empty())
+        return {};
+    const QString text = (isAny(marked, 0, marked.size()) ? QStringLiteral("*") : QStringLiteral(" ")) +
+                         valuesText(tag, format, reading.values);
+    const int room = std::max(1, valueColumns());
     QStringList made;
-    for (std::size_t i = 0; i < reading.values.size(); ++i) {
+    for (int at = 0; at < text.size(); at += room)
+        made << text.mid(at, room);
+    return made;
+}
+
+QStringList TableLayout::numberRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const
+{
+    const ValueType &type = tag.typeIn(format);
+    const int perRow = cellsPerRow(type), each = tag.elementsPerValue(format);
+    const QStringList texts = valueTexts(type, tag.kind(), reading.values);
+    QStringList made;
+    for (int i = 0; i < texts.size(); ++i) {
         if (i % perRow == 0)
             made << QString();
-        const bool isMarked = i < marked.size() && marked[i];
-        const QString cell =
-            (isMarked ? QStringLiteral("*") : QString()) + valueText(kind, format, reading.values[i]);
+        const bool isMarked = isAny(marked, std::size_t(i * each), std::size_t(each));
+        const QString cell = (isMarked ? QStringLiteral("*") : QString()) + texts[i];
         made.last() +=
-            (i % perRow == 0 ? QString() : QStringLiteral(" ")) + cell.rightJustified(cellWidth(kind) - 1);
+            (i % perRow == 0 ? QString() : QStringLiteral(" ")) + cell.rightJustified(cellWidth(type) - 1);
     }
-    if (valueColumns() < cellWidth(kind) - 1) // a number is shown whole or not at all
+    if (valueColumns() < cellWidth(type) - 1) // a number is shown whole or not at all
         for (QString &row : made)
             row.clear();
     return made;
@@ -128,30 +145,27 @@ QString TableLayout::joined(const QString &age, const QString &place, const QStr
            wire.leftJustified(wireWidth) + Gap;
 }
 
-/// What stands before the values of a row that begins at `place`.
-QString TableLayout::lead(const QString &age, const Variable &place, const Variable &shown) const
+/// What stands before a further row of values.
+QString TableLayout::furtherLead(const Tag &tag, int row) const
 {
-    return joined(age, textOf(shown), wireText(place));
+    const ValueType &type = tag.typeIn(format);
+    if (type.meaning == ValueType::Text)
+        return joined({}, {}, {});
+    Tag first = tag;
+    first.variable.count = tag.elementsPerValue(format);
+    first.variable.address += row * cellsPerRow(type) * first.variable.count;
+    return joined({}, textOf(first), wireText(first.variable));
 }
 
-QStringList TableLayout::rows(const Reading &reading, const QString &reason, const std::vector<bool> &marked,
-                              Time now) const
+QStringList TableLayout::rows(const Tag &tag, const Reading &reading, const QString &reason,
+                              const std::vector<bool> &marked, Time now) const
 {
-    const int perRow = cellsPerRow(areaOf(reading.variable.area)->kind);
-    const QStringList values = valueRows(reading, marked);
+    const QString lead = joined(ageText(reading, now), textOf(tag), wireText(tag.variable));
     QStringList made;
-    Variable place = reading.variable;
-    for (const QString &row : values) {
-        made << (made.isEmpty() ? lead(ageText(reading, now), place, reading.variable)
-                                : lead(QString(), place, place)) +
-                    row;
-        place.address += perRow;
-        place.count = 1;
-    }
+    for (const QString &row : valueRows(tag, reading, marked))
+        made << (made.isEmpty() ? lead : furtherLead(tag, int(made.size()))) + row;
     for (const QString &line : wrapped(reason, valueColumns()))
-        made << (made.isEmpty() ? lead(ageText(reading, now), reading.variable, reading.variable)
-                                : joined({}, {}, {})) +
-                    line;
+        made << (made.isEmpty() ? lead : joined({}, {}, {})) + line;
     return made;
 }
 

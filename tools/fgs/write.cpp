@@ -16,9 +16,9 @@ std::vector<Assignment> parseAssignments(const Options &options)
     std::vector<Assignment> assignments;
     for (const std::string &text : options.variables) {
         assignments.push_back(parseAssignment(QString::fromStdString(text), options.station, options.format));
-        if (assignments.back().variable.count > MostValues)
+        if (assignments.back().tag.variable.count > MostValues)
             throw TextError(QStringLiteral("assignment to %1: more than %2 values; split it")
-                                .arg(textOf(assignments.back().variable))
+                                .arg(textOf(assignments.back().tag.variable))
                                 .arg(MostValues));
     }
     return assignments;
@@ -44,7 +44,7 @@ std::vector<Variable> variablesOf(const std::vector<Assignment> &assignments)
     std::vector<Variable> variables;
     variables.reserve(assignments.size());
     for (const Assignment &assignment : assignments)
-        variables.push_back(assignment.variable);
+        variables.push_back(assignment.tag.variable);
     refuseOverlaps(variables);
     return variables;
 }
@@ -59,7 +59,7 @@ int exitCodeOf(const std::vector<WriteReport> &reports)
             return ExitRefused;
         if (report.result == WriteResult::NotAcknowledged)
             return report.reason.outcome == Outcome::NoReply ? ExitNoReply : ExitBadReply;
-        if (report.result == WriteResult::Unknown && report.assignment.variable.station != 0)
+        if (report.result == WriteResult::Unknown && report.assignment.tag.variable.station != 0)
             return ExitLink;
         if (report.result == WriteResult::Different)
             code = ExitVerify;

@@ -303,4 +303,21 @@ TEST_P(OnBothLinks, AHangUpForGoodIsNotKnown)
               (Texts{"-  written, but not read back: link lost", "-  sent, result not known", "-  not sent"}));
 }
 
+/// The registers are those of the type, and so is what is read back.
+TEST(TypedWrite, IsWrittenAndShownAsItsType)
+{
+    OwnController controller;
+    const Result result = runFgs({QStringLiteral("write"), controller.link(), QStringLiteral("5:100:f32=12.5"),
+                                  QStringLiteral("5:110:s32h=-2"), QStringLiteral("5:120x3:text=a, b")});
+    EXPECT_EQ(result.code, 0) << result.messages.toStdString();
+    EXPECT_EQ(contentsOf(result),
+              (Texts{"12.5  written and verified", "-2  written and verified", "a, b  written and verified"}));
+    EXPECT_EQ(controller.held(1, 5, 100), 0u);
+    EXPECT_EQ(controller.held(1, 5, 101), 0x4148u);
+    EXPECT_EQ(controller.held(1, 5, 110), 0xFFFFu);
+    EXPECT_EQ(controller.held(1, 5, 111), 0xFFFEu);
+    EXPECT_EQ(controller.held(1, 5, 120), 0x2C61u);
+    EXPECT_EQ(controller.held(1, 5, 122), 0u);
+}
+
 } // namespace

@@ -30,7 +30,8 @@ std::vector<std::string> rows(const Reading &of, int columns, const std::vector<
                               Format format = Format::Unsigned)
 {
     std::vector<std::string> texts;
-    for (const QString &row : TableLayout({of.variable}, format, columns).rows(of, QString(), marked, Now))
+    for (const QString &row :
+         TableLayout({{of.variable}}, format, columns).rows({of.variable}, of, QString(), marked, Now))
         texts.push_back(row.toStdString());
     return texts;
 }
@@ -49,6 +50,33 @@ TEST(TableLayout, ContinuesOnRowsThatNameTheirFirstAddress)
         rows(reading("10:0x3", {4294967295u, 1, 2147483648u}), 55),
         (Rows{"   1.500  10:0x3@1  0x13:0   4294967295           1", "          10:2@1    0x13:2   2147483648"}));
     EXPECT_EQ(rows(reading("1:10x12", std::vector<quint32>(12, 1)), 58)[1].substr(10, 7), "1:20@1 ");
+}
+
+/// Of the tag's type; the places of further rows name it too.
+TEST(TableLayout, ShowsTypedValues)
+{
+    const auto shown = [](const char *text, const std::vector<quint32> &elements, int columns,
+                          const std::vector<bool> &marked) {
+        const Tag tag = parseTag(QString::fromLatin1(text));
+        Reading made = reading("5:0", elements);
+        made.variable = tag.variable;
+        const TableLayout layout({tag}, Format::Unsigned, columns);
+        const QStringList of = layout.rows(tag, made, QString(), marked, Now);
+        EXPECT_EQ(of.size(), layout.rowCount(tag, made, QString()));
+        Rows texts;
+        for (const QString &row : of)
+            texts.push_back(row.toStdString());
+        return texts;
+    };
+    EXPECT_EQ(shown("5:100x2:f32", {0, 0x4148, 0, 0xBF80}, 80, {false, false, false, true}),
+              (Rows{"   1.500  5:100x2@1:f32  0x08:100             12.5             *-1"}));
+    EXPECT_EQ(shown("5:100x2:f32", {0, 0x4148, 0, 0xBF80}, 56, {}),
+              (Rows{"   1.500  5:100x2@1:f32  0x08:100             12.5",
+                    "          5:102@1:f32    0x08:102               -1"}));
+    EXPECT_EQ(shown("5:1x3:text", {0x5550, 0x504D, 0x3120}, 80, {true, false, false}),
+              (Rows{"   1.500  5:1x3@1:text  0x08:1  *PUMP 1"}));
+    EXPECT_EQ(shown("5:1x3:text", {0x5550, 0x504D, 0x3120}, 36, {}),
+              (Rows{"   1.500  5:1x3@1:text  0x08:1   PUM", "                                P 1"}));
 }
 
 TEST(TableLayout, MarksWhatHasChanged)
@@ -73,14 +101,14 @@ TEST(TableLayout, ShowsANumberWholeOrNotAtAll)
 /// The least width that hides nothing is the one that is said.
 TEST(TableLayout, TellsHowManyColumnsAreMissing)
 {
-    const std::vector<Variable> variables = {variable("5:1"), variable("10:65530")};
-    const int missing = TableLayout(variables, Format::Unsigned, 20).missingColumns();
+    const std::vector<Tag> tags = {{variable("5:1")}, {variable("10:65530")}};
+    const int missing = TableLayout(tags, Format::Unsigned, 20).missingColumns();
     ASSERT_GT(missing, 0);
     const int needed = 20 + missing;
-    EXPECT_EQ(TableLayout(variables, Format::Unsigned, needed - 1).missingColumns(), 1);
-    EXPECT_EQ(TableLayout(variables, Format::Unsigned, needed).missingColumns(), 0);
-    const QStringList shown = TableLayout(variables, Format::Unsigned, needed)
-                                  .rows(reading("10:65530", {4294967295u}), QString(), {true}, Now);
+    EXPECT_EQ(TableLayout(tags, Format::Unsigned, needed - 1).missingColumns(), 1);
+    EXPECT_EQ(TableLayout(tags, Format::Unsigned, needed).missingColumns(), 0);
+    const QStringList shown = TableLayout(tags, Format::Unsigned, needed)
+                                  .rows(tags[1], reading("10:65530", {4294967295u}), QString(), {true}, Now);
     EXPECT_EQ(shown.last().right(11).toStdString(), "*4294967295");
     EXPECT_EQ(shown.last().size(), needed);
 }
@@ -91,9 +119,11 @@ TEST(TableLayout, CountsItsRows)
         for (const char *reason :
              {"", "(stale: no reply)", "incomplete: 12 of 25 bytes within 1000 ms; try --timeout"}) {
             const Reading one = reading("5:0x37", std::vector<quint32>(37, 60000));
-            const TableLayout layout({one.variable}, Format::Unsigned, columns);
+            const TableLayout layout({{one.variable}}, Format::Unsigned, columns);
             const QString text = QString::fromLatin1(reason);
-            EXPECT_EQ(layout.rowCount(one, text), layout.rows(one, text, {}, Now).size()) << columns << reason;
+            EXPECT_EQ(layout.rowCount({one.variable}, one, text),
+                      layout.rows({one.variable}, one, text, {}, Now).size())
+                << columns << reason;
         }
 }
 
@@ -101,8 +131,8 @@ TEST(TableLayout, GivesTheReasonWhereThereAreNoValues)
 {
     Reading unknown;
     unknown.variable = variable("5:1");
-    const TableLayout layout({unknown.variable}, Format::Unsigned, 80);
-    const QStringList made = layout.rows(unknown, QStringLiteral("-  no reply"), {}, Now);
+    const TableLayout layout({{unknown.variable}}, Format::Unsigned, 80);
+    const QStringList made = layout.rows({unknown.variable}, unknown, QStringLiteral("-  no reply"), {}, Now);
     ASSERT_EQ(made.size(), 1);
     EXPECT_EQ(made[0].toStdString(), "       -  5:1@1     0x08:1  - no reply");
 }

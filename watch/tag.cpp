@@ -1,0 +1,93 @@
+#include "tag.h"
+
+#include "host/text_error.h"
+
+#include <QtCore/QRegularExpression>
+
+namespace fgs
+{
+
+namespace
+{
+
+[[noreturn]] void refuse(const QString &text, const QString &fault)
+{
+    throw TextError(QStringLiteral("variable '%1': %2").arg(text, fault));
+}
+
+const ValueType *parseType(const QString &text, const QString &name, AreaKind kind)
+{
+    const ValueType *const type = typeNamed(name);
+    if (!type)
+        refuse(text, QStringLiteral("'%1' is no type; types are %2").arg(name, typeNames()));
+    if (!elementsPerValue(*type, kind))
+        refuse(text, QStringLiteral("a %1 cannot hold values of type %2").arg(nameOf(kind), name));
+    return type;
+}
+
+/// The count is of values in the text, and of elements in the variable.
+int elementsOf(const QString &text, const Variable &variable, int perValue)
+{
+    const int room = (AddressCount - variable.address) / perValue;
+    if (variable.count > room)
+        refuse(text, QStringLiteral("%1 values of %2 words reach beyond the end of area %3; %4 fit")
+                         .arg(variable.count)
+                         .arg(perValue)
+                         .arg(variable.area)
+                         .arg(room));
+    return variable.count * perValue;
+}
+
+} // namespace
+
+const ValueType &Tag::typeIn(Format format) const
+{
+    return type ? *type : typeFor(kind(), format);
+}
+
+int Tag::elementsPerValue(Format format) const
+{
+    const ValueType &own = typeIn(format);
+    return own.meaning == ValueType::Text ? variable.count : fgs::elementsPerValue(own, kind());
+}
+
+Tag parseTag(const QString &text, int defaultStation)
+{
+    static const QRegularExpression form(QStringLiteral("^([0-9]+:[0-9]+(?:x[0-9]+)?(?:@[0-9]+)?)(?::(.*))?$"));
+    const QRegularExpressionMatch match = form.match(text);
+    if (!match.hasMatch())
+        refuse(text,
+               QStringLiteral("not of the form AREA:ADDRESS[xCOUNT][@STATION][:TYPE]; for example 5:100x4@1:s16"));
+    Tag tag;
+    tag.variable = parseVariable(match.captured(1), defaultStation);
+    if (match.capturedStart(2) < 0)
+        return tag;
+    tag.type = parseType(text, match.captured(2), tag.kind());
+    tag.variable.count = elementsOf(text, tag.variable, elementsPerValue(*tag.type, tag.kind()));
+    return tag;
+}
+
+QString textOf(const Tag &tag)
+{
+    if (!tag.type)
+        return textOf(tag.variable);
+    Variable counted = tag.variable;
+    counted.count /= elementsPerValue(*tag.type, tag.kind());
+    return QStringLiteral("%1:%2").arg(textOf(counted), QLatin1String(tag.type->name));
+}
+
+std::vector<Variable> variablesOf(const std::vector<Tag> &tags)
+{
+    std::vector<Variable> variables;
+    variables.reserve(tags.size());
+    for (const Tag &tag : tags)
+        variables.push_back(tag.variable);
+    return variables;
+}
+
+QString valuesText(const Tag &tag, Format format, const std::vector<quint32> &elements)
+{
+    return valueTexts(tag.typeIn(format), tag.kind(), elements).join(QLatin1Char(' '));
+}
+
+} // namespace fgs
