@@ -327,8 +327,8 @@ void OwnController::shutDoor()
 {
     onServer([this] {
         shut(listener);
-        closeHost();
-        shut(slave);
+        closeHost(); // the slave keeps a pseudo-terminal's number from going to another test, whose line fgs would
+                     // open
     });
 }
 
