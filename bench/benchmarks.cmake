@@ -21,6 +21,7 @@ target_include_directories(bench-model PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 
 add_library(bench-driver STATIC driver_under_test.cpp)
 tarn_host_language(bench-driver)
+target_include_directories(bench-driver PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(bench-driver PUBLIC bench-plain TarnFGs::TarnFGs)
 
 add_library(bench-operations STATIC operations.cpp driver_operations.cpp list_operations.cpp check_operations.cpp
@@ -38,8 +39,10 @@ endfunction()
 bench_program(operate bench-operations)
 bench_program(times bench-operations benchmark::benchmark)
 bench_program(modbus_server bench-plain)
+target_include_directories(modbus_server PRIVATE ${PROJECT_SOURCE_DIR}/tests)
 bench_program(wire bench-driver fgs-host)
 bench_program(line_use TarnFGs::TarnFGs fgs-host tarn-sim)
+target_include_directories(line_use PRIVATE ${PROJECT_SOURCE_DIR}/tests)
 bench_program(load ${TARN_QT_CORE} dl)
 target_link_options(load PRIVATE -Wl,--no-as-needed)
 add_dependencies(operate fgs-sim modbus_server)

@@ -1,6 +1,6 @@
 #include "driver_under_test.h"
 
-#include "plain.h"
+#include "support/wire.h"
 
 #include <algorithm>
 #include <random>
@@ -65,14 +65,10 @@ HOST_VAR hostVar(int areaType, int station, int address, int length)
 QByteArray replyTo(const Protocol &request)
 {
     QByteArray reply = request.frame.left(3);
-    while (reply.size() < request.replyLen)
+    while (reply.size() < request.replyLen - 2)
         reply.append(static_cast<char>(reply.size()));
     putHeaders(reply, request);
-    const int covered = int(reply.size()) - 2;
-    const unsigned crc = plain::crcByBits(reinterpret_cast<const unsigned char *>(reply.constData()), covered);
-    reply[covered] = static_cast<char>(crc);
-    reply[covered + 1] = static_cast<char>(crc >> 8);
-    return reply;
+    return frames::sealed(reply);
 }
 
 QList<HOST_VAR> shuffledVariables(int count)

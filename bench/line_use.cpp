@@ -7,6 +7,7 @@
 #include "host/host.h"
 #include "operations.h"
 #include "sim/conversation.h"
+#include "support/virtual_link.h"
 #include "variable_sets.h"
 
 #include <cstdio>
@@ -51,48 +52,40 @@ Spent operator-(const Spent &a, const Spent &b)
 }
 
 /// Counts real time while the host computes, and jumps while it waits.
-class Line : public fgs::Link
+class MeasuredLink : public VirtualLink
 {
 public:
-    explicit Line(int baud)
-        : perByte(Time(1s) * BitsPerByte / baud), shared(simulation()), controller(shared, pace(perByte)),
+    explicit MeasuredLink(int baud)
+        : shared(simulation()), controller(shared, pace(Time(1s) * BitsPerByte / baud)), lastByte(clock),
           left(realNow())
     {
+        perByte = Time(1s) * BitsPerByte / baud;
+        onSend = [this](const QByteArray &request) { exchange(request); };
     }
 
-    bool open() override { return true; }
-    bool isOpen() const override { return true; }
-    QString error() const override { return {}; }
-    Time byteTime() const override { return perByte; }
-
-    Time now() const override
-    {
-        const Time real = realNow();
-        clock += real - left;
-        left = real;
-        return clock;
-    }
+    Time now() const override { return clock + (realNow() - left); }
     void pauseUntil(Time time) override
     {
-        clock = std::max(now(), time);
+        clock = now();
+        VirtualLink::pauseUntil(time);
         left = realNow();
     }
 
     bool send(const char *bytes, int size) override
     {
-        const Time at = now();
-        const Time silence = clock - lastByte, least = SilentBytes * perByte;
-        spent.lineSilence += std::min(least, silence);
-        spent.moreSilence += std::max(Time(0), std::min(kept, silence) - least);
-        controller.receive(fgssim::Slice(reinterpret_cast<const fgssim::Byte *>(bytes), std::size_t(size)), at);
-        spent.carrying += size * perByte;
+        clock = now();
+        const bool sent = VirtualLink::send(bytes, size);
         left = realNow();
-        return true;
+        return sent;
     }
     int receive(char *bytes, int most, Time deadline) override
     {
-        now();
-        const int count = await(bytes, most, deadline);
+        clock = now();
+        const int count = VirtualLink::receive(bytes, most, deadline);
+        if (count > 0) {
+            spent.carrying += count * perByte;
+            lastByte = clock;
+        }
         left = realNow();
         return count;
     }
@@ -101,36 +94,24 @@ public:
     Spent spent;  ///< all told
 
 private:
-    int await(char *bytes, int most, Time deadline)
+    void exchange(const QByteArray &request)
     {
-        for (;;) {
-            const fgssim::Bytes due = controller.takeDue(clock);
-            waiting.insert(waiting.end(), due.begin(), due.end());
-            if (!waiting.empty())
-                return take(bytes, most);
-            const auto event = controller.nextEvent();
-            if (clock >= deadline)
-                return 0;
-            clock = event ? std::min(deadline, *event) : deadline;
+        const Time silence = clock - lastByte, least = SilentBytes * perByte;
+        spent.lineSilence += std::min(least, silence);
+        spent.moreSilence += std::max(Time(0), std::min(kept, silence) - least);
+        spent.carrying += int(request.size()) * perByte;
+        controller.receive(
+            {reinterpret_cast<const fgssim::Byte *>(request.constData()), std::size_t(request.size())}, clock);
+        while (const auto event = controller.nextEvent()) {
+            const fgssim::Bytes due = controller.takeDue(*event);
+            arrive(*event - clock, QByteArray(reinterpret_cast<const char *>(due.data()), int(due.size())));
         }
     }
-    int take(char *bytes, int most)
-    {
-        const auto count = std::min(waiting.size(), std::size_t(most));
-        std::copy_n(waiting.begin(), count, bytes);
-        waiting.erase(waiting.begin(), waiting.begin() + long(count));
-        spent.carrying += long(count) * perByte;
-        lastByte = clock;
-        return int(count);
-    }
 
-    const Time perByte;
     fgssim::Simulation shared;
     fgssim::Conversation controller;
-    fgssim::Bytes waiting;
-    mutable Time clock{0}; ///< on the line
-    mutable Time left;     ///< real time at the last look at the clock
-    Time lastByte{0};
+    Time lastByte; ///< on the line
+    Time left;     ///< real time when the host last went on computing
 };
 
 double percent(Time part, Time whole)
@@ -141,7 +122,7 @@ double percent(Time part, Time whole)
 void measure(const bench::VariableSet &set, int baud)
 {
     const int transactions = 500;
-    Line line(baud);
+    MeasuredLink line(baud);
     fgs::HostOptions options;
     line.kept = std::max(options.timing.gap, 4 * line.byteTime());
     fgs::Host host(fgs::linkedDriver(), line, set.variables, options);

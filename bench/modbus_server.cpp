@@ -3,16 +3,14 @@
 //   modbus_server pty    prints the path of a pseudo-terminal
 //   modbus_server tcp    prints a port on 127.0.0.1
 #include "plain.h"
+#include "support/loopback.h"
+#include "support/pseudo_terminal.h"
 
-#include <arpa/inet.h>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <netinet/tcp.h>
 #include <stdexcept>
 #include <string>
-#include <termios.h>
 #include <unistd.h>
 
 namespace
@@ -63,29 +61,18 @@ Bytes tcpAnswer(const Bytes &request)
 
 int terminal()
 {
-    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
-    require(master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0, "no pseudo-terminal");
-    const int slave = ::open(::ptsname(master), O_RDWR | O_NOCTTY); // stays open, so that the client may come late
-    termios settings{};
-    require(::tcgetattr(slave, &settings) == 0, "no terminal");
-    ::cfmakeraw(&settings);
-    require(::tcsetattr(slave, TCSANOW, &settings) == 0, "no raw mode");
-    std::printf("%s\n", ::ptsname(master));
+    std::string path;
+    const int master = openPseudoTerminal(path);
+    openRaw(path); // stays open, so that the client may come late
+    std::printf("%s\n", path.c_str());
     std::fflush(stdout);
     return master;
 }
 
 int connection()
 {
-    const int listener = ::socket(AF_INET, SOCK_STREAM, 0), on = 1;
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    require(::bind(listener, reinterpret_cast<sockaddr *>(&address), size) == 0 && ::listen(listener, 1) == 0 &&
-                ::getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size) == 0,
-            "no port");
-    std::printf("%d\n", ntohs(address.sin_port));
+    const int listener = listenOnLoopback(0, 1), on = 1;
+    std::printf("%d\n", portOf(listener));
     std::fflush(stdout);
     const int accepted = ::accept(listener, nullptr, nullptr);
     require(accepted >= 0, "no connection");

@@ -23,7 +23,7 @@ public:
 struct Contender {
     const char *name;
     std::string version;
-    std::unique_ptr<Controller> (*controller)();
+    std::unique_ptr<PolledController> (*controller)();
     std::unique_ptr<Client> (*client)(StruckLine &line, int attempts);
     int attempts;
 };

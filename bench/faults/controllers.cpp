@@ -25,7 +25,7 @@ fgssim::Exchange exchangeOf(const QByteArray &request)
 } // namespace
 
 /// Another one for each station, address and request.
-unsigned Controller::value(int station, int address) const
+unsigned PolledController::value(int station, int address) const
 {
     const unsigned mixed = (unsigned(station) * 7919u + unsigned(address) * 2654435u + tick * 40503u) * 2654435761u;
     return mixed >> 16;

@@ -20,10 +20,10 @@ struct Answer {
     fgssim::Exchange exchange;
 };
 
-class Controller
+class PolledController
 {
 public:
-    virtual ~Controller() = default;
+    virtual ~PolledController() = default;
     /// Bytes of each of the two requests.
     virtual int requestSize() const = 0;
     virtual Answer answer(const QByteArray &request) = 0;
@@ -34,7 +34,7 @@ protected:
 };
 
 /// Six blocks of four words of area 5 a question: at 100, 200 ... 600, and at 1100 ... 1600. Station 1.
-class FgsController : public Controller
+class FgsController : public PolledController
 {
 public:
     int requestSize() const override { return 29; }
@@ -42,7 +42,7 @@ public:
 };
 
 /// 24 holding registers a question: at 0, and at 100. Station 1.
-class ModbusController : public Controller
+class ModbusController : public PolledController
 {
 public:
     int requestSize() const override { return 8; }

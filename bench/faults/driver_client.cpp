@@ -87,7 +87,7 @@ private:
 Contender driverContender(int attempts)
 {
     return {"driver and reference host", TARN_VERSION,
-            [] { return std::unique_ptr<Controller>(new FgsController); },
+            [] { return std::unique_ptr<PolledController>(new FgsController); },
             [](StruckLine &line, int tries) { return std::unique_ptr<Client>(new DriverClient(line, tries)); },
             attempts};
 }

@@ -37,7 +37,7 @@ struct Score {
 };
 
 /// The first request that a client sends.
-QByteArray firstRequest(const Controller &controller)
+QByteArray firstRequest(const PolledController &controller)
 {
     const char *const text = controller.requestSize() == 8
                                  ? "010300000018"
@@ -49,7 +49,7 @@ QByteArray firstRequest(const Controller &controller)
 }
 
 /// How often a fault strikes: at one place twice, otherwise at the first, middle and last of its places.
-int strikesOf(const fgssim::LineFault &fault, Controller &controller)
+int strikesOf(const fgssim::LineFault &fault, PolledController &controller)
 {
     const int places = fault.cutsLink ? 0 : fault.places(controller.answer(firstRequest(controller)).exchange);
     return places == 0 ? 0 : places == 1 ? 2 : 3;

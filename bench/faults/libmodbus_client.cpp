@@ -54,7 +54,8 @@ private:
 
 Contender libmodbusContender(int attempts)
 {
-    return {"libmodbus", LIBMODBUS_VERSION_STRING, [] { return std::unique_ptr<Controller>(new ModbusController); },
+    return {"libmodbus", LIBMODBUS_VERSION_STRING,
+            [] { return std::unique_ptr<PolledController>(new ModbusController); },
             [](StruckLine &line, int tries) { return std::unique_ptr<Client>(new LibmodbusClient(line, tries)); },
             attempts};
 }

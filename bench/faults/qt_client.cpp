@@ -50,7 +50,7 @@ private:
 
 Contender qtContender(int attempts)
 {
-    return {"Qt SerialBus", qVersion(), [] { return std::unique_ptr<Controller>(new ModbusController); },
+    return {"Qt SerialBus", qVersion(), [] { return std::unique_ptr<PolledController>(new ModbusController); },
             [](StruckLine &line, int tries) { return std::unique_ptr<Client>(new QtClient(line, tries)); },
             attempts};
 }

@@ -1,12 +1,8 @@
 #include "struck_line.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
+#include "support/pseudo_terminal.h"
+
 #include <poll.h>
-#include <stdexcept>
-#include <termios.h>
 #include <unistd.h>
 #include <utility>
 
@@ -24,25 +20,16 @@ Time now()
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
-void require(bool good, const char *what)
-{
-    if (!good)
-        throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
-}
-
 } // namespace
 
-StruckLine::StruckLine(std::unique_ptr<Controller> at, Time clientLimit)
+StruckLine::StruckLine(std::unique_ptr<PolledController> at, Time clientLimit)
     : controller(std::move(at)), limit(clientLimit)
 {
-    master = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-    require(master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0, "no pseudo-terminal");
-    name = QString::fromLocal8Bit(::ptsname(master));
-    slave = ::open(::ptsname(master), O_RDWR | O_NOCTTY); // stays open, so that the client may come late
-    termios settings{};
-    require(::tcgetattr(slave, &settings) == 0, "no terminal");
-    ::cfmakeraw(&settings);
-    require(::tcsetattr(slave, TCSANOW, &settings) == 0, "no raw mode");
+    std::string path;
+    master = openPseudoTerminal(path);
+    ::fcntl(master, F_SETFL, O_NONBLOCK);
+    name = QString::fromStdString(path);
+    slave = openRaw(path); // stays open, so that the client may come late
     thread = std::thread([this] { serve(); });
 }
 

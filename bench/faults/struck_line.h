@@ -21,7 +21,7 @@ class StruckLine
 {
 public:
     /// Throws std::runtime_error if there is no pseudo-terminal.
-    StruckLine(std::unique_ptr<Controller> at, fgssim::Time clientLimit);
+    StruckLine(std::unique_ptr<PolledController> at, fgssim::Time clientLimit);
     ~StruckLine();
     StruckLine(const StruckLine &) = delete;
     StruckLine &operator=(const StruckLine &) = delete;
@@ -45,7 +45,7 @@ private:
     void sendDue();
     int millisecondsToNext() const;
 
-    std::unique_ptr<Controller> controller;
+    std::unique_ptr<PolledController> controller;
     const fgssim::Time limit;
     int master = -1, slave = -1;
     QString name;

@@ -1,7 +1,7 @@
 // A host compiled without the driver's header: it polls a controller in memory, reads values and writes some.
 // Ends with 0 if everything arrived where it should.
-#include "fake_controller.h"
 #include "independent_records.h"
+#include "support/fake_controller.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -40,7 +40,7 @@ HOST_VAR hostVariable(unsigned char areaType, const char *address, int length)
 }
 
 /// Runs the poll loop until nothing is queued but the cyclic list, at least once around it.
-void poll(fake::Controller &controller, int steps)
+void poll(FakeController &controller, int steps)
 {
     for (int i = 0; i < steps; ++i) {
         const Protocol *request = ComCommunication();
@@ -81,7 +81,7 @@ void startUp(int *settings)
     expect(PLC_driver.ReadVarList.size() == 3, "the cyclic list has three blocks");
 }
 
-void valuesArrive(fake::Controller &controller)
+void valuesArrive(FakeController &controller)
 {
     controller.at(1, 0x08, 100) = 0x1234;
     controller.at(1, 0x08, 103) = 0xABCD;
@@ -96,7 +96,7 @@ void valuesArrive(fake::Controller &controller)
            "the image is where it should be");
 }
 
-void writesGoOut(fake::Controller &controller)
+void writesGoOut(FakeController &controller)
 {
     expect(write(5, "100", QByteArray::fromHex("efbe"), 1) == 1, "a word is queued");
     expect(write(1, "20", QByteArray::fromHex("00"), 1) == 2, "a bit is queued");
@@ -110,7 +110,7 @@ void writesGoOut(fake::Controller &controller)
     expect(read(5, "100", 1) == QByteArray::fromHex("efbe"), "the host reads back what it wrote");
 }
 
-void onceReadsCallBack(fake::Controller &controller)
+void onceReadsCallBack(FakeController &controller)
 {
     RW_VAR variable = RW_VAR();
     variable.hostType = 3;
@@ -143,7 +143,7 @@ void anotherObjectStandsApart()
 int main()
 {
     COMINFO settings = {};
-    fake::Controller controller;
+    FakeController controller;
     startUp(settings);
     valuesArrive(controller);
     writesGoOut(controller);

@@ -1,5 +1,5 @@
 // The host's callback: when a one-shot read ends, and what it may do.
-#include "driver/polling.h"
+#include "support/polling.h"
 
 #include <functional>
 
@@ -159,7 +159,7 @@ TEST_F(Callback, MayReadRegisters)
     duringCall = [&] { result = GetRegisterData(0, 2, QString::fromLatin1("1"), 1, &out, 2); };
     onceRead(3, 88);
     next();
-    answer(fake::sealed(bytes("01 FE 01 02 08 06")));
+    answer(frames::sealed(bytes("01 FE 01 02 08 06")));
     EXPECT_EQ(result, 1);
     EXPECT_EQ(hex(out), "01 01"); // what just arrived
 }

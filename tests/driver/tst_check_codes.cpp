@@ -189,7 +189,7 @@ TEST(ASCIIToDigital, GivesTheValueOfADigit)
 {
     const std::string digits = "0123456789ABCDEF";
     for (int value = 0; value < 16; ++value)
-        EXPECT_EQ(ASCIIToDigital(digits[size_t(value)]), value);
+        EXPECT_EQ(ASCIIToDigital(digits[size_t(value)]), value) << value;
 }
 
 TEST(ASCIIToDigital, GivesZeroBelowTheDigitsAndForTheAtSign)

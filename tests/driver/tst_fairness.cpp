@@ -1,5 +1,5 @@
 // ComCommunication: whose turn it is.
-#include "driver/polling.h"
+#include "support/polling.h"
 
 namespace
 {

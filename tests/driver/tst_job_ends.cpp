@@ -1,5 +1,5 @@
 // DataCom: a job ends, and what that does to the list it came from.
-#include "driver/polling.h"
+#include "support/polling.h"
 
 #include <climits>
 
@@ -84,7 +84,7 @@ TEST_F(JobEnds, AnyGroupSizeInTheSettingsIsHarmless)
         cyclic({1, 2});
         next();
         settings.groupExtra = row.extra;
-        EXPECT_EQ(answerWell(), 1);
+        EXPECT_EQ(answerWell(), 1) << row.extra;
         EXPECT_EQ(column(PLC_driver.ReadVarList), row.order) << row.extra;
     }
 }
@@ -97,6 +97,7 @@ TEST_F(JobEnds, AJobOfNoListChangesNoList)
     onceReads(1);
     RW_VAR expected = distinctVariable(5, 1, 2, 3);
     for (int source : {100, 3, -1}) {
+        SCOPED_TRACE(source);
         PLC_driver.CurrentSource = source;
         PLC_driver.RetVar = expected;
         PLC_driver.ProtocolList.append(PLC_driver.ProtocolList.first());
@@ -111,6 +112,7 @@ TEST_F(JobEnds, AJobOfNoListChangesNoList)
 TEST_F(JobEnds, AQueueThatWasEmptiedMeanwhileIsNoReasonToFail)
 {
     for (int source : {0, 1, 2}) {
+        SCOPED_TRACE(source);
         reset();
         readInFlight();
         PLC_driver.ReadVarList.clear();
@@ -127,6 +129,7 @@ TEST_F(Passes, APassIsCompleteWhenMoreJobsWereDoneThanThereAreEntries)
 {
     cyclic({1, 2});
     for (int job = 1; job <= 2; ++job) {
+        SCOPED_TRACE(job);
         jobs(1);
         EXPECT_EQ(PLC_driver.CycleReadCount, job);
         EXPECT_EQ(settings.cycleDone, 0);

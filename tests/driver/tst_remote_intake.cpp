@@ -1,5 +1,5 @@
 // DataCom: replies for variables of another link.
-#include "driver/polling.h"
+#include "support/polling.h"
 
 #include <climits>
 
@@ -23,7 +23,7 @@ protected:
         PLC_driver.ReadVarList.append(var);
         next();
     }
-    static QByteArray wordReply() { return fake::sealed(bytes("01 02 03 12 34")); }
+    static QByteArray wordReply() { return frames::sealed(bytes("01 02 03 12 34")); }
 };
 
 TEST_F(RemoteIntake, AMarkedReplyIsStoredWithResultOne)
@@ -46,6 +46,7 @@ TEST_F(RemoteIntake, AMarkedReplyBehindAnotherFrameIsStoredWithResult100)
 TEST_F(RemoteIntake, AReplyThatIsNotMarkedIsNotStoredWithResult100)
 {
     for (int mark : {0, 1, -2, INT_MIN}) {
+        SCOPED_TRACE(mark);
         reset();
         settings.localLinkNo = 1;
         settings.remoteMode = 1;

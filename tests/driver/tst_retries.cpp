@@ -1,5 +1,5 @@
 // DataCom: failed requests are repeated, and in the end given up with what waits behind them.
-#include "driver/polling.h"
+#include "support/polling.h"
 
 #include <climits>
 
@@ -96,6 +96,7 @@ TEST_F(Retries, TheFailureIsOneForAllStations)
 TEST_F(Retries, WithoutExtraAttemptsTheFirstFailureEndsTheJob)
 {
     for (int limit : {0, -1, INT_MIN}) {
+        SCOPED_TRACE(limit);
         reset();
         settings.retryLimit = limit;
         readInFlight();
@@ -144,6 +145,7 @@ TEST_F(Frames, AJobOfSeveralFramesStaysOpenUntilTheLast)
     PLC_driver.RetVar = expected;
     expected.result = 1;
     for (int done = 1; done <= 2; ++done) {
+        SCOPED_TRACE(done);
         EXPECT_EQ(answerWell(), 1);
         EXPECT_EQ(settings.frameDone, done);
         EXPECT_EQ(PLC_driver.ProtocolList.size(), 3 - done);

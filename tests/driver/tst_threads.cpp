@@ -1,6 +1,7 @@
 // Host threads beside the polling thread: nobody sees a reply half stored, nothing is lost, and every call waits
 // for the locks that it needs and for no other.
-#include "driver/polling.h"
+#include "support/fake_controller.h"
+#include "support/polling.h"
 
 #include <atomic>
 #include <chrono>
@@ -79,7 +80,7 @@ public:
     std::atomic<bool> stop{false};
     std::atomic<unsigned> generation{0};
     std::atomic<int> failures{0};
-    fake::Controller controller;
+    FakeController controller;
 
 private:
     static bool jobsWait()
@@ -95,7 +96,7 @@ private:
         const Protocol *request = ComCommunication();
         if (!request)
             return;
-        if (fake::byteAt(request->frame, 1) == 0xFE && fake::byteAt(request->frame, 3) == 0x08)
+        if (frames::byteAt(request->frame, 1) == 0xFE && frames::byteAt(request->frame, 3) == 0x08)
             nextGeneration();
         QByteArray reply = controller.answer(request->frame);
         failures += DataCom(&reply, int(reply.size()))->result != 1;
@@ -105,7 +106,7 @@ private:
     {
         const unsigned value = ++generation & 0xFFFF;
         for (int i = 0; i < words; ++i)
-            controller.at(1, 0x08, unsigned(firstWord + i)) = value;
+            controller.at(1, 0x08, firstWord + i) = value;
     }
 };
 
@@ -159,8 +160,7 @@ private:
     static QByteArray littleEndian(unsigned value)
     {
         QByteArray word;
-        fake::appendByte(word, value);
-        fake::appendByte(word, value >> 8);
+        frames::put16LowFirst(word, value);
         return word;
     }
 
@@ -231,7 +231,7 @@ protected:
     {
         QByteArray out;
         GetRegisterData(0, areaType, QString::number(address), 1, &out, 1);
-        return fake::byteAt(out, 0) + 256 * fake::byteAt(out, 1);
+        return frames::byteAt(out, 0) + 256 * frames::byteAt(out, 1);
     }
 
     Poller poller;
@@ -243,12 +243,13 @@ TEST_P(Threads, ShareTheDriver)
     runAll();
     int seen = 0;
     for (int i = 0; i < hostThreads; ++i) {
+        SCOPED_TRACE(i);
         const Host &host = hosts[size_t(i)];
         seen += host.seen;
         EXPECT_EQ(host.halfStored, 0) << "values of two replies in one read";
         EXPECT_EQ(host.refused, 0);
-        EXPECT_EQ(poller.controller.at(1, 0x11, unsigned(i)), host.lastSet);
-        EXPECT_EQ(poller.controller.at(1, 0x07, unsigned(i)), host.lastAdded);
+        EXPECT_EQ(poller.controller.at(1, 0x11, i), host.lastSet);
+        EXPECT_EQ(poller.controller.at(1, 0x07, i), host.lastAdded);
         EXPECT_EQ(image(7, i), host.lastSet);
         EXPECT_EQ(image(9, i), host.lastAdded);
     }
@@ -326,6 +327,7 @@ TEST_F(Waiting, TheEndAndTheRepetitionOfAJobWaitForTheLists)
 TEST_F(Waiting, ReadsAndWritesWaitForTheImage)
 {
     for (int mode : {0, 1}) {
+        SCOPED_TRACE(mode);
         settings.stationMode = mode;
         RW_VAR var = variable(5, 1, 1, 1, bytes("34 12"));
         QByteArray out;
@@ -349,7 +351,7 @@ TEST_F(Waiting, ARemoteReplyIsStoredWithTheImageLockedToo)
     PLC_driver.ReadVarList[0].linkNo = 2;
     PLC_driver.ReadVarList[0].remoteStoreMark = -1;
     next();
-    QByteArray reply = fake::sealed(bytes("01 02 03 12 34"));
+    QByteArray reply = frames::sealed(bytes("01 02 03 12 34"));
     EXPECT_TRUE(waitsFor(PLC_driver.ImageMutex, [&] { DataCom(&reply, 7); }));
     EXPECT_EQ(PLC_driver.usArea5[0], 0x1234);
 }

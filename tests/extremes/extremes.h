@@ -2,8 +2,8 @@
 #ifndef TARN_TESTS_EXTREMES_H
 #define TARN_TESTS_EXTREMES_H
 
-#include "soak/heap.h"
 #include "support/fixture.h"
+#include "support/heap.h"
 
 #include <climits>
 

@@ -1,6 +1,6 @@
 // The fields of a record, in pairs: through every function that takes one, and through whole jobs.
-#include "driver/fake_controller.h"
 #include "extremes.h"
+#include "support/fake_controller.h"
 
 namespace
 {
@@ -69,7 +69,7 @@ QByteArray answerTo(const Protocol &request)
 {
     if (request.replyLen == 3)
         return bytes("01 FF 20");
-    return request.replyLen > 3 && request.replyLen <= 70000 ? fake::sealed(QByteArray(request.replyLen - 2, 1))
+    return request.replyLen > 3 && request.replyLen <= 70000 ? frames::sealed(QByteArray(request.replyLen - 2, 1))
                                                              : QByteArray();
 }
 
@@ -77,6 +77,7 @@ QByteArray answerTo(const Protocol &request)
 void poll()
 {
     for (int i = 0; i < 4; ++i) {
+        SCOPED_TRACE(i);
         const Protocol *request = ComCommunication();
         if (!request)
             return;

@@ -1,5 +1,6 @@
 // Replies of 0 to 70,000 bytes, and positions in them that lie anywhere.
 #include "extremes.h"
+#include "support/wire.h"
 
 namespace
 {
@@ -24,14 +25,10 @@ std::vector<int> lengths()
 /// With a good check code, which covers 16 bits of the length.
 QByteArray reply(int length)
 {
-    QByteArray all(length, 1);
-    if (length >= 2) {
-        unsigned char *const start = reinterpret_cast<unsigned char *>(all.data());
-        const int covered = length - 2;
-        const unsigned crc = CalCRC(start, static_cast<unsigned short>(covered));
-        start[covered] = static_cast<unsigned char>(crc);
-        start[covered + 1] = static_cast<unsigned char>(crc >> 8);
-    }
+    if (length < 2)
+        return QByteArray(length, 1);
+    QByteArray all(length - 2, 1);
+    frames::put16LowFirst(all, frames::crc(all.left(int(all.size()) % 65536)));
     return all;
 }
 

@@ -1,6 +1,6 @@
 // The words of the host's settings, in pairs: before a job, and changed while its request is in flight.
-#include "driver/fake_controller.h"
 #include "extremes.h"
+#include "support/fake_controller.h"
 
 namespace
 {
@@ -70,7 +70,7 @@ protected:
         const int length = head().replyLen;
         if (length == 3)
             return bytes("01 FF 20");
-        return length > 3 && length <= 100000 ? fake::sealed(QByteArray(length - 2, 1)) : QByteArray();
+        return length > 3 && length <= 100000 ? frames::sealed(QByteArray(length - 2, 1)) : QByteArray();
     }
 
     /// Every third request gets no reply. The change is made while each is in flight.

@@ -58,6 +58,7 @@ TEST_P(ExtremeTexts, AreNumbersOrCountAsZero)
 TEST_P(ExtremeTexts, AreTakenInAVariable)
 {
     for (int stationMode : {0, 1}) {
+        SCOPED_TRACE(stationMode);
         restart(stationMode);
         HOST_VAR var;
         var.areaType = 5;
@@ -73,6 +74,7 @@ TEST_P(ExtremeTexts, AreTakenInAVariable)
 TEST_P(ExtremeTexts, AreTakenInARecord)
 {
     for (int stationMode : {0, 1}) {
+        SCOPED_TRACE(stationMode);
         restart(stationMode);
         RW_VAR wish = variable(2, 0, 8);
         wish.text1 = wish.addressText = GetParam().text;
@@ -91,6 +93,7 @@ TEST_P(ExtremeTexts, AreTakenInReadsAndWrites)
     const QString text = GetParam().text;
     const bool isAddress = GetParam().decimal >= 0;
     for (int stationMode : {0, 1}) {
+        SCOPED_TRACE(stationMode);
         restart(stationMode);
         QByteArray values(2, 1), out;
         bounded("in a read", [&] { EXPECT_EQ(GetRegisterData(0, 5, text, 1, &out, 1), isAddress); });

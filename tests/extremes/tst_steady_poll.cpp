@@ -1,6 +1,6 @@
 // A steady poll of groups of one size asks for no memory.
-#include "driver/polling.h"
-#include "soak/heap.h"
+#include "support/heap.h"
+#include "support/polling.h"
 
 namespace
 {
@@ -48,6 +48,7 @@ TEST_F(SteadyPoll, AWriteThatIsDoneLeavesNothingOfItsDataBehind)
     RW_VAR write = variable(5, 1000, 400, 1, QByteArray(800, 1));
     cyclic({1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2});
     for (int i = 0; i < 2; ++i) { // the first one makes the queue
+        SCOPED_TRACE(i);
         makeReplies(4);
         const long long before = heap::inUse();
         PLC_driver.WriteVarList.append(write);

@@ -22,7 +22,7 @@ fgssim::Request otherQuestion(int station)
 
 } // namespace
 
-FaultyLine::FaultyLine(fake::Link &line, Time theLimit) : link(line), limit(theLimit)
+FaultyLine::FaultyLine(FakeLink &line, Time theLimit) : link(line), limit(theLimit)
 {
     link.onSend = [this](const QByteArray &request) { answer(request); };
 }
@@ -37,7 +37,7 @@ quint32 FaultyLine::written(int station, int area, int address) const
 quint32 FaultyLine::value(int station, int area, int address) const
 {
     const quint32 full =
-        fake::patternValue(station, area, address) ^ (tick * 2246822519u + tick * quint32(address) * 40503u);
+        unwritten::mixed(station, area, address) ^ (tick * 2246822519u + tick * quint32(address) * 40503u);
     const fgssim::AreaKind kind = fgssim::areas()[std::size_t(area)].kind;
     return kind == fgssim::AreaKind::DoubleWord ? full : kind == fgssim::AreaKind::Word ? full >> 16 : full >> 31;
 }

@@ -4,7 +4,7 @@
 #define FGS_TESTS_FAULTY_LINE_H
 
 #include "expectations.h"
-#include "host/fake_link.h"
+#include "support/fake_link.h"
 
 #include <deque>
 #include <set>
@@ -22,7 +22,7 @@ class FaultyLine
 {
 public:
     /// Limit: the client's, for an answer.
-    FaultyLine(fake::Link &line, Time limit);
+    FaultyLine(FakeLink &line, Time limit);
 
     /// What happens to the next replies, in this order; after them nothing does.
     void strike(const fgssim::LineFault &fault, int place) { script.push_back({&fault, place}); }
@@ -50,7 +50,7 @@ private:
     quint32 value(int station, int area, int address) const;
     void note(int station, int area, int address, int count);
 
-    fake::Link &link;
+    FakeLink &link;
     const Time limit;
     std::deque<Strike> script;
     fgssim::Delivery held;

@@ -204,7 +204,8 @@ private:
         const Variable variable = parseVariable(QLatin1String(kind.written));
         for (int i = 0; i < variable.count; ++i)
             EXPECT_EQ(line.written(variable.station, variable.area, variable.address + i),
-                      writtenValues[std::size_t(i)]);
+                      writtenValues[std::size_t(i)])
+                << i;
     }
 
     const RequestKind &kind;
@@ -214,7 +215,7 @@ private:
     const Try when;
     const std::vector<Variable> asked, others;
     Values writtenValues;
-    fake::Link link;
+    FakeLink link;
     FaultyLine line{link, Limit};
     std::unique_ptr<Host> host;
 };

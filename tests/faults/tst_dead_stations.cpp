@@ -1,7 +1,7 @@
 // How dead stations slow the healthy ones, and how soon a revived one is back; in virtual time. Prints the figures
 // of docs/reliability.md.
-#include "host/fake_link.h"
 #include "host/host.h"
+#include "support/fake_link.h"
 
 #include <cstdio>
 
@@ -123,7 +123,7 @@ protected:
         return worst;
     }
 
-    fake::Link link;
+    FakeLink link;
     HostOptions options;
     std::set<int> dead;
     std::map<int, int> asked;
@@ -141,6 +141,7 @@ TEST_F(DeadStations, LeaveTheHealthyOnesNineTenthsOfTheirRate)
         Stations);
     std::printf("| 0 | %.2f | 100 %% | 100 %% | | | |\n", allAlive);
     for (int count = 1; count <= 6; ++count) {
+        SCOPED_TRACE(count);
         const double alone = rateOfHealthy(1 + count);
         letThemDie(count);
         const double rate = slowest();
@@ -170,7 +171,7 @@ TEST_F(DeadStations, AreProbedWithOneRequestOnly)
     runUntil(link.now() + 300s);
     for (std::size_t i = before; i < link.sent.size(); ++i)
         if (dead.count(link.sent[i].at(0))) {
-            EXPECT_GE(link.sentAt[i] - last, (ProbeBudget::Share - 1) * 1s);
+            EXPECT_GE(link.sentAt[i] - last, (ProbeBudget::Share - 1) * 1s) << i;
             last = link.sentAt[i];
             ++probes;
         }

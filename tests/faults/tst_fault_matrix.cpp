@@ -16,7 +16,7 @@ namespace
 /// What a request of this kind and its reply look like.
 std::vector<Exchange> exchangesOf(const RequestKind &kind)
 {
-    fake::Link link;
+    FakeLink link;
     FaultyLine line(link, Limit);
     std::vector<Exchange> seen;
     link.onSend = [&](const QByteArray &request) {

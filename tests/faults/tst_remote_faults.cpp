@@ -54,7 +54,7 @@ protected:
     }
 
     /// One transaction: the results of its attempts.
-    std::vector<int> poll(fake::Link &link)
+    std::vector<int> poll(FakeLink &link)
     {
         std::vector<int> codes;
         do
@@ -65,7 +65,7 @@ protected:
         return codes;
     }
 
-    int attempt(fake::Link &link)
+    int attempt(FakeLink &link)
     {
         const Protocol *const request = ComCommunication();
         drain(link, link.now() + 2 * Limit, 2ms);
@@ -75,7 +75,7 @@ protected:
     }
 
     /// As many bytes as the reply has, behind echoes of the request.
-    QByteArray receive(fake::Link &link, const Protocol &request)
+    QByteArray receive(FakeLink &link, const Protocol &request)
     {
         const Time deadline = link.now() + Limit;
         QByteArray bytes;
@@ -93,7 +93,7 @@ protected:
         }
     }
 
-    void drain(fake::Link &link, Time limit, Time gap)
+    void drain(FakeLink &link, Time limit, Time gap)
     {
         char stray[4096];
         while (link.now() < limit && link.receive(stray, sizeof stray, link.now() + gap) > 0) {
@@ -122,7 +122,7 @@ protected:
     Exchange exchange()
     {
         start();
-        fake::Link link;
+        FakeLink link;
         faults::FaultyLine line(link, Limit);
         return line.exchangeFor(ComCommunication()->frame);
     }
@@ -131,7 +131,7 @@ protected:
     void check(const LineFault &fault, int place, bool last)
     {
         start();
-        fake::Link link;
+        FakeLink link;
         faults::FaultyLine line(link, Limit);
         ASSERT_EQ(poll(link), (std::vector<int>{1}));
         if (last)

@@ -111,7 +111,8 @@ bool isWholeFrames(const Question &question, Bytes bytes)
         std::size_t length = size > 0 && size <= int(bytes.size()) ? std::size_t(size) : 0;
         if (bytes.size() >= echo.size() && std::equal(echo.begin(), echo.end(), bytes.begin()))
             length = echo.size();
-        else if (length == 0 || (length != 3 && !fuzz::isSealed(Bytes(bytes.begin(), bytes.begin() + int(length)))))
+        else if (length == 0 ||
+                 (length != 3 && !frames::isSealed(Bytes(bytes.begin(), bytes.begin() + int(length)))))
             return false;
         bytes.erase(bytes.begin(), bytes.begin() + int(length));
     }
@@ -128,10 +129,10 @@ void checkFound(const Question &question, const ReplyFinder &finder)
     const Bytes reply = copyOf(finder.reply());
     require(answers(question, reply), "what was found does not answer the request");
     const int skipped = int(finder.reply().bytes - finder.received().bytes);
-    require(question.isWrite || fuzz::isSealed(reply) ||
+    require(question.isWrite || frames::isSealed(reply) ||
                 isWholeFrames(question, copyOf({finder.received().bytes, skipped})),
             "a reply with a bad check code was found behind noise");
-    require(finder.wouldPass() == (question.isWrite || fuzz::isSealed(reply)), "wouldPass() of a reply");
+    require(finder.wouldPass() == (question.isWrite || frames::isSealed(reply)), "wouldPass() of a reply");
     checkTrace(TraceEntry::Received, finder.received(), Outcome::Good, skipped);
 }
 
@@ -202,7 +203,7 @@ void describeAnything(const Bytes &bytes)
     const FrameView view = {reinterpret_cast<const char *>(bytes.data()), int(bytes.size())};
     for (const TraceEntry::Event event : {TraceEntry::Sent, TraceEntry::Received, TraceEntry::Stray})
         checkTrace(event, view, Outcome::Good, 0);
-    require(hasGoodCheck(view) == fuzz::isSealed(bytes), "hasGoodCheck() is wrong");
+    require(hasGoodCheck(view) == frames::isSealed(bytes), "hasGoodCheck() is wrong");
     const int size = replySize(view);
     require(size == 0 || size >= 3, "a reply of less than three bytes");
     if (size > 0 && size <= view.size)

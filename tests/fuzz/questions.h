@@ -3,6 +3,7 @@
 #define TARN_TESTS_FUZZ_QUESTIONS_H
 
 #include "host/late_replies.h"
+#include "support/wire.h"
 #include "target.h"
 
 namespace fuzz
@@ -26,39 +27,14 @@ struct Question {
     Bytes frame() const { return Bytes(request.frame.begin(), request.frame.end()); }
 };
 
-inline void seal(Bytes &frame)
-{
-    unsigned crc = 0xFFFF;
-    for (unsigned byte : frame) {
-        crc ^= byte;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc & 1 ? (crc >> 1) ^ 0xA001u : crc >> 1;
-    }
-    frame.push_back(static_cast<std::uint8_t>(crc & 0xFF));
-    frame.push_back(static_cast<std::uint8_t>(crc >> 8));
-}
-
-inline bool isSealed(Bytes frame)
-{
-    if (frame.size() < 2)
-        return false;
-    const Bytes before = frame;
-    frame.resize(frame.size() - 2);
-    seal(frame);
-    return frame == before;
-}
-
 inline Entry anyEntry(Input &input)
 {
-    static const struct {
-        int code, bits;
-    } areas[] = {{0x00, 1},  {0x01, 1},  {0x02, 1},  {0x05, 1},  {0x04, 1}, {0x08, 16}, {0x12, 16},
-                 {0x11, 16}, {0x06, 16}, {0x07, 16}, {0x13, 32}, {0x03, 1}, {0x09, 16}, {0x10, 16}};
-    const auto &area = areas[input.below(14)];
+    const int code = frames::area(input.below(frames::AreaTypes)).readCode;
+    const int bits = frames::bitsOf(unsigned(code));
     // A host asks for three data bytes at least: with fewer an echo would pass for the reply.
-    const int fewest = area.bits == 1 ? 3 : area.bits == 16 ? 2 : 1;
-    const int count = (area.bits == 1 ? 8 : 1) * (fewest + input.between(0, input.oneIn(8) ? 28 : 4));
-    return {area.code, count, input.between(0, 300), count * area.bits / 8, area.bits == 1};
+    const int fewest = bits == 1 ? 3 : bits == 16 ? 2 : 1;
+    const int count = (bits == 1 ? 8 : 1) * (fewest + input.between(0, input.oneIn(8) ? 28 : 4));
+    return {code, count, input.between(0, 300), count * bits / 8, bits == 1};
 }
 
 inline QByteArray toQt(const Bytes &bytes)
@@ -88,7 +64,7 @@ inline Question anyQuestion(Input &input)
     }
     if (question.isWrite)
         add(frame, {input.between(0, 255), input.between(0, 255)});
-    seal(frame);
+    frame = frames::sealed(frame);
     question.request.frame = toQt(frame);
     question.request.frameLen = static_cast<int>(frame.size());
     question.request.replyLen = question.isWrite ? 3 : replyLen + 2;
@@ -109,8 +85,7 @@ inline Bytes goodReply(const Question &question, Input &input)
         data.resize(static_cast<std::size_t>(entry.dataSize));
         reply.insert(reply.end(), data.begin(), data.end());
     }
-    seal(reply);
-    return reply;
+    return frames::sealed(reply);
 }
 
 /// Whether a reply to one could be taken for a reply to the other: nothing in it tells the addresses.

@@ -4,16 +4,14 @@
 
 #include "host/link.h"
 #include "host/text_error.h"
+#include "support/loopback.h"
+#include "support/pseudo_terminal.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <QtCore/QByteArray>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QString>
-#include <stdlib.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace fgs
@@ -59,12 +57,9 @@ class PtyEnd : public FarEnd
 public:
     PtyEnd()
     {
-        fd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        grantpt(fd);
-        unlockpt(fd);
-        char path[128];
-        ptsname_r(fd, path, sizeof path);
-        device = QString::fromLocal8Bit(path);
+        std::string path;
+        fd = openPseudoTerminal(path);
+        device = QString::fromStdString(path);
     }
     QString address() const override { return device; }
 
@@ -76,7 +71,7 @@ private:
 class TcpEnd : public FarEnd
 {
 public:
-    TcpEnd() : keeper(bound(0)), port(portOf(keeper)) { listen(); }
+    TcpEnd() : keeper(boundToLoopback(0)), port(portOf(keeper)) { listen(); }
     ~TcpEnd() override
     {
         stopListening();
@@ -94,48 +89,15 @@ public:
             ::close(listener);
         listener = -1;
     }
-    void listen()
-    {
-        listener = bound(port);
-        ASSERT_EQ(::listen(listener, 1), 0);
-    }
-
-protected:
-    static sockaddr_in onLoopback(int port)
-    {
-        sockaddr_in local = {};
-        local.sin_family = AF_INET;
-        local.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        local.sin_port = htons(std::uint16_t(port));
-        return local;
-    }
-    /// As far as it goes without waiting.
-    void connectHere(int client) const
-    {
-        const sockaddr_in local = onLoopback(port);
-        ::connect(client, reinterpret_cast<const sockaddr *>(&local), sizeof local);
-    }
+    void listen() { listener = listenOnLoopback(port, 1); }
 
 private:
-    static int bound(int port)
-    {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const int on = 1;
-        ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        sockaddr_in local = onLoopback(port);
-        EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr *>(&local), sizeof local), 0);
-        return fd;
-    }
-    static int portOf(int fd)
-    {
-        sockaddr_in local = {};
-        socklen_t size = sizeof local;
-        ::getsockname(fd, reinterpret_cast<sockaddr *>(&local), &size);
-        return ntohs(local.sin_port);
-    }
-
     const int keeper;
+
+protected:
     const int port;
+
+private:
     int listener = -1;
 };
 

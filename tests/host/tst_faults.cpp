@@ -1,6 +1,6 @@
 // Long runs over a bad line in virtual time: no wrong value, no stop, counts that add up.
-#include "host/fake_link.h"
 #include "host/host.h"
+#include "support/fake_link.h"
 
 #include <random>
 
@@ -13,7 +13,7 @@ namespace
 class BadLine
 {
 public:
-    BadLine(fake::Link &theLink, unsigned seed, int theOneIn) : link(theLink), random(seed), oneIn(theOneIn)
+    BadLine(FakeLink &theLink, unsigned seed, int theOneIn) : link(theLink), random(seed), oneIn(theOneIn)
     {
         link.onSend = [this](const QByteArray &request) { answer(request); };
     }
@@ -111,13 +111,13 @@ private:
     }
     void strangerAhead(const QByteArray &request, const QByteArray &reply)
     {
-        fake::Controller strangers;
+        FakeController strangers;
         link.arrive(2ms, strangers.answer(ofStation(77, request)));
         link.arrive(5ms, reply);
     }
     void wrongStation(const QByteArray &request, const QByteArray &)
     {
-        fake::Controller strangers;
+        FakeController strangers;
         link.arrive(5ms, strangers.answer(ofStation(77, request)));
     }
     void otherCounts(const QByteArray &request, const QByteArray &)
@@ -131,7 +131,7 @@ private:
     }
     void linkLost(const QByteArray &, const QByteArray &) { link.cut(); }
 
-    fake::Link &link;
+    FakeLink &link;
     std::mt19937 random;
     const int oneIn;
 };
@@ -154,12 +154,13 @@ protected:
 
     quint32 wanted(const Variable &variable, int i) const
     {
-        return link.controller.value(variable.station, areaOf(variable.area)->code, variable.address + i);
+        return link.controller.at(variable.station, areaOf(variable.area)->code, variable.address + i);
     }
 
     void expectRightValues(const Host &host, const std::vector<Variable> &of)
     {
         for (const Variable &variable : of) {
+            SCOPED_TRACE(textOf(variable).toStdString());
             if (!host.ageOf(variable).isKnown())
                 continue;
             const std::vector<quint32> values = host.values(variable);
@@ -179,7 +180,7 @@ protected:
         ASSERT_EQ(stats.failures(), stats.retries + stats.abandoned);
     }
 
-    fake::Link link;
+    FakeLink link;
     HostOptions options;
     std::vector<Variable> variables;
 };
@@ -214,6 +215,7 @@ TEST_P(Faults, NeverLetAWriteBeTakenBackOrLost)
     host.poll(variables);
     quint32 number = 1;
     for (int round = 0; round < 150 && !HasFatalFailure(); ++round) {
+        SCOPED_TRACE(round);
         const Variable &variable = variables[std::size_t(round) % 3];
         std::vector<quint32> values;
         for (int i = 0; i < variable.count; ++i)

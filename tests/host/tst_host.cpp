@@ -1,7 +1,7 @@
 // A whole host on the linked driver: reading, writing, and stations that do not answer.
-#include "host/fake_link.h"
 #include "host/host.h"
 #include "host/text_error.h"
+#include "support/fake_link.h"
 
 using namespace fgs;
 
@@ -27,7 +27,7 @@ protected:
 
     quint32 wanted(const Variable &variable, int i) const
     {
-        return link.controller.value(variable.station, areaOf(variable.area)->code, variable.address + i);
+        return link.controller.at(variable.station, areaOf(variable.area)->code, variable.address + i);
     }
 
     /// Whether every value that counts as known is the controller's.
@@ -59,7 +59,7 @@ protected:
             host->step();
     }
 
-    fake::Link link;
+    FakeLink link;
     HostOptions options;
     std::vector<Variable> variables;
     std::unique_ptr<Host> host;
@@ -160,6 +160,7 @@ TEST_F(HostTest, ALostLinkMakesEveryValueOldAtOnce)
     steps(1);
     EXPECT_EQ(told, std::vector<std::string>{"0 cut"});
     for (int i : {0, 1}) {
+        SCOPED_TRACE(i);
         EXPECT_TRUE(host->ageOf(variables[std::size_t(i)]).isStale());
         EXPECT_EQ(host->ageOf(variables[std::size_t(i)]).outcome, Outcome::LinkLost);
     }
@@ -348,10 +349,11 @@ TEST_F(ReadingTest, ARequestThatAStopCutOffIsUnderWay)
 TEST_F(HostTest, WritesEveryKindAndReadsItBack)
 {
     for (const char *other : {"5:9@1", "5:9@2"}) { // fixed image, per station
+        SCOPED_TRACE(other);
         start({"5:100x3", "2:7x4", "10:5x2", other});
         const std::vector<std::vector<quint32>> values = {{1, 0x1234, 65535}, {1, 0, 1, 1}, {0x12345678, 9}};
         for (std::size_t i = 0; i < values.size(); ++i)
-            EXPECT_TRUE(host->write(variables[i], values[i]));
+            EXPECT_TRUE(host->write(variables[i], values[i])) << i;
         EXPECT_EQ(host->writesQueued(), 1 + 4 + 1);
         while (host->writesQueued())
             EXPECT_TRUE(host->step().isWrite);
@@ -360,7 +362,7 @@ TEST_F(HostTest, WritesEveryKindAndReadsItBack)
         while (!allKnown())
             host->step();
         for (std::size_t i = 0; i < values.size(); ++i)
-            EXPECT_EQ(host->values(variables[i]), values[i]);
+            EXPECT_EQ(host->values(variables[i]), values[i]) << i;
         EXPECT_TRUE(knownValuesAreRight());
         EXPECT_EQ(host->writesLost(), 0);
         host.reset();
@@ -371,6 +373,7 @@ TEST_F(HostTest, WritesEveryKindAndReadsItBack)
 TEST_F(HostTest, WritesMoreDoubleWordsThanABlockHolds)
 {
     for (int blockWords : {5, 31, 64}) {
+        SCOPED_TRACE(blockWords);
         options.blockWords = blockWords;
         start({"10:10x100"});
         std::vector<quint32> values;
@@ -415,7 +418,7 @@ TEST_F(HostTest, ReadOnlyAreasAreRefused)
 {
     start({"8:3", "0:17"});
     for (const Variable &variable : variables)
-        EXPECT_THROW(host->write(variable, {1}), TextError);
+        EXPECT_THROW(host->write(variable, {1}), TextError) << textOf(variable).toStdString();
     try {
         host->write(variables[1], {1});
     } catch (const TextError &error) {
@@ -443,6 +446,7 @@ TEST_F(HostTest, WritesThatAFailureDropsAreCounted)
 TEST_F(HostTest, DroppedWritesAreNotSent)
 {
     for (const char *other : {"5:30@1", "5:30@2"}) { // fixed image, per station
+        SCOPED_TRACE(other);
         start({"5:0x2", "2:10x8", other});
         for (const Variable &variable : variables)
             host->write(variable, std::vector<quint32>(std::size_t(variable.count), 1));
@@ -469,6 +473,7 @@ TEST_F(HostTest, ARefusedWriteIsNoFailureOfItsStation)
     start({"5:0x2", "5:0@2"});
     link.onSend = [this](const QByteArray &) { link.arrive(5ms, bytes("01 FF 21")); };
     for (int i = 0; i < 5; ++i) {
+        SCOPED_TRACE(i);
         host->write(variables[0], {1, 2});
         while (host->writesQueued())
             EXPECT_EQ(host->step().outcome, Outcome::Refused);

@@ -1,7 +1,7 @@
 // The C++ blocks of docs/host-guide.md, compiled as they stand, one after the other, and run.
 #include "host_guide.h"
 
-#include "host/fake_link.h"
+#include "support/fake_link.h"
 
 namespace
 {
@@ -14,7 +14,7 @@ std::vector<EndedRead> endedReads;
 class Line : public Link
 {
 public:
-    fake::Controller controller;
+    FakeController controller;
     std::vector<int> results;
     int pauses = 0;
 
@@ -42,7 +42,7 @@ protected:
         start();
     }
 
-    int wanted(int code, int address) const { return int(line.controller.value(1, code, address)); }
+    int wanted(int code, int address) const { return int(line.controller.at(1, code, address)); }
 
     Line line;
 };
@@ -59,10 +59,10 @@ TEST_F(HostGuide, PollsWhatTheScreensShow)
     pollOnce(line, 9600);
     EXPECT_EQ(std::vector<int>({1}), line.results);
     for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(wanted(0x08, 100 + i), wordOfArea5(std::to_string(100 + i).c_str(), 1));
+        EXPECT_EQ(wanted(0x08, 100 + i), wordOfArea5(std::to_string(100 + i).c_str(), 1)) << i;
     EXPECT_EQ(wanted(0x00, 15), PLC_driver.ucArea0[1] >> 7);
     for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(unsigned(wanted(0x13, i)), PLC_driver.uiArea10[i]);
+        EXPECT_EQ(unsigned(wanted(0x13, i)), PLC_driver.uiArea10[i]) << i;
     EXPECT_EQ(0, line.pauses);
 }
 

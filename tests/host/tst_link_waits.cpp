@@ -307,8 +307,7 @@ public:
 private:
     bool isAnswered()
     {
-        clients.push_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-        connectHere(clients.back());
+        clients.push_back(callLoopback(port, SOCK_NONBLOCK));
         pollfd client = {clients.back(), POLLOUT, 0};
         return ::poll(&client, 1, 100) == 1;
     }

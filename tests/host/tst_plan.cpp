@@ -214,6 +214,7 @@ protected:
             highest = std::max({highest, (end + unit - 1) / unit * unit, isBits(variable.area) ? 24 : 2});
         }
         for (const RW_VAR &block : PLC_driver.ReadVarList) {
+            SCOPED_TRACE(block.address);
             const Place place(block.station, block.areaType);
             ASSERT_EQ(ends.count(place), 1u) << "nobody wants " << block.station << "/" << block.areaType;
             ASSERT_LE(block.address + read(block), ends[place]) << "area " << block.areaType;

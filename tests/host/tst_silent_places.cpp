@@ -1,6 +1,6 @@
 // Controllers that lack addresses, and give no answer to a request that reads one of them.
-#include "host/fake_link.h"
 #include "host/host.h"
+#include "support/fake_link.h"
 
 using namespace fgs;
 
@@ -73,7 +73,7 @@ protected:
             const std::vector<quint32> values = host->values(variable);
             for (int i = 0; i < variable.count; ++i)
                 if (values[std::size_t(i)] !=
-                    link.controller.value(variable.station, areaOf(variable.area)->code, variable.address + i))
+                    link.controller.at(variable.station, areaOf(variable.area)->code, variable.address + i))
                     return ::testing::AssertionFailure() << textOf(variable).toStdString() << " at " << i;
         }
         return ::testing::AssertionSuccess();
@@ -121,7 +121,7 @@ protected:
         return all;
     }
 
-    fake::Link link;
+    FakeLink link;
     Time answerTime = 5ms;
     HostOptions options;
     std::vector<Variable> missing;
@@ -231,7 +231,7 @@ TEST_F(SilentPlaces, AGapThatIsReadAlongIsNamedAndNoLongerRead)
     runFor(10s); // the values are known before the search is over
     EXPECT_EQ(findings(), "gap 5:104x26@1");
     for (const Variable &variable : variables)
-        EXPECT_TRUE(host->ageOf(variable).isKnown());
+        EXPECT_TRUE(host->ageOf(variable).isKnown()) << textOf(variable).toStdString();
     const std::size_t before = unanswered();
     answerTime = 100ms;
     runFor(300s);

@@ -79,7 +79,7 @@ TEST_F(SuspectsTest, FewRequestsAreNotEnough)
 TEST_F(SuspectsTest, WithoutASignOfLifeNothingIsSearched)
 {
     for (int i = 0; i < 10; ++i)
-        EXPECT_FALSE(suspects.gaveUp({words(0, 24)}, 3));
+        EXPECT_FALSE(suspects.gaveUp({words(0, 24)}, 3)) << i;
     EXPECT_FALSE(suspects.nextProbe(0s, {}));
 }
 
@@ -138,6 +138,7 @@ TEST_F(SuspectsTest, ASilentPlaceIsProbedAtGrowingDistances)
     suspects.takeFindings();
     Time now = 1s;
     for (Time rest : {2s, 4s, 8s, 16s, 32s, 60s, 60s}) {
+        SCOPED_TRACE(rest.count());
         ASSERT_TRUE(suspects.nextProbe(now, {}));
         suspects.probeSilent(now, 1ms);
         EXPECT_FALSE(suspects.nextProbe(now + rest - 1ns, {}));

@@ -89,6 +89,7 @@ TEST(Areas, HaveTheCodesOfTheProtocol)
     const int codes[AreaCount] = {0x00, 0x01, 0x02, 0x05, 0x04, 0x08, 0x12,
                                   0x11, 0x06, 0x07, 0x13, 0x03, 0x09, 0x10};
     for (int number = 0; number < AreaCount; ++number) {
+        SCOPED_TRACE(number);
         EXPECT_EQ(areaOf(number)->number, number);
         EXPECT_EQ(areaOf(number)->code, codes[number]);
         EXPECT_EQ(areaOfCode(codes[number]), areaOf(number));

@@ -1,5 +1,5 @@
 // The requests in ProtocolList from one to the next: their record and room serve again, their contents do not.
-#include "driver/polling.h"
+#include "support/polling.h"
 
 namespace
 {

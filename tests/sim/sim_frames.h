@@ -1,8 +1,9 @@
-// Frames in the tests: hexadecimal text to bytes, and a check code of the tests' own.
+// Frames of the simulated controller from hexadecimal text.
 #ifndef SIM_FRAMES_H
 #define SIM_FRAMES_H
 
 #include "sim/bytes.h"
+#include "support/wire.h"
 
 #include <sstream>
 
@@ -16,19 +17,7 @@ inline fgssim::Bytes bytes(const std::string &text)
     return result;
 }
 
-/// The bytes and their CRC, computed bit by bit.
-inline fgssim::Bytes sealed(fgssim::Bytes frame)
-{
-    unsigned crc = 0xFFFF;
-    for (unsigned byte : frame) {
-        crc ^= byte;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc & 1 ? (crc >> 1) ^ 0xA001u : crc >> 1;
-    }
-    frame.push_back(fgssim::Byte(crc & 0xFF));
-    frame.push_back(fgssim::Byte(crc >> 8));
-    return frame;
-}
+using frames::sealed;
 
 inline fgssim::Bytes sealed(const std::string &text)
 {

@@ -85,16 +85,17 @@ TEST_F(ControllerTest, BroadcastWritesReachEveryStationUnanswered)
 {
     const Response response = ask("00 FF 01 08 01 05 00 00 2A");
     EXPECT_EQ(response.status, Response::Status::Broadcast);
-    EXPECT_TRUE(response.reply.empty());
+    EXPECT_EQ(response.reply, Bytes());
     for (const char *station : {"01", "02", "FF"})
-        EXPECT_EQ(reply(std::string(station) + " FE 01 08 01 05 00"), std::string(station) + " FE 01 08 01 00 2A");
+        EXPECT_EQ(reply(std::string(station) + " FE 01 08 01 05 00"), std::string(station) + " FE 01 08 01 00 2A")
+            << station;
 }
 
 TEST_F(ControllerTest, BroadcastReadsAreIgnored)
 {
     const Response response = ask("00 FE 01 08 01 05 00");
     EXPECT_EQ(response.status, Response::Status::Broadcast);
-    EXPECT_TRUE(response.reply.empty());
+    EXPECT_EQ(response.reply, Bytes());
 }
 
 TEST_F(ControllerTest, RefusedWritesChangeNothing)

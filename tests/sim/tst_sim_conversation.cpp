@@ -59,9 +59,9 @@ TEST_F(ConversationTest, AnswersAtOnce)
     start({});
     EXPECT_EQ(ask(Read), Answer);
     EXPECT_EQ(ask(Write), Acknowledgement);
-    EXPECT_TRUE(after(10s).empty());
+    EXPECT_EQ(after(10s), Bytes());
     EXPECT_EQ(conversation->nextEvent(), std::nullopt);
-    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ(lines, std::vector<std::string>());
     EXPECT_EQ(counters().requests, 2u);
     EXPECT_EQ(counters().replies, 2u);
 }
@@ -75,7 +75,7 @@ TEST_F(ConversationTest, TheDelayRunsFromTheEndOfTheRequest)
     now += 50ms;
     conversation->receive(Slice(Read).from(4), now);
     EXPECT_EQ(conversation->nextEvent(), now + 5ms);
-    EXPECT_TRUE(after(5ms - 1ns).empty());
+    EXPECT_EQ(after(5ms - 1ns), Bytes());
     EXPECT_EQ(after(1ns), Answer);
 }
 
@@ -85,9 +85,9 @@ TEST_F(ConversationTest, ThePaceOfALine)
     LineTimes times;
     times.byteTime = 1145833ns;
     start({}, times);
-    EXPECT_TRUE(ask(Read).empty());
+    EXPECT_EQ(ask(Read), Bytes());
     EXPECT_EQ(conversation->nextEvent(), 11458330ns);
-    EXPECT_TRUE(after(11458329ns).empty());
+    EXPECT_EQ(after(11458329ns), Bytes());
     EXPECT_EQ(after(1ns), Slice(Answer).first(1).copy());
     EXPECT_EQ(conversation->nextEvent(), 11 * 1145833ns);
     EXPECT_EQ(after(5ms), Slice(Answer).from(1).first(4).copy());
@@ -110,8 +110,8 @@ TEST_F(ConversationTest, AReplyWaitsUntilTheOneBeforeHasLeftTheLine)
 TEST_F(ConversationTest, SilenceCarriesTheRequestOut)
 {
     start(always(RandomFault::Silence));
-    EXPECT_TRUE(ask(Write).empty());
-    EXPECT_TRUE(after(10s).empty());
+    EXPECT_EQ(ask(Write), Bytes());
+    EXPECT_EQ(after(10s), Bytes());
     EXPECT_EQ(lines,
               std::vector<std::string>{"line fault silence: station 1 writes area 5 from 100: 4660 -> nothing"});
     EXPECT_EQ(simulation->controller.handle(Read).reply, sealed("01 FE 01 08 01 12 34"));
@@ -124,17 +124,18 @@ TEST_F(ConversationTest, ALateReplyHoldsTheNextOneUp)
     LineTimes times;
     times.lateBy = 300ms;
     start(always(RandomFault::Late), times);
-    EXPECT_TRUE(ask(Read).empty());
+    EXPECT_EQ(ask(Read), Bytes());
     now += 200ms;
-    EXPECT_TRUE(ask(Write).empty());
+    EXPECT_EQ(ask(Write), Bytes());
     EXPECT_EQ(after(100ms), Answer);
-    EXPECT_TRUE(after(200ms - 1ns).empty());
+    EXPECT_EQ(after(200ms - 1ns), Bytes());
     EXPECT_EQ(after(1ns), Acknowledgement);
 }
 
 TEST_F(ConversationTest, DamagedRepliesAreLoggedAndCounted)
 {
     for (RandomFault fault : {RandomFault::Crc, RandomFault::Short, RandomFault::Long, RandomFault::Noise}) {
+        SCOPED_TRACE(FaultNames[std::size_t(fault)]);
         lines.clear();
         start(always(fault));
         const Bytes reply = ask(Read);
@@ -149,10 +150,10 @@ TEST_F(ConversationTest, DamagedRepliesAreLoggedAndCounted)
 TEST_F(ConversationTest, RejectionsAreSilentAndLogged)
 {
     start({});
-    EXPECT_TRUE(ask(sealed("01 FF 01 06 01 05 00 00 2A")).empty());
-    EXPECT_TRUE(ask(sealed("02 FE 01 08 01 05 00")).empty());
-    EXPECT_TRUE(ask(bytes("55 AA")).empty());
-    EXPECT_TRUE(after(1s).empty());
+    EXPECT_EQ(ask(sealed("01 FF 01 06 01 05 00 00 2A")), Bytes());
+    EXPECT_EQ(ask(sealed("02 FE 01 08 01 05 00")), Bytes());
+    EXPECT_EQ(ask(bytes("55 AA")), Bytes());
+    EXPECT_EQ(after(1s), Bytes());
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_EQ(lines[0].rfind("line rejected: write to area 8, which is read-only: 01 FF 01 06", 0), 0u);
     EXPECT_EQ(lines[1].rfind("line not for a station here: 02 FE", 0), 0u);
@@ -166,7 +167,7 @@ TEST_F(ConversationTest, RejectionsAreSilentAndLogged)
 TEST_F(ConversationTest, ARequestBehindAnEndedOneIsAnsweredAfterTheSilence)
 {
     start({});
-    EXPECT_TRUE(ask(bytes("01 FF 01 13 FF") + Read).empty());
+    EXPECT_EQ(ask(bytes("01 FF 01 13 FF") + Read), Bytes());
     EXPECT_EQ(conversation->nextEvent(), now + LineTimes().silence);
     EXPECT_EQ(after(LineTimes().silence), Answer);
 }
@@ -174,7 +175,7 @@ TEST_F(ConversationTest, ARequestBehindAnEndedOneIsAnsweredAfterTheSilence)
 TEST_F(ConversationTest, BroadcastsAreCounted)
 {
     start(always(RandomFault::Noise));
-    EXPECT_TRUE(ask(sealed("00 FF 01 08 01 64 00 00 07")).empty());
+    EXPECT_EQ(ask(sealed("00 FF 01 08 01 64 00 00 07")), Bytes());
     EXPECT_EQ(counters().broadcasts, 1u);
     EXPECT_EQ(simulation->controller.handle(Read).reply, sealed("01 FE 01 08 01 00 07"));
 }
@@ -198,7 +199,7 @@ TEST_F(ConversationTest, TheQuietLogIsEmpty)
     start({}, {}, Log::Level::Quiet);
     ask(bytes("55 AA"));
     after(1s);
-    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ(lines, std::vector<std::string>());
     EXPECT_EQ(counters().rejected, 1u);
 }
 
@@ -208,7 +209,7 @@ TEST_F(ConversationTest, WaitingRepliesAreBounded)
     times.delay = 1s;
     start({}, times);
     for (int i = 0; i < 40; ++i)
-        EXPECT_TRUE(ask(Write).empty());
+        EXPECT_EQ(ask(Write), Bytes()) << i;
     EXPECT_EQ(counters().replies, 32u);
     EXPECT_EQ(counters().lost, 8u);
     EXPECT_EQ(after(1s).size(), 32 * Acknowledgement.size());

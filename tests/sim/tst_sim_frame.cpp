@@ -121,7 +121,8 @@ TEST(WriteRequest, OneBitWhateverTheCountSays)
 {
     EXPECT_EQ(parseRequest(bytes("01 FF 01 02 01 0D 00 01 A7 26")).values, (std::vector<std::uint32_t>{1}));
     for (const char *count : {"00", "01", "05", "FF"})
-        EXPECT_EQ(parseRequest(sealed(std::string("01 FF 01 02 ") + count + " 0D 00 01")).values.size(), 1u);
+        EXPECT_EQ(parseRequest(sealed(std::string("01 FF 01 02 ") + count + " 0D 00 01")).values.size(), 1u)
+            << count;
 }
 
 // Worked by hand: four words 17, 18, 19, 0x1234 and sixteen bits 0000000110100000 from the lowest on.

@@ -73,6 +73,7 @@ TEST(LineFaults, AreFoundByTheirNames)
 {
     std::set<std::string> names;
     for (const LineFault &fault : lineFaults()) {
+        SCOPED_TRACE(fault.name);
         EXPECT_TRUE(names.insert(fault.name).second) << fault.name;
         EXPECT_EQ(lineFault(fault.name), &fault);
     }
@@ -119,7 +120,7 @@ TEST(LineFaults, AreWhatTheirNamesSay)
     EXPECT_EQ(delivered("acknowledged with a check", write()), sealed("01 FF 20"));
     EXPECT_EQ(delivered("in two pieces", read(), 3), ReadReply);
     EXPECT_EQ(delivered("byte by byte", read()), ReadReply);
-    EXPECT_TRUE(delivered("silence", read()).empty());
+    EXPECT_EQ(delivered("silence", read()), Bytes());
     EXPECT_TRUE(lineFault("link lost")->cutsLink);
 }
 

@@ -45,6 +45,7 @@ TEST_P(Damage, SilenceAndLateLeaveTheBytes)
 TEST_P(Damage, CrcFlipsOneBitSoThatTheCheckFails)
 {
     for (int i = 0; i < Tries; ++i) {
+        SCOPED_TRACE(i);
         const Bytes bad = faults.damage(RandomFault::Crc, good);
         ASSERT_EQ(bad.size(), good.size());
         EXPECT_EQ(differingBits(bad, good), 1);
@@ -56,6 +57,7 @@ TEST_P(Damage, ShortIsABeginning)
 {
     std::set<std::size_t> sizes;
     for (int i = 0; i < Tries; ++i) {
+        SCOPED_TRACE(i);
         const Bytes bad = faults.damage(RandomFault::Short, good);
         sizes.insert(bad.size());
         EXPECT_EQ(bad, Slice(good).first(bad.size()).copy());
@@ -68,6 +70,7 @@ TEST_P(Damage, LongStartsWithTheReply)
 {
     std::set<std::size_t> extra;
     for (int i = 0; i < Tries; ++i) {
+        SCOPED_TRACE(i);
         const Bytes bad = faults.damage(RandomFault::Long, good);
         EXPECT_EQ(Slice(bad).first(good.size()).copy(), good);
         extra.insert(bad.size() - good.size());
@@ -79,6 +82,7 @@ TEST_P(Damage, NoiseEndsWithTheReply)
 {
     std::set<std::size_t> extra;
     for (int i = 0; i < Tries; ++i) {
+        SCOPED_TRACE(i);
         const Bytes bad = faults.damage(RandomFault::Noise, good);
         EXPECT_EQ(Slice(bad).from(bad.size() - good.size()).copy(), good);
         extra.insert(bad.size() - good.size());
@@ -90,17 +94,18 @@ TEST(FaultChooser, WithoutRatesThereAreNone)
 {
     FaultChooser faults({}, 1);
     for (int i = 0; i < Tries; ++i)
-        EXPECT_FALSE(faults.choose());
+        EXPECT_FALSE(faults.choose()) << i;
 }
 
 TEST(FaultChooser, HundredPercentHitsAlways)
 {
     for (std::size_t kind = 0; kind < FaultKinds; ++kind) {
+        SCOPED_TRACE(kind);
         FaultRates rates{};
         rates[kind] = 100;
         FaultChooser faults(rates, 1);
         for (int i = 0; i < Tries; ++i)
-            EXPECT_EQ(faults.choose(), RandomFault(kind));
+            EXPECT_EQ(faults.choose(), RandomFault(kind)) << i;
     }
 }
 

@@ -52,12 +52,13 @@ TEST_F(ReassemblerTest, OneFrame)
 TEST_F(ReassemblerTest, ByteByByteIsReadyWithTheLastByte)
 {
     for (Byte byte : Write) {
-        EXPECT_TRUE(frames.empty());
+        SCOPED_TRACE(int(byte));
+        EXPECT_EQ(frames, Texts());
         receive({byte});
         now += Silence - Time(1);
     }
     EXPECT_EQ(frames, Texts{hex(Write)});
-    EXPECT_TRUE(garbage.empty());
+    EXPECT_EQ(garbage, Texts());
 }
 
 TEST_F(ReassemblerTest, TwoFramesInOneChunkAndAThirdInHalves)
@@ -66,7 +67,7 @@ TEST_F(ReassemblerTest, TwoFramesInOneChunkAndAThirdInHalves)
     EXPECT_EQ(frames, (Texts{hex(Read), hex(Write)}));
     receive(Slice(Read).from(4).copy());
     EXPECT_EQ(frames.size(), 3u);
-    EXPECT_TRUE(garbage.empty());
+    EXPECT_EQ(garbage, Texts());
 }
 
 TEST_F(ReassemblerTest, GarbageAheadIsSkipped)
@@ -81,7 +82,7 @@ TEST_F(ReassemblerTest, GarbageBehindIsSkippedAfterASilence)
     receive(Read + bytes("07 FE"));
     EXPECT_EQ(frames.size(), 1u);
     wait(Silence - Time(1));
-    EXPECT_TRUE(garbage.empty());
+    EXPECT_EQ(garbage, Texts());
     wait(Time(1));
     EXPECT_EQ(garbage, Texts{"incomplete, 2 bytes, then silence: 07 FE"});
     EXPECT_EQ(reassembler.deadline(), std::nullopt);
@@ -119,7 +120,7 @@ TEST_F(ReassemblerTest, ALateCallDropsTheCutFrameBeforeTheNextBytes)
 TEST_F(ReassemblerTest, AFrameBehindTheStartOfALongOneIsFoundAfterASilence)
 {
     receive(bytes("01 FF 01 13 FF") + Read + Write);
-    EXPECT_TRUE(frames.empty());
+    EXPECT_EQ(frames, Texts());
     wait(Silence);
     EXPECT_EQ(frames, (Texts{hex(Read), hex(Write)}));
     EXPECT_EQ(garbage, Texts{"incomplete, 27 of 1029 bytes, then silence: 01 FF 01 13 FF"});
@@ -178,6 +179,7 @@ TEST_F(ReassemblerTest, ChunksMakeNoDifference)
     const Bytes stream = bytes("FE FE 01") + Read + bytes("FF") + Write + Write + bytes("01 FE 07") + Read;
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
         frames.clear();
         Slice rest = stream;
         while (!rest.empty()) {
@@ -195,6 +197,7 @@ TEST_F(ReassemblerTest, RandomBytesNeverGiveAFrame)
     std::mt19937 random(2);
     const Byte likely[] = {0x01, 0xFE, 0xFF, 0x08, 0x13, 0x00};
     for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(round);
         Bytes noise;
         for (unsigned i = 0; i < 40; ++i)
             noise.push_back(random() % 2 ? likely[random() % 6] : Byte(random()));

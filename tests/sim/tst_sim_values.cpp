@@ -44,6 +44,7 @@ TEST(Course, WalkStaysInsideAndKeepsItsStep)
     std::int64_t value = startOfWalk(course, random);
     std::set<std::int64_t> seen;
     for (int i = 0; i < 2000; ++i) {
+        SCOPED_TRACE(i);
         const std::int64_t next = nextOfWalk(course, value, random);
         EXPECT_LE(std::abs(next - value), 7);
         EXPECT_GE(next, -20);
@@ -78,7 +79,7 @@ TEST(Motion, RampsMoveWithTheTicks)
 {
     Motion motion = motionOf({{&area(1), 0, 1, {}, {Course::Shape::Ramp, 0, 1, 1}}});
     for (unsigned tick = 0; tick < 5; ++tick, motion.tick())
-        EXPECT_EQ(motion.value(1, area(1), 0), tick % 2);
+        EXPECT_EQ(motion.value(1, area(1), 0), tick % 2) << tick;
 }
 
 TEST(Motion, TheSeedDecidesTheWalks)
@@ -110,6 +111,7 @@ TEST(Background, MovingIsAsDescribed)
 {
     Background background(Values::Moving, 1);
     for (unsigned tick = 0; tick < 40; ++tick, background.tick()) {
+        SCOPED_TRACE(tick);
         EXPECT_EQ(background.value(1, area(2), 3), (3 + tick) % 16 < 8);
         EXPECT_EQ(background.value(2, area(5), 990), (990 + 200 + tick) % 1000);
         EXPECT_LE(background.value(2, area(10), 991), 1000u);
@@ -143,6 +145,7 @@ TEST(Background, PatternValues)
 TEST(Background, PatternTellsNeighboursApart)
 {
     for (unsigned address = 0; address < 1000; ++address) {
+        SCOPED_TRACE(address);
         const std::uint32_t value = patternValue(1, area(5), address);
         EXPECT_NE(value, patternValue(1, area(5), address + 1));
         EXPECT_NE(value, patternValue(2, area(5), address));

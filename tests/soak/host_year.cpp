@@ -1,7 +1,7 @@
 #include "host_year.h"
 
-#include "heap.h"
 #include "shadow.h"
+#include "support/heap.h"
 #include "year.h"
 
 #include <algorithm>
@@ -17,6 +17,7 @@ namespace
 using namespace std::chrono_literals;
 
 const fgssim::FaultRates Percent = {0.4, 0.2, 0.3, 0.2, 0.2, 0.2};
+const fgs::Time Answer = 5ms, LateAnswer = 1500ms;
 const std::uint64_t WriteEvery = 24, ScreenEvery = 600, OnceEvery = 600; ///< transactions, on average
 
 std::vector<std::vector<fgs::Variable>> variablesOf(const std::vector<Screen> &screens)
@@ -66,8 +67,17 @@ HostYear::HostYear(bool perStation, std::uint64_t seed)
     : screens(variablesOf(soak::screens(stations(perStation)))), all(joined(screens)),
       line(perStation ? std::vector<unsigned>{1, 2, 3} : std::vector<unsigned>{1}, {}, fgssim::Values::Pattern,
            Percent, seed),
-      link(line), host(fgs::linkedDriver(), link, all, options()), random(seed, 8)
+      host(fgs::linkedDriver(), link, all, options()), random(seed, 8)
 {
+    link.onSend = [this](const QByteArray &request) { answer(request); };
+}
+
+void HostYear::answer(const QByteArray &request)
+{
+    ++sent;
+    const Reply reply = line.exchange(request);
+    link.arrive(Answer, reply.bytes);
+    link.arrive(LateAnswer, reply.late);
 }
 
 HostReport HostYear::run(std::uint64_t transactions)
@@ -78,7 +88,7 @@ HostReport HostYear::run(std::uint64_t transactions)
         hour();
         report.heapEnd = heap::inUse();
         mustBe("heap", report.heapEnd, report.heapWarm);
-    } while (link.sent < transactions || report.hours < 3);
+    } while (sent < transactions || report.hours < 3);
     report.statistics = host.statistics();
     report.faults = line.faults;
     report.lostWrites = host.writesLost();
@@ -89,7 +99,7 @@ HostReport HostYear::run(std::uint64_t transactions)
 void HostYear::hour()
 {
     const std::uint64_t end = ++report.hours * TransactionsPerHour;
-    while (link.sent < end) {
+    while (sent < end) {
         act();
         step();
     }
@@ -103,7 +113,7 @@ void HostYear::step()
     host.step();
     link.pauseUntil(next);
     const fgs::Statistics &now = host.statistics();
-    mustBe("requests counted", (long long)(now.requests), (long long)(link.sent));
+    mustBe("requests counted", (long long)(now.requests), (long long)(sent));
     mustBe("sum of the outcomes", std::accumulate(now.outcomes.begin(), now.outcomes.end(), 0LL),
            (long long)(now.requests));
     mustBe("failures", (long long)(now.failures()), (long long)(now.retries + now.abandoned));

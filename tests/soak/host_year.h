@@ -3,8 +3,9 @@
 #define TARN_TESTS_HOST_YEAR_H
 
 #include "host/host.h"
+#include "lossy_line.h"
 #include "places.h"
-#include "virtual_link.h"
+#include "support/virtual_link.h"
 
 namespace soak
 {
@@ -31,6 +32,7 @@ public:
 private:
     using Variables = std::vector<fgs::Variable>;
 
+    void answer(const QByteArray &request);
     void hour();
     void tidy();
     void act();
@@ -42,8 +44,9 @@ private:
 
     const std::vector<Variables> screens;
     Variables all;
-    Line line;
+    LossyLine line;
     VirtualLink link;
+    std::uint64_t sent = 0; ///< requests
     fgs::Host host;
     fgssim::Random random;
     HostReport report;

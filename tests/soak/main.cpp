@@ -1,7 +1,7 @@
 // A year of polling in one run: 3.2 * 10^8 transactions, ten a second. Prints what happened; fails at the first
 // thing that must not happen, growth of the heap by one byte among them.
-#include "heap.h"
 #include "host_year.h"
+#include "support/heap.h"
 #include "year.h"
 
 #include <cinttypes>

@@ -2,7 +2,7 @@
 #ifndef TARN_TESTS_SHADOW_H
 #define TARN_TESTS_SHADOW_H
 
-#include "line.h"
+#include "lossy_line.h"
 
 #include <tarn_fgsseries.h>
 

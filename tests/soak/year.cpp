@@ -1,6 +1,6 @@
 #include "year.h"
 
-#include "heap.h"
+#include "support/heap.h"
 
 #include <stdexcept>
 

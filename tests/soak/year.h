@@ -56,7 +56,7 @@ private:
     COMINFO settings = COMINFO();
     const std::vector<Screen> allScreens;
     const std::vector<Place> places;
-    Line line;
+    LossyLine line;
     fgssim::Random random;
     Shadow shadow;
     Report report;

@@ -2,7 +2,7 @@
 #ifndef TARN_TESTS_REMOTE_LINE_H
 #define TARN_TESTS_REMOTE_LINE_H
 
-#include "soak/line.h"
+#include "soak/lossy_line.h"
 
 #include <tarn_fgsseries.h>
 

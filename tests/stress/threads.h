@@ -32,7 +32,7 @@ private:
     void judge(const soak::Reply &reply, const RW_VAR &var, int result);
 
     const COMINFO &settings;
-    soak::Line line;
+    soak::LossyLine line;
     RemoteLine remoteLine;
     int retries = 0;
 };

@@ -167,6 +167,30 @@ inline void fillImage(unsigned char value)
         std::memset(buffer.start, value, size_t(buffer.size()));
 }
 
+/// Fails with the first byte of the image that differs from expected, an earlier wholeImage(): area, item and
+/// values.
+inline ::testing::AssertionResult sameImage(const QByteArray &expected)
+{
+    const QByteArray now = wholeImage();
+    int differs = 0;
+    while (differs < int(now.size()) && now.at(differs) == expected.at(differs))
+        ++differs;
+    if (differs == int(now.size()))
+        return ::testing::AssertionSuccess();
+    int offset = 0; // of the area in the image
+    for (const AreaBuffer &buffer : areaBuffers()) {
+        if (differs < offset + buffer.size()) {
+            const int i = (differs - offset) / buffer.itemSize, from = offset + i * buffer.itemSize;
+            return ::testing::AssertionFailure()
+                   << "area " << buffer.areaType << ", address " << buffer.addressOf(i) << ": bytes "
+                   << hex(now.mid(from, buffer.itemSize)) << ", expected "
+                   << hex(expected.mid(from, buffer.itemSize));
+        }
+        offset += buffer.size();
+    }
+    return ::testing::AssertionFailure() << "the image has no byte " << differs;
+}
+
 /// Fails unless the image is as fillImage(background) made it but for these items of one area, from item first on.
 inline ::testing::AssertionResult imageIs(int areaType, int first, const std::vector<unsigned> &items,
                                           unsigned char background = 0)
@@ -175,11 +199,9 @@ inline ::testing::AssertionResult imageIs(int areaType, int first, const std::ve
     fillImage(background);
     for (size_t i = 0; i < items.size(); ++i)
         area(areaType).put(first + int(i), items[i]);
-    const bool same = wholeImage() == now;
+    const QByteArray expected = wholeImage();
     restoreImage(now);
-    if (same)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "area " << areaType << " or another one holds something else";
+    return sameImage(expected);
 }
 
 /// ReadRegister1 .. ReadRegister6, by the number of variables; leaves groupExtra to the caller.
@@ -202,6 +224,19 @@ inline void readGroup(std::vector<RW_VAR> &vars)
     default:
         FAIL() << vars.size() << " variables are no group of 1 to 6";
     }
+}
+
+/// The numbers of the words of the settings that are not as they were.
+inline std::vector<int> changedWords(const COMINFO &before, const COMINFO &after)
+{
+    int old[20], now[20];
+    std::memcpy(old, &before, sizeof old);
+    std::memcpy(now, &after, sizeof now);
+    std::vector<int> words;
+    for (int i = 0; i < 20; ++i)
+        if (old[i] != now[i])
+            words.push_back(i);
+    return words;
 }
 
 class DriverTest : public ::testing::Test

@@ -2,84 +2,13 @@
 #ifndef TARN_TESTS_FRAMES_H
 #define TARN_TESTS_FRAMES_H
 
+#include "support/wire.h"
 #include "tarn_fgsseries.h"
 
 #include <vector>
 
 namespace frames
 {
-
-enum class Kind { None, Bits, Words, DoubleWords };
-
-/// What an area type is on the wire. A write code of -1: the area is not written.
-struct Area {
-    Kind kind;
-    int readCode;
-    int writeCode;
-};
-
-inline Area area(int areaType)
-{
-    static const Area areas[] = {
-        {Kind::Bits, 0x00, -1},    {Kind::Bits, 0x01, 0x01},        {Kind::Bits, 0x02, 0x02},
-        {Kind::Bits, 0x05, 0x05},  {Kind::Bits, 0x04, 0x04},        {Kind::Words, 0x08, 0x08},
-        {Kind::Words, 0x12, 0x12}, {Kind::Words, 0x11, 0x11},       {Kind::Words, 0x06, -1},
-        {Kind::Words, 0x07, 0x07}, {Kind::DoubleWords, 0x13, 0x13}, {Kind::Bits, 0x03, 0x03},
-        {Kind::Words, 0x09, 0x09}, {Kind::Words, 0x10, 0x10},
-    };
-    return areaType >= 0 && areaType <= 13 ? areas[areaType] : Area{Kind::None, 0x00, -1};
-}
-
-inline void put8(QByteArray &frame, long long value)
-{
-    frame.append(static_cast<char>(value & 0xFF));
-}
-
-inline void put16LowFirst(QByteArray &frame, long long value)
-{
-    put8(frame, value);
-    put8(frame, value >> 8);
-}
-
-inline void put16(QByteArray &frame, long long value)
-{
-    put8(frame, value >> 8);
-    put8(frame, value);
-}
-
-inline void put32(QByteArray &frame, long long value)
-{
-    put16(frame, value >> 16);
-    put16(frame, value);
-}
-
-/// A double word: low half first, each half high byte first.
-inline void putDouble(QByteArray &frame, long long value)
-{
-    put16(frame, value);
-    put16(frame, value >> 16);
-}
-
-/// CRC-16, bit by bit: polynomial 0x8005 reflected, initial value 0xFFFF.
-inline unsigned crc(const QByteArray &frame)
-{
-    unsigned value = 0xFFFF;
-    for (int i = 0; i < int(frame.size()); ++i) {
-        for (int bit = 0; bit < 8; ++bit) {
-            const unsigned in = (static_cast<unsigned char>(frame.at(i)) >> bit) & 1;
-            const unsigned out = value & 1;
-            value = (value >> 1) ^ (in != out ? 0xA001u : 0u);
-        }
-    }
-    return value;
-}
-
-/// The frame and its CRC, low byte first.
-inline QByteArray sealed(QByteArray frame)
-{
-    put16LowFirst(frame, crc(frame));
-    return frame;
-}
 
 /// The frame and the low byte of the sum of its bytes.
 inline QByteArray summed(QByteArray frame)

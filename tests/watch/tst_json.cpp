@@ -33,7 +33,7 @@ protected:
         return made;
     }
 
-    fake::Link link;
+    FakeLink link;
     WallClock clock{link, [] { return std::chrono::system_clock::time_point(std::chrono::seconds(1795292103)); }};
 };
 

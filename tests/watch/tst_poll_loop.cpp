@@ -17,7 +17,7 @@ public:
         Reading reading;
     };
 
-    explicit Recorder(const fake::Link &theLink) : link(theLink) {}
+    explicit Recorder(const FakeLink &theLink) : link(theLink) {}
 
     void updated(const std::vector<Reading> &readings, const std::vector<std::size_t> &which) override
     {
@@ -34,7 +34,7 @@ public:
     std::size_t doneAfter = 0;
 
 private:
-    const fake::Link &link;
+    const FakeLink &link;
 };
 
 class PollLoopTest : public WatchTest
@@ -128,6 +128,7 @@ TEST_F(PollLoopTest, ALostLinkMakesEveryValueStaleAtOnce)
     });
     ASSERT_LE(lost + 3, recorder.updates.end());
     for (std::size_t i = 0; i < 3; ++i) {
+        SCOPED_TRACE(i);
         EXPECT_EQ(lost[long(i)].index, i);
         EXPECT_EQ(lost[long(i)].time, lost->time);
         EXPECT_EQ(lost[long(i)].reading.quality, Quality::Stale);

@@ -1,5 +1,5 @@
 // The time of day of what happens on a link.
-#include "host/fake_link.h"
+#include "support/fake_link.h"
 #include "watch/wall_clock.h"
 
 #include <cstdlib>
@@ -44,7 +44,7 @@ std::chrono::system_clock::time_point evening()
 std::string textAt(const char *zone, Time ago)
 {
     const Zone local(zone);
-    const fake::Link link;
+    const FakeLink link;
     return WallClock(link, evening).text(link.now() - ago).toStdString();
 }
 
@@ -64,7 +64,7 @@ TEST(WallClock, CountsBackFromNow)
 TEST(WallClock, FollowsAClockThatIsSet)
 {
     const Zone local("UTC0");
-    const fake::Link link;
+    const FakeLink link;
     auto now = evening();
     const WallClock clock(link, [&now] { return now; });
     now += 90s;

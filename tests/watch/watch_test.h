@@ -2,7 +2,7 @@
 #ifndef TARN_TESTS_WATCH_TEST_H
 #define TARN_TESTS_WATCH_TEST_H
 
-#include "host/fake_link.h"
+#include "support/fake_link.h"
 #include "watch/reading.h"
 
 namespace fgs
@@ -36,14 +36,14 @@ protected:
         std::vector<quint32> values;
         for (int i = 0; i < variable.count; ++i)
             values.push_back(
-                link.controller.value(variable.station, areaOf(variable.area)->code, variable.address + i));
+                link.controller.at(variable.station, areaOf(variable.area)->code, variable.address + i));
         return values;
     }
 
     static std::string text(const QString &of) { return of.toStdString(); }
 
     std::vector<Variable> variables;
-    fake::Link link;
+    FakeLink link;
     std::unique_ptr<Host> host;
 };
 

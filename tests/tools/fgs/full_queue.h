@@ -4,7 +4,6 @@
 
 #include "support/loopback.h"
 
-#include <fcntl.h>
 #include <fstream>
 #include <QtCore/QString>
 #include <string>
@@ -15,11 +14,10 @@
 class FullQueue
 {
 public:
-    FullQueue() : listener(listenOnLoopback(port))
+    FullQueue() : listener(listenOnLoopback(0, 0)), port(portOf(listener))
     {
-        ::listen(listener, 0);
         for (int i = 0; i < 3; ++i)
-            callers.push_back(call());
+            callers.push_back(callLoopback(port, SOCK_NONBLOCK));
         while (attempts() == 0)
             ::usleep(1000);
         own = attempts();
@@ -40,16 +38,6 @@ public:
     }
 
 private:
-    int call() const
-    {
-        const int caller = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-        sockaddr_in remote = {};
-        remote.sin_family = AF_INET;
-        remote.sin_port = htons(std::uint16_t(port));
-        remote.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::connect(caller, reinterpret_cast<sockaddr *>(&remote), sizeof remote);
-        return caller;
-    }
     /// The connections to the port that have sent a SYN and got no answer.
     int attempts() const
     {
@@ -61,8 +49,8 @@ private:
         return count;
     }
 
-    int port;
     int listener;
+    int port;
     std::vector<int> callers;
     int own;
 };

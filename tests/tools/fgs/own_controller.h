@@ -1,16 +1,15 @@
-// A controller of the tests' own, on TCP or a pseudo-terminal: frames and memory as the protocol's description has
-// them, conduct by a script.
+// The fake controller on TCP or a pseudo-terminal: its conduct comes from a script.
 #ifndef FGS_TESTS_OWN_CONTROLLER_H
 #define FGS_TESTS_OWN_CONTROLLER_H
 
+#include "support/fake_controller.h"
+
 #include <condition_variable>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <thread>
-#include <tuple>
 #include <vector>
 
 /// What a request asks for or writes; count in bits, words or double words.
@@ -111,12 +110,9 @@ private:
     void acceptHost();
     void readHost();
     void serve(const QByteArray &frame);
-    Reply reaction(const Request &request, const QByteArray &good);
+    Reply reactionTo(const QByteArray &frame);
     void write(const QByteArray &bytes);
     void onServer(std::function<void()> order);
-    QByteArray answer(const Request &request) const;
-    QByteArray data(int station, const Block &block) const;
-    void carryOut(const Request &request);
     Log logOf(bool write);
 
     QString address;
@@ -131,7 +127,7 @@ private:
     mutable std::mutex mutex; ///< guards all that follows
     std::condition_variable changed;
     Script script;
-    std::map<std::tuple<int, int, int>, quint32> memory;
+    FakeController memory{unwritten::pattern};
     Log requests;
     int connectionCount = 0;
     std::vector<std::function<void()>> orders;

@@ -2,6 +2,7 @@
 #include "programs.h"
 #include "rows.h"
 #include "support/serial_ports.h"
+#include "support/texts.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -133,7 +134,7 @@ TEST_P(OnLink, TracesFrames)
     EXPECT_TRUE(lines.at(0).endsWith(
         QLatin1String(" > 01 FE 01 08 02 64 00 AA BE  station 1, read area 5 100x2 (wire 0x08:100)")))
         << lines.at(0).toStdString();
-    EXPECT_TRUE(lines.at(1).contains(QLatin1String(" < 01 FE 01 08 02 "))) << lines.at(1).toStdString();
+    EXPECT_TRUE(contains(lines.at(1), QLatin1String(" < 01 FE 01 08 02 ")));
 }
 
 TEST_P(OnLink, EndsWithDistinctCodes)
@@ -151,11 +152,11 @@ TEST_P(OnLink, AnInterruptedPollStillSumsUp)
 {
     Program poll(QStringLiteral("fgs"),
                  QStringList{QStringLiteral("poll"), simulator.link(), QStringLiteral("5:0x10")} + Patience);
-    EXPECT_TRUE(poll.line().contains(QLatin1String("5:0x10@1")));
+    EXPECT_TRUE(contains(poll.line(), QLatin1String("5:0x10@1")));
     poll.interrupt();
     const Result result = poll.wait();
     EXPECT_EQ(result.code, 130);
-    EXPECT_TRUE(result.messages.contains(QLatin1String(" requests in "))) << result.messages.toStdString();
+    EXPECT_TRUE(contains(result.messages, QLatin1String(" requests in ")));
 }
 
 TEST_P(OnLink, ASimulatorsFirstLineIsALink)
@@ -172,6 +173,7 @@ TEST_P(OnLink, MovingValuesGiveALineAChange)
                                             Patience);
     int last = poll.line().section(QLatin1Char(' '), -1).toInt();
     for (int i = 0; i < 10; ++i) {
+        SCOPED_TRACE(i);
         const int value = poll.line().section(QLatin1Char(' '), -1).toInt();
         EXPECT_NE(value, last);
         last = value;
@@ -244,9 +246,8 @@ TEST(WrongUse, ABuildWithoutSerialPortsNamesThePackage)
 {
     const Result result = runFgs({QStringLiteral("read"), QStringLiteral("/dev/ttyS0"), QStringLiteral("5:0")});
     EXPECT_EQ(result.code, 2);
-    EXPECT_TRUE(result.messages.contains(
-        QLatin1String(QT_VERSION_MAJOR == 6 ? "qt6-serialport-dev" : "libqt5serialport5-dev")))
-        << result.messages.toStdString();
+    EXPECT_TRUE(contains(result.messages,
+                         QLatin1String(QT_VERSION_MAJOR == 6 ? "qt6-serialport-dev" : "libqt5serialport5-dev")));
 }
 #endif
 
@@ -262,13 +263,14 @@ TEST(WrongUse, AThousandValuesAreTheMost)
 TEST(Help, BeginsWithExamplesAndDocumentsTheExitCodes)
 {
     for (const char *arguments : {"--help", "read --help", "write --help", "poll --help"}) {
+        SCOPED_TRACE(arguments);
         const Result result = runFgs(QString::fromLatin1(arguments).split(QLatin1Char(' ')));
         EXPECT_EQ(result.code, 0);
-        EXPECT_TRUE(result.out.startsWith(QLatin1String("Examples:\n  fgs "))) << arguments;
-        EXPECT_TRUE(result.out.contains(QLatin1String("Exit code: 0 ok, 1 other, 2 usage, 3 "))) << arguments;
+        EXPECT_TRUE(startsWith(result.out, QLatin1String("Examples:\n  fgs "))) << arguments;
+        EXPECT_TRUE(contains(result.out, QLatin1String("Exit code: 0 ok, 1 other, 2 usage, 3 "))) << arguments;
     }
     const QString poll = runFgs({QStringLiteral("poll"), QStringLiteral("--help")}).out;
-    EXPECT_FALSE(poll.contains(QLatin1String("fgs read ")));
+    EXPECT_FALSE(contains(poll, QLatin1String("fgs read ")));
 }
 
 TEST(Help, TellsTheVersion)

@@ -2,6 +2,7 @@
 #include "own_controller.h"
 #include "rows.h"
 #include "support/serial_ports.h"
+#include "support/texts.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -63,13 +64,13 @@ TEST(Device, IsTakenByOneHostWhateverItsPath)
     Program poll("poll L 5:0", controller.link());
     EXPECT_EQ(rowOf(poll.line()).place, "5:0@1");
     for (const QString &path : {controller.link(), QString::fromStdString(other.path())}) {
+        SCOPED_TRACE(path.toStdString());
         const Result second = runFgs("read L 5:0", path);
         EXPECT_EQ(second.code, 3);
-        EXPECT_TRUE(second.messages.contains(path));
+        EXPECT_TRUE(contains(second.messages, path));
         const QString holder =
             *TARN_EMULATOR ? QString() : QStringLiteral("fgs (pid "); // an emulator has its own name
-        EXPECT_TRUE(second.messages.contains(QStringLiteral("is in use by ") + holder))
-            << second.messages.toStdString();
+        EXPECT_TRUE(contains(second.messages, QStringLiteral("is in use by ") + holder));
     }
     poll.interrupt();
     EXPECT_EQ(poll.wait().code, 130);
@@ -99,7 +100,7 @@ TEST(Device, LockedByAnotherProgramIsRefused)
     ASSERT_TRUE(beside.lock());
     const Result result = runFgs("read L 5:0", controller.link());
     EXPECT_EQ(result.code, 3);
-    EXPECT_TRUE(result.messages.contains(QString::number(::getpid())) ||
+    EXPECT_TRUE(contains(result.messages, QString::number(::getpid())) ||
                 result.messages.contains(QLatin1String("tst_fgs_devices")))
         << "who holds it: " << result.messages.toStdString();
     EXPECT_EQ(controller.log().size(), 0u);
@@ -135,7 +136,7 @@ TEST(Device, WithoutPermissionNamesTheGroup)
         GTEST_SKIP() << "a user without rights cannot run fgs here: " << result.messages.toStdString();
     EXPECT_EQ(result.code, 3);
     const group *owner = ::getgrgid(status.st_gid);
-    EXPECT_TRUE(result.messages.contains(QLatin1String("group"))) << result.messages.toStdString();
+    EXPECT_TRUE(contains(result.messages, QLatin1String("group")));
     EXPECT_TRUE(!owner || result.messages.contains(QLatin1String(owner->gr_name))) << result.messages.toStdString();
 }
 

@@ -2,6 +2,7 @@
 #include "full_queue.h"
 #include "own_controller.h"
 #include "rows.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +49,8 @@ TEST_P(Signalled, AReadThatWaitsForAReplySaysWhatIsKnown)
     for (int i = 0; i < 20; ++i)
         EXPECT_EQ(contents[size_t(i)], log[0].touches(5, i * 300)   ? std::to_string(controller.held(1, 5, i * 300))
                                        : log[1].touches(5, i * 300) ? "-  under way"
-                                                                    : "-  not asked yet");
+                                                                    : "-  not asked yet")
+            << i;
 }
 
 TEST_P(Signalled, AReadInJsonSaysItToo)
@@ -82,14 +84,14 @@ TEST_P(Signalled, APollThatWaitsForAReply)
     EXPECT_EQ(rowOf(poll.line()).place, "5:0@1");
     controller.waitForRequests(2);
     const Result result = ended(poll);
-    EXPECT_TRUE(result.messages.contains(QLatin1String(" requests in "))) << result.messages.toStdString();
+    EXPECT_TRUE(contains(result.messages, QLatin1String(" requests in ")));
 }
 
 TEST_P(Signalled, APollThatWaitsForTheNextRound)
 {
     OwnController controller;
     Program poll("poll L 5:0 --interval 3600000 --json", controller.link());
-    EXPECT_TRUE(poll.line().contains(QLatin1String("5:0@1")));
+    EXPECT_TRUE(contains(poll.line(), QLatin1String("5:0@1")));
     EXPECT_TRUE(isWall(ended(poll).summary().value(QStringLiteral("end")).toString()));
 }
 
@@ -111,7 +113,7 @@ TEST_P(Signalled, AReadThatConnects)
     queue.waitForCaller();
     const Result result = ended(read);
     EXPECT_EQ(contentsOf(result), (Texts{"-  not asked yet", "-  not asked yet"}));
-    EXPECT_FALSE(result.messages.contains(QLatin1String("cannot open link"))) << result.messages.toStdString();
+    EXPECT_FALSE(contains(result.messages, QLatin1String("cannot open link")));
 }
 
 TEST_P(Signalled, AWriteThatConnects)

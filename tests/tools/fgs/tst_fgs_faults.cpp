@@ -2,6 +2,7 @@
 #include "host/variable.h"
 #include "programs.h"
 #include "support/serial_ports.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
 #include <QtCore/QJsonArray>
@@ -85,14 +86,14 @@ TEST(LostLink, IsOpenedAgain)
     const QString link = simulator->link();
     Program poll(QStringLiteral("fgs"),
                  arguments(QStringLiteral("poll %1 5:1 --timeout 3600000 --json").arg(link)));
-    EXPECT_TRUE(poll.line().contains(QStringLiteral("[%1]").arg(patternValue(1, 5, 1))));
+    EXPECT_TRUE(contains(poll.line(), QStringLiteral("[%1]").arg(patternValue(1, 5, 1))));
     simulator.reset();
     simulator = std::make_unique<Simulator>(
         arguments(QStringLiteral("--values still --tcp ") + link.section(QLatin1Char(':'), -1)));
     QString line = poll.line();
     while (!line.isEmpty() && !line.contains(QLatin1String("[0]")))
         line = poll.line();
-    EXPECT_TRUE(line.contains(QLatin1String("\"good\""))) << line.toStdString();
+    EXPECT_TRUE(contains(line, QLatin1String("\"good\"")));
     poll.interrupt();
     const Result result = poll.wait();
     EXPECT_EQ(result.code, 130);

@@ -1,6 +1,7 @@
 // What fgs says to a user who typed something else, and when it says something happened.
 #include "own_controller.h"
 #include "rows.h"
+#include "support/texts.h"
 #include "tools/standard_streams.h"
 
 #include <cstdlib>
@@ -31,7 +32,7 @@ TEST_P(Mistakes, AreNamed)
     const Result result = runFgs(GetParam().command, QStringLiteral("/dev/no_such_port"));
     EXPECT_EQ(result.code, 2);
     EXPECT_EQ(result.out.toStdString(), "");
-    EXPECT_TRUE(result.messages.startsWith(QLatin1String("fgs: ")));
+    EXPECT_TRUE(startsWith(result.messages, QLatin1String("fgs: ")));
     for (const char *said : GetParam().said)
         EXPECT_TRUE(QRegularExpression(QLatin1String(said)).match(result.messages).hasMatch())
             << said << "\n"
@@ -108,25 +109,26 @@ TEST(Help, IsTheSameByEveryWay)
     EXPECT_EQ(help("help").toStdString(), help("--help").toStdString());
     for (const char *command : {"read", "write", "poll"})
         EXPECT_EQ(help((std::string("help ") + command).c_str()).toStdString(),
-                  help((std::string(command) + " --help").c_str()).toStdString());
+                  help((std::string(command) + " --help").c_str()).toStdString())
+            << command;
 }
 
 TEST(Help, TellsTheOwnArgumentsOnly)
 {
-    EXPECT_FALSE(help("read --help").contains(QLatin1String("ASSIGNMENT")));
-    EXPECT_FALSE(help("poll --help").contains(QLatin1String("ASSIGNMENT")));
-    EXPECT_TRUE(help("write --help").contains(QLatin1String("ASSIGNMENT")));
-    EXPECT_TRUE(help("poll --help").contains(QLatin1String("--interval")));
+    EXPECT_FALSE(contains(help("read --help"), QLatin1String("ASSIGNMENT")));
+    EXPECT_FALSE(contains(help("poll --help"), QLatin1String("ASSIGNMENT")));
+    EXPECT_TRUE(contains(help("write --help"), QLatin1String("ASSIGNMENT")));
+    EXPECT_TRUE(contains(help("poll --help"), QLatin1String("--interval")));
     for (const char *command : {"read --help", "write --help"})
         for (const char *option : {"--interval", "--count", "--for "})
-            EXPECT_FALSE(help(command).contains(QLatin1String(option))) << command << option;
+            EXPECT_FALSE(contains(help(command), QLatin1String(option))) << command << option;
 }
 
 TEST(Help, SaysThatAddressesAreNeverHexadecimal)
 {
     for (const char *command : {"read --help", "write --help", "poll --help"}) {
-        EXPECT_TRUE(help(command).contains(QLatin1String("hexadecimal"))) << command;
-        EXPECT_TRUE(help(command).contains(QLatin1String("5:0x64"))) << command;
+        EXPECT_TRUE(contains(help(command), QLatin1String("hexadecimal"))) << command;
+        EXPECT_TRUE(contains(help(command), QLatin1String("5:0x64"))) << command;
     }
 }
 
@@ -134,7 +136,7 @@ TEST(Help, ToldOfNothingNamesIt)
 {
     const Result result = runFgs("help frob", {});
     EXPECT_EQ(result.code, 2);
-    EXPECT_TRUE(result.messages.contains(QLatin1String("'frob'"))) << result.messages.toStdString();
+    EXPECT_TRUE(contains(result.messages, QLatin1String("'frob'")));
 }
 
 // ---- times
@@ -151,6 +153,7 @@ TEST(Times, AreWallClockTimesOfTheZone)
 {
     OwnController controller;
     for (const auto &[zone, offset] : {std::pair{"UTC0", "+00:00"}, {"XYZ-5:30", "+05:30"}, {"ABC4", "-04:00"}}) {
+        SCOPED_TRACE(zone);
         const Zone local(zone);
         const QDateTime before = QDateTime::currentDateTimeUtc();
         const std::vector<Row> rows = rowsOf(runFgs("read L 5:0", controller.link()));

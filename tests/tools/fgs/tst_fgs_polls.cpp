@@ -1,6 +1,7 @@
 // fgs poll against a controller of the tests' own: values as they become known, silence where it is, links that go.
 #include "on_links.h"
 #include "rows.h"
+#include "support/texts.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -98,6 +99,7 @@ TEST(PolledValues, DoNotWaitForOtherRequests)
     controller.waitForRequests(2);
     const Request first = controller.log()[0];
     for (int i = 0; i < 6; ++i) {
+        SCOPED_TRACE(i);
         const QJsonObject object = poll.object();
         const int address = object.value(QStringLiteral("wireAddress")).toInt();
         EXPECT_TRUE(first.touches(5, address)) << address;
@@ -228,7 +230,7 @@ TEST_P(OnBothLinks, ASilentGapIsNamedAndNoLongerRead)
     const Result result = poll.end();
     const QString end = result.lines().mid(result.lines().size() - 2).join(QLatin1Char('\n'));
     EXPECT_EQ(placesOf({0, end, {}}), (Texts{"5:0x10@1", "5:20x10@1"})) << "each is shown last with its values";
-    EXPECT_FALSE(end.contains(QLatin1String("no reply"))) << end.toStdString();
+    EXPECT_FALSE(contains(end, QLatin1String("no reply")));
     EXPECT_FALSE(result.messages.contains(QLatin1String("does not answer; its neighbours do")));
 }
 
@@ -301,10 +303,11 @@ TEST(LostLink, TurnsAllValuesStaleAtOnce)
     OwnController controller;
     Poll poll(QString::fromLatin1(Three), controller);
     for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(poll.row().content.find('-'), std::string::npos);
+        EXPECT_EQ(poll.row().content.find('-'), std::string::npos) << i;
     controller.shutDoor();
     EXPECT_TRUE(poll.says("fgs: link lost: ", false));
     for (int i = 0; i < 3; ++i) {
+        SCOPED_TRACE(i);
         const Row row = poll.row();
         const std::string address = row.place.substr(2, row.place.find('@') - 2);
         EXPECT_EQ(row.content, held(controller, std::stoi(address)) + "  (stale: link lost)");
@@ -312,7 +315,7 @@ TEST(LostLink, TurnsAllValuesStaleAtOnce)
     controller.openDoor();
     EXPECT_TRUE(poll.says("fgs: link open again"));
     for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(poll.row().content.find("stale"), std::string::npos);
+        EXPECT_EQ(poll.row().content.find("stale"), std::string::npos) << i;
     EXPECT_EQ(poll.end().code, 130);
 }
 
@@ -335,12 +338,13 @@ TEST(LostLink, IsAnEventInJson)
     OwnController controller;
     Poll poll(QString::fromLatin1(Three) + QLatin1String(" --json"), controller);
     for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(poll.object().value(QStringLiteral("quality")), QJsonValue(QStringLiteral("good")));
+        EXPECT_EQ(poll.object().value(QStringLiteral("quality")), QJsonValue(QStringLiteral("good"))) << i;
     controller.shutDoor();
     const QJsonObject lost = poll.event("lost");
     expectEvent(lost, "event", QStringLiteral("lost"));
     EXPECT_FALSE(lost.value(QStringLiteral("reason")).toString().isEmpty());
     for (int i = 0; i < 3; ++i) {
+        SCOPED_TRACE(i);
         const QJsonObject stale = poll.object();
         EXPECT_EQ(stale.value(QStringLiteral("quality")), QJsonValue(QStringLiteral("stale")));
         EXPECT_EQ(stale.value(QStringLiteral("reason")), QJsonValue(QStringLiteral("linkLost")));
@@ -349,7 +353,7 @@ TEST(LostLink, IsAnEventInJson)
     controller.openDoor();
     expectEvent(poll.event("open"), "event", QStringLiteral("open"));
     for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(poll.object().value(QStringLiteral("quality")), QJsonValue(QStringLiteral("good")));
+        EXPECT_EQ(poll.object().value(QStringLiteral("quality")), QJsonValue(QStringLiteral("good"))) << i;
     const QJsonObject summary = poll.end().summary();
     EXPECT_EQ(summary.value(QStringLiteral("linkLost")), QJsonValue(1));
     EXPECT_TRUE(isWall(summary.value(QStringLiteral("start")).toString()));
@@ -365,6 +369,7 @@ ON_BOTH_LINKS(EndsDown);
 TEST_P(EndsDown, IsNoSuccess)
 {
     for (int seconds = 4;; seconds *= 2) {
+        SCOPED_TRACE(seconds);
         OwnController controller(obey, GetParam());
         Poll poll(QStringLiteral("poll L 5:0 --json --for %1").arg(seconds), controller);
         if (!poll.object().contains(QStringLiteral("values")))

@@ -1,6 +1,7 @@
 // fgs read against a controller of the tests' own: what is shown is what was sent, and what is asked for ends.
 #include "on_links.h"
 #include "rows.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
 #include <QtCore/QJsonArray>
@@ -158,7 +159,7 @@ TEST_P(Formats, AreTheSameNumberInTextAndJson)
     EXPECT_EQ(contentsOf(runFgs(command.toLatin1().constData(), controller.link())), Texts{shape.text});
     const Result json = runFgs((command + QLatin1String(" --json")).toLatin1().constData(), controller.link());
     const QString values = QStringLiteral("\"values\":[%1]").arg(QLatin1String(shape.json));
-    EXPECT_TRUE(json.lines().value(0).contains(values)) << json.out.toStdString();
+    EXPECT_TRUE(contains(json.lines().value(0), values)) << json.out.toStdString();
     EXPECT_EQ(readings(json).size(), 1u);
 }
 
@@ -260,6 +261,7 @@ TEST_P(OnBothLinks, ASilentStationIsNotSaidToBeSilentWhereItWasNotAsked)
     ASSERT_EQ(contents.size(), 21u);
     int unasked = 0;
     for (int i = 0; i < 20; ++i) {
+        SCOPED_TRACE(i);
         const bool asked = std::any_of(log.begin(), log.end(), [i](const Request &request) {
             return request.station == 2 && request.touches(5, i * 300);
         });
@@ -332,6 +334,7 @@ TEST_P(LostOnTheWay, WhatHadComeIsPrinted)
     const Texts contents = contentsOf(result);
     ASSERT_EQ(contents.size(), 20u);
     for (int i = 0; i < 20; ++i) {
+        SCOPED_TRACE(i);
         const std::string value = std::to_string(controller.held(1, 5, i * 300));
         const std::string expected = log[0].touches(5, i * 300) ? value : "-  link lost";
         EXPECT_EQ(contents[size_t(i)].substr(0, contents[size_t(i)].find("  (stale")), expected);

@@ -59,7 +59,7 @@ TEST(Table, ShowsEveryNumberWhole)
         return shown == expected;
     })) << terminal.screen().text();
     for (const std::string &row : terminal.screen().rows())
-        EXPECT_LE(row.size(), 80u);
+        EXPECT_LE(row.size(), 80u) << row;
     terminal.press("q");
     EXPECT_EQ(terminal.wait(), 0);
 }
@@ -88,6 +88,7 @@ std::set<std::string> strangers(const Screen &screen, const std::set<std::string
 TEST(Table, WrapsALongVariableIntoRowsWithAddresses)
 {
     for (int columns : {80, 60, 132}) {
+        SCOPED_TRACE(columns);
         OwnController controller;
         holdWords(controller, 100, 60);
         std::set<std::string> held;
@@ -225,6 +226,7 @@ bool isHighlighted(const std::string &written)
 TEST(Table, HighlightsWhatChangedUnlessTold)
 {
     for (const char *environment : {"TERM=xterm", "NO_COLOR=1"}) {
+        SCOPED_TRACE(environment);
         OwnController controller;
         controller.hold(1, 5, 100, 11111);
         Terminal terminal(QStringLiteral("poll L 5:100"), controller.link(), 24, 80, environment);

@@ -1,6 +1,7 @@
 // fgs write against a controller of the tests' own: a row for each assignment, and the truth in it.
 #include "on_links.h"
 #include "rows.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
 #include <QtCore/QJsonArray>
@@ -222,6 +223,7 @@ Reply carriedOutSilently(const Request &, const QByteArray &)
 TEST_P(Signalled, NothingMoreIsSent)
 {
     for (const char *format : {"", " --json"}) {
+        SCOPED_TRACE(format);
         OwnController controller(fromWrite(2, carriedOutSilently));
         const std::string command = "write L 5:100=1 5:200=2 5:300=3 --timeout 3600000";
         Program write((command + format).c_str(), controller.link());
@@ -237,7 +239,7 @@ TEST_P(Signalled, NothingMoreIsSent)
         } else {
             EXPECT_EQ(contentsOf(result), (Texts{"-  written, but not read back: interrupted",
                                                  "-  sent, result not known", "-  not sent"}));
-            EXPECT_TRUE(result.messages.contains(QLatin1String(" requests in "))) << result.messages.toStdString();
+            EXPECT_TRUE(contains(result.messages, QLatin1String(" requests in ")));
         }
     }
 }

@@ -91,7 +91,9 @@ TEST(TableLayout, ShowsANumberWholeOrNotAtAll)
     const std::vector<quint32> values = {4294967295u, 3123456789u, 2987654321u, 1000000007u, 4000000001u};
     for (int columns = 1; columns <= 120; ++columns)
         for (const std::string &row : rows(reading("10:65530x5", values), columns, std::vector<bool>(5, true))) {
-            EXPECT_TRUE(row.size() <= std::size_t(columns) || row.find('*') == std::string::npos) << row;
+            if (row.size() > std::size_t(columns)) {
+                EXPECT_EQ(row.find('*'), std::string::npos) << columns << ": " << row;
+            }
             for (std::size_t at = row.find('*'); at != std::string::npos; at = row.find('*', at + 1))
                 EXPECT_NE(std::find(values.begin(), values.end(), std::stoul(row.substr(at + 1, 10))), values.end())
                     << columns << ": " << row;

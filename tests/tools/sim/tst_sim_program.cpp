@@ -1,6 +1,7 @@
 #include "program.h"
 #include "sim/crc.h"
 #include "sim/sim_frames.h"
+#include "support/pseudo_terminal.h"
 
 #include <gtest/gtest.h>
 
@@ -46,22 +47,11 @@ public:
 };
 
 /// A pseudo-terminal of the test's own, to be opened as a serial device.
-class Line
+class SerialDevice
 {
 public:
-    Line() : client(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)), master(client)
-    {
-        EXPECT_EQ(::grantpt(client), 0);
-        EXPECT_EQ(::unlockpt(client), 0);
-        path = ::ptsname(client);
-    }
-
-private:
-    int client;
-
-public:
-    Client master;
     std::string path;
+    Client master{openPseudoTerminal(path)};
 };
 
 } // namespace
@@ -128,6 +118,7 @@ TEST(Program, ASecondOneOnTheSameLinkIsRefused)
     const std::string path = first.outputLine();
     std::filesystem::create_directory(directory.path / "other");
     for (const std::string &same : {link.string(), (directory.path / "other" / ".." / "plc").string()}) {
+        SCOPED_TRACE(same);
         Program second({"--pty=" + same});
         EXPECT_EQ(second.wait(), 3);
         const std::string message = second.restOfLog();
@@ -287,6 +278,7 @@ TEST(Program, AClientThatNeverReadsHarmsNobody)
     const Bytes large = sealed(text);
     Client deaf(openTcp(address)), other(openTcp(address));
     for (int i = 0; i < 3000; ++i) { // 18 MB of replies, more than the system keeps
+        SCOPED_TRACE(i);
         deaf.send(large);
         ASSERT_EQ(other.ask(Write, 3), Acknowledgement); // so that few requests wait at a time
     }
@@ -416,7 +408,7 @@ TEST(Program, ASerialDeviceIsTakenOnce)
 {
     if (!FGS_SIM_WITH_SERIAL)
         GTEST_SKIP() << "built without Qt SerialPort";
-    Line line;
+    SerialDevice line;
     Program first({"--serial", line.path});
     EXPECT_EQ(first.outputLine(), line.path);
     Program second({"--serial", line.path});
@@ -429,7 +421,7 @@ TEST(Program, SerialDevice)
 {
     if (!FGS_SIM_WITH_SERIAL)
         GTEST_SKIP() << "this build has no serial ports";
-    Line line;
+    SerialDevice line;
     Program program({"--serial", line.path + ":115200,8N1", "--values", "still"});
     EXPECT_EQ(program.outputLine(), line.path);
     EXPECT_EQ(line.master.ask(Write, 3), Acknowledgement);

@@ -1,4 +1,4 @@
-#include "heap.h"
+#include "support/heap.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // A line without time: a request goes in, and what the host would have received comes out. At its end stands the
 // simulated controller; faults come at given rates.
-#ifndef TARN_TESTS_LINE_H
-#define TARN_TESTS_LINE_H
+#ifndef TARN_TESTS_LOSSY_LINE_H
+#define TARN_TESTS_LOSSY_LINE_H
 
 #include "sim/controller.h"
 #include "sim/random_faults.h"
@@ -16,11 +16,11 @@ struct Reply {
     std::optional<fgssim::RandomFault> fault;
 };
 
-class Line
+class LossyLine
 {
 public:
-    Line(const std::vector<unsigned> &stations, const std::vector<fgssim::Range> &ranges, fgssim::Values values,
-         const fgssim::FaultRates &percent, std::uint64_t seed);
+    LossyLine(const std::vector<unsigned> &stations, const std::vector<fgssim::Range> &ranges,
+              fgssim::Values values, const fgssim::FaultRates &percent, std::uint64_t seed);
 
     Reply exchange(const QByteArray &request);
     /// The reply without a fault; it counts nowhere.

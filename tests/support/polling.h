@@ -2,8 +2,8 @@
 #ifndef TARN_TESTS_POLLING_H
 #define TARN_TESTS_POLLING_H
 
-#include "driver/fake_controller.h"
 #include "support/fixture.h"
+#include "support/wire.h"
 
 class PollingTest : public DriverTest
 {
@@ -15,7 +15,7 @@ protected:
             return QByteArray();
         if (request.replyLen == 3)
             return QByteArray::fromHex("01FF20");
-        return fake::sealed(QByteArray(request.replyLen - 2, 0));
+        return frames::sealed(QByteArray(request.replyLen - 2, 0));
     }
 
     /// Hands over the reply to the request in flight and gives the result.
@@ -43,6 +43,7 @@ protected:
     {
         std::string text;
         for (int i = 0; i < count; ++i) {
+            SCOPED_TRACE(i);
             const bool any = next();
             text += !any                            ? '-'
                     : PLC_driver.CurrentSource == 0 ? 'c'
@@ -82,9 +83,8 @@ protected:
     static QByteArray wordReply(unsigned value)
     {
         QByteArray reply = QByteArray::fromHex("01FE010801");
-        fake::appendByte(reply, value >> 8);
-        fake::appendByte(reply, value);
-        return fake::sealed(reply);
+        frames::put16(reply, value);
+        return frames::sealed(reply);
     }
 
     /// "1 2 3": a field of every entry, by default the address.

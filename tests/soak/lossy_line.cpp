@@ -1,4 +1,4 @@
-#include "line.h"
+#include "lossy_line.h"
 
 namespace soak
 {
@@ -18,13 +18,13 @@ QByteArray arrayOf(const fgssim::Bytes &bytes)
 
 } // namespace
 
-Line::Line(const std::vector<unsigned> &stations, const std::vector<fgssim::Range> &ranges, fgssim::Values values,
-           const fgssim::FaultRates &percent, std::uint64_t seed)
+LossyLine::LossyLine(const std::vector<unsigned> &stations, const std::vector<fgssim::Range> &ranges,
+                     fgssim::Values values, const fgssim::FaultRates &percent, std::uint64_t seed)
     : controller(stations, fgssim::Memory(fgssim::Motion(stations, ranges, values, seed))), chooser(percent, seed)
 {
 }
 
-Reply Line::exchange(const QByteArray &request)
+Reply LossyLine::exchange(const QByteArray &request)
 {
     fgssim::Response response = controller.handle(viewOf(request));
     rejected += response.status == fgssim::Response::Status::Rejected;
@@ -41,7 +41,7 @@ Reply Line::exchange(const QByteArray &request)
     return replyWith(*fault, std::move(response.reply));
 }
 
-Reply Line::replyWith(fgssim::RandomFault fault, fgssim::Bytes reply)
+Reply LossyLine::replyWith(fgssim::RandomFault fault, fgssim::Bytes reply)
 {
     if (fault == fgssim::RandomFault::Silence)
         return {{}, {}, fault};
@@ -50,7 +50,7 @@ Reply Line::replyWith(fgssim::RandomFault fault, fgssim::Bytes reply)
     return {arrayOf(chooser.damage(fault, std::move(reply))), {}, fault};
 }
 
-QByteArray Line::ask(const QByteArray &request)
+QByteArray LossyLine::ask(const QByteArray &request)
 {
     return arrayOf(controller.handle(viewOf(request)).reply);
 }
