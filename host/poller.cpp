@@ -196,12 +196,14 @@ bool Poller::awaitPause(Time least)
 Time Poller::pauseBefore(Time least) const
 {
     const Time rest = wasBrokenOff ? std::min(2 * longestPause, timing.timeout) : Time(0);
-    return std::max({least, rest, timing.gap, 4 * link.byteTime(), unaskedAnswers.silence(link.now())});
+    return std::max({least, rest, timing.gap, 4 * link.byteTime(), unaskedAnswers.silence(lastByte)});
 }
 
 /// Whether a longer silence is needed from now on.
 bool Poller::judgeStrays()
 {
+    if (!unaskedAnswers.hasCollected())
+        return false;
     const Time now = link.now(), before = unaskedAnswers.silence(now);
     const FrameView lastAnswer = {reply.constData(), static_cast<int>(reply.size())};
     if (unaskedAnswers.judge(lastAnswer, lateReplies, now))

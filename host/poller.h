@@ -75,7 +75,7 @@ public:
     /// last request was sent into a long silence.
     void listen();
     /// Whether such answers have come of late.
-    bool hearsUnaskedAnswers() const { return unaskedAnswers.isAlert(link.now()); }
+    bool hearsUnaskedAnswers() const { return stats.unaskedAnswers != 0 && unaskedAnswers.isAlert(link.now()); }
     /// When the values that came before were last put in doubt, and are worth asking for anew.
     Time doubtedAt() const { return lastDoubt; }
 

@@ -94,8 +94,6 @@ bool UnaskedAnswers::judge(FrameView lastAnswer, const LateReplies &lateReplies,
     size = aheadSize = 0;
     if (isDoubtful)
         wanted = std::min(std::max(LongSilence, 2 * silence(now)), LongestSilence);
-    else if (!isAlert(now))
-        wanted = Time(0);
     if (number > before)
         alertEnd = now + AlertTime;
     return isDoubtful;

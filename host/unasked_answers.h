@@ -34,6 +34,8 @@ public:
     /// These bytes came since. Nothing is kept of them after a request that failed.
     void collect(FrameView bytes);
 
+    /// Whether there is anything to judge.
+    bool hasCollected() const { return size > 0; }
     /// Looks for answers in what came since the last request went out, besides its own and those that are owed.
     /// Returns whether values are in doubt.
     bool judge(FrameView lastAnswer, const LateReplies &lateReplies, Time now);
