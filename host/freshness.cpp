@@ -66,6 +66,14 @@ void Freshness::failed(int station, int area, int address, int bytes, Time now, 
     fill(cells.failed, range, Failure{now, outcome, received, expected});
 }
 
+void Freshness::doubt(Time since, Time now)
+{
+    for (auto &[place, cells] : places)
+        for (std::size_t i = 0; i < cells.stored.size(); ++i)
+            if (cells.stored[i] >= since)
+                cells.failed[i] = {std::max(now, cells.stored[i] + 1ns), Outcome::OtherReply, 0, 0};
+}
+
 Age Freshness::of(const Variable &variable) const
 {
     const auto place = places.find({variable.station, variable.area});

@@ -33,6 +33,8 @@ public:
     /// A read was given up. Of an incomplete answer `received` bytes of `expected` came.
     void failed(int station, int area, int address, int bytes, Time now, Outcome outcome, int received = 0,
                 int expected = 0);
+    /// What was stored since then may be the answer to another question.
+    void doubt(Time since, Time now);
     /// The link went away: every value is that old at least.
     void lostLink(Time now) { linkLostAt = now; }
 

@@ -244,8 +244,16 @@ Step Host::step()
         endJob(step);
     if (isTroubled() && (step.kind == Step::Idle || step.ended))
         planAfter(step);
+    watchAnswers();
     watchLink();
     return step;
+}
+
+void Host::listen()
+{
+    poller.listen();
+    watchAnswers();
+    watchLink();
 }
 
 /// What most likely fails has one attempt: the others count as used up.
@@ -274,6 +282,8 @@ void Host::endJob(const Step &step)
 {
     if (step.isWrite)
         --queuedWrites[step.station];
+    if (!isSilence(step.outcome))
+        everAnswered.set(static_cast<std::size_t>(step.station));
     if (step.outcome == Outcome::Good)
         info.retryCount = 0; // a success does not, so that the failures of many requests would add up
     const bool isTrouble = isTroubled();
@@ -500,15 +510,16 @@ void Host::beginSample(int station)
 }
 
 /// What the station has answered of late; as long as it does not answer, another part of what is wanted each time,
-/// so that one silent place does not hide a living station.
+/// first of what was not asked in vain, so that one silent place does not hide a living station.
 Span Host::nextSample(int station)
 {
     const int number = samples[station]++;
     const Span *const good = suspects.knownGood(station);
     if (good && number == 0)
         return *good;
-    const Spans all = ofStation(wanted, station), sound = without(all, suspects.leftOut());
-    return sampleOf(sound.empty() ? all : sound, number);
+    const Spans all = ofStation(wanted, station), sound = without(all, suspects.leftOut()),
+                unasked = without(sound, suspects.doubted());
+    return sampleOf(!unasked.empty() ? unasked : !sound.empty() ? sound : all, number);
 }
 
 /// Makes these the driver's cyclic list as they stand.
@@ -534,6 +545,13 @@ void Host::watchLink()
         {linkUp ? LineEvent::LinkOpen : LineEvent::LinkLost, link.now(), 0, {}, linkUp ? QString() : link.error()});
 }
 
+void Host::watchAnswers()
+{
+    const bool wasAlert = std::exchange(isAlert, poller.hearsUnaskedAnswers());
+    if (isAlert && !wasAlert)
+        tell({LineEvent::UnaskedAnswers, link.now(), 0, {}, {}});
+}
+
 void Host::tell(const LineEvent &event) const
 {
     if (events)
@@ -542,12 +560,20 @@ void Host::tell(const LineEvent &event) const
 
 bool Host::isSettled(const Variable &variable) const
 {
-    if (ageOf(variable).stored > pollStart || health.isSilent(variable.station))
+    const Time since = std::max(pollStart, poller.doubtedAt());
+    if (ageOf(variable).stored > since || health.isSilent(variable.station) || isGivenUp(variable.station))
         return true;
     const Spans asked = without({spanOf(variable)}, suspects.silentPlaces());
-    return std::all_of(asked.begin(), asked.end(), [this](const Span &span) {
-        return ageOf(variableOf(span)).tried > pollStart && !suspects.isOpen(span);
+    return std::all_of(asked.begin(), asked.end(), [this, since](const Span &span) {
+        return ageOf(variableOf(span)).tried > since && !suspects.isOpen(span);
     });
+}
+
+/// A station that has never answered, neither what is polled nor a sample of it, has no places to find out.
+bool Host::isGivenUp(int station) const
+{
+    return !everAnswered.test(static_cast<std::size_t>(station)) && samples.count(station) != 0 &&
+           health.failures(station) > 1;
 }
 
 bool Host::isUnderWay(const Variable &variable) const

@@ -8,6 +8,7 @@
 #include "station_health.h"
 #include "suspects.h"
 
+#include <bitset>
 #include <deque>
 
 namespace fgs
@@ -46,6 +47,9 @@ public:
 
     /// One transaction, or nothing to do.
     Step step();
+    /// Listens for a moment whether more answers come than were asked for. If so, what the values before are worth
+    /// is not known, and isSettled() wants them anew. To be called before values are used that are read only once.
+    void listen();
 
     Age ageOf(const Variable &variable) const { return poller.freshness().of(variable); }
     /// Whether nothing more comes for the variable now: since the last poll() it got its value, or was asked for in
@@ -80,6 +84,7 @@ private:
         Sample ///< one short request that is to show if a station answers at all
     };
 
+    bool isGivenUp(int station) const;
     bool isTroubled() const { return isExact || health.isTroubled() || !suspects.isQuiet(); }
     Spans currentBlocks() const;
     bool needsExact() const;
@@ -101,6 +106,7 @@ private:
     void noteHealth(const Step &step);
     void tellFindings();
     void watchLink();
+    void watchAnswers();
     void tellOfStation(int station);
     void tell(const LineEvent &event) const;
     void endJob(const Step &step);
@@ -137,6 +143,8 @@ private:
     Time pollStart{0};
     std::set<int> down; ///< stations of which it was told
     bool linkUp = true;
+    bool isAlert = false;                     ///< it was told that unasked answers come
+    std::bitset<MaxStation + 1> everAnswered; ///< stations
     EventHook events;
 };
 

@@ -65,6 +65,13 @@ const LateReplies::Question *LateReplies::blocking(const Protocol &request, Time
     return nullptr;
 }
 
+bool LateReplies::areOwedBy(int station, Time now) const
+{
+    return std::any_of(questions.begin(), questions.end(), [station, now](const Question &question) {
+        return question.request.frame.at(StationAt) == char(station) && question.owed > 0 && question.until > now;
+    });
+}
+
 void LateReplies::answered(const Question *question)
 {
     for (Question &each : questions)

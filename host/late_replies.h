@@ -38,6 +38,8 @@ public:
     void noteWrite(const Protocol &request);
     /// A question whose late answer could be taken for the answer to this request; null if there is none.
     const Question *blocking(const Protocol &request, Time now);
+    /// Whether an answer of the station may still come.
+    bool areOwedBy(int station, Time now) const;
     /// One of its answers came.
     void answered(const Question *question);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace fgs
 {
@@ -166,19 +167,58 @@ bool Poller::awaitLateReplies()
     return true;
 }
 
-/// Waits until the line is silent; one that never falls silent is not waited for. False: the link is lost.
+/// Waits until the line is silent, for longer if what came calls for it. False: the link is lost.
 bool Poller::awaitSilence()
 {
-    const Time gap = std::max(timing.gap, 4 * link.byteTime());
+    bool isThere = awaitPause(Time(0));
+    while (isThere && judgeStrays() && !link.isEnded())
+        isThere = awaitPause(Time(0));
+    return isThere;
+}
+
+/// A line that never falls silent is not waited for, but the rest of a slow answer is. False: the link is lost.
+bool Poller::awaitPause(Time least)
+{
+    const Time patience = wasBrokenOff ? timing.timeout + timing.late : timing.timeout;
     Time limit = Time::max();
     char stray[512];
     int count = 0;
-    while (lastByte < limit && (count = link.receive(stray, sizeof stray, lastByte + gap)) > 0) {
+    while (lastByte < limit && (count = link.receive(stray, sizeof stray, lastByte + pauseBefore(least))) > 0) {
         throwAway({stray, count});
+        unaskedAnswers.collect({stray, count});
         lastByte = link.now();
-        limit = std::min(limit, lastByte + timing.timeout);
+        limit = std::min(limit, lastByte + patience);
     }
     return count >= 0;
+}
+
+/// The silence that the next request needs, in which no byte of an answer before it comes any more.
+Time Poller::pauseBefore(Time least) const
+{
+    const Time rest = wasBrokenOff ? std::min(2 * longestPause, timing.timeout) : Time(0);
+    return std::max({least, rest, timing.gap, 4 * link.byteTime(), unaskedAnswers.silence(lastByte)});
+}
+
+/// Whether a longer silence is needed from now on.
+bool Poller::judgeStrays()
+{
+    if (!unaskedAnswers.hasCollected())
+        return false;
+    const Time now = link.now(), before = unaskedAnswers.silence(now);
+    const FrameView lastAnswer = {reply.constData(), static_cast<int>(reply.size())};
+    if (unaskedAnswers.judge(lastAnswer, lateReplies, now))
+        fresh.doubt(unaskedAnswers.doubtStart(), now);
+    stats.unaskedAnswers = unaskedAnswers.count();
+    if (unaskedAnswers.silence(now) <= before)
+        return false;
+    lastDoubt = now + 1ns; // so that no value of this moment counts as a new one
+    return true;
+}
+
+void Poller::listen()
+{
+    if (link.isOpen() && unaskedAnswers.isUnsure() && awaitPause(UnaskedAnswers::LongSilence))
+        judgeStrays();
 }
 
 void Poller::throwAway(FrameView bytes)
@@ -200,6 +240,8 @@ Outcome Poller::converse()
     std::copy(std::begin(*driver.iRet_ValidStar), std::end(*driver.iRet_ValidStar), dataStarts.begin());
     finder.expect(*request, dataStarts);
     sentAt = link.now();
+    longestPause = Time(0);
+    unaskedAnswers.sent(request->frame.at(StationAt) & 0xFF, sentAt, sentAt - lastByte);
     if (!link.send(request->frame.constData(), request->frameLen))
         return Outcome::LinkLost;
     if (request->replyLen == 0)
@@ -229,7 +271,9 @@ bool Poller::await(Time limit)
         const int count = link.receive(finder.room(), finder.roomSize(), limit);
         if (count <= 0)
             return false;
-        lastByte = link.now();
+        const Time before = std::exchange(lastByte, link.now());
+        if (finder.received().size > 0)
+            longestPause = std::max(longestPause, lastByte - before);
         if (finder.take(count))
             return true;
         if (lastByte >= limit)
@@ -268,15 +312,25 @@ void Poller::finish(Step &step)
         step.received = finder.reply().size;
         step.expected = request->replyLen;
     }
-    if (step.outcome == Outcome::LinkLost)
-        ++stats.retries;
-    else
+    wasBrokenOff = step.outcome == Outcome::Incomplete;
+    noteSurroundings();
+    if (step.outcome != Outcome::LinkLost)
         tellDriver(step, isSure);
+    if (step.outcome != Outcome::Good)
+        unaskedAnswers.failed();
     ++stats.outcomes[static_cast<std::size_t>(step.outcome)];
     note(TraceEntry::Received, finder.received(), step.outcome,
          static_cast<int>(finder.reply().bytes - finder.received().bytes));
     if (marks && (step.ended || step.outcome == Outcome::LinkLost))
         markCurrent(step);
+}
+
+/// What came around the reply may be answers to other questions.
+void Poller::noteSurroundings()
+{
+    const FrameView all = finder.received(), found = finder.reply();
+    const int ahead = static_cast<int>(found.bytes - all.bytes), behind = ahead + found.size;
+    unaskedAnswers.answered({request->frame.constData(), request->frameLen}, {all.bytes, ahead}, all.from(behind));
 }
 
 /// Hands over what may be taken for the reply. The driver judges the check code of a reply in its place.

@@ -7,6 +7,7 @@
 #include "late_replies.h"
 #include "reply_finder.h"
 #include "trace.h"
+#include "unasked_answers.h"
 
 namespace fgs
 {
@@ -70,6 +71,14 @@ public:
     /// The request in flight, sent or not; null if there is none.
     const Protocol *inFlight() const { return request; }
 
+    /// Listens whether more answers come than were asked for, for as long as a doubled one may take. Nothing if the
+    /// last request was sent into a long silence.
+    void listen();
+    /// Whether such answers have come of late.
+    bool hearsUnaskedAnswers() const { return stats.unaskedAnswers != 0 && unaskedAnswers.isAlert(link.now()); }
+    /// When the values that came before were last put in doubt, and are worth asking for anew.
+    Time doubtedAt() const { return lastDoubt; }
+
     const Statistics &statistics() const { return stats; }
     /// Of the local reads. A read whose place the driver does not tell, a single one of words, leaves no trace.
     const Freshness &freshness() const { return fresh; }
@@ -91,6 +100,10 @@ private:
     bool reopen();
     bool awaitLateReplies();
     bool awaitSilence();
+    bool awaitPause(Time least);
+    Time pauseBefore(Time least) const;
+    bool judgeStrays();
+    void noteSurroundings();
     void throwAway(FrameView bytes);
     Outcome converse();
     Outcome pauseAfterBroadcast();
@@ -111,12 +124,16 @@ private:
     TraceHook trace;
     Statistics stats;
     LateReplies lateReplies;
+    UnaskedAnswers unaskedAnswers;
+    Time lastDoubt = Never;
     ReplyFinder finder;
     QByteArray reply;
     Protocol *request = nullptr; ///< in flight
     DataStarts dataStarts = {};  ///< of its reply
     Time sentAt{0};
-    Time lastByte{0}; ///< seen on the line
+    Time lastByte{0};          ///< seen on the line
+    Time longestPause{0};      ///< between the bytes of the answer
+    bool wasBrokenOff = false; ///< the last answer: its rest may still be on the way
     Time nextOpen{0};
     Time openedAt = -1h; ///< the last time that a lost link was
     Time reconnectDelay;

@@ -51,16 +51,20 @@ void StationHealth::gaveUp(int station, Time now, Time took)
     state.restUntil = now + state.rest;
 }
 
-bool StationHealth::isSilent(int station) const
+int StationHealth::failures(int station) const
 {
     const auto state = states.find(station);
-    return state != states.end() && state->second.failures >= patience;
+    return state == states.end() ? 0 : state->second.failures;
+}
+
+bool StationHealth::isSilent(int station) const
+{
+    return failures(station) >= patience;
 }
 
 bool StationHealth::isSound(int station) const
 {
-    const auto state = states.find(station);
-    return state == states.end() || state->second.failures == 0;
+    return failures(station) == 0;
 }
 
 bool StationHealth::isProbed(int station) const

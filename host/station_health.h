@@ -28,6 +28,8 @@ public:
     bool isTroubled() const { return troubled > 0; }
     /// Whether the station has left as many jobs unanswered as it takes to rest, also while all are asked.
     bool isSilent(int station) const;
+    /// Jobs that it has left unanswered in a row.
+    int failures(int station) const;
     /// Whether its last job was answered, or it had none yet.
     bool isSound(int station) const;
     /// Whether the next job of the station is a probe.

@@ -32,15 +32,16 @@ private:
 
 /// Two equations hold after every step of the poller:
 ///   requests = sum of outcomes + underWay
-///   failures() = retries + abandoned
+///   failures() = retries + abandoned + of(Outcome::LinkLost)
 struct Statistics {
     quint64 requests = 0; ///< frames sent, repetitions included
     std::array<quint64, OutcomeCount> outcomes = {};
-    quint64 underWay = 0;   ///< 1 after a stop that came before the outcome, otherwise 0
-    quint64 retries = 0;    ///< failures after which the same request is to be sent again
-    quint64 abandoned = 0;  ///< failures after which the driver gave its job up
-    quint64 strayBytes = 0; ///< thrown away between two transactions
-    quint64 linkLost = 0;   ///< how often it went away
+    quint64 underWay = 0;       ///< 1 after a stop that came before the outcome, otherwise 0
+    quint64 retries = 0;        ///< failures after which the driver repeats the request; not those by a lost link
+    quint64 abandoned = 0;      ///< failures after which the driver gave its job up
+    quint64 strayBytes = 0;     ///< thrown away between two transactions
+    quint64 unaskedAnswers = 0; ///< whole answers besides those to the requests
+    quint64 linkLost = 0;       ///< how often it went away
     quint64 reconnects = 0;
     RoundTrips roundTrips;
 

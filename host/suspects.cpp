@@ -50,6 +50,14 @@ Spans Suspects::silentPlaces() const
     return united(spans);
 }
 
+Spans Suspects::doubted() const
+{
+    Spans spans;
+    for (const Doubt &each : doubts)
+        spans.push_back(each.span);
+    return united(spans);
+}
+
 Spans Suspects::leftOut() const
 {
     Spans spans = underSearch();

@@ -51,6 +51,8 @@ public:
     /// What no block may span: leftOut() and the silent gaps.
     Spans barriers() const;
     Spans silentPlaces() const;
+    /// What was left unanswered when it was last asked for.
+    Spans doubted() const;
     /// Whether more is going to be asked about it at once.
     bool isOpen(const Span &span) const;
     /// Whether one attempt is enough for a request with these blocks, because it was left unanswered before.

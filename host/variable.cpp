@@ -25,7 +25,7 @@ public:
         Variable variable;
         variable.area = parseArea(match.captured(1));
         variable.address = parseAddress(*areaOf(variable.area), match.captured(2));
-        variable.count = parseCount(variable.address, match.captured(3));
+        variable.count = parseCount(variable.area, variable.address, match.captured(3));
         variable.station = parseStation(match.captured(4), defaultStation);
         return variable;
     }
@@ -58,12 +58,16 @@ private:
         return address;
     }
 
-    int parseCount(int address, const QString &part) const
+    int parseCount(int area, int address, const QString &part) const
     {
         bool fits = true;
-        const int count = part.isEmpty() ? 1 : part.toInt(&fits);
-        if (!fits || count < 1 || count > AddressCount - address)
-            refuse(QStringLiteral("count %1 must be 1..%2").arg(part).arg(AddressCount - address));
+        const int count = part.isEmpty() ? 1 : part.toInt(&fits), most = AddressCount - address;
+        if (fits && count < 1)
+            refuse(QStringLiteral("count %1 must be at least 1").arg(part));
+        if (!fits || count > most)
+            refuse(QStringLiteral("count %1 reaches beyond the last address, %2; from %3 on at most %4 fit%5")
+                       .arg(part, addressText(area, AddressCount - 1), addressText(area, address),
+                            QString::number(most), most == 1 ? QStringLiteral("s") : QString()));
         return count;
     }
 

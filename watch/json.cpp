@@ -48,8 +48,8 @@ void addReason(Json &json, const Reason &reason)
 
 const char *keyOf(LineEvent::EventKind kind)
 {
-    static const char *const keys[] = {"lost",        "open",      "stationDown", "stationUp",
-                                       "placeSilent", "placeBack", "gapSilent"};
+    static const char *const keys[] = {"lost",           "open",        "stationDown", "stationUp",
+                                       "unaskedAnswers", "placeSilent", "placeBack",   "gapSilent"};
     return keys[kind];
 }
 
@@ -131,6 +131,7 @@ Json jsonOf(const Statistics &statistics, const JsonStyle &style, Time now)
         {"retries", statistics.retries},
         {"abandoned", statistics.abandoned},
         {"strayBytes", statistics.strayBytes},
+        {"unaskedAnswers", statistics.unaskedAnswers},
         {"linkLost", statistics.linkLost},
         {"reconnects", statistics.reconnects},
         {"roundTripMs",

@@ -54,8 +54,8 @@ void PollLoop::run()
         if (rounds.endsAt(link.now()) && !isOver())
             pauseBetweenRounds();
     }
-    if (link.isEnded()) // what is in flight now stays unanswered
-        update(all);
+    host.listen(); // what is shown last is not asked again
+    update(all);   // what is in flight stays unanswered
 }
 
 /// One transaction. A change of the line may concern every variable, a transaction only those of its station.
@@ -103,8 +103,14 @@ void readAll(Host &host, const Link &link, const std::vector<Variable> &variable
 {
     host.poll(variables);
     const auto isSettled = [&host](const Variable &variable) { return host.isSettled(variable); };
-    while (link.isOpen() && !link.isEnded() && !std::all_of(variables.begin(), variables.end(), isSettled))
-        host.step();
+    const auto goesOn = [&] {
+        return link.isOpen() && !link.isEnded() && !std::all_of(variables.begin(), variables.end(), isSettled);
+    };
+    do {
+        while (goesOn())
+            host.step();
+        host.listen();
+    } while (goesOn());
 }
 
 } // namespace fgs

@@ -177,7 +177,7 @@ protected:
         for (quint64 count : stats.outcomes)
             sum += count;
         ASSERT_EQ(stats.requests, sum);
-        ASSERT_EQ(stats.failures(), stats.retries + stats.abandoned);
+        ASSERT_EQ(stats.failures(), stats.retries + stats.abandoned + stats.of(Outcome::LinkLost));
     }
 
     FakeLink link;

@@ -56,7 +56,7 @@ protected:
         for (quint64 count : stats.outcomes)
             sum += count;
         EXPECT_EQ(stats.requests, sum + stats.underWay);
-        EXPECT_EQ(stats.failures(), stats.retries + stats.abandoned);
+        EXPECT_EQ(stats.failures(), stats.retries + stats.abandoned + stats.of(Outcome::LinkLost));
         EXPECT_EQ(stats.requests, link.sent.size() + lostWhileSending);
         return made;
     }
@@ -397,6 +397,33 @@ TEST_F(PollerTest, ALineThatNeverFallsSilentCostsTwoTimeLimitsAtMost)
     }
 }
 
+// ---- answers that come slowly
+
+TEST_F(PollerTest, TheRepeatWaitsForTheRestOfASlowAnswer)
+{
+    watch({"5:100x4"});
+    link.onSend = [this](const QByteArray &request) {
+        const QByteArray reply = link.controller.answer(request);
+        for (int i = 0; i < reply.size(); ++i) // ten of fifteen bytes come in time
+            link.arrive((i + 1) * 95ms, reply.mid(i, 1));
+    };
+    EXPECT_EQ(outcome(), Outcome::Incomplete);
+    const Step second = step();
+    EXPECT_EQ(second.outcome, Outcome::Incomplete) << "not bytes that are no reply";
+    EXPECT_EQ(second.received, 10);
+    EXPECT_EQ(link.sentAt.at(1) - link.sentAt.at(0), (15 + 2) * 95ms);
+}
+
+TEST_F(PollerTest, AnAnswerThatBrokeOffIsRepeatedAtOnce)
+{
+    watch({"5:100x4"});
+    answerFirst(
+        [this](const QByteArray &request) { link.arrive(5ms, link.controller.answer(request).chopped(4)); });
+    EXPECT_EQ(outcome(), Outcome::Incomplete);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(link.sentAt.at(1) - link.sentAt.at(0), timing.timeout);
+}
+
 // ---- replies that come late
 
 TEST_F(PollerTest, ALateReplyAnswersTheSameQuestion)
@@ -540,6 +567,125 @@ TEST_F(PollerTest, ASecondCopyOfAReplyIsThrownAwayBeforeTheNextQuestion)
     EXPECT_EQ(outcome(), Outcome::Good);
     EXPECT_EQ(link.sentAt.at(1) - link.sentAt.at(0), 7ms + timing.gap);
     expectBlocks(0, 12);
+}
+
+// ---- answers that nobody asked for
+
+/// Two blocks of one shape, so that their answers cannot be told apart.
+class Unasked : public PollerTest
+{
+protected:
+    Unasked()
+    {
+        settings.blockWords = 4;
+        for (int i = 0; i < 12; ++i) {
+            RW_VAR var = variable(5, 100 + 10 * i, 4);
+            AddListReadVar(&var);
+        }
+    }
+
+    void doubleAnswers(Time later)
+    {
+        link.onSend = [this, later](const QByteArray &request) {
+            link.answer(request);
+            link.answer(request, 5ms + later);
+        };
+    }
+
+    /// Whether all values that pass for good are those of their places.
+    ::testing::AssertionResult goodValuesAreRight()
+    {
+        for (int address = 100; address < 220; address += 10) {
+            const Age at = poller.freshness().of({5, address, 4, 1});
+            if (at.isKnown() && !at.isStale() && word(address) != wanted(address))
+                return ::testing::AssertionFailure() << "wrong value at " << address;
+        }
+        return ::testing::AssertionSuccess();
+    }
+};
+
+class Doubled : public Unasked, public ::testing::WithParamInterface<int>
+{
+};
+
+TEST_P(Doubled, AnswersAreNoticedAndValuesAreRightAgain)
+{
+    doubleAnswers(std::chrono::milliseconds(GetParam()));
+    for (int i = 0; i < 40 && !poller.hearsUnaskedAnswers(); ++i)
+        step();
+    EXPECT_TRUE(poller.hearsUnaskedAnswers());
+    EXPECT_GT(poller.statistics().unaskedAnswers, 0u);
+    const bool comeInTheSilence = std::chrono::milliseconds(GetParam()) < UnaskedAnswers::LongSilence;
+    for (int i = 0; i < 40; ++i) {
+        EXPECT_TRUE((i < 20 && !comeInTheSilence) || goodValuesAreRight());
+        EXPECT_EQ(outcome(), Outcome::Good);
+    }
+    EXPECT_FALSE(age(poller, "5:100x4").isStale());
+    EXPECT_FALSE(age(poller, "5:160x4").isStale());
+    EXPECT_TRUE(goodValuesAreRight());
+}
+
+INSTANTIATE_TEST_SUITE_P(Later, Doubled, ::testing::Values(1, 3, 4, 5, 7, 10, 15, 20, 30, 45, 80, 120));
+
+TEST_F(Unasked, ACopyOfTheFirstAnswerIsToldOfAndDoesNoHarm)
+{
+    doubleAnswers(1ms);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_FALSE(poller.hearsUnaskedAnswers());
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(poller.statistics().unaskedAnswers, 1u);
+    EXPECT_TRUE(poller.hearsUnaskedAnswers());
+    EXPECT_EQ(link.sentAt.at(1) - link.sentAt.at(0), 6ms + timing.gap);
+    EXPECT_FALSE(age(poller, "5:100x4").isStale());
+}
+
+TEST_F(Unasked, AnotherAnswerPutsWhatCameBeforeInDoubtUntilItIsReadAgain)
+{
+    step();
+    step();
+    link.arrive(0ms, link.controller.answer(frames::readRequest(1, {{5, 1, 4}})));
+    link.onSend = [this](const QByteArray &request) {
+        EXPECT_EQ(age(poller, "5:100x4").outcome, Outcome::OtherReply);
+        EXPECT_EQ(age(poller, "5:160x4").outcome, Outcome::OtherReply);
+        link.answer(request);
+    };
+    step();
+    EXPECT_FALSE(age(poller, "5:100x4").isStale());
+    EXPECT_TRUE(age(poller, "5:160x4").isStale());
+    EXPECT_EQ(link.sentAt.back() - link.sentAt.at(1), 5ms + UnaskedAnswers::LongSilence);
+}
+
+TEST_F(Unasked, NoiseAndOtherStationsAreNone)
+{
+    for (const char *stray : {"55 AA 01 FF 20", "02 FF 20", "01 FE 01 08"}) {
+        EXPECT_EQ(outcome(), Outcome::Good);
+        link.arrive(1ms, bytes(stray));
+    }
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(poller.statistics().unaskedAnswers, 0u);
+    EXPECT_GT(poller.statistics().strayBytes, 0u);
+}
+
+TEST_F(Unasked, AnAnswerThatIsOwedIsNone)
+{
+    answerFirst([this](const QByteArray &request) { link.answer(request, timing.timeout + 20ms); });
+    EXPECT_EQ(outcome(), Outcome::NoReply);
+    EXPECT_EQ(outcome(), Outcome::Good);
+    link.arrive(0ms, link.controller.answer(link.sent.front()));
+    EXPECT_EQ(outcome(), Outcome::Good);
+    EXPECT_EQ(poller.statistics().unaskedAnswers, 0u);
+}
+
+TEST_F(Unasked, TheLineIsTrustedAgainAfterAWhile)
+{
+    step();
+    link.arrive(0ms, link.controller.answer(frames::readRequest(1, {{5, 1, 4}})));
+    step();
+    link.pauseUntil(link.now() + UnaskedAnswers::AlertTime);
+    EXPECT_FALSE(poller.hearsUnaskedAnswers());
+    step();
+    step();
+    EXPECT_EQ(link.sentAt.at(3) - link.sentAt.at(2), 5ms + timing.gap);
 }
 
 // ---- writes
@@ -828,6 +974,7 @@ TEST_F(PollerTest, ALostLinkCostsTheDriverNothing)
     link.refusals = 3;
     const Step made = step();
     EXPECT_EQ(made.outcome, Outcome::LinkLost);
+    EXPECT_EQ(poller.statistics().retries, 0u) << "it was not repeated";
     EXPECT_FALSE(made.ended);
     const Time lost = link.now();
     while (step().kind == Step::NoLink)

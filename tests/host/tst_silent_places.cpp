@@ -35,7 +35,7 @@ protected:
 
     void note(const LineEvent &event)
     {
-        static const char *const names[] = {"lost", "open", "down", "up", "silent", "back", "gap"};
+        static const char *const names[] = {"lost", "open", "down", "up", "unasked", "silent", "back", "gap"};
         const bool isPlace = event.kind >= LineEvent::PlaceSilent;
         const std::string what = isPlace              ? textOf(event.place).toStdString()
                                  : event.station != 0 ? std::to_string(event.station)
@@ -300,14 +300,28 @@ TEST_F(SilentPlaces, ADeadStationIsNotAskedInHalves)
     start({"5:1000x300", "10:0x40"});
     dead = {1};
     settle();
-    EXPECT_EQ(findings(), "down 1");
-    EXPECT_LE(link.sent.size(), 9u);
+    EXPECT_EQ(findings(), "");
+    EXPECT_EQ(link.sent.size(), 4u) << "three tries, and a sample of something else";
     answerTime = 100ms;
     runFor(120s);
     dead.clear();
     runFor(60s);
     EXPECT_EQ(findings(), "down 1, up 1");
     expectKnown("5:1000x300");
+}
+
+TEST_F(SilentPlaces, AStationThatHasNeverAnsweredCostsOneSampleBesidesItsTries)
+{
+    dead = {1};
+    start({"5:100x4"});
+    EXPECT_EQ(settle(), 4u);
+    host.reset();
+    start({"5:100x4", "5:100x4@2"});
+    settle();
+    const auto asked = std::count_if(link.sent.begin() + 4, link.sent.end(),
+                                     [](const QByteArray &request) { return request.at(0) == 1; });
+    EXPECT_EQ(asked, 4);
+    expectKnown("5:100x4@2");
 }
 
 TEST_F(SilentPlaces, AStationThatDiesDuringTheSearchHasNoSilentPlaces)

@@ -80,8 +80,11 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"5:65536", "variable '5:65536': address 65536 is too high; the highest is 65535"},
         Bad{"1:200000", "variable '1:200000': address 200000 is too high; the highest is 177777"},
         Bad{"5:99999999999", "variable '5:99999999999': address 99999999999 is too high; the highest is 65535"},
-        Bad{"5:0x0", "variable '5:0x0': count 0 must be 1..65536"},
-        Bad{"5:65530x7", "variable '5:65530x7': count 7 must be 1..6"},
+        Bad{"5:0x0", "variable '5:0x0': count 0 must be at least 1"},
+        Bad{"5:65535x2",
+            "variable '5:65535x2': count 2 reaches beyond the last address, 65535; from 65535 on at most 1 fits"},
+        Bad{"0:177770x9",
+            "variable '0:177770x9': count 9 reaches beyond the last address, 177777; from 177770 on at most 8 fit"},
         Bad{"5:0@256", "variable '5:0@256': station 256 must be 0..255"}));
 
 TEST(Areas, HaveTheCodesOfTheProtocol)

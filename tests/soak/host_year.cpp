@@ -116,7 +116,8 @@ void HostYear::step()
     mustBe("requests counted", (long long)(now.requests), (long long)(sent));
     mustBe("sum of the outcomes", std::accumulate(now.outcomes.begin(), now.outcomes.end(), 0LL),
            (long long)(now.requests));
-    mustBe("failures", (long long)(now.failures()), (long long)(now.retries + now.abandoned));
+    mustBe("failures", (long long)(now.failures()),
+           (long long)(now.retries + now.abandoned + now.of(fgs::Outcome::LinkLost)));
     mustNotExceed("writes queued", host.writesQueued(), 1024);
 }
 

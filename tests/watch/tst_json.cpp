@@ -139,6 +139,11 @@ TEST_F(JsonTest, Events)
     down.station = 7;
     EXPECT_EQ(jsonOf(down, style)["event"], "stationDown");
     EXPECT_EQ(jsonOf(down, style)["station"], 7);
+    LineEvent unasked = {};
+    unasked.kind = LineEvent::UnaskedAnswers;
+    unasked.time = link.now();
+    EXPECT_EQ(jsonOf(unasked, style).dump(),
+              R"({"event":"unaskedAnswers","time":"2026-11-21T20:15:03.000+00:00","seconds":2.5})");
 }
 
 TEST_F(JsonTest, TheSummaryCountsEveryOutcome)

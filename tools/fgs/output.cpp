@@ -155,6 +155,10 @@ QString eventText(const LineEvent &event)
         return QStringLiteral("station %1 does not answer").arg(event.station);
     case LineEvent::StationUp:
         return QStringLiteral("station %1 answers again").arg(event.station);
+    case LineEvent::UnaskedAnswers:
+        return QStringLiteral(
+            "bytes arrive that nobody asked for: answers may be doubled, and values may belong to "
+            "the request before; they are read again after a longer silence");
     case LineEvent::PlaceSilent:
         return QStringLiteral("%1 does not answer; its neighbours do; left out").arg(textOf(event.place));
     case LineEvent::PlaceBack:
@@ -178,6 +182,8 @@ QString summaryText(const Statistics &statistics, const TextStyle &style, Time n
                        .arg(statistics.abandoned);
     if (statistics.strayBytes)
         text += QStringLiteral("; %1 stray bytes").arg(statistics.strayBytes);
+    if (statistics.unaskedAnswers)
+        text += QStringLiteral("; %1 answers that nobody asked for").arg(statistics.unaskedAnswers);
     if (statistics.linkLost)
         text += QStringLiteral("; link lost %1 times, opened again %2 times")
                     .arg(statistics.linkLost)

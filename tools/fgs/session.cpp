@@ -41,6 +41,7 @@ Session::Session(const Options &theOptions, const std::vector<Variable> &variabl
     : options(theOptions), link(openLink(theOptions, stop)),
       host(linkedDriver(), *link, variables, theOptions.host), clock(*link), start(link->now())
 {
+    host.setEvents([this](const LineEvent &event) { warn(event); });
     if (options.trace)
         host.setTrace([this](const TraceEntry &entry) { traceFrame(entry); });
 }
@@ -49,6 +50,17 @@ void Session::traceFrame(const TraceEntry &entry) const
 {
     printMessage(
         QStringLiteral("%1 %2 %3").arg(clock.text(entry.time), seconds(entry.time - start), describe(entry)));
+}
+
+/// Of what makes values doubtful; the rest is told by the rows. A display of its own takes the events over.
+void Session::warn(const LineEvent &event) const
+{
+    if (event.kind != LineEvent::UnaskedAnswers)
+        return;
+    if (options.json)
+        printLine(lineOf(jsonOf(event, jsonStyle())));
+    else if (!options.quiet)
+        printMessage(QStringLiteral("fgs: ") + eventText(event));
 }
 
 int Session::end(int code) const

@@ -42,6 +42,7 @@ public:
 private:
     JsonStyle jsonStyle() const { return {options.format, clock, start}; }
     void traceFrame(const TraceEntry &entry) const;
+    void warn(const LineEvent &event) const;
 };
 
 /// Ok if all are good; otherwise what the reasons of those that are not amount to.

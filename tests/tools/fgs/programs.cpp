@@ -100,5 +100,6 @@ void expectCountsAddUp(const QJsonObject &summary)
     const auto count = [&summary](const char *name) { return summary.value(QLatin1String(name)).toDouble(); };
     EXPECT_GT(sum, 0);
     EXPECT_EQ(count("requests"), sum);
-    EXPECT_EQ(sum - outcomes.value(QStringLiteral("good")).toDouble(), count("retries") + count("abandoned"));
+    EXPECT_EQ(sum - outcomes.value(QStringLiteral("good")).toDouble(),
+              count("retries") + count("abandoned") + outcomes.value(QStringLiteral("linkLost")).toDouble());
 }

@@ -341,4 +341,36 @@ TEST_P(LostOnTheWay, WhatHadComeIsPrinted)
     }
 }
 
+// ---- answers that come twice
+
+Reply twice(const Request &, const QByteArray &good)
+{
+    return {good + good};
+}
+
+TEST(DoubledAnswers, AreToldOfAndDoNotSpoilTheValues)
+{
+    OwnController controller(twice);
+    for (int address = 0; address < 768; ++address)
+        controller.hold(1, 5, address, quint32(address));
+    const Result json = runFgs("read L 5:0x768 --json", controller.link());
+    EXPECT_EQ(json.code, 0);
+    EXPECT_EQ(textsOf(events(json), "event"), Texts{"unaskedAnswers"});
+    ASSERT_EQ(readings(json).size(), 1u);
+    expectHeldValues(controller, readings(json)[0]);
+    EXPECT_GT(json.summary().value(QStringLiteral("unaskedAnswers")).toInt(), 0);
+    const Result text = runFgs("read L 5:0x768", controller.link());
+    EXPECT_TRUE(text.messages.contains(QStringLiteral("bytes arrive that nobody asked for")));
+    EXPECT_TRUE(text.messages.contains(QStringLiteral(" answers that nobody asked for")));
+}
+
+TEST(DeadStation, CostsItsTriesAndOneSample)
+{
+    OwnController controller([](const Request &, const QByteArray &) { return Silence; });
+    const Result result =
+        runFgs("read L 5:0x100 10:0x100 2:0x300 --timeout 50 --late 0 --block 16", controller.link());
+    EXPECT_EQ(result.code, 4);
+    EXPECT_EQ(controller.log().size(), 4u);
+}
+
 } // namespace
