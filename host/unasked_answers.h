@@ -54,7 +54,7 @@ private:
     bool isUnasked(FrameView frame, const LateReplies &lateReplies, Time now) const;
 
     std::bitset<256> stations; ///< that were asked
-    char bytes[4096];          ///< longer than the longest answer
+    char bytes[4096] = {};     ///< longer than the longest answer
     int size = 0;
     int aheadSize = 0;     ///< the first of the bytes came ahead of the answer
     bool collects = false; ///< the last request was answered

@@ -26,11 +26,11 @@ void checkFgs(const Arguments &arguments)
         const fgs::Options options = fgs::parseArguments(int(arguments.size()), arguments.data());
         require(!options.variables.empty(), "no variables");
         require(isBetween(options.station, 0, 255) && isBetween(options.host.retries, 0, 1000) &&
-                    isBetween(options.seconds, 0, 1e9) && options.cycles >= 0 && options.interval.count() >= 0 &&
+                    isBetween(options.seconds, 0, 1e9) && options.rounds >= 0 && options.interval.count() >= 0 &&
                     options.host.timing.timeout.count() > 0,
                 "fgs takes an option outside its limits");
-        for (const fgs::Variable &variable : fgs::readableVariables(options))
-            require(variable.station >= 1 && variable.station <= 255, "a station that cannot be read");
+        for (const fgs::Tag &tag : fgs::readableTags(options))
+            require(tag.variable.station >= 1 && tag.variable.station <= 255, "a station that cannot be read");
     } catch (const fgs::Finished &finished) {
         require(finished.code == 0 || finished.code == 2, "fgs ends with another exit code");
         require(!finished.text.empty(), "fgs ends without a text");
