@@ -26,7 +26,7 @@ void checkFgs(const Arguments &arguments)
         const fgs::Options options = fgs::parseArguments(int(arguments.size()), arguments.data());
         require(!options.variables.empty(), "no variables");
         require(isBetween(options.station, 0, 255) && isBetween(options.host.retries, 0, 1000) &&
-                    isBetween(options.seconds, 0, 1e9) && options.cycles >= 0 && options.interval.count() >= 0 &&
+                    isBetween(options.seconds, 0, 1e9) && options.rounds >= 0 && options.interval.count() >= 0 &&
                     options.host.timing.timeout.count() > 0,
                 "fgs takes an option outside its limits");
         for (const fgs::Variable &variable : fgs::readableVariables(options))
