@@ -39,6 +39,11 @@ struct Resolution {
     unsigned exponent = 6;
 };
 
+Resolution resolutionOf(unsigned option)
+{
+    return {(option & 0x80) != 0, option & 0x7F};
+}
+
 std::uint64_t powerOfTen(unsigned exponent)
 {
     std::uint64_t power = 1;
@@ -245,7 +250,7 @@ void PcapngReader::addInterface()
         else if (code == InterfaceDescribed)
             interface.description = nameIn(value);
         else if (code == TimeResolution && value.size() == 1)
-            interface.resolution = {(value[0] & 0x80) != 0, value[0] & 0x7FU};
+            interface.resolution = resolutionOf(static_cast<unsigned char>(value[0]));
         else if (code == TimeOffset && value.size() == 8)
             interface.timeOffset = static_cast<std::int64_t>(u64(value));
     }

@@ -12,6 +12,9 @@ namespace
 /// What comes within it is written together.
 const std::chrono::milliseconds Collecting(50);
 
+/// Nanoseconds by which times go back because two clocks are read one after the other.
+const std::int64_t Jitter = 1000000;
+
 /// A thread that is started meanwhile gets no signals: they are for the threads that wait for them.
 class SignalsHeldBack
 {
@@ -46,17 +49,24 @@ unsigned Recorder::addInterface(const Interface &interface)
     return interfaces++;
 }
 
-void Recorder::record(const Frame &frame)
+void Recorder::record(const Frame &given)
 {
-    if (!gap)
-        return append(frame);
+    Frame frame = given;
+    if (frame.time < latest && latest - frame.time < Jitter)
+        frame.time = latest;
+    latest = frame.time;
+    gap ? appendMarked(frame) : append(frame);
+}
+
+/// Tells that frames are missing before it.
+void Recorder::appendMarked(Frame frame)
+{
     const std::string comment =
         std::to_string(gap) +
         " frames before this one are missing: the trace could not be written as fast as they came";
-    Frame marked = frame;
     const std::string both = frame.comment.empty() ? comment : comment + "; " + std::string(frame.comment);
-    marked.comment = both;
-    append(marked);
+    frame.comment = both;
+    append(frame);
 }
 
 void Recorder::append(const Frame &frame)

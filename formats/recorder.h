@@ -28,6 +28,7 @@ public:
 
     /// Returns its number for Frame.
     unsigned addInterface(const Interface &interface);
+    /// A time that is less than a millisecond before that of the last frame is taken for that.
     void record(const Frame &frame);
     /// Frames so far that found no room in the queue.
     std::uint64_t droppedFrames() const { return dropped; }
@@ -40,13 +41,15 @@ private:
     bool takeWaiting(std::string &taken);
     bool hasRoom(std::size_t bytes) const { return waiting.size() + bytes <= capacity; }
     void append(const Frame &frame);
+    void appendMarked(Frame frame);
     std::string problem() const;
 
     const std::string path;
     const std::size_t capacity;
     TraceFile file;
     std::uint64_t recorded = 0, dropped = 0;
-    std::uint64_t gap = 0; ///< frames left out since the last one that was not
+    std::int64_t latest = 0; ///< time of a frame
+    std::uint64_t gap = 0;   ///< frames left out since the last one that was not
     unsigned interfaces = 0;
     std::uint64_t written = 0; ///< packets; the writing thread's, like the failure, until it has ended
     std::string failure;
