@@ -1,5 +1,6 @@
 #include "pcapng_writer.h"
 
+#include <array>
 #include <cstring>
 
 namespace formats
@@ -10,46 +11,43 @@ using namespace pcapng;
 namespace
 {
 
-/// Fills a block whose size is known, front to back; what it skips is 0 already.
+/// Fills a block whose size is known, front to back.
 class BlockWriter
 {
 public:
     explicit BlockWriter(char *start) : at(start) {}
 
-    void u8(unsigned value) { *at++ = static_cast<char>(value); }
-    void le16(std::uint32_t value)
-    {
-        u8(value & 0xFF);
-        u8(value >> 8 & 0xFF);
-    }
+    void le16(std::uint32_t value) { put<2>({byte(value), byte(value >> 8)}); }
     void le32(std::uint32_t value)
     {
-        le16(value & 0xFFFF);
-        le16(value >> 16);
+        put<4>({byte(value), byte(value >> 8), byte(value >> 16), byte(value >> 24)});
     }
-    void be16(std::uint32_t value)
-    {
-        u8(value >> 8 & 0xFF);
-        u8(value & 0xFF);
-    }
+    void be16(std::uint32_t value) { put<2>({byte(value >> 8), byte(value)}); }
     void be32(std::uint32_t value)
     {
-        be16(value >> 16);
-        be16(value & 0xFFFF);
+        put<4>({byte(value >> 24), byte(value >> 16), byte(value >> 8), byte(value)});
     }
-    void bytes(std::string_view text)
-    {
-        std::memcpy(at, text.data(), text.size());
-        at += text.size();
-    }
-    /// Bytes and what fills them up.
+    /// Bytes and the zeros that fill them up, together with so many before them.
     void filled(std::string_view text, std::size_t before = 0)
     {
-        bytes(text);
-        at += padded(before + text.size()) - before - text.size();
+        if (!text.empty())
+            std::memcpy(at, text.data(), text.size());
+        at += text.size();
+        for (std::size_t left = padded(before + text.size()) - before - text.size(); left > 0; --left)
+            *at++ = 0;
     }
 
 private:
+    static char byte(std::uint32_t value) { return static_cast<char>(value & 0xFF); }
+
+    /// One store, where the compiler sees that the bytes are neighbours.
+    template <std::size_t Size>
+    void put(const std::array<char, Size> &bytes)
+    {
+        std::memcpy(at, bytes.data(), Size);
+        at += Size;
+    }
+
     char *at;
 };
 
@@ -147,13 +145,12 @@ std::size_t frameBlockSize(const Frame &frame)
            OptionHead + 4 + OptionHead;
 }
 
-void appendFrameBlock(std::string &blocks, const Frame &frame)
+void writeFrameBlock(char *block, std::size_t size, const Frame &frame)
 {
-    const std::size_t start = blocks.size(), size = frameBlockSize(frame), tags = tagsSize(frame.direction);
+    const std::size_t tags = tagsSize(frame.direction);
     const auto packetSize = static_cast<std::uint32_t>(tags + frame.bytes.size());
     const std::uint64_t time = frame.time < 0 ? 0 : static_cast<std::uint64_t>(frame.time);
-    blocks.resize(start + size);
-    BlockWriter writer(blocks.data() + start);
+    BlockWriter writer(block);
     writer.le32(EnhancedPacket);
     writer.le32(static_cast<std::uint32_t>(size));
     writer.le32(frame.interface);

@@ -23,8 +23,14 @@ std::string sectionBlock(std::string_view application);
 std::string interfaceBlock(const Interface &interface);
 
 std::size_t frameBlockSize(const Frame &frame);
-/// Appends exactly frameBlockSize() bytes.
-void appendFrameBlock(std::string &blocks, const Frame &frame);
+/// Fills exactly frameBlockSize() bytes.
+void writeFrameBlock(char *block, std::size_t size, const Frame &frame);
+inline void appendFrameBlock(std::string &blocks, const Frame &frame)
+{
+    const std::size_t start = blocks.size(), size = frameBlockSize(frame);
+    blocks.resize(start + size);
+    writeFrameBlock(blocks.data() + start, size, frame);
+}
 
 } // namespace formats
 

@@ -2,12 +2,16 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstring>
 
 namespace formats
 {
 
 namespace
 {
+
+/// Bytes of a queue that are left to what is no frame: without an interface no frame of it can be read.
+const std::size_t BlocksReserve = 1 << 20;
 
 /// What comes within it is written together.
 const std::chrono::milliseconds Collecting(50);
@@ -35,17 +39,26 @@ private:
 
 Recorder::Recorder(const TraceSettings &settings, const std::string &application, std::size_t queueBytes)
     : path(settings.isToStdout() ? "to the standard output" : "'" + settings.path + "'"), capacity(queueBytes),
-      file(settings), waiting(sectionBlock(application))
+      file(settings), queues{Queue(capacity + BlocksReserve), Queue(capacity + BlocksReserve)}
 {
-    waiting.reserve(capacity);
+    appendBlock(sectionBlock(application));
     const SignalsHeldBack held;
     thread = std::thread([this] { run(); });
+}
+
+/// Beyond the bound of frames if need be, as far as the reserve goes.
+void Recorder::appendBlock(const std::string &block)
+{
+    if (waiting->size + block.size() > capacity + BlocksReserve)
+        return;
+    std::memcpy(waiting->bytes.get() + waiting->size, block.data(), block.size());
+    waiting->size += block.size();
 }
 
 unsigned Recorder::addInterface(const Interface &interface)
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    waiting += interfaceBlock(interface); // beyond the bound if need be: a frame without it cannot be read
+    appendBlock(interfaceBlock(interface));
     return interfaces++;
 }
 
@@ -71,10 +84,12 @@ void Recorder::appendMarked(Frame frame)
 
 void Recorder::append(const Frame &frame)
 {
+    const std::size_t size = frameBlockSize(frame);
     bool wasEmpty = false;
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (!hasFailed && !hasRoom(frameBlockSize(frame))) {
+        wasEmpty = waiting->size == 0;
+        if (!hasFailed && waiting->size + size > capacity) {
             ++gap;
             ++dropped;
             return;
@@ -83,36 +98,38 @@ void Recorder::append(const Frame &frame)
         gap = 0;
         if (hasFailed)
             return;
-        wasEmpty = waiting.empty();
-        appendFrameBlock(waiting, frame);
+        writeFrameBlock(waiting->bytes.get() + waiting->size, size, frame);
+        waiting->size += size;
+        ++waiting->frames;
     }
     if (wasEmpty)
         changed.notify_one();
 }
 
 /// Waits for something to be written. False: nothing is left, and nothing comes any more.
-bool Recorder::takeWaiting(std::string &taken)
+bool Recorder::takeWaiting(Queue *&taken)
 {
-    taken.clear();
     std::unique_lock<std::mutex> lock(mutex);
-    changed.wait(lock, [this] { return hasEnded || !waiting.empty(); });
+    taken->size = 0;
+    taken->frames = 0;
+    changed.wait(lock, [this] { return hasEnded || waiting->size > 0; });
     changed.wait_for(lock, Collecting, [this] { return hasEnded; });
-    taken.swap(waiting);
-    return !taken.empty();
+    std::swap(taken, waiting);
+    return taken->size > 0;
 }
 
 void Recorder::run()
 {
-    std::string taken;
-    taken.reserve(capacity);
+    Queue *taken = &queues[1];
     try {
-        while (takeWaiting(taken))
-            written += file.write(taken);
+        while (takeWaiting(taken)) {
+            file.write({taken->bytes.get(), taken->size});
+            written += taken->frames;
+        }
     } catch (const TraceError &error) {
         failure = error.what();
         const std::lock_guard<std::mutex> lock(mutex);
         hasFailed = true;
-        waiting.clear();
     }
 }
 

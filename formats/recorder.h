@@ -6,6 +6,7 @@
 #include "trace_file.h"
 
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -37,9 +38,18 @@ public:
     std::string end();
 
 private:
+    /// Whole blocks in memory that is there from the start.
+    struct Queue {
+        explicit Queue(std::size_t capacity) : bytes(new char[capacity]) {}
+
+        const std::unique_ptr<char[]> bytes;
+        std::size_t size = 0;
+        std::uint64_t frames = 0;
+    };
+
     void run();
-    bool takeWaiting(std::string &taken);
-    bool hasRoom(std::size_t bytes) const { return waiting.size() + bytes <= capacity; }
+    bool takeWaiting(Queue *&taken);
+    void appendBlock(const std::string &block);
     void append(const Frame &frame);
     void appendMarked(Frame frame);
     std::string problem() const;
@@ -51,11 +61,12 @@ private:
     std::int64_t latest = 0; ///< time of a frame
     std::uint64_t gap = 0;   ///< frames left out since the last one that was not
     unsigned interfaces = 0;
-    std::uint64_t written = 0; ///< packets; the writing thread's, like the failure, until it has ended
+    std::uint64_t written = 0; ///< frames; the writing thread's, like the failure, until it has ended
     std::string failure;
     std::mutex mutex; ///< guards what follows
     std::condition_variable changed;
-    std::string waiting; ///< whole blocks
+    Queue queues[2]; ///< one waits, and the other is written or empty
+    Queue *waiting = &queues[0];
     bool hasEnded = false;
     bool hasFailed = false;
     std::thread thread;

@@ -88,32 +88,32 @@ void TraceFile::close()
     fd = -1;
 }
 
-std::uint64_t TraceFile::write(std::string_view blocks)
+void TraceFile::write(std::string_view blocks)
 {
-    std::uint64_t packets = 0;
+    settings.limit &&isRegular ? writeInTurn(blocks) : put(blocks);
+}
+
+/// Begins the next file in front of the packet that finds no room.
+void TraceFile::writeInTurn(std::string_view blocks)
+{
     std::size_t written = 0;
     for (std::size_t at = 0; at < blocks.size();) {
-        const std::uint32_t type = le32(blocks, at), length = le32(blocks, at + 4);
-        const bool isPacket = type == pcapng::EnhancedPacket;
+        const std::uint32_t length = le32(blocks, at + 4);
         const std::uint64_t sizeNow = size + at - written;
-        if (isPacket && settings.limit && sizeNow + length > settings.limit / 2 && sizeNow > preamble.size()) {
+        if (le32(blocks, at) != pcapng::EnhancedPacket) {
+            preamble += blocks.substr(at, length);
+        } else if (sizeNow + length > settings.limit / 2 && sizeNow > preamble.size()) {
             put(blocks.substr(written, at - written));
             written = at;
             rotate();
         }
-        if (!isPacket)
-            preamble += blocks.substr(at, length);
-        packets += isPacket;
         at += length;
     }
     put(blocks.substr(written));
-    return packets;
 }
 
 void TraceFile::rotate()
 {
-    if (!isRegular)
-        return;
     close();
     if (std::rename(settings.path.c_str(), (settings.path + ".1").c_str()) != 0)
         fail("cannot be renamed");

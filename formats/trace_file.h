@@ -29,15 +29,15 @@ public:
     TraceFile &operator=(const TraceFile &) = delete;
     ~TraceFile();
 
-    /// Whole blocks, the first ever a section header. Returns how many packets they held; throws TraceError, and
-    /// then is not to be called again.
-    std::uint64_t write(std::string_view blocks);
+    /// Whole blocks, the first ever a section header. Throws TraceError, and then is not to be called again.
+    void write(std::string_view blocks);
     /// On any thread: a pipe that takes nothing for a second is not waited for any more.
     void end() { isEnding = true; }
 
 private:
     void open();
     void close();
+    void writeInTurn(std::string_view blocks);
     void rotate();
     void put(std::string_view bytes);
     void awaitRoom() const;

@@ -68,6 +68,7 @@ local e = {
                               expert.severity.WARN),
     silence = ProtoExpert.new("fgs.silence", "Nothing was on the line", expert.group.RESPONSE_CODE,
                               expert.severity.WARN),
+    echo = ProtoExpert.new("fgs.echo", "Echo of a request", expert.group.SEQUENCE, expert.severity.NOTE),
     other = ProtoExpert.new("fgs.other_reply", "Not the reply to the request before it", expert.group.SEQUENCE,
                             expert.severity.WARN),
 }
@@ -402,7 +403,9 @@ local function learn(number, time, parts, line, direction)
             part.number, part.time = number, time
             line.waiting = part.station ~= 0 and part or nil
             if line.waiting then remember(line, part) end
-        elseif part.good and not part.shape.is_request then
+        elseif part.good and part.shape.is_request then
+            part.is_echo = true
+        elseif part.good then
             part.request = answered_by(line, part)
             part.is_other = line.waiting ~= nil and part.request ~= line.waiting
             if part.request then
@@ -568,6 +571,7 @@ local function show_frame(tree, buffer, number, part)
     elseif not part.good then
         text = text .. " [wrong check code]"
     end
+    if part.is_echo then branch:add_proto_expert_info(e.echo) end
     if part.is_other then branch:add_proto_expert_info(e.other) end
     show_partner(branch, number, part)
     branch:append_text(", " .. text)

@@ -1,13 +1,16 @@
 // The dissector for Wireshark: worked frames of the protocol's description, traces of fgs and fgs-sim over one
 // line, and every fault of a line.
+#include "fgs/own_controller.h"
 #include "fgs/programs.h"
 #include "formats/pcapng_bytes.h"
 #include "formats/pcapng_reader.h"
 #include "formats/recorder.h"
+#include "sim/line_faults.h"
 #include "support/serial_ports.h"
 #include "tools/wireshark.h"
 
 #include <fstream>
+#include <mutex>
 #include <QtCore/QTemporaryDir>
 #include <set>
 
@@ -344,4 +347,144 @@ TEST_F(DissectorTest, ShowsWhatTheSimulatorLogged)
             EXPECT_NE(kind, "") << hexOf(ofFgs[i].bytes);
         }
     }
+}
+
+namespace
+{
+
+fgssim::Bytes bytesOf(const QByteArray &bytes)
+{
+    return fgssim::Bytes(bytes.begin(), bytes.end());
+}
+
+std::string textOf(const fgssim::Bytes &bytes)
+{
+    return std::string(bytes.begin(), bytes.end());
+}
+
+/// What is on the line when a reply to a read comes as it should.
+fgssim::Exchange exchangeOf(const std::string &request, const std::string &reply)
+{
+    using fgssim::Bytes;
+    fgssim::Exchange x;
+    x.request = Bytes(request.begin(), request.end());
+    x.reply = Bytes(reply.begin(), reply.end());
+    x.station = {0};
+    x.command = {1};
+    x.number = {2};
+    x.hasCheck = reply.size() > 3;
+    x.limit = std::chrono::milliseconds(100);
+    if (x.hasCheck)
+        fgssim::markEntries(x, fgssim::parseRequest(x.request));
+    x.stranger = bytesOf(QByteArray::fromHex("02FE010802000100022511"));
+    x.otherShape = bytesOf(QByteArray::fromHex("01FF20"));
+    x.sameShape = bytesOf(QByteArray::fromHex("01FE0108020001000231E1"));
+    return x;
+}
+
+/// All bytes of a fault, whenever they come.
+std::string delivered(const fgssim::LineFault &fault, const fgssim::Exchange &x, int place)
+{
+    std::string bytes;
+    for (const fgssim::Arrival &arrival : fault.deliver(x, place))
+        bytes += textOf(arrival.bytes);
+    return bytes;
+}
+
+} // namespace
+
+// Whatever is around the reply, it is found; without it, what came is marked.
+TEST_F(DissectorTest, ShowsEveryFaultOfTheTableAtEveryPlace)
+{
+    const fgssim::Exchange exchanges[] = {
+        exchangeOf(fromHex("01FE0108026400AABE"), fromHex("01FE010802123456789AD4")),
+        exchangeOf(fromHex("01FF010802640012345678 6B0D"), fromHex("01FF20"))};
+    formats::Recorder recorder({path()}, "test");
+    recorder.addInterface({"line", ""});
+    std::vector<std::pair<std::string, bool>>
+        rows; // what a packet of a reply holds, and whether the reply is in it
+    std::int64_t time = 0;
+    for (const fgssim::Exchange &x : exchanges)
+        for (const fgssim::LineFault &fault : fgssim::lineFaults())
+            for (int place = 0; place < fault.places(x); ++place) {
+                const std::string bytes = delivered(fault, x, place), request = textOf(x.request);
+                recorder.record({0, time += 1000000, Direction::Outbound, request, ""});
+                recorder.record({0, time += 1000000, Direction::Inbound, bytes, fault.name});
+                rows.emplace_back(fault.name + ": " + hexOf(bytes),
+                                  bytes.find(textOf(x.reply)) != std::string::npos);
+            }
+    ASSERT_EQ(recorder.end(), "");
+    ASSERT_GT(rows.size(), 250u);
+    const std::vector<Fields> packets =
+        dissected(path(), {"fgs.kind", "fgs.request_in", "fgs.crc.status", "fgs.acknowledge", "fgs.is_noise",
+                           "fgs.short", "fgs.bad_crc", "fgs.silence", "fgs.other_reply", "fgs.echo"});
+    ASSERT_EQ(packets.size(), 2 * rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const Fields &request = packets[2 * i], &reply = packets[2 * i + 1];
+        EXPECT_EQ(valueOf(request, "fgs.kind"), "request") << rows[i].first;
+        if (rows[i].second) {
+            EXPECT_NE(valueOf(reply, "fgs.request_in").find(std::to_string(2 * i + 1)), std::string::npos)
+                << rows[i].first;
+        }
+        std::size_t marks = 0;
+        for (const char *mark : {"is_noise", "short", "bad_crc", "silence", "other_reply", "echo", "request_in"})
+            marks += reply.count(std::string("fgs.") + mark);
+        EXPECT_GT(marks, 0u) << rows[i].first;
+    }
+}
+
+// fgs and the dissector agree in what came.
+TEST_F(DissectorTest, ShowsEveryFaultOnAPseudoTerminalAsFgsTookIt)
+{
+    NEEDS_SERIAL_PORTS();
+    const std::vector<fgssim::LineFault> &faults = fgssim::lineFaults();
+    std::mutex mutex;
+    std::size_t asked = 0;
+    std::string sent;
+    const Script script = [&](const Request &, const QByteArray &good) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const std::size_t number = asked++;
+        const fgssim::Exchange x = exchangeOf(fromHex("01FE0108026400AABE"), good.toStdString());
+        const fgssim::LineFault &fault = faults[number / 2 % faults.size()];
+        const bool isGood = number % 2 == 1 || number / 2 >= faults.size() || fault.places(x) == 0;
+        const std::string bytes = isGood ? good.toStdString() : delivered(fault, x, 0);
+        sent += bytes;
+        return Reply{QByteArray::fromStdString(bytes)};
+    };
+    OwnController controller(script, OwnController::On::Pty);
+    controller.hold(1, 5, 100, 0x1234);
+    controller.hold(1, 5, 101, 0x5678);
+    const QString count = QString::number(2 * faults.size() + 2);
+    const Result result =
+        runFgs(wordsOf(QStringLiteral("poll L 5:100x2 --timeout 100 --late 0 --retries 0 --quiet --count ") +
+                           count + QStringLiteral(" --trace"),
+                       controller.link()) +
+               QStringList{QString::fromStdString(path())});
+    EXPECT_TRUE(result.code == 0 || result.code == 8) << result.messages.toStdString();
+    const std::vector<formats::TracedFrame> frames = framesOf(path());
+    const std::vector<Fields> packets =
+        dissected(path(), {"fgs.kind", "fgs.request_in", "fgs.crc.status", "fgs.bad_crc", "fgs.short",
+                           "fgs.is_noise", "fgs.silence", "fgs.value.word", "frame.comment"});
+    ASSERT_EQ(packets.size(), frames.size());
+    EXPECT_EQ(sent.substr(0, stream(frames, Direction::Inbound).size()), stream(frames, Direction::Inbound));
+    std::set<std::string> outcomes;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const std::string comment = frames[i].comment, came = hexOf(frames[i].bytes);
+        EXPECT_EQ(valueOf(packets[i], "frame.comment"), comment);
+        outcomes.insert(comment);
+        if (comment == "good") {
+            EXPECT_EQ(packets[i].count("fgs.request_in"), 1u) << came;
+        }
+        if (comment == "no reply" && came.empty()) {
+            EXPECT_EQ(packets[i].count("fgs.silence"), 1u);
+        }
+        if (comment == "incomplete" || comment == "wrong check code" || comment == "bytes that are no reply") {
+            EXPECT_GT(packets[i].count("fgs.short") + packets[i].count("fgs.bad_crc") +
+                          packets[i].count("fgs.is_noise"),
+                      0u)
+                << came;
+        }
+    }
+    for (const char *outcome : {"good", "no reply", "incomplete", "wrong check code", "bytes that are no reply"})
+        EXPECT_EQ(outcomes.count(outcome), 1u) << outcome;
 }

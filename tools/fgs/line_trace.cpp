@@ -40,13 +40,23 @@ try : recorder(settings, "fgs " FGS_VERSION) {
                                  .arg(QString::fromStdString(settings.path), QString::fromLocal8Bit(error.what())));
 }
 
+/// Two clocks are not read for each frame.
+std::chrono::nanoseconds LineTrace::sinceEpoch(Time when, const WallClock &clock)
+{
+    if (when >= nextLook) {
+        epoch = clock.sinceEpoch(when) - when;
+        nextLook = when + 100ms;
+    }
+    return epoch + when;
+}
+
 /// The answer to a broadcast, which is none, leaves nothing.
 void LineTrace::record(const TraceEntry &entry, const WallClock &clock)
 {
     if (entry.bytes.size == 0 && entry.outcome == Outcome::Good)
         return;
     const std::string_view bytes(entry.bytes.bytes, static_cast<std::size_t>(entry.bytes.size));
-    recorder.record({0, clock.sinceEpoch(entry.time).count(),
+    recorder.record({0, sinceEpoch(entry.time, clock).count(),
                      entry.event == TraceEntry::Sent ? formats::Direction::Outbound : formats::Direction::Inbound,
                      bytes, commentOf(entry)});
 }

@@ -24,7 +24,11 @@ public:
     QString end() { return QString::fromStdString(recorder.end()); }
 
 private:
+    std::chrono::nanoseconds sinceEpoch(Time when, const WallClock &clock);
+
     formats::Recorder recorder;
+    std::chrono::nanoseconds epoch{0}; ///< of the link's clock, as it was found last
+    Time nextLook{0};                  ///< when it is looked at again
 };
 
 } // namespace fgs
