@@ -3,6 +3,9 @@
 #include "host/host.h"
 #include "operations.h"
 #include "server.h"
+#include "tools/fgs/line_trace.h"
+
+#include <QtCore/QTemporaryDir>
 
 namespace bench
 {
@@ -35,10 +38,25 @@ struct Polling {
     fgs::Host host;
 };
 
+/// The same with everything on the line recorded, as by `fgs --trace`.
+struct TracedPolling : Polling {
+    TracedPolling(const char *linkOption, const QString &linkText, int blocks, int words)
+        : Polling(linkOption, linkText, blocks, words), clock(*link),
+          trace({folder.filePath(QStringLiteral("trace")).toStdString()}, {"line", ""})
+    {
+        host.setTrace([this](const fgs::TraceEntry &entry) { trace.record(entry, clock); });
+    }
+
+    const QTemporaryDir folder;
+    const fgs::WallClock clock;
+    fgs::LineTrace trace;
+};
+
+template <typename Kind = Polling>
 Run poll(const char *linkOption, const QString &linkText, int blocks, int words)
 {
     startDriver(words); // empty queues
-    const auto polling = std::make_shared<Polling>(linkOption, linkText, blocks, words);
+    const auto polling = std::make_shared<Kind>(linkOption, linkText, blocks, words);
     return repeat([polling] {
         const fgs::Step step = polling->host.step();
         require(step.kind == fgs::Step::Exchanged && step.outcome == fgs::Outcome::Good,
@@ -46,10 +64,10 @@ Run poll(const char *linkOption, const QString &linkText, int blocks, int words)
     });
 }
 
-template <int Blocks, int Words>
+template <int Blocks, int Words, typename Kind = Polling>
 Run pollTerminal()
 {
-    return poll("--pty", QStringLiteral("%1:115200,8N1"), Blocks, Words);
+    return poll<Kind>("--pty", QStringLiteral("%1:115200,8N1"), Blocks, Words);
 }
 
 template <int Blocks, int Words>
@@ -64,6 +82,8 @@ Operations hostOperations()
 {
     return {{"host-pty-6x10", 200, pollTerminal<6, 10>},
             {"host-pty-1x100", 200, pollTerminal<1, 100>},
+            {"host-pty-6x10-traced", 200, pollTerminal<6, 10, TracedPolling>},
+            {"host-pty-1x100-traced", 200, pollTerminal<1, 100, TracedPolling>},
             {"host-tcp-6x10", 200, pollTcp<6, 10>},
             {"host-tcp-1x100", 200, pollTcp<1, 100>}};
 }

@@ -30,6 +30,9 @@ if(NOT TARGET fgs OR NOT TARGET fgs-sim)
 endif()
 install(TARGETS fgs fgs-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 
+# The dissector, where every Wireshark looks for Lua: a plugin folder that has no version in its name.
+install(FILES share/wireshark/fgs.lua DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins COMPONENT tools)
+
 # Man pages, whose options come from the programs' own help: where the programs run.
 find_program(TARN_PERL perl)
 if(CMAKE_CROSSCOMPILING OR TARN_SANITIZE OR NOT TARN_PERL)

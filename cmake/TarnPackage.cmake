@@ -37,7 +37,9 @@ file.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME tarnfgs-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_TOOLS_DESCRIPTION "Tools: fgs reads, writes and polls a controller; fgs-sim plays one.")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "Tools: fgs reads, writes and polls a controller; fgs-sim plays one;
+Wireshark shows what they record.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS wireshark)
 
 # The libraries of the target are not those of a machine that only cross-compiles.
 if(NOT CMAKE_CROSSCOMPILING)

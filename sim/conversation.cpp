@@ -32,6 +32,12 @@ void Conversation::say(Log::Topic topic, Text text)
     simulation.log.write(topic, latest, [&] { return name + text(); });
 }
 
+void Conversation::tap(bool isRequest, Slice bytes, const std::string &what) const
+{
+    if (simulation.tap)
+        simulation.tap({name, latest, isRequest, bytes, what});
+}
+
 Conversation::Conversation(Simulation &shared, const LineTimes &lineTimes, std::string prefix)
     : simulation(shared), times(lineTimes), name(std::move(prefix)), reassembler(lineTimes.silence)
 {
@@ -69,15 +75,18 @@ void Conversation::handleFrame(Slice frame)
     switch (response.status) {
     case Response::Status::Answered:
         say(Log::Topic::Frame, received);
+        tap(true, frame, "");
         sendReply(response);
         break;
     case Response::Status::Broadcast:
         ++simulation.counters.broadcasts;
         say(Log::Topic::Frame, received);
+        tap(true, frame, "for every station");
         break;
     case Response::Status::Elsewhere:
         ++simulation.counters.elsewhere;
         say(Log::Topic::Elsewhere, [&] { return "not for a station here: " + hex(frame, LoggedBytes); });
+        tap(true, frame, "not for a station here");
         break;
     case Response::Status::Rejected:
         reject(response.cause, frame);
@@ -89,6 +98,7 @@ void Conversation::reject(const std::string &cause, Slice bytes)
 {
     ++simulation.counters.rejected;
     say(Log::Topic::Rejected, [&] { return "rejected: " + cause + ": " + hex(bytes, LoggedBytes); });
+    tap(true, bytes, "rejected: " + cause);
 }
 
 void Conversation::sendReply(const Response &response)
@@ -98,37 +108,41 @@ void Conversation::sendReply(const Response &response)
     say(Log::Topic::Frame, [&] {
         return "-> " + hex(response.reply, LoggedBytes) + "  " + describeReply(response.request, response.reply);
     });
-    enqueue(response.reply, Time(0));
+    enqueue(response.reply, Time(0), "good");
 }
 
 void Conversation::sendFault(RandomFault fault, const Response &response)
 {
     ++simulation.counters.faults[std::size_t(fault)];
+    const std::string what = std::string("fault ") + FaultNames[std::size_t(fault)];
     Bytes reply;
     if (fault != RandomFault::Silence)
         reply = simulation.faults.damage(fault, response.reply);
     say(Log::Topic::Fault, [&] {
-        return std::string("fault ") + FaultNames[std::size_t(fault)] + ": " + describe(response.request) + " -> " +
+        return what + ": " + describe(response.request) + " -> " +
                (reply.empty() ? "nothing" : hex(reply, LoggedBytes));
     });
-    if (!reply.empty())
-        enqueue(std::move(reply), fault == RandomFault::Late ? times.lateBy : Time(0));
+    if (reply.empty())
+        return tap(false, {}, what);
+    enqueue(std::move(reply), fault == RandomFault::Late ? times.lateBy : Time(0), what);
 }
 
-void Conversation::enqueue(Bytes reply, Time wait)
+void Conversation::enqueue(Bytes reply, Time wait, std::string what)
 {
     if (outgoing.size() >= MaxOutgoing)
         return replyLost();
     const Time start = std::max(requestEnd + times.delay + wait, replyEnd);
     replyEnd = start + spent(reply.size());
-    outgoing.push_back({std::move(reply), start, 0});
+    outgoing.push_back({std::move(reply), start, 0, std::move(what)});
     ++simulation.counters.replies;
 }
 
 void Conversation::replyLost()
 {
     ++simulation.counters.lost;
-    say(Log::Topic::Lost, [] { return std::string("reply lost: too many wait to be sent or read"); });
+    const std::string what = "reply lost: too many wait to be sent or read";
+    say(Log::Topic::Lost, [&] { return what; });
+    tap(false, {}, what);
 }
 
 Bytes Conversation::takeDue(Time now)
@@ -141,6 +155,7 @@ Bytes Conversation::takeDue(Time now)
             due.push_back(head.bytes[head.sent++]);
         if (head.sent < head.bytes.size())
             break;
+        tap(false, head.bytes, head.what);
         outgoing.pop_front();
     }
     return due;

@@ -24,12 +24,23 @@ struct Counters {
 
 std::string summary(const Counters &counters);
 
+/// What passes a line, for whoever records it.
+struct TappedFrame {
+    const std::string &line; ///< of a conversation without a name: empty
+    Time time;
+    bool isRequest;   ///< received here; otherwise sent from here
+    Slice bytes;      ///< none: no reply was sent, or it was lost
+    std::string what; ///< became of it; empty: a request that is answered
+};
+using Tap = std::function<void(const TappedFrame &)>;
+
 /// What all conversations share.
 struct Simulation {
     Controller controller;
     FaultChooser faults;
     Log log;
     Counters counters;
+    Tap tap = {};
 };
 
 class Conversation
@@ -53,17 +64,19 @@ private:
         Bytes bytes;
         Time start;
         std::size_t sent;
+        std::string what;
     };
     void handle(const std::vector<Piece> &pieces);
     void handleFrame(Slice frame);
     void reject(const std::string &cause, Slice bytes);
     void sendReply(const Response &response);
     void sendFault(RandomFault fault, const Response &response);
-    void enqueue(Bytes reply, Time wait);
+    void enqueue(Bytes reply, Time wait, std::string what);
     Time spent(std::size_t bytes) const { return times.byteTime * std::int64_t(bytes); }
     /// `text` is called, and gives a string, only if the line is written.
     template <typename Text>
     void say(Log::Topic topic, Text text);
+    void tap(bool isRequest, Slice bytes, const std::string &what) const;
 
     Simulation &simulation;
     LineTimes times;

@@ -5,6 +5,7 @@
 #include "line_times.h"
 
 #include <cstdint>
+#include <string>
 
 namespace fgssim
 {
@@ -21,6 +22,12 @@ struct SerialLine {
         return std::chrono::nanoseconds(std::chrono::seconds(bits)) / baud;
     }
 };
+
+/// "19200,8E1"
+inline std::string textOf(const SerialLine &line)
+{
+    return std::to_string(line.baud) + ",8" + line.parity + std::to_string(line.stopBits);
+}
 
 } // namespace fgssim
 

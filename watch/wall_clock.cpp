@@ -23,9 +23,8 @@ QString offsetText(int seconds)
 QString WallClock::text(Time when) const
 {
     using std::chrono::milliseconds;
-    const auto sinceEpoch = source().time_since_epoch() - (link.now() - when);
     const QDateTime local =
-        QDateTime::fromMSecsSinceEpoch(std::chrono::duration_cast<milliseconds>(sinceEpoch).count());
+        QDateTime::fromMSecsSinceEpoch(std::chrono::duration_cast<milliseconds>(sinceEpoch(when)).count());
     return local.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzz")) + offsetText(local.offsetFromUtc());
 }
 

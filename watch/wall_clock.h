@@ -21,6 +21,11 @@ public:
     {
     }
 
+    /// From 1970 in UTC to a time on the link's clock.
+    std::chrono::nanoseconds sinceEpoch(Time when) const
+    {
+        return source().time_since_epoch() - (link.now() - when);
+    }
     /// A time on the link's clock as ISO 8601 with milliseconds and the offset of the local zone:
     /// "2026-11-21T21:15:03.123+01:00".
     QString text(Time when) const;

@@ -88,11 +88,6 @@ void checkFault(const std::string &text)
     check(text, parseFault, write, std::equal_to<std::pair<RandomFault, double>>());
 }
 
-std::string written(const SerialLine &line)
-{
-    return std::to_string(line.baud) + ",8" + line.parity + std::to_string(line.stopBits);
-}
-
 bool isSameLine(const SerialLine &a, const SerialLine &b)
 {
     return a.baud == b.baud && a.parity == b.parity && a.stopBits == b.stopBits;
@@ -101,14 +96,14 @@ bool isSameLine(const SerialLine &a, const SerialLine &b)
 void checkSerialLine(const std::string &text)
 {
     check(
-        text, parseSerialLine, [](const SerialLine &line) { return written(line); }, isSameLine);
+        text, parseSerialLine, [](const SerialLine &line) { return textOf(line); }, isSameLine);
 }
 
 void checkSerialAddress(const std::string &text)
 {
     check(
         text, parseSerialAddress,
-        [](const SerialAddress &address) { return address.device + ":" + written(address.line); },
+        [](const SerialAddress &address) { return address.device + ":" + textOf(address.line); },
         [](const SerialAddress &a, const SerialAddress &b) {
             return a.device == b.device && isSameLine(a.line, b.line);
         });

@@ -5,22 +5,23 @@ cd "$1" || exit 1
 
 allowed() {
     case $1 in
+    formats) echo 'formats' ;;
     host) echo 'host' ;;
     watch) echo 'host watch' ;;
     sim) echo 'sim' ;;
-    tools/fgs) echo 'host watch tools/fgs' ;;
-    tools/fgs-sim) echo 'sim tools/fgs-sim' ;;
+    tools/fgs) echo 'formats host watch tools tools/fgs' ;;
+    tools/fgs-sim) echo 'formats sim tools tools/fgs-sim' ;;
     esac
 }
 
 status=0
-for folder in host watch sim tools/fgs tools/fgs-sim; do
+for folder in formats host watch sim tools/fgs tools/fgs-sim; do
     for header in $(grep -hoE '^#include ("[^"]+|<tarn_[^>]+)' "$folder"/*.cpp "$folder"/*.h | cut -d' ' -f2 | tr -d '"<' | sort -u); do
         case $header in
         */*) from=${header%/*} ;;
         tarn_fgsseries.h)
             case $folder in
-            sim | tools/fgs-sim) from=driver ;;
+            formats | sim | tools/fgs-sim) from=driver ;;
             *) continue ;;
             esac
             ;;

@@ -3,13 +3,15 @@
 //   fgs-sim [--pty[=LINKPATH] | --serial DEVICE[:BAUD[,8E1]] | --tcp [HOST:]PORT] [--stations LIST]
 //           [--set AREA:ADDRESS[xCOUNT][@STATION]=VALUE]... [--values still|moving|pattern] [--tick MS]
 //           [--fault KIND=PERCENT]... [--faults PERCENT] [--late-by MS] [--delay MS] [--pace BAUD[,8E1]]
-//           [--seed N] [--for SECONDS] [--log quiet|normal|all]
+//           [--seed N] [--for SECONDS] [--log quiet|normal|all | --frames]
+//           [--trace FILE.pcapng [--trace-limit SIZE]]
 //
 // The first line on stdout is where the controller can be reached, as fgs takes it: a device path or tcp:HOST:PORT.
 // The log and the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 1 other, 2 wrong
 // usage, 3 the link cannot be opened or was lost. README.md beside this file tells the rest.
 #include "channel.h"
 #include "endpoint.h"
+#include "line_trace.h"
 #include "log_times.h"
 #include "signals.h"
 #include "sim/describe.h"
@@ -41,9 +43,11 @@ Simulation makeSimulation(const Options &options)
             {}};
 }
 
-void announce(const Endpoint &link)
+/// stdout belongs to the trace if that goes there.
+void announce(const Endpoint &link, bool isOnStdout)
 {
-    if (std::printf("%s\n", link.address().c_str()) < 0 || std::fflush(stdout) != 0)
+    std::FILE *const stream = isOnStdout ? stdout : stderr;
+    if (std::fprintf(stream, "%s\n", link.address().c_str()) < 0 || std::fflush(stream) != 0)
         throw std::runtime_error("cannot write " + link.address() +
                                  " to the standard output: " + std::strerror(errno));
 }
@@ -57,6 +61,30 @@ void tellStart(Log &log, const Options &options, const Endpoint &link)
         say("set " + describe(range));
 }
 
+std::optional<LineTrace> openTrace(const formats::TraceSettings &settings)
+{
+    try {
+        return settings.isWanted() ? std::optional<LineTrace>(std::in_place, settings) : std::nullopt;
+    } catch (const formats::TraceError &error) {
+        throw std::runtime_error("the trace '" + settings.path + "' " + error.what());
+    }
+}
+
+formats::Interface lineOf(const Options &options, const Endpoint &link)
+{
+    const auto *const serial = std::get_if<SerialAddress>(&options.link);
+    return {link.address(), serial ? textOf(serial->line) : ""};
+}
+
+/// False: something is missing in it, and has been told.
+bool endTrace(std::optional<LineTrace> &trace)
+{
+    const std::string problem = trace ? trace->end() : "";
+    if (!problem.empty())
+        std::fprintf(stderr, "fgs-sim: %s\n", problem.c_str());
+    return problem.empty();
+}
+
 /// Calls `use` in these intervals, until the program ends.
 template <typename Use>
 void every(Time interval, Use use)
@@ -68,7 +96,10 @@ void every(Time interval, Use use)
 
 int run(const Options &options)
 {
+    std::optional<LineTrace> trace = openTrace(options.trace);
     Simulation simulation = makeSimulation(options);
+    if (trace)
+        simulation.tap = [&trace](const TappedFrame &frame) { trace->record(frame); };
     quitOnSignals();
     const std::unique_ptr<Endpoint> link = std::visit(
         [&](const auto &address) { return openEndpoint(simulation, options.times, address); }, options.link);
@@ -77,12 +108,14 @@ int run(const Options &options)
     if (options.duration > Time(0))
         QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(options.duration),
                            QCoreApplication::instance(), &QCoreApplication::quit);
-    announce(*link);
+    if (trace)
+        trace->nameLine(lineOf(options, *link));
+    announce(*link, !options.trace.isToStdout());
     tellStart(simulation.log, options, *link);
     const int code = QCoreApplication::exec();
     simulation.log.flush();
     std::fprintf(stderr, "%s\n", summary(simulation.counters).c_str());
-    return code;
+    return endTrace(trace) || code != 0 ? code : ExitOther;
 }
 
 int report(const Finished &finished)

@@ -181,14 +181,42 @@ void addTimeOptions(CLI::App &app, Options &options)
         ->type_name("SECONDS");
 }
 
-void addLogOption(CLI::App &app, Options &options)
+void addTraceOptions(CLI::App &app, formats::TraceSettings &trace)
 {
     addText(
+        app, "--trace",
+        [&](const std::string &text) {
+            if (text.empty())
+                throw BadText("the name is empty");
+            trace.path = text;
+        },
+        "Everything on the line into this file, for Wireshark; with - to stdout, and the address to stderr")
+        ->type_name("FILE.pcapng");
+    addText(
+        app, "--trace-limit",
+        [&](const std::string &text) {
+            try {
+                trace.limit = formats::parseTraceLimit(text);
+            } catch (const std::invalid_argument &error) {
+                throw BadText(error.what());
+            }
+        },
+        "Keeps the newest of the trace, like 10M in all: FILE and, older, FILE.1; each opens alone")
+        ->type_name("SIZE");
+}
+
+void addLogOptions(CLI::App &app, Options &options)
+{
+    CLI::Option *const log = addText(
         app, "--log", [&](const std::string &text) { options.log = chosen(LevelNames, text); },
         "quiet, normal (connections, rejections and faults; default) or all (frames too); of a flood of lines of "
         "one\n"
-        "kind 20 are written, then one a second (faults 100 and 10, frames 5000 and 2000), and the others counted")
-        ->type_name("LEVEL");
+        "kind 20 are written, then one a second (faults 100 and 10, frames 5000 and 2000), and the others counted");
+    log->type_name("LEVEL");
+    app.add_flag_callback(
+           "--frames", [&] { options.log = Log::Level::All; },
+           "Every frame in hexadecimal, and what it says: --log all")
+        ->excludes(log);
 }
 
 void requireStations(const Options &options)
@@ -238,12 +266,15 @@ Options parseArguments(int argc, const char *const *argv)
     addValueOptions(app, options);
     addFaultOptions(app, faults);
     addTimeOptions(app, options);
-    addLogOption(app, options);
+    addLogOptions(app, options);
+    addTraceOptions(app, options.trace);
     try {
         requirePath(argc, argv);
         app.parse(argc, argv);
         options.faults = ratesOf(faults);
         requireStations(options);
+        if (const std::string fault = formats::faultOf(options.trace); !fault.empty())
+            throw Finished{ExitUsage, "fgs-sim: " + fault + "\nfgs-sim --help lists the options.\n"};
     } catch (const CLI::ParseError &error) {
         throw finished(app, error);
     }

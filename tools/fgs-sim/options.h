@@ -2,6 +2,7 @@
 #ifndef FGS_SIM_OPTIONS_H
 #define FGS_SIM_OPTIONS_H
 
+#include "formats/trace_settings.h"
 #include "setting_texts.h"
 #include "sim/conversation.h"
 
@@ -29,6 +30,7 @@ struct Options {
     LineTimes times;
     Time duration{0}; ///< ends by itself after it; 0: does not
     Log::Level log = Log::Level::Normal;
+    formats::TraceSettings trace;
 };
 
 /// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.

@@ -82,6 +82,27 @@ void addLinkOptions(CLI::App &app, Options &options)
         ->check(CLI::Range(MinBlockWords, MaxBlockWords));
 }
 
+std::uint64_t traceLimitIn(const std::string &text)
+{
+    try {
+        return formats::parseTraceLimit(text);
+    } catch (const std::invalid_argument &error) {
+        throw CLI::ValidationError("--trace-limit", error.what());
+    }
+}
+
+void addTraceOptions(CLI::App &app, formats::TraceSettings &trace)
+{
+    app.add_option("--trace", trace.path,
+                   "Everything on the line into this file, for Wireshark; with - to stdout, and the data to stderr")
+        ->type_name("FILE.pcapng")
+        ->check([](const std::string &path) { return std::string(path.empty() ? "the name is empty" : ""); });
+    app.add_option_function<std::string>(
+           "--trace-limit", [&trace](const std::string &text) { trace.limit = traceLimitIn(text); },
+           "Keeps the newest of the trace, like 10M in all: FILE and, older, FILE.1; each opens alone")
+        ->type_name("SIZE");
+}
+
 void addOutputOptions(CLI::App &app, Options &options)
 {
     app.add_option_function<std::string>(
@@ -89,8 +110,9 @@ void addOutputOptions(CLI::App &app, Options &options)
            "Of words and double words: dec, signed or hex; float for double words")
         ->type_name("NAME");
     app.add_flag("--json", options.json, "One JSON object a line, the summary last");
-    app.add_flag("--trace", options.trace,
+    app.add_flag("--frames", options.frames,
                  "Every frame in hexadecimal, and what it says, on stderr; lines instead of a live table");
+    addTraceOptions(app, options.trace);
     app.add_flag("--quiet", options.quiet, "No summary and no notes");
 }
 
@@ -224,6 +246,8 @@ Options parseArguments(int argc, const char *const *argv)
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 wants them
     try {
         app.parse(arguments);
+        if (const std::string fault = formats::faultOf(options.trace); !fault.empty())
+            throw Finished{ExitUsage, "fgs: " + fault};
     } catch (const CLI::ParseError &error) {
         throw finished(app, error, first);
     }

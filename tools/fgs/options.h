@@ -2,6 +2,7 @@
 #ifndef FGS_TOOL_OPTIONS_H
 #define FGS_TOOL_OPTIONS_H
 
+#include "formats/trace_settings.h"
 #include "host/host.h"
 #include "watch/tag.h"
 
@@ -19,7 +20,8 @@ struct Options {
     HostOptions host;
     Format format = Format::Unsigned;
     bool json = false;
-    bool trace = false; ///< every frame on stderr
+    bool frames = false; ///< every one on stderr
+    formats::TraceSettings trace;
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not

@@ -46,7 +46,8 @@ QString roundTripsText(const RoundTrips &times, Time timeout)
                       .arg(wholeMilliseconds(timeout), wholeMilliseconds(3 * times.quantile(0.99)));
 }
 
-int outputError = 0; ///< the first errno of stdout
+std::FILE *dataStream = stdout;
+int outputError = 0; ///< its first errno
 
 void note(bool isWritten)
 {
@@ -198,7 +199,12 @@ QString seconds(Time time)
 
 void printLine(const QString &line)
 {
-    note(print(stdout, line.toUtf8()));
+    note(print(dataStream, line.toUtf8()));
+}
+
+void printDataTo(std::FILE *stream)
+{
+    dataStream = stream;
 }
 
 void printMessage(const QString &message)
@@ -208,7 +214,7 @@ void printMessage(const QString &message)
 
 int flushOutput()
 {
-    note(std::fflush(stdout) == 0);
+    note(std::fflush(dataStream) == 0);
     return outputError;
 }
 

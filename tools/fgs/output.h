@@ -5,6 +5,8 @@
 #include "watch/wall_clock.h"
 #include "watch/writing.h"
 
+#include <cstdio>
+
 namespace fgs
 {
 
@@ -34,8 +36,10 @@ QString summaryText(const Statistics &statistics, const TextStyle &style, Time n
 /// "1.234"
 QString seconds(Time time);
 
-void printLine(const QString &line);       ///< to stdout
+void printLine(const QString &line);       ///< to stdout, or where printDataTo() says
 void printMessage(const QString &message); ///< to stderr
+/// From now on data goes to this stream.
+void printDataTo(std::FILE *stream);
 /// 0, or once stdout takes nothing any more the errno that tells why.
 int flushOutput();
 

@@ -9,11 +9,11 @@ namespace fgs
 namespace
 {
 
-/// A table needs a terminal that can be drawn on, and frames that are not traced in between.
+/// A table needs a terminal that can be drawn on, and no frames in between.
 std::unique_ptr<Display> makeDisplay(const std::vector<Tag> &tags, const Session &session, Stop &stop)
 {
     const Options &options = session.options;
-    if (Terminal::canDraw() && !options.json && !options.trace)
+    if (Terminal::canDraw() && !options.json && !options.frames)
         return makeTable(tags, session.textStyle(), *session.link, stop);
     return makeLines(tags, session.textStyle(), *session.link, options.json, !options.quiet);
 }

@@ -3,6 +3,7 @@
 #include "signals.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace fgs
 {
@@ -24,6 +25,16 @@ std::unique_ptr<Link> openLink(const Options &options, Stop &stop)
     return link;
 }
 
+/// Opened first: a trace that cannot be written stops the program before a byte is sent.
+std::unique_ptr<LineTrace> openTrace(const Options &options)
+{
+    if (!options.trace.isWanted())
+        return nullptr;
+    if (options.trace.isToStdout())
+        printDataTo(stderr);
+    return std::make_unique<LineTrace>(options.trace, interfaceOf(QString::fromStdString(options.link)));
+}
+
 bool isNoAnswer(const Reason &reason)
 {
     return reason.kind != Reason::Failed || reason.outcome == Outcome::NoReply ||
@@ -38,18 +49,30 @@ bool isRefusal(const Reason &reason)
 } // namespace
 
 Session::Session(const Options &theOptions, const std::vector<Variable> &variables, Stop &stop)
-    : options(theOptions), link(openLink(theOptions, stop)),
+    : options(theOptions), trace(openTrace(theOptions)), link(openLink(theOptions, stop)),
       host(linkedDriver(), *link, variables, theOptions.host), clock(*link), start(link->now())
 {
     host.setEvents([this](const LineEvent &event) { warn(event); });
-    if (options.trace)
-        host.setTrace([this](const TraceEntry &entry) { traceFrame(entry); });
+    if (options.frames || trace)
+        host.setTrace([this](const TraceEntry &entry) { noteFrame(entry); });
 }
 
-void Session::traceFrame(const TraceEntry &entry) const
+void Session::noteFrame(const TraceEntry &entry) const
 {
-    printMessage(
-        QStringLiteral("%1 %2 %3").arg(clock.text(entry.time), seconds(entry.time - start), describe(entry)));
+    if (trace)
+        trace->record(entry, clock);
+    if (options.frames)
+        printMessage(
+            QStringLiteral("%1 %2 %3").arg(clock.text(entry.time), seconds(entry.time - start), describe(entry)));
+}
+
+/// False: something is missing in it, and has been told.
+bool Session::endTrace() const
+{
+    const QString problem = trace ? trace->end() : QString();
+    if (!problem.isEmpty())
+        printMessage(QStringLiteral("fgs: ") + problem);
+    return problem.isEmpty();
 }
 
 /// Of what makes values doubtful; the rest is told by the rows. A display of its own takes the events over.
@@ -75,7 +98,8 @@ int Session::end(int code) const
         printLine(lineOf(jsonOf(host.statistics(), jsonStyle(), link->now())));
     else if (!options.quiet)
         printMessage(summaryText(host.statistics(), textStyle(), link->now()));
-    return number ? ExitSignal + number : isLost ? ExitLink : code;
+    const bool isTraced = endTrace();
+    return number ? ExitSignal + number : isLost ? ExitLink : code == ExitOk && !isTraced ? ExitOther : code;
 }
 
 ExitCode exitCodeOf(const std::vector<Reading> &readings)

@@ -3,6 +3,7 @@
 #define FGS_TOOL_SESSION_H
 
 #include "failure.h"
+#include "line_trace.h"
 #include "options.h"
 #include "output.h"
 #include "watch/json.h"
@@ -18,6 +19,11 @@ public:
     Session(const Options &theOptions, const std::vector<Variable> &variables, Stop &stop);
 
     const Options &options;
+
+private:
+    const std::unique_ptr<LineTrace> trace; ///< null: none is wanted
+
+public:
     const std::unique_ptr<Link> link;
     Host host;
     const WallClock clock;
@@ -36,13 +42,14 @@ public:
     }
 
     /// Prints why it ended, if not as asked, and the summary. Returns the exit code: the given one, unless the end
-    /// was a signal or the link is lost.
+    /// was a signal, the link is lost or the trace is not whole.
     int end(int code) const;
 
 private:
     JsonStyle jsonStyle() const { return {options.format, clock, start}; }
-    void traceFrame(const TraceEntry &entry) const;
     void warn(const LineEvent &event) const;
+    void noteFrame(const TraceEntry &entry) const;
+    bool endTrace() const;
 };
 
 /// Ok if all are good; otherwise what the reasons of those that are not amount to.

@@ -126,9 +126,9 @@ TEST_P(OnLink, SpeaksJson)
     expectCountsAddUp(result.summary());
 }
 
-TEST_P(OnLink, TracesFrames)
+TEST_P(OnLink, ShowsFrames)
 {
-    const Result result = run("read L 5:100x2 --trace");
+    const Result result = run("read L 5:100x2 --frames");
     const QStringList lines = result.messages.split(QLatin1Char('\n'));
     ASSERT_GE(lines.size(), 2);
     EXPECT_TRUE(lines.at(0).endsWith(

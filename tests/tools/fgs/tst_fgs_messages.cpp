@@ -180,10 +180,10 @@ TEST(Times, OfAValueIsThatOfItsReply)
     EXPECT_GE(time(0).msecsTo(time(1)), 300) << "the silent one was settled after its time limit";
 }
 
-TEST(Times, AreInTheTrace)
+TEST(Times, StandBeforeFrames)
 {
     OwnController controller;
-    const Result result = runFgs("read L 5:100x2 --trace", controller.link());
+    const Result result = runFgs("read L 5:100x2 --frames", controller.link());
     const QStringList lines = result.messages.split(QLatin1Char('\n'));
     ASSERT_GE(lines.size(), 2);
     const QRegularExpression sent(

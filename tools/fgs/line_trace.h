@@ -1,0 +1,36 @@
+// --trace: what is on the line, as pcapng for Wireshark.
+#ifndef FGS_TOOL_LINE_TRACE_H
+#define FGS_TOOL_LINE_TRACE_H
+
+#include "formats/recorder.h"
+#include "host/trace.h"
+#include "watch/wall_clock.h"
+
+namespace fgs
+{
+
+/// The link as the command line has it. Throws TextError if it is none.
+formats::Interface interfaceOf(const QString &link);
+
+/// One thread, the link's.
+class LineTrace
+{
+public:
+    /// Throws Failure if it cannot be written.
+    LineTrace(const formats::TraceSettings &settings, const formats::Interface &line);
+
+    void record(const TraceEntry &entry, const WallClock &clock);
+    /// In words what is wrong with the trace, and what to do; empty if nothing. Nothing is recorded any more.
+    QString end() { return QString::fromStdString(recorder.end()); }
+
+private:
+    std::chrono::nanoseconds sinceEpoch(Time when, const WallClock &clock);
+
+    formats::Recorder recorder;
+    std::chrono::nanoseconds epoch{0}; ///< of the link's clock, as it was found last
+    Time nextLook{0};                  ///< when it is looked at again
+};
+
+} // namespace fgs
+
+#endif
