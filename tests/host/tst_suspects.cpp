@@ -174,6 +174,7 @@ TEST_F(SuspectsTest, WhatIsKnownOutlivesAChangeOfWhatIsWanted)
 TEST(Spans, AreUnitedCutAndCompared)
 {
     EXPECT_EQ(united({words(5, 8), words(0, 5), words(10, 12)}), (Spans{words(0, 8), words(10, 12)}));
+    EXPECT_EQ(united({words(0, 8), words(2, 4)}), Spans{words(0, 8)});
     EXPECT_EQ(without({words(0, 10)}, {words(2, 3), words(8, 12)}), (Spans{words(0, 2), words(3, 8)}));
     EXPECT_EQ(common({words(0, 10), words(20, 30)}, {words(5, 25)}), (Spans{words(5, 10), words(20, 25)}));
     EXPECT_EQ(common({words(0, 10)}, {{2, 5, 0, 10}}), Spans());

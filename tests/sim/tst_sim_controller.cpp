@@ -81,6 +81,23 @@ TEST_F(ControllerTest, EveryWritableAreaKeepsItsOwnValues)
     }
 }
 
+TEST_F(ControllerTest, FarAddressesOfDifferentAreasAreDifferentRegisters)
+{
+    const auto forAll = [](auto visit) {
+        for (const Area &area : areas()) {
+            for (unsigned high = 0; area.writable && area.kind == Kind::Word && high < 256; high += 4)
+                visit(area, Byte(high));
+        }
+    };
+    forAll([this](const Area &area, Byte high) {
+        controller.handle(sealed(Bytes{1, WriteCommand, 1, area.code, 1, 0, high, Byte(area.number), high}));
+    });
+    forAll([this](const Area &area, Byte high) {
+        const Bytes reply = controller.handle(sealed(Bytes{1, ReadCommand, 1, area.code, 1, 0, high})).reply;
+        EXPECT_EQ(hex(Slice(reply).from(5).first(2)), hex(Bytes{Byte(area.number), high})) << area.number;
+    });
+}
+
 TEST_F(ControllerTest, BroadcastWritesReachEveryStationUnanswered)
 {
     const Response response = ask("00 FF 01 08 01 05 00 00 2A");
