@@ -22,19 +22,19 @@ public:
     {
         put<4>({byte(value), byte(value >> 8), byte(value >> 16), byte(value >> 24)});
     }
-    void be16(std::uint32_t value) { put<2>({byte(value >> 8), byte(value)}); }
     void be32(std::uint32_t value)
     {
         put<4>({byte(value >> 24), byte(value >> 16), byte(value >> 8), byte(value)});
     }
-    /// Bytes and the zeros that fill them up, together with so many before them.
-    void filled(std::string_view text, std::size_t before = 0)
+    /// Bytes and the zeros that fill them up to four.
+    void filled(std::string_view text)
     {
-        if (!text.empty())
-            std::memcpy(at, text.data(), text.size());
-        at += text.size();
-        for (std::size_t left = padded(before + text.size()) - before - text.size(); left > 0; --left)
-            *at++ = 0;
+        const std::size_t size = padded(text.size());
+        if (size == 0)
+            return;
+        std::memset(at + size - 4, 0, 4);
+        std::memcpy(at, text.data(), text.size());
+        at += size;
     }
 
 private:
@@ -65,20 +65,17 @@ void putOption(BlockWriter &block, Option option, std::string_view value)
 {
     if (value.empty())
         return;
-    block.le16(option);
-    block.le16(static_cast<std::uint32_t>(value.size()));
+    block.le32(static_cast<std::uint32_t>(value.size() << 16 | option));
     block.filled(value);
 }
 
 void putTags(BlockWriter &block, Direction direction)
 {
-    const std::string_view name(OurDissector, sizeof OurDissector); // its end fills it up
-    block.be16(DissectorName);
-    block.be16(static_cast<std::uint32_t>(padded(name.size())));
-    block.filled(name);
+    static_assert(sizeof OurDissector == 4, "the name's end fills it up");
+    block.be32(DissectorName << 16 | sizeof OurDissector);
+    block.filled({OurDissector, sizeof OurDissector});
     if (direction != Direction::Unknown) {
-        block.be16(SentOrReceived);
-        block.be16(4);
+        block.be32(SentOrReceived << 16 | 4);
         block.be32(direction == Direction::Inbound);
     }
     block.be32(EndOfTags);
@@ -159,10 +156,9 @@ void writeFrameBlock(char *block, std::size_t size, const Frame &frame)
     writer.le32(packetSize); // captured
     writer.le32(packetSize); // of the original
     putTags(writer, frame.direction);
-    writer.filled(frame.bytes, tags);
+    writer.filled(frame.bytes); // the tags are no fraction of four bytes
     putOption(writer, Comment, commentOf(frame));
-    writer.le16(PacketFlags);
-    writer.le16(4);
+    writer.le32(4 << 16 | PacketFlags);
     writer.le32(flagsOf(frame.direction));
     writer.le32(EndOfOptions);
     writer.le32(static_cast<std::uint32_t>(size));

@@ -46,19 +46,21 @@ Recorder::Recorder(const TraceSettings &settings, const std::string &application
     thread = std::thread([this] { run(); });
 }
 
-/// Beyond the bound of frames if need be, as far as the reserve goes.
-void Recorder::appendBlock(const std::string &block)
+/// Beyond the bound of frames if need be, as far as the reserve goes. False: there is no room.
+bool Recorder::appendBlock(const std::string &block)
 {
     if (waiting->size + block.size() > capacity + BlocksReserve)
-        return;
+        return false;
     std::memcpy(waiting->bytes.get() + waiting->size, block.data(), block.size());
     waiting->size += block.size();
+    return true;
 }
 
 unsigned Recorder::addInterface(const Interface &interface)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    appendBlock(interfaceBlock(interface));
+    const std::lock_guard<Lock> lock(mutex);
+    hasTooManyInterfaces = hasTooManyInterfaces || !appendBlock(interfaceBlock(interface));
+    hasFailed = hasFailed || hasTooManyInterfaces;
     return interfaces++;
 }
 
@@ -87,7 +89,7 @@ void Recorder::append(const Frame &frame)
     const std::size_t size = frameBlockSize(frame);
     bool wasEmpty = false;
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const std::lock_guard<Lock> lock(mutex);
         wasEmpty = waiting->size == 0;
         if (!hasFailed && waiting->size + size > capacity) {
             ++gap;
@@ -109,7 +111,7 @@ void Recorder::append(const Frame &frame)
 /// Waits for something to be written. False: nothing is left, and nothing comes any more.
 bool Recorder::takeWaiting(Queue *&taken)
 {
-    std::unique_lock<std::mutex> lock(mutex);
+    std::unique_lock<Lock> lock(mutex);
     taken->size = 0;
     taken->frames = 0;
     changed.wait(lock, [this] { return hasEnded || waiting->size > 0; });
@@ -128,7 +130,7 @@ void Recorder::run()
         }
     } catch (const TraceError &error) {
         failure = error.what();
-        const std::lock_guard<std::mutex> lock(mutex);
+        const std::lock_guard<Lock> lock(mutex);
         hasFailed = true;
     }
 }
@@ -136,7 +138,7 @@ void Recorder::run()
 std::string Recorder::end()
 {
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const std::lock_guard<Lock> lock(mutex);
         hasEnded = true;
     }
     file.end();
@@ -152,6 +154,8 @@ std::string Recorder::problem() const
                                 std::to_string(recorded + dropped) + " frames are missing";
     if (!failure.empty())
         return "the trace " + path + " has ended early: " + failure + "; " + missing;
+    if (hasTooManyInterfaces)
+        return "the trace " + path + " has ended early: lines came faster than it could be written; " + missing;
     if (dropped)
         return "the trace " + path + " has gaps: it could not be written as fast as the frames came; " + missing;
     return {};

@@ -38,6 +38,21 @@ public:
     std::string end();
 
 private:
+    /// Held for a frame or for less; costs a third of a std::mutex.
+    class Lock
+    {
+    public:
+        void lock()
+        {
+            while (isHeld.exchange(true, std::memory_order_acquire))
+                std::this_thread::yield();
+        }
+        void unlock() { isHeld.store(false, std::memory_order_release); }
+
+    private:
+        std::atomic<bool> isHeld{false};
+    };
+
     /// Whole blocks in memory that is there from the start.
     struct Queue {
         explicit Queue(std::size_t capacity) : bytes(new char[capacity]) {}
@@ -49,7 +64,7 @@ private:
 
     void run();
     bool takeWaiting(Queue *&taken);
-    void appendBlock(const std::string &block);
+    bool appendBlock(const std::string &block);
     void append(const Frame &frame);
     void appendMarked(Frame frame);
     std::string problem() const;
@@ -63,12 +78,13 @@ private:
     unsigned interfaces = 0;
     std::uint64_t written = 0; ///< frames; the writing thread's, like the failure, until it has ended
     std::string failure;
-    std::mutex mutex; ///< guards what follows
-    std::condition_variable changed;
+    Lock mutex; ///< guards what follows
+    std::condition_variable_any changed;
     Queue queues[2]; ///< one waits, and the other is written or empty
     Queue *waiting = &queues[0];
     bool hasEnded = false;
     bool hasFailed = false;
+    bool hasTooManyInterfaces = false;
     std::thread thread;
 };
 
