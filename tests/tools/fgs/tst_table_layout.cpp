@@ -44,6 +44,14 @@ TEST(TableLayout, ShowsAgePlaceWireAndValues)
               (Rows{"   1.500  5:100x4@1  0x08:100   10804  39108  29855  50205"}));
 }
 
+/// 31 columns before the values, then four words of five digits, each with its mark and a space but for the last.
+TEST(TableLayout, FillsARowToItsLastColumn)
+{
+    const Reading four = reading("5:100x4", {10804, 39108, 29855, 50205});
+    EXPECT_EQ(rows(four, 31 + 4 * 7 - 1).size(), 1u);
+    EXPECT_EQ(rows(four, 31 + 4 * 7 - 2).size(), 2u);
+}
+
 TEST(TableLayout, ContinuesOnRowsThatNameTheirFirstAddress)
 {
     EXPECT_EQ(
