@@ -85,7 +85,7 @@ TEST_F(ControllerTest, FarAddressesOfDifferentAreasAreDifferentRegisters)
 {
     const auto forAll = [](auto visit) {
         for (const Area &area : areas()) {
-            for (unsigned high = 0; area.writable && area.kind == Kind::Word && high < 256; high += 4)
+            for (unsigned high = 0; area.writable && area.kind == AreaKind::Word && high < 256; high += 4)
                 visit(area, Byte(high));
         }
     };
