@@ -225,8 +225,9 @@ std::vector<quint32> parted(const ValueType &type, quint32 value, int count)
 
 const ValueType *typeNamed(const QString &name)
 {
-    const auto found = std::find_if(std::begin(namedTypes), std::end(namedTypes),
-                                    [&name](const ValueType &type) { return name == QLatin1String(type.name); });
+    const ValueType *const found =
+        std::find_if(std::begin(namedTypes), std::end(namedTypes),
+                     [&name](const ValueType &type) { return name == QLatin1String(type.name); });
     return found == std::end(namedTypes) ? nullptr : found;
 }
 

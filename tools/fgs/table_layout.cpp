@@ -128,7 +128,7 @@ QStringList TableLayout::numberRows(const Tag &tag, const Reading &reading, cons
     for (int i = 0; i < texts.size(); ++i) {
         if (i % perRow == 0)
             made << QString();
-        const bool isMarked = isAny(marked, std::size_t(i * each), std::size_t(each));
+        const bool isMarked = isAny(marked, std::size_t(i) * std::size_t(each), std::size_t(each));
         const QString cell = (isMarked ? QStringLiteral("*") : QString()) + texts[i];
         made.last() +=
             (i % perRow == 0 ? QString() : QStringLiteral(" ")) + cell.rightJustified(cellWidth(type) - 1);
