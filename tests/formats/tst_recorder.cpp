@@ -1,6 +1,7 @@
 // What a recorder leaves in its files, and what it does when they take nothing more.
 #include "formats/pcapng_reader.h"
 #include "formats/recorder.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -21,19 +22,7 @@ namespace
 class RecorderTest : public ::testing::Test
 {
 protected:
-    RecorderTest()
-    {
-        char pattern[] = "/tmp/tst_recorder.XXXXXX";
-        folder = ::mkdtemp(pattern);
-    }
-    ~RecorderTest() override
-    {
-        for (const char *name : {"trace", "trace.1"})
-            ::unlink(path(name).c_str());
-        ::rmdir(folder.c_str());
-    }
-
-    std::string path(const std::string &name = "trace") const { return folder + "/" + name; }
+    std::string path(const std::string &name = "trace") const { return folder.path / name; }
 
     static std::vector<TracedFrame> framesIn(std::istream &source)
     {
@@ -55,7 +44,7 @@ protected:
         return ::stat(path(name).c_str(), &found) == 0 ? found.st_size : -1;
     }
 
-    std::string folder;
+    const TemporaryFolder folder;
 };
 
 Frame numbered(int number, std::string_view bytes = "frame")
@@ -218,9 +207,9 @@ TEST_F(RecorderTest, EndsWithItsReader)
 
 TEST_F(RecorderTest, SaysWhyAFileCannotBeOpened)
 {
-    EXPECT_EQ(errorOf({folder + "/none/trace"}),
+    EXPECT_EQ(errorOf({path("none/trace")}),
               "cannot be opened: No such file or directory; make the folder, or choose another one");
-    EXPECT_EQ(errorOf({folder}), "cannot be opened: Is a directory; name a file in it");
+    EXPECT_EQ(errorOf({folder.path}), "cannot be opened: Is a directory; name a file in it");
 }
 
 TEST_F(RecorderTest, RefusesATerminal)

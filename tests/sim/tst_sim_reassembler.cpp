@@ -26,6 +26,7 @@ protected:
     void take(const std::vector<Piece> &pieces)
     {
         for (const Piece &piece : pieces) {
+            order += piece.content == Piece::Content::Frame ? 'f' : 'g';
             if (piece.content == Piece::Content::Frame)
                 frames.push_back(hex(piece.bytes));
             else
@@ -36,6 +37,7 @@ protected:
     Reassembler reassembler{Silence};
     Time now{0};
     std::vector<std::string> frames, garbage;
+    std::string order; ///< f: a frame; g: garbage
 };
 
 using Texts = std::vector<std::string>;
@@ -75,6 +77,7 @@ TEST_F(ReassemblerTest, GarbageAheadIsSkipped)
     receive(bytes("55 AA 00") + Read);
     EXPECT_EQ(frames, Texts{hex(Read)});
     EXPECT_EQ(garbage, Texts{"unknown command 0xAA: 55 AA 00"});
+    EXPECT_EQ(order, "gf") << "as they came";
 }
 
 TEST_F(ReassemblerTest, GarbageBehindIsSkippedAfterASilence)

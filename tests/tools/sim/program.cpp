@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <csignal>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -17,6 +18,12 @@ std::string Program::logLineWith(const std::string &text)
             return next;
     }
     return {};
+}
+
+int Program::interrupted()
+{
+    signal(SIGINT);
+    return wait();
 }
 
 Client::~Client()

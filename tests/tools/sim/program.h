@@ -12,6 +12,8 @@ public:
 
     /// Lines of the log up to one that contains the text; empty if none does.
     std::string logLineWith(const std::string &text);
+    /// The exit code after Ctrl-C.
+    int interrupted();
 };
 
 /// A client's end of the link.

@@ -1,7 +1,8 @@
+#include "exchanges.h"
 #include "program.h"
 #include "sim/crc.h"
-#include "sim/sim_frames.h"
 #include "support/pseudo_terminal.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -20,31 +21,6 @@ using namespace fgssim;
 
 namespace
 {
-
-const Bytes Write = bytes("01 FF 01 08 02 64 00 12 34 56 78 6B 0D");
-const Bytes Acknowledgement = bytes("01 FF 20");
-const Bytes ReadTwo = sealed("01 FE 01 08 02 64 00");
-const Bytes AnswerTwo = sealed("01 FE 01 08 02 12 34 56 78");
-const Bytes ReadOnly = sealed("01 FF 01 06 01 05 00 00 2A");
-
-int interrupted(Program &program)
-{
-    program.signal(SIGINT);
-    return program.wait();
-}
-
-/// A directory of its own for each test; removed at the end.
-class Directory
-{
-public:
-    Directory()
-    {
-        std::string name = std::filesystem::temp_directory_path() / "fgs-sim-test-XXXXXX";
-        path = ::mkdtemp(name.data());
-    }
-    ~Directory() { std::filesystem::remove_all(path); }
-    std::filesystem::path path;
-};
 
 /// A pseudo-terminal of the test's own, to be opened as a serial device.
 class SerialDevice
@@ -68,7 +44,7 @@ TEST(Program, PseudoTerminal)
     }
     Client second(openDevice(path)); // another client after the first has closed
     EXPECT_EQ(second.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
     EXPECT_NE(program.restOfLog().find("requests 3, replies 3, rejected 0"), std::string::npos);
 }
 
@@ -98,26 +74,26 @@ TEST(Program, LargestReplyOverThePseudoTerminal)
 
 TEST(Program, SymbolicLinkComesAndGoes)
 {
-    const Directory directory;
-    const std::filesystem::path link = directory.path / "plc";
+    const TemporaryFolder folder;
+    const std::filesystem::path link = folder.path / "plc";
     std::filesystem::create_symlink("/dev/pts/99999", link); // left behind by a killed simulator
     Program program({"--pty=" + link.string(), "--values", "still"});
     const std::string path = program.outputLine();
     EXPECT_EQ(std::filesystem::read_symlink(link), path);
     Client client(openDevice(link));
     EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
     EXPECT_FALSE(std::filesystem::is_symlink(link));
 }
 
 TEST(Program, ASecondOneOnTheSameLinkIsRefused)
 {
-    const Directory directory;
-    const std::filesystem::path link = directory.path / "plc";
+    const TemporaryFolder folder;
+    const std::filesystem::path link = folder.path / "plc";
     Program first({"--pty=" + link.string(), "--values", "still"});
     const std::string path = first.outputLine();
-    std::filesystem::create_directory(directory.path / "other");
-    for (const std::string &same : {link.string(), (directory.path / "other" / ".." / "plc").string()}) {
+    std::filesystem::create_directory(folder.path / "other");
+    for (const std::string &same : {link.string(), (folder.path / "other" / ".." / "plc").string()}) {
         SCOPED_TRACE(same);
         Program second({"--pty=" + same});
         EXPECT_EQ(second.wait(), 3);
@@ -134,8 +110,8 @@ TEST(Program, ASecondOneOnTheSameLinkIsRefused)
 
 TEST(Program, AKilledOneLeavesTheLinkToTheNext)
 {
-    const Directory directory;
-    const std::filesystem::path link = directory.path / "plc";
+    const TemporaryFolder folder;
+    const std::filesystem::path link = folder.path / "plc";
     Program first({"--pty=" + link.string()});
     first.outputLine();
     first.signal(SIGKILL);
@@ -144,14 +120,14 @@ TEST(Program, AKilledOneLeavesTheLinkToTheNext)
     Program second({"--pty=" + link.string()});
     const std::string path = second.outputLine(); // only then is the link there
     EXPECT_EQ(std::filesystem::read_symlink(link), path);
-    EXPECT_EQ(interrupted(second), 0);
+    EXPECT_EQ(second.interrupted(), 0);
     EXPECT_FALSE(std::filesystem::is_symlink(link));
 }
 
 TEST(Program, AVeryLongLinkIsTakenOnceToo)
 {
-    const Directory directory;
-    const std::string link = directory.path / std::string(150, 'x');
+    const TemporaryFolder folder;
+    const std::string link = folder.path / std::string(150, 'x');
     Program first({"--pty=" + link});
     first.outputLine();
     Program second({"--pty=" + link});
@@ -162,12 +138,12 @@ TEST(Program, AVeryLongLinkIsTakenOnceToo)
 
 TEST(Program, SymbolicLinkNeverReplacesAFile)
 {
-    const Directory directory;
-    Program program({"--pty=" + directory.path.string()});
+    const TemporaryFolder folder;
+    Program program({"--pty=" + folder.path.string()});
     EXPECT_EQ(program.wait(), 3);
-    EXPECT_EQ(program.restOfLog(), "fgs-sim: --pty: cannot make the link " + directory.path.string() +
+    EXPECT_EQ(program.restOfLog(), "fgs-sim: --pty: cannot make the link " + folder.path.string() +
                                        ": File exists; choose another path\n");
-    EXPECT_TRUE(std::filesystem::is_directory(directory.path));
+    EXPECT_TRUE(std::filesystem::is_directory(folder.path));
 }
 
 TEST(Program, TcpOnLoopback)
@@ -209,7 +185,7 @@ TEST(Program, AFloodOfGarbageIsCountedInTheLog)
     for (int i = 0; i < 100; ++i)
         client.send(garbage);
     EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
     std::istringstream log(program.restOfLog());
     unsigned long shown = 0, leftOut = 0, rejected = 0;
     std::smatch found;
@@ -282,7 +258,7 @@ TEST(Program, AClientThatNeverReadsHarmsNobody)
         deaf.send(large);
         ASSERT_EQ(other.ask(Write, 3), Acknowledgement); // so that few requests wait at a time
     }
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
     const std::string summary = program.restOfLog();
     EXPECT_EQ(summary.find(" lost 0;"), std::string::npos) << summary;
 }
@@ -314,7 +290,7 @@ TEST(Program, LateRepliesComeAndSilenceIsCounted)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(client.ask(Write, 3), Acknowledgement);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(150));
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
     EXPECT_NE(program.restOfLog().find("late 1,"), std::string::npos);
 }
 
@@ -395,8 +371,8 @@ TEST(Program, AFileIsNoSerialDevice)
 {
     if (!FGS_SIM_WITH_SERIAL)
         GTEST_SKIP() << "built without Qt SerialPort";
-    const Directory directory;
-    const std::filesystem::path file = directory.path / "file";
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.path / "file";
     std::ofstream(file) << "text";
     Program program({"--serial", file.string()});
     EXPECT_EQ(program.wait(), 3);
@@ -426,5 +402,5 @@ TEST(Program, SerialDevice)
     EXPECT_EQ(program.outputLine(), line.path);
     EXPECT_EQ(line.master.ask(Write, 3), Acknowledgement);
     EXPECT_EQ(line.master.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
 }

@@ -1,8 +1,9 @@
 // What `fgs-sim --trace` leaves, and what it does when it cannot.
+#include "exchanges.h"
 #include "formats/pcapng_reader.h"
 #include "program.h"
 #include "sim/crc.h"
-#include "sim/sim_frames.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -12,36 +13,6 @@
 #include <fstream>
 
 using namespace fgssim;
-
-namespace
-{
-
-const Bytes Write = bytes("01 FF 01 08 02 64 00 12 34 56 78 6B 0D");
-const Bytes Acknowledgement = bytes("01 FF 20");
-const Bytes ReadTwo = bytes("01 FE 01 08 02 64 00 AA BE");
-const Bytes AnswerTwo = bytes("01 FE 01 08 02 12 34 56 78 9A D4");
-const Bytes ReadOnly = sealed("01 FF 01 06 01 05 00 00 2A");
-
-int interrupted(Program &program)
-{
-    program.signal(SIGINT);
-    return program.wait();
-}
-
-/// A directory of its own for each test; removed at the end.
-class Directory
-{
-public:
-    Directory()
-    {
-        std::string name = std::filesystem::temp_directory_path() / "fgs-sim-test-XXXXXX";
-        path = ::mkdtemp(name.data());
-    }
-    ~Directory() { std::filesystem::remove_all(path); }
-    std::filesystem::path path;
-};
-
-} // namespace
 
 namespace
 {
@@ -66,8 +37,8 @@ std::string textOf(const formats::TracedFrame &frame)
 
 TEST(SimTrace, TracesItsLine)
 {
-    const Directory directory;
-    const std::string file = directory.path / "line.pcapng";
+    const TemporaryFolder folder;
+    const std::string file = folder.path / "line.pcapng";
     Program program({"--values", "still", "--trace", file});
     const std::string path = program.outputLine();
     {
@@ -77,7 +48,7 @@ TEST(SimTrace, TracesItsLine)
         client.send(ReadOnly);
         EXPECT_NE(program.logLineWith("rejected"), "");
     }
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
     const std::vector<formats::TracedFrame> frames = framesOf(file);
     ASSERT_EQ(frames.size(), 5u);
     EXPECT_EQ(frames[0].interface->name, path);
@@ -89,8 +60,8 @@ TEST(SimTrace, TracesItsLine)
 
 TEST(SimTrace, TracesEachConnectionAsAnInterface)
 {
-    const Directory directory;
-    const std::string file = directory.path / "line.pcapng";
+    const TemporaryFolder folder;
+    const std::string file = folder.path / "line.pcapng";
     Program program({"--tcp", "0", "--fault", "silence=100", "--trace", file});
     const std::string link = program.outputLine();
     for (int i = 0; i < 2; ++i) {
@@ -98,7 +69,7 @@ TEST(SimTrace, TracesEachConnectionAsAnInterface)
         client.send(ReadTwo);
         EXPECT_NE(program.logLineWith("fault silence"), "");
     }
-    EXPECT_EQ(interrupted(program), 0);
+    EXPECT_EQ(program.interrupted(), 0);
     const std::vector<formats::TracedFrame> frames = framesOf(file);
     ASSERT_EQ(frames.size(), 4u);
     EXPECT_EQ(textOf(frames[1]), ">   fault silence");
@@ -114,7 +85,7 @@ TEST(SimTrace, GoesOnWithoutATraceThatCannotBeWritten)
     Client client(openDevice(path));
     client.ask(Write, 3);
     EXPECT_EQ(client.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
-    EXPECT_EQ(interrupted(program), 1);
+    EXPECT_EQ(program.interrupted(), 1);
     EXPECT_NE(
         program.restOfLog().find("fgs-sim: the trace '/dev/full' has ended early: cannot be written: No space "
                                  "left on device"),
