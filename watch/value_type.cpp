@@ -176,16 +176,17 @@ QString wordsText(const std::vector<quint32> &words)
 /// Characters as they are and as \xNN, to bytes.
 QByteArray lettersOf(const QString &text)
 {
-    static const QRegularExpression escape(QStringLiteral("\\\\x([0-9a-fA-F]{2})"));
+    static const QRegularExpression escape(QStringLiteral("^\\\\x([0-9a-fA-F]{2})$"));
     QByteArray letters;
     for (int at = 0; at < text.size();) {
-        const QRegularExpressionMatch match =
-            escape.match(text, at, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption);
+        const QRegularExpressionMatch match = escape.match(text.mid(at, 4));
+        const ushort letter = text.at(at).unicode();
         if (match.hasMatch()) {
             letters += static_cast<char>(match.captured(1).toInt(nullptr, 16));
             at += 4;
-        } else if (text.at(at).unicode() < 0x80 && isPrintable(static_cast<char>(text.at(at).unicode()))) {
-            letters += static_cast<char>(text.at(at++).unicode());
+        } else if (letter < 0x80 && isPrintable(static_cast<char>(letter))) {
+            letters += static_cast<char>(letter);
+            ++at;
         } else {
             throw TextError(QStringLiteral("'%1': '%2' is no printable ASCII character; write its bytes as \\xNN")
                                 .arg(text, text.at(at)));
