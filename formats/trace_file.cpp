@@ -58,7 +58,7 @@ TraceFile::~TraceFile()
     close();
 }
 
-void TraceFile::fail(const char *what) const
+void TraceFile::fail(const char *what)
 {
     const int error = errno;
     if (error == EPIPE)

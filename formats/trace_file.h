@@ -41,7 +41,7 @@ private:
     void rotate();
     void put(std::string_view bytes);
     void awaitRoom() const;
-    [[noreturn]] void fail(const char *what) const;
+    [[noreturn]] static void fail(const char *what);
 
     const TraceSettings settings;
     int fd = -1;

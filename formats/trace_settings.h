@@ -16,7 +16,7 @@ struct TraceSettings {
     bool isToStdout() const { return path == "-"; }
 };
 
-const std::uint64_t LeastTraceLimit = 64 * 1024;
+const std::uint64_t LeastTraceLimit = 1 << 16; ///< 64 KB
 
 /// "10M", "500K", "2G", "100000": bytes; K, M and G are powers of 1024. Throws std::invalid_argument, which says
 /// what to write instead.

@@ -140,7 +140,7 @@ void Conversation::enqueue(Bytes reply, Time wait, std::string what)
 void Conversation::replyLost()
 {
     ++simulation.counters.lost;
-    const std::string what = "reply lost: too many wait to be sent or read";
+    std::string what = "reply lost: too many wait to be sent or read";
     say(Log::Topic::Lost, [&] { return what; });
     tap(false, {}, what);
 }
