@@ -29,7 +29,7 @@ add_library(bench-operations STATIC operations.cpp driver_operations.cpp list_op
   ${PROJECT_SOURCE_DIR}/tools/fgs/line_trace.cpp)
 tarn_host_language(bench-operations)
 target_compile_definitions(bench-operations PRIVATE FGS_VERSION="${PROJECT_VERSION}")
-target_link_libraries(bench-operations PUBLIC bench-driver bench-model fgs-watch tarn-formats PkgConfig::MODBUS ${SERIALBUS}
+target_link_libraries(bench-operations PUBLIC bench-driver bench-model fgs-watch tarn-sim tarn-formats PkgConfig::MODBUS ${SERIALBUS}
   ${BENCH_SERIALPORT})
 
 function(bench_program name)
