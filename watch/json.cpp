@@ -39,7 +39,8 @@ void addReason(Json &json, const Reason &reason)
         return;
     json["reason"] = keyOf(reason);
     if (reason.kind == Reason::PlaceSilent)
-        json["place"] = utf8(textOf(reason.place));
+        for (const Variable &place : reason.places)
+            json["places"].push_back(utf8(textOf(place)));
     if (reason.kind == Reason::Failed && reason.outcome == Outcome::Incomplete) {
         json["received"] = reason.received;
         json["expected"] = reason.expected;

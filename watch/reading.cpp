@@ -1,5 +1,7 @@
 #include "reading.h"
 
+#include <algorithm>
+#include <QtCore/QStringList>
 #include <tuple>
 
 namespace fgs
@@ -13,6 +15,8 @@ struct Words {
     const char *key;
 };
 
+const std::size_t MostNamed = 3; ///< places in one text
+
 /// Of the kinds that say everything by themselves.
 const Words reasonWords[] = {
     {"", ""},
@@ -25,11 +29,10 @@ const Words reasonWords[] = {
 
 Reason reasonOf(const Host &host, const Link &link, const Variable &variable, const Age &age)
 {
-    const std::vector<Variable> silent = host.silentPlaces(variable);
     Reason reason;
-    if (!silent.empty()) {
+    reason.places = host.silentPlaces(variable);
+    if (!reason.places.empty()) {
         reason.kind = Reason::PlaceSilent;
-        reason.place = silent.front();
     } else if (age.outcome != Outcome::Good) {
         reason = {Reason::Failed, age.outcome, age.received, age.expected};
     } else if (!age.isKnown() && !link.isOpen() && !link.isEnded()) {
@@ -42,9 +45,27 @@ Reason reasonOf(const Host &host, const Link &link, const Variable &variable, co
     return reason;
 }
 
-auto placeOf(const Variable &variable)
+bool isSamePlace(const Variable &a, const Variable &b)
 {
-    return std::tie(variable.station, variable.area, variable.address, variable.count);
+    return std::tie(a.station, a.area, a.address, a.count) == std::tie(b.station, b.area, b.address, b.count);
+}
+
+/// "5:20000@1", or "5:20000@1, 5:20010@1", or the first of them and how many more.
+QString namesOf(const std::vector<Variable> &places)
+{
+    const std::size_t named = std::min(places.size(), MostNamed);
+    QStringList names;
+    for (std::size_t i = 0; i < named; ++i)
+        names << textOf(places[i]);
+    const QString all = names.join(QStringLiteral(", "));
+    return named == places.size() ? all : QStringLiteral("%1 and %2 more").arg(all).arg(places.size() - named);
+}
+
+QString silenceText(const std::vector<Variable> &places)
+{
+    const char *const text =
+        places.size() == 1 ? "%1 does not answer; its neighbours do" : "%1 do not answer; their neighbours do";
+    return QString::fromLatin1(text).arg(namesOf(places));
 }
 
 } // namespace
@@ -52,7 +73,8 @@ auto placeOf(const Variable &variable)
 bool Reason::operator==(const Reason &other) const
 {
     return kind == other.kind && outcome == other.outcome && received == other.received &&
-           expected == other.expected && placeOf(place) == placeOf(other.place);
+           expected == other.expected &&
+           std::equal(places.begin(), places.end(), other.places.begin(), other.places.end(), isSamePlace);
 }
 
 bool Reading::tellsSameAs(const Reading &other) const
@@ -77,7 +99,7 @@ Reading readingOf(const Host &host, const Link &link, const Variable &variable)
 QString textOf(const Reason &reason)
 {
     if (reason.kind == Reason::PlaceSilent)
-        return QStringLiteral("%1 does not answer; its neighbours do").arg(textOf(reason.place));
+        return silenceText(reason.places);
     if (reason.kind != Reason::Failed)
         return QLatin1String(reasonWords[reason.kind].text);
     if (reason.outcome == Outcome::Incomplete)

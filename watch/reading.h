@@ -21,12 +21,12 @@ struct Reason {
         UnderWay,      ///< a request for it is in flight
         Failed,        ///< the last request came to `outcome`
         StationSilent, ///< not asked, because the station gives no answer at all
-        PlaceSilent    ///< `place` is left out, because it gives no answer while its neighbours do
+        PlaceSilent    ///< `places` are left out, because they give no answer while their neighbours do
     };
     ReasonKind kind = None;
     Outcome outcome = Outcome::Good;
     int received = 0, expected = 0; ///< bytes, of an answer that broke off
-    Variable place = Variable();
+    std::vector<Variable> places = {};
 
     bool operator==(const Reason &other) const;
 };

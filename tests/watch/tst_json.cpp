@@ -59,15 +59,20 @@ TEST_F(JsonTest, AnUnknownReadingHasNoValuesAndNoTime)
     EXPECT_FALSE(made.contains("time"));
 }
 
-TEST_F(JsonTest, APlaceThatIsLeftOutIsNamed)
+TEST_F(JsonTest, PlacesThatAreLeftOutAreNamed)
 {
     Reading silent = reading("5:19998x4", {});
     silent.quality = Quality::Unknown;
     silent.reason.kind = Reason::PlaceSilent;
-    silent.reason.place = parseVariable(QStringLiteral("5:20000"));
+    silent.reason.places = {parseVariable(QStringLiteral("5:20000"))};
     EXPECT_EQ(json(silent)["reason"], "placeSilent");
-    EXPECT_EQ(json(silent)["place"], "5:20000@1");
+    EXPECT_EQ(json(silent)["places"].dump(), R"(["5:20000@1"])");
     EXPECT_EQ(textOf(silent.reason).toStdString(), "5:20000@1 does not answer; its neighbours do");
+    for (int address : {20001, 20003, 20005})
+        silent.reason.places.push_back({5, address, 1, 1});
+    EXPECT_EQ(json(silent)["places"].dump(), R"(["5:20000@1","5:20001@1","5:20003@1","5:20005@1"])");
+    EXPECT_EQ(textOf(silent.reason).toStdString(),
+              "5:20000@1, 5:20001@1, 5:20003@1 and 1 more do not answer; their neighbours do");
 }
 
 TEST_F(JsonTest, NumbersAreNumbersInEveryFormat)

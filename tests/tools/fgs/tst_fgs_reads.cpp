@@ -287,7 +287,7 @@ TEST_P(OnBothLinks, ASilentPlaceIsNamedAndItsNeighboursAreRead)
     ASSERT_EQ(readings(json).size(), 6u);
     const QJsonObject culprit = readings(json)[3];
     EXPECT_EQ(culprit.value(QStringLiteral("reason")), QJsonValue(QStringLiteral("placeSilent")));
-    EXPECT_EQ(culprit.value(QStringLiteral("place")), QJsonValue(QStringLiteral("5:20000@1")));
+    EXPECT_EQ(culprit.value(QStringLiteral("places")), QJsonValue(QJsonArray{QStringLiteral("5:20000@1")}));
     EXPECT_EQ(valuesOf(culprit), "null");
 }
 
@@ -298,6 +298,18 @@ TEST_P(OnBothLinks, ASilentPlaceIsNamedInTheMiddleOfAVariable)
     EXPECT_EQ(result.code, 8);
     EXPECT_EQ(contentsOf(result),
               (Texts{std::to_string(controller.held(1, 5, 0)), "-  5:20010@1 does not answer; its neighbours do"}));
+}
+
+TEST_P(OnBothLinks, SilentPlacesInOneVariableAreAllNamed)
+{
+    OwnController controller(
+        [](const Request &request, const QByteArray &good) {
+            return request.touches(5, 20003) || request.touches(5, 20010) ? Silence : Reply{good};
+        },
+        GetParam());
+    const Result result = runFgs("read L 5:0 5:20000x20 --timeout 300 --late 0", controller.link());
+    EXPECT_EQ(contentsOf(result), (Texts{std::to_string(controller.held(1, 5, 0)),
+                                         "-  5:20003@1, 5:20010@1 do not answer; their neighbours do"}));
 }
 
 TEST_P(OnBothLinks, ASilentGapTakesNothingFromItsNeighbours)
