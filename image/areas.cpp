@@ -50,19 +50,20 @@ bool holds(const Area &area, const Element *pointer)
 } // namespace
 
 template <typename Element>
-Span<Element> spanOf(Element *buffer)
+ImageView<Element> viewOf(Element *buffer)
 {
     const qint64 unbounded = Q_INT64_C(1) << 40;
     for (int type = 0; buffer && type < AreaTypes; ++type) {
         const Area &area = areaTable[type];
         if (holds(area, buffer)) {
             const qint64 skipped = buffer - static_cast<Element *>(area.buffer);
-            return Span<Element>{buffer, -skipped, area.capacity - skipped};
+            return ImageView<Element>{buffer, -skipped, area.capacity - skipped};
         }
     }
-    return Span<Element>{buffer, buffer ? -unbounded : 0, buffer ? unbounded : 0}; // Deliberate: behaviour 310.
+    return ImageView<Element>{buffer, buffer ? -unbounded : 0,
+                              buffer ? unbounded : 0}; // Deliberate: behaviour 310.
 }
 
-template Span<unsigned char> spanOf(unsigned char *);
-template Span<unsigned short> spanOf(unsigned short *);
-template Span<unsigned int> spanOf(unsigned int *);
+template ImageView<unsigned char> viewOf(unsigned char *);
+template ImageView<unsigned short> viewOf(unsigned short *);
+template ImageView<unsigned int> viewOf(unsigned int *);

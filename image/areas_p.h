@@ -62,7 +62,7 @@ struct Clip {
 
 /// Elements of a fixed buffer that may be touched: base[first] .. base[end - 1]. Deliberate: behaviour 309.
 template <typename Element>
-struct Span {
+struct ImageView {
     Element *base;
     qint64 first;
     qint64 end;
@@ -70,14 +70,14 @@ struct Span {
 
 /// The whole buffer of an area whose elements are of this type.
 template <typename Element>
-Span<Element> wholeOf(const Area &area)
+ImageView<Element> wholeOf(const Area &area)
 {
-    return Span<Element>{static_cast<Element *>(area.buffer), 0, area.capacity};
+    return ImageView<Element>{static_cast<Element *>(area.buffer), 0, area.capacity};
 }
 
-/// The span of the buffer of PLC_driver that the pointer lies in; a buffer of the caller's own is unbounded.
+/// The view of the buffer of PLC_driver that the pointer lies in; a buffer of the caller's own is unbounded.
 template <typename Element>
-Span<Element> spanOf(Element *buffer);
+ImageView<Element> viewOf(Element *buffer);
 
 /// A length cut into pieces of at most `limit` units; a limit below 1 makes one piece, a length below 1 none.
 /// Deliberate: behaviour 212.

@@ -5,72 +5,72 @@ namespace
 {
 
 template <typename Element>
-Clip clipBits(const Span<Element> &span, int start, qint64 count)
+Clip clipBits(const ImageView<Element> &view, int start, qint64 count)
 {
     const int bits = 8 * sizeof(Element);
-    return Clip(start, count, span.first * bits, span.end * bits);
+    return Clip(start, count, view.first * bits, view.end * bits);
 }
 
 template <typename Element>
-void getBits(QByteArray &out, const Span<Element> &span, int start, int count)
+void getBits(QByteArray &out, const ImageView<Element> &view, int start, int count)
 {
     const int bits = 8 * sizeof(Element);
-    const Clip clip = clipBits(span, start, count);
+    const Clip clip = clipBits(view, start, count);
     char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end, clip.begin);
     for (qint64 i = clip.begin; bytes && i < clip.end; ++i) {
         const qint64 at = start + i;
-        bytes[i] = char((span.base[at / bits] >> (at & (bits - 1))) & 1);
+        bytes[i] = char((view.base[at / bits] >> (at & (bits - 1))) & 1);
     }
 }
 
 template <typename Element>
-void setBits(const Span<Element> &span, int start, const QByteArray *in, int count)
+void setBits(const ImageView<Element> &view, int start, const QByteArray *in, int count)
 {
     const int bits = 8 * sizeof(Element);
-    const Clip clip = clipBits(span, start, in ? qMin(count, int(in->size())) : 0);
+    const Clip clip = clipBits(view, start, in ? qMin(count, int(in->size())) : 0);
     for (qint64 i = clip.begin; i < clip.end; ++i) {
         const qint64 at = start + i;
         const Element mask = Element(1u << (at & (bits - 1)));
-        Element &element = span.base[at / bits];
+        Element &element = view.base[at / bits];
         element = Element(in->at(int(i)) == 1 ? element | mask : element & ~mask); // Deliberate: behaviour 301.
     }
 }
 
 /// Little-endian bytes of elements start .. start + count - 1.
 template <typename Element>
-void getElements(QByteArray &out, const Span<Element> &span, int start, qint64 count)
+void getElements(QByteArray &out, const ImageView<Element> &view, int start, qint64 count)
 {
     const qint64 width = sizeof(Element);
-    const Clip clip(start, count, span.first, span.end);
+    const Clip clip(start, count, view.first, view.end);
     char *const bytes = clip.isEmpty() ? 0 : grown(out, clip.end * width, clip.begin * width);
     if (bytes)
-        memcpy(bytes + clip.begin * width, span.base + start + clip.begin, size_t((clip.end - clip.begin) * width));
+        memcpy(bytes + clip.begin * width, view.base + start + clip.begin, size_t((clip.end - clip.begin) * width));
 }
 
 template <typename Element>
-void setElements(const Span<Element> &span, int start, const QByteArray *in, qint64 count)
+void setElements(const ImageView<Element> &view, int start, const QByteArray *in, qint64 count)
 {
     const qint64 width = sizeof(Element);
-    const Clip clip(start, in ? qMin(count, qint64(in->size() / width)) : 0, span.first, span.end);
+    const Clip clip(start, in ? qMin(count, qint64(in->size() / width)) : 0, view.first, view.end);
     if (!clip.isEmpty())
-        memcpy(span.base + start + clip.begin, in->constData() + clip.begin * width,
+        memcpy(view.base + start + clip.begin, in->constData() + clip.begin * width,
                size_t((clip.end - clip.begin) * width));
 }
 
 /// Double words counted in 16-bit words. Deliberate: behaviour 302.
-void getDoubleWords(QByteArray &out, const Span<unsigned int> &span, int start, int count)
+void getDoubleWords(QByteArray &out, const ImageView<unsigned int> &view, int start, int count)
 {
     if (count != 1)
-        return getElements(out, span, start, count / 2);
+        return getElements(out, view, start, count / 2);
     QByteArray whole;
-    getElements(whole, span, start, 1);
+    getElements(whole, view, start, 1);
     if (!whole.isEmpty())
         memcpy(grown(out, 2, 0), whole.constData(), 2);
 }
 
-void setDoubleWords(const Span<unsigned int> &span, int start, const QByteArray *in, int count)
+void setDoubleWords(const ImageView<unsigned int> &view, int start, const QByteArray *in, int count)
 {
-    setElements(span, start, in, count / 2); // Deliberate: behaviour 302.
+    setElements(view, start, in, count / 2); // Deliberate: behaviour 302.
 }
 
 } // namespace
@@ -118,40 +118,40 @@ void writeFixed(const Area &area, const RW_VAR &var)
 
 void GetBitFromUC(QByteArray &out, unsigned char *buffer, int start, int count)
 {
-    getBits(out, spanOf(buffer), start, count);
+    getBits(out, viewOf(buffer), start, count);
 }
 
 void GetBitFromUS(QByteArray &out, unsigned short *buffer, int start, int count)
 {
-    getBits(out, spanOf(buffer), start, count);
+    getBits(out, viewOf(buffer), start, count);
 }
 
 void GetWordFromUS(QByteArray &out, unsigned short *buffer, int start, int count)
 {
-    getElements(out, spanOf(buffer), start, count);
+    getElements(out, viewOf(buffer), start, count);
 }
 
 void GetWordFromUI(QByteArray &out, unsigned int *buffer, int start, int count)
 {
-    getDoubleWords(out, spanOf(buffer), start, count);
+    getDoubleWords(out, viewOf(buffer), start, count);
 }
 
 void SetBitToUC(int start, unsigned char *buffer, QByteArray *in, int count)
 {
-    setBits(spanOf(buffer), start, in, count);
+    setBits(viewOf(buffer), start, in, count);
 }
 
 void SetBitToUS(int start, unsigned short *buffer, QByteArray *in, int count)
 {
-    setBits(spanOf(buffer), start, in, count);
+    setBits(viewOf(buffer), start, in, count);
 }
 
 void SetWordToUS(int start, unsigned short *buffer, QByteArray *in, int count)
 {
-    setElements(spanOf(buffer), start, in, count);
+    setElements(viewOf(buffer), start, in, count);
 }
 
 void SetWordToUI(int start, unsigned int *buffer, QByteArray *in, int count)
 {
-    setDoubleWords(spanOf(buffer), start, in, count);
+    setDoubleWords(viewOf(buffer), start, in, count);
 }

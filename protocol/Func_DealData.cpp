@@ -12,17 +12,17 @@ namespace
 // Inlined it saves 2 to 6 % of a poll on the panel.
 template <typename Element>
 inline __attribute__((always_inline)) void store(const ReplyView &reply, const StoredPiece &piece,
-                                                 const Span<Element> &span)
+                                                 const ImageView<Element> &view)
 {
     const int width = sizeof(Element);
     const qint64 first = width == 1 ? piece.var->address / 8 : piece.var->address; // Deliberate: behaviour 443.
-    Clip clip(first, piece.length / width, span.first, span.end);
+    Clip clip(first, piece.length / width, view.first, view.end);
     if (piece.start < 0)
         clip.begin = qMax(clip.begin, (width - 1 - qint64(piece.start)) / width);
     if (piece.start + clip.end * width > reply.size) // Deliberate: behaviour 442.
         clip.end = (reply.size - piece.start) / width;
     if (!clip.isEmpty())
-        copyElements(span.base + first + clip.begin, reply.bytes + piece.start + clip.begin * width,
+        copyElements(view.base + first + clip.begin, reply.bytes + piece.start + clip.begin * width,
                      cut(clip.end - clip.begin), width);
 }
 
@@ -55,7 +55,7 @@ template <typename Element>
 void storeElements(const QByteArray *reply, const StoredPiece &piece, Element *buffer)
 {
     if (piece.var)
-        store(ReplyView(reply), piece, spanOf(buffer));
+        store(ReplyView(reply), piece, viewOf(buffer));
 }
 
 template void storeElements(const QByteArray *, const StoredPiece &, unsigned char *);
