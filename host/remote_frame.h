@@ -11,6 +11,11 @@ const int RemoteHeaderSize = 21; ///< all before the data
 const int RemoteSumSize = 1;
 const int RemoteReplyDataAt = 3;
 
+// How replies have their data, by the type of the area: these as bits, area 10 as double words, all others as
+// words.
+const int LastRemoteBitArea = 4;
+const int RemoteDoubleWordArea = 10;
+
 /// The fields of a request; numbers stand in it most significant byte first.
 struct RemoteRequest {
     int length; ///< of the frame, low 8 bits

@@ -129,9 +129,9 @@ void addRemoteReply(Json &json, const Heard &heard)
     const FrameView data = {frame.bytes + RemoteReplyDataAt, std::max(0, size)};
     json["data"] = hexOf(data);
     if (!asked.isWrite())
-        json["values"] = asked.area < 5     ? bitsIn(data, 8 * data.size)
-                         : asked.area == 10 ? doubleWordsIn(data)
-                                            : wordsIn(data);
+        json["values"] = asked.area <= LastRemoteBitArea      ? bitsIn(data, 8 * data.size)
+                         : asked.area == RemoteDoubleWordArea ? doubleWordsIn(data)
+                                                              : wordsIn(data);
 }
 
 void addContent(Json &json, const Heard &heard)

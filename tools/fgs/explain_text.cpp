@@ -15,83 +15,138 @@ namespace
 const int HexColumns = 24; // eight bytes
 const int BytesPerRow = 8;
 
-void appendHex(std::string &text, int byte)
+// What texts are put together from; they go into one string without any in between.
+
+struct Hex {
+    quint32 value;
+    int digits;
+};
+/// "5:100"
+struct PlaceIn {
+    const Area &area;
+    long long address;
+};
+/// Where a value belongs: an area, and its first address if that is known.
+struct Place {
+    const Area *area; ///< null: none that there is
+    int address;      ///< -1: not known
+    int index;        ///< of the value
+
+    bool isKnown() const { return area && address >= 0; }
+    Place of(int other) const { return {area, address, other}; }
+};
+/// The same on the wire, behind what a row says.
+struct Wire {
+    Place place;
+};
+
+void add(std::string &out, const char *text)
+{
+    out += text;
+}
+void add(std::string &out, char letter)
+{
+    out += letter;
+}
+void add(std::string &out, const std::string &text)
+{
+    out += text;
+}
+
+void addNumber(std::string &out, long long value, int base = 10)
+{
+    char digits[72];
+    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, value, base);
+    out.append(digits, static_cast<std::size_t>(end.ptr - digits));
+}
+void add(std::string &out, int value)
+{
+    addNumber(out, value);
+}
+void add(std::string &out, quint32 value)
+{
+    addNumber(out, value);
+}
+
+void addByte(std::string &out, int byte)
 {
     const char *const digits = "0123456789ABCDEF";
-    text += digits[byte >> 4 & 15];
-    text += digits[byte & 15];
+    const char pair[] = {digits[byte >> 4 & 15], digits[byte & 15]};
+    out.append(pair, sizeof pair);
+}
+void add(std::string &out, Hex number)
+{
+    out += "0x";
+    for (int shift = 4 * (number.digits - 2); shift >= 0; shift -= 8)
+        addByte(out, static_cast<int>(number.value >> shift & 0xFF));
 }
 
-std::string hexNumber(quint32 value, int digits)
+void add(std::string &out, const PlaceIn &place)
 {
-    std::string text = "0x";
-    for (int shift = 4 * (digits - 2); shift >= 0; shift -= 8)
-        appendHex(text, static_cast<int>(value >> shift & 0xFF));
-    return text;
+    addNumber(out, place.area.number);
+    out += ':';
+    addNumber(out, place.address, place.area.base);
 }
 
-std::string numberIn(int base, long long value)
+template <typename... Parts>
+void addAll(std::string &out, const Parts &...parts)
 {
-    char digits[24];
-    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, value, base);
-    return {digits, end.ptr};
+    (add(out, parts), ...);
 }
 
-std::string counted(int count, const char *what)
+void add(std::string &out, const Place &place)
 {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+    if (place.isKnown())
+        add(out, PlaceIn{*place.area, place.address + place.index});
+    else
+        addAll(out, '+', place.index);
+}
+void add(std::string &out, const Wire &wire)
+{
+    const Place &place = wire.place;
+    if (place.isKnown())
+        addAll(out, "   wire ", Hex{static_cast<quint32>(place.area->code), 2}, ':', place.address + place.index);
+}
+
+/// An unsigned value, its hexadecimal form, and as a signed one if that is another.
+struct Value {
+    quint32 value;
+    int digits; ///< hexadecimal ones
+    qint32 asSigned;
+};
+
+Value wordValue(int value)
+{
+    return {static_cast<quint32>(value), 4, value > 0x7FFF ? value - 0x10000 : value};
+}
+
+Value doubleWordAt(FrameView frame, int at)
+{
+    const quint32 value = static_cast<quint32>(frame.be16(at + 2)) << 16 | static_cast<quint32>(frame.be16(at));
+    return {value, 8, static_cast<qint32>(value)};
+}
+
+void add(std::string &out, const Value &value)
+{
+    addAll(out, value.value, " (", Hex{value.value, value.digits});
+    if (value.asSigned < 0)
+        addAll(out, ", ", value.asSigned);
+    out += ')';
+}
+
+struct Counted {
+    int count;
+    const char *what;
+};
+void add(std::string &out, const Counted &counted)
+{
+    addAll(out, counted.count, ' ', counted.what, counted.count == 1 ? "" : "s");
 }
 
 const char *unitOf(AreaKind kind)
 {
     return kind == AreaKind::Bit ? "bit" : kind == AreaKind::Word ? "word" : "double word";
 }
-
-/// "5:100"
-std::string placeIn(const Area &area, int address)
-{
-    return std::to_string(area.number) + ':' + numberIn(area.base, address);
-}
-
-std::string wirePlace(int code, int address)
-{
-    return "wire " + hexNumber(static_cast<quint32>(code), 2) + ':' + std::to_string(address);
-}
-
-quint32 doubleWordAt(FrameView frame, int at)
-{
-    return static_cast<quint32>(frame.be16(at + 2)) << 16 | static_cast<quint32>(frame.be16(at));
-}
-
-std::string wordText(int value)
-{
-    const std::string hex = hexNumber(static_cast<quint32>(value), 4);
-    return std::to_string(value) +
-           (value > 0x7FFF ? " (" + hex + ", " + std::to_string(value - 0x10000) + ")" : " (" + hex + ")");
-}
-
-std::string doubleWordText(quint32 value)
-{
-    const std::string hex = hexNumber(value, 8);
-    return std::to_string(value) + (value > 0x7FFFFFFF
-                                        ? " (" + hex + ", " + std::to_string(static_cast<qint32>(value)) + ")"
-                                        : " (" + hex + ")");
-}
-
-/// Where values belong: an area, and its first address if that is known.
-struct Place {
-    const Area *area; ///< null: none that there is
-    int address;      ///< -1: not known
-
-    std::string text(int index) const
-    {
-        return area && address >= 0 ? placeIn(*area, address + index) : '+' + std::to_string(index);
-    }
-    std::string wire(int index) const
-    {
-        return area && address >= 0 ? "   " + wirePlace(area->code, address + index) : std::string();
-    }
-};
 
 /// The fields of one frame, row by row.
 class Rows
@@ -118,25 +173,31 @@ private:
     bool has(int at, int size) const { return at + size <= frame.size; }
 
     /// What is cut off has no row.
-    void row(int at, int size, const std::string &text)
+    template <typename... Parts>
+    void row(int at, int size, const Parts &...parts)
     {
         if (!has(at, size))
             return;
-        out += "    ";
-        for (int i = 0; i < size; ++i) {
-            appendHex(out, frame.at(at + i));
-            out += ' ';
-        }
-        out.append(static_cast<std::size_t>(std::max(1, HexColumns - 3 * size)), ' ');
-        out += text;
+        beginRow(at, size);
+        addAll(out, parts...);
         out += '\n';
     }
 
+    void beginRow(int at, int size)
+    {
+        out += "    ";
+        for (int i = 0; i < size; ++i) {
+            addByte(out, frame.at(at + i));
+            out += ' ';
+        }
+        out.append(static_cast<std::size_t>(std::max(1, HexColumns - 3 * size)), ' ');
+    }
+
     /// Rows of bytes that have one meaning together.
-    void bytes(int at, int size, const std::string &text)
+    void bytes(int at, int size, const char *text)
     {
         for (int from = at; from < at + size; from += BytesPerRow)
-            row(from, std::min(BytesPerRow, at + size - from), from == at ? text : std::string("..."));
+            row(from, std::min(BytesPerRow, at + size - from), from == at ? text : "...");
     }
 
     void cut()
@@ -145,27 +206,29 @@ private:
             return;
         out += "    -- ";
         out.append(HexColumns - 3, ' ');
-        out += "cut off: " + std::to_string(heard.part.present) + " of " + std::to_string(heard.part.size) +
-               " bytes\n";
+        addAll(out, "cut off: ", heard.part.present, " of ", heard.part.size, " bytes\n");
     }
 
     void station(int at)
     {
-        const int number = frame.at(at);
-        row(at, 1, number ? "station " + std::to_string(number) : "station 0: all carry it out, and none answers");
+        if (frame.at(at) == 0)
+            row(at, 1, "station 0: all carry it out, and none answers");
+        else
+            row(at, 1, "station ", frame.at(at));
     }
 
     void check()
     {
         const int at = heard.part.size - CrcSize;
+        if (heard.part.isGood)
+            return row(at, CrcSize, "check code, right");
         if (!has(at, CrcSize))
             return;
         std::string right;
-        appendHex(right, checkFor(frame) & 0xFF);
+        addByte(right, checkFor(frame) & 0xFF);
         right += ' ';
-        appendHex(right, checkFor(frame) >> 8);
-        row(at, CrcSize,
-            heard.part.isGood ? "check code, right" : "check code, wrong: " + right + " would be right");
+        addByte(right, checkFor(frame) >> 8);
+        row(at, CrcSize, "check code, wrong: ", right, " would be right");
     }
 
     void local()
@@ -173,14 +236,12 @@ private:
         const bool isWrite = frame.size > CommandAt && frame.at(CommandAt) == WriteCommand;
         station(StationAt);
         row(CommandAt, 1, isWrite ? "write" : "read");
-        if (heard.part.shape == Shape::WriteReply) {
-            if (has(CountAt, 1))
-                row(CountAt, 1,
-                    frame.at(CountAt) == Acknowledged ? "done" : "refused: the controller does not do it");
+        if (!has(CountAt, 1))
             return;
-        }
-        if (has(CountAt, 1))
-            row(CountAt, 1, frame.at(CountAt) == 1 ? "1 entry" : std::to_string(frame.at(CountAt)) + " entries");
+        const int number = frame.at(CountAt);
+        if (heard.part.shape == Shape::WriteReply)
+            return row(CountAt, 1, number == Acknowledged ? "done" : "refused: the controller does not do it");
+        row(CountAt, 1, number, number == 1 ? " entry" : " entries");
         entries();
         check();
     }
@@ -199,28 +260,28 @@ private:
 
     void entry(const FrameEntry &each, int address)
     {
-        const std::string code = hexNumber(static_cast<quint32>(each.code), 2);
+        const Hex code = {static_cast<quint32>(each.code), 2};
         if (!each.area)
-            return row(each.at, 1, "area code " + code + ", which is none; nothing after it can be told");
+            return row(each.at, 1, "area code ", code, ", which is none; nothing after it can be told");
         const char *const unit = unitOf(each.area->kind);
-        row(each.at, 1, "area " + std::to_string(each.area->number) + ", " + unit + "s (wire code " + code + ")");
-        row(each.at + 1, 1, counted(each.count, unit));
+        row(each.at, 1, "area ", each.area->number, ", ", unit, "s (wire code ", code, ')');
+        row(each.at + 1, 1, Counted{each.count, unit});
         if (each.address >= 0)
-            row(each.at + 2, 2, addresses(each));
+            addresses(each);
         if (heard.part.shape == Shape::WriteRequest && each.area->kind == AreaKind::Bit)
             return writtenBit(each);
-        values({each.area, address}, each.dataAt, each.present, each.count);
+        values({each.area, address, 0}, each.dataAt, each.present, each.count);
     }
 
-    std::string addresses(const FrameEntry &each) const
+    void addresses(const FrameEntry &each)
     {
-        const Area &area = *each.area;
-        const bool isOne =
-            each.count < 2 || (heard.part.shape == Shape::WriteRequest && area.kind == AreaKind::Bit);
-        const int last = each.address + each.count - 1;
-        return "from " + placeIn(area, each.address) + (isOne ? "" : " to " + placeIn(area, last)) +
-               " (on the wire " + std::to_string(each.address) + (isOne ? "" : " to " + std::to_string(last)) +
-               ')' + (last >= AddressCount ? ", beyond the area's last, 65535" : "");
+        const bool isBitWrite = heard.part.shape == Shape::WriteRequest && each.area->kind == AreaKind::Bit;
+        const PlaceIn first = {*each.area, each.address};
+        const int at = each.at + 2, last = each.address + each.count - 1;
+        if (each.count < 2 || isBitWrite)
+            return row(at, 2, "from ", first, " (on the wire ", each.address, ')');
+        row(at, 2, "from ", first, " to ", PlaceIn{*each.area, last}, " (on the wire ", each.address, " to ", last,
+            ')', last >= AddressCount ? ", beyond the last address, 65535" : "");
     }
 
     void writtenBit(const FrameEntry &each)
@@ -228,13 +289,12 @@ private:
         if (!has(each.dataAt, 1))
             return;
         const int value = frame.at(each.dataAt);
-        const Place place = {each.area, each.address};
-        row(each.dataAt, 1,
-            place.text(0) + " = " +
-                (value == 0   ? "0, off"
-                 : value == 1 ? "1, on"
-                              : "neither 0 nor 1") +
-                place.wire(0));
+        const Place place = {each.area, each.address, 0};
+        row(each.dataAt, 1, place, " = ", value,
+            value == 0   ? ", off"
+            : value == 1 ? ", on"
+                         : ", which is no bit",
+            Wire{place});
     }
 
     void values(const Place &place, int at, int size, int count)
@@ -253,50 +313,53 @@ private:
     {
         for (int i = 0; i < size; ++i) {
             const int first = 8 * i, last = std::min(first + 8, count) - 1;
-            std::string text = place.text(first) + " to " + place.text(last) + " =", on;
-            for (int bit = first; bit <= last; ++bit) {
-                const bool isOn = frame.at(at + i) >> (bit - first) & 1;
-                text += isOn ? " 1" : " 0";
-                if (isOn)
-                    on += (on.empty() ? "on: " : ", ") + place.text(bit);
-            }
-            row(at + i, 1, text + (on.empty() ? "" : "   " + on) + place.wire(first));
+            beginRow(at + i, 1);
+            addAll(out, place.of(first), " to ", place.of(last), " =");
+            for (int bit = first; bit <= last; ++bit)
+                out += isOn(at, bit) ? " 1" : " 0";
+            const char *before = "   on: ";
+            for (int bit = first; bit <= last; ++bit)
+                if (isOn(at, bit))
+                    addAll(out, std::exchange(before, ", "), place.of(bit));
+            addAll(out, Wire{place.of(first)}, '\n');
         }
     }
+
+    bool isOn(int at, int bit) const { return frame.at(at + bit / 8) >> bit % 8 & 1; }
 
     void words(const Place &place, int at, int size)
     {
         for (int i = 0; 2 * i + 2 <= size; ++i)
-            row(at + 2 * i, 2, place.text(i) + " = " + wordText(frame.be16(at + 2 * i)) + place.wire(i));
+            row(at + 2 * i, 2, place.of(i), " = ", wordValue(frame.be16(at + 2 * i)), Wire{place.of(i)});
     }
 
     void doubleWords(const Place &place, int at, int size)
     {
         for (int i = 0; 4 * i + 4 <= size; ++i)
-            row(at + 4 * i, 4,
-                place.text(i) + " = " + doubleWordText(doubleWordAt(frame, at + 4 * i)) + place.wire(i));
+            row(at + 4 * i, 4, place.of(i), " = ", doubleWordAt(frame, at + 4 * i), Wire{place.of(i)});
     }
 
     void remoteRequest()
     {
         const RemoteRequest request = remoteRequestOf(frame);
         const Area *const area = areaOf(request.area);
-        row(0, 1,
-            "length " + std::to_string(request.length) +
-                (heard.part.size > 0xFF ? ", the low byte of " + std::to_string(heard.part.size) : ""));
-        row(1, 1, "host type " + std::to_string(request.hostType));
-        row(2, 1, "host field " + std::to_string(request.hostField));
-        row(3, 1, "link " + std::to_string(request.linkNo));
+        if (heard.part.size > 0xFF)
+            row(0, 1, "length ", request.length, ", the low byte of ", heard.part.size);
+        else
+            row(0, 1, "length ", request.length);
+        row(1, 1, "host type ", request.hostType);
+        row(2, 1, "host field ", request.hostField);
+        row(3, 1, "link ", request.linkNo);
         station(4);
-        row(5, 2,
-            "area " + std::to_string(request.area) +
-                (area ? std::string(", ") + unitOf(area->kind) + "s" : ", which is none"));
-        row(7, 4,
-            "address " + std::to_string(request.address) +
-                (area ? ": " + std::to_string(request.area) + ':' + numberIn(area->base, request.address) : ""));
-        row(11, 2, "length " + std::to_string(request.count));
-        row(13, 4, "store mark " + std::to_string(request.storeMark));
-        row(17, 4, "host field " + std::to_string(request.hostField14));
+        row(5, 2, "area ", request.area, area ? ", " : ", which is none", area ? unitOf(area->kind) : "",
+            area ? "s" : "");
+        if (area)
+            row(7, 4, "address ", request.address, ": ", PlaceIn{*area, request.address});
+        else
+            row(7, 4, "address ", request.address);
+        row(11, 2, "length ", request.count);
+        row(13, 4, "store mark ", request.storeMark);
+        row(17, 4, "host field ", request.hostField14);
         bytes(RemoteHeaderSize, request.data.size, "data to write, as the host has them: low byte first");
         row(heard.part.size - RemoteSumSize, RemoteSumSize, "sum, right");
     }
@@ -317,11 +380,11 @@ private:
 
     void remoteValues(const RemoteRequest &asked, int size)
     {
-        const Place place = {areaOf(asked.area), static_cast<int>(std::min<quint32>(asked.address, AddressCount))};
-        const bool areBits = asked.area < 5;
-        if (areBits)
+        const int address = static_cast<int>(std::min<quint32>(asked.address, AddressCount));
+        const Place place = {areaOf(asked.area), address, 0};
+        if (asked.area <= LastRemoteBitArea)
             bits(place, RemoteReplyDataAt, size, 8 * size);
-        else if (asked.area == 10)
+        else if (asked.area == RemoteDoubleWordArea)
             doubleWords(place, RemoteReplyDataAt, size);
         else
             words(place, RemoteReplyDataAt, size);
@@ -333,58 +396,58 @@ private:
 };
 
 /// " 5:100x2, 1:20x16", as far as they are there
-std::string placesOf(const Heard &heard)
+void addPlaces(std::string &out, const Heard &heard)
 {
-    std::string text;
+    const char *before = " ";
     for (const FrameEntry &entry : entriesOf(heard.view(), heard.part.shape)) {
-        text += text.empty() ? " " : ", ";
-        text += !entry.area          ? "area code " + hexNumber(static_cast<quint32>(entry.code), 2)
-                : entry.address >= 0 ? placeIn(*entry.area, entry.address)
-                                     : "area " + std::to_string(entry.area->number);
-        text += (entry.address >= 0 ? "x" : " x") + std::to_string(entry.count);
+        add(out, std::exchange(before, ", "));
+        if (!entry.area)
+            addAll(out, "area code ", Hex{static_cast<quint32>(entry.code), 2}, " x");
+        else if (entry.address >= 0)
+            addAll(out, PlaceIn{*entry.area, entry.address}, 'x');
+        else
+            addAll(out, "area ", entry.area->number, " x");
+        add(out, entry.count);
     }
-    return text;
 }
 
-std::string stationText(int station)
+void addStation(std::string &out, int station)
 {
-    return station ? "station " + std::to_string(station) : "all stations";
+    if (station)
+        addAll(out, "station ", station);
+    else
+        out += "all stations";
 }
 
-std::string remoteText(const Heard &heard)
+void addRemoteRequest(std::string &out, const Heard &heard)
 {
     const RemoteRequest request = remoteRequestOf(heard.view());
     const Area *const area = areaOf(request.area);
-    return "remote " + stationText(request.station) + (request.isWrite() ? ", write " : ", read ") +
-           std::to_string(request.area) + ':' + numberIn(area ? area->base : 10, request.address) + 'x' +
-           std::to_string(request.count);
+    out += "remote ";
+    addStation(out, request.station);
+    addAll(out, request.isWrite() ? ", write " : ", read ", request.area, ':');
+    addNumber(out, request.address, area ? area->base : 10);
+    addAll(out, 'x', request.count);
 }
 
-std::string subjectOf(const Heard &heard)
+void addSubject(std::string &out, const Heard &heard)
 {
-    switch (heard.part.shape) {
-    case Shape::ReadRequest:
-        return stationText(heard.station()) + ", read" + placesOf(heard);
-    case Shape::WriteRequest:
-        return stationText(heard.station()) + ", write" + placesOf(heard);
-    case Shape::ReadReply:
-        return stationText(heard.station()) + ", answer" + placesOf(heard.asked ? *heard.asked : heard);
-    case Shape::WriteReply:
-        return stationText(heard.station()) +
-               (heard.part.isGood && heard.view().at(CountAt) == Rejected ? ", write refused" : ", write done");
-    case Shape::RemoteRequest:
-        return remoteText(heard);
-    case Shape::RemoteReply:
-        return "remote reply";
-    case Shape::Noise:
-        break;
-    }
-    return "no frame";
+    const Shape shape = heard.part.shape;
+    if (shape == Shape::Noise || shape == Shape::RemoteReply)
+        return add(out, shape == Shape::Noise ? "no frame" : "remote reply");
+    if (shape == Shape::RemoteRequest)
+        return addRemoteRequest(out, heard);
+    addStation(out, heard.station());
+    if (shape == Shape::WriteReply)
+        return add(out,
+                   heard.part.isGood && heard.view().at(CountAt) == Rejected ? ", write refused" : ", write done");
+    add(out, shape == Shape::ReadRequest ? ", read" : shape == Shape::WriteRequest ? ", write" : ", answer");
+    addPlaces(out, shape == Shape::ReadReply && heard.asked ? *heard.asked : heard);
 }
 
 std::string verdictOf(const Heard &heard)
 {
-    if (heard.part.shape == Shape::Noise)
+    if (heard.part.shape == Shape::Noise || heard.isEcho)
         return {};
     if (!heard.part.isWhole())
         return "; cut off";
@@ -417,14 +480,19 @@ std::string printable(const std::string &text)
 
 void explain(std::string &out, const Heard &heard, const Transaction &transaction)
 {
-    out += isRequest(heard.part.shape) && !heard.isEcho ? "  > " : "  < ";
-    if (heard.isSilence())
+    add(out, isRequest(heard.part.shape) && !heard.isEcho ? "  > " : "  < ");
+    if (heard.isSilence()) {
         out += "nothing was on the line";
-    else
-        out += counted(static_cast<int>(heard.bytes.size()), "byte") + afterText(heard, transaction) + ": " +
-               (heard.isEcho ? "the request again: its echo" : subjectOf(heard) + verdictOf(heard));
+    } else {
+        addAll(out, Counted{static_cast<int>(heard.bytes.size()), "byte"}, afterText(heard, transaction), ": ");
+        if (heard.isEcho)
+            out += "the request again: its echo";
+        else
+            addSubject(out, heard);
+        add(out, verdictOf(heard));
+    }
     if (!heard.record->comment.empty())
-        out += "   [" + printable(heard.record->comment) + ']';
+        addAll(out, "   [", printable(heard.record->comment), ']');
     out += '\n';
     if (!heard.isSilence())
         Rows(out, heard).write();
@@ -446,7 +514,11 @@ void explainEnd(std::string &out, const Transaction &transaction)
 std::string explanationOf(const Transaction &transaction, const std::string &source)
 {
     const Record &record = transaction.first();
-    std::string out = source.empty() ? record.place : printable(source) + ", " + record.place;
+    std::string out;
+    out.reserve(4096);
+    if (!source.empty())
+        addAll(out, printable(source), ", ");
+    add(out, record.place);
     if (!record.line.empty())
         out += "  " + printable(record.line);
     if (record.time)
