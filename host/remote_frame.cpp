@@ -6,6 +6,8 @@ namespace fgs
 namespace
 {
 
+const int LastBitArea = 4, DoubleWordArea = 10; // as lengths of replies have them: area 11 counts words there
+
 quint32 be32(FrameView frame, int at)
 {
     return static_cast<quint32>(frame.be16(at)) << 16 | static_cast<quint32>(frame.be16(at + 2));
@@ -21,8 +23,8 @@ bool hasGoodSum(FrameView frame)
 int RemoteRequest::replySize() const
 {
     const int dataOfWrite = 3;
-    const int words = area == RemoteDoubleWordArea ? (count + 1) / 2 * 2 : count;
-    return RemoteReplyDataAt + (isWrite() ? dataOfWrite : area <= LastRemoteBitArea ? count : 2 * words) + CrcSize;
+    const int words = area == DoubleWordArea ? (count + 1) / 2 * 2 : count;
+    return RemoteReplyDataAt + (isWrite() ? dataOfWrite : area <= LastBitArea ? count : 2 * words) + CrcSize;
 }
 
 RemoteRequest remoteRequestOf(FrameView frame)

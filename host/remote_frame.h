@@ -11,11 +11,6 @@ const int RemoteHeaderSize = 21; ///< all before the data
 const int RemoteSumSize = 1;
 const int RemoteReplyDataAt = 3;
 
-// How replies have their data, by the type of the area: these as bits, area 10 as double words, all others as
-// words.
-const int LastRemoteBitArea = 4;
-const int RemoteDoubleWordArea = 10;
-
 /// The fields of a request; numbers stand in it most significant byte first.
 struct RemoteRequest {
     int length; ///< of the frame, low 8 bits
@@ -33,6 +28,8 @@ struct RemoteRequest {
     bool isWrite() const { return data.size > 0; }
     /// Of the reply to it.
     int replySize() const;
+    /// What that has: bits, eight to a byte, words or double words. An area that is none has words.
+    AreaKind kind() const { return areaOf(area) ? areaOf(area)->kind : AreaKind::Word; }
 };
 
 /// The frame is whole.

@@ -65,13 +65,20 @@ Json doubleWordsIn(FrameView data)
     return values;
 }
 
-Json valuesIn(const FrameEntry &entry, FrameView data, bool isWrittenBit)
+Json valuesIn(AreaKind kind, FrameView data, int count)
 {
-    if (isWrittenBit)
-        return data.size ? Json::array({data.at(0)}) : Json::array();
-    return entry.area->kind == AreaKind::Bit    ? bitsIn(data, entry.count)
-           : entry.area->kind == AreaKind::Word ? wordsIn(data)
-                                                : doubleWordsIn(data);
+    return kind == AreaKind::Bit    ? bitsIn(data, count)
+           : kind == AreaKind::Word ? wordsIn(data)
+                                    : doubleWordsIn(data);
+}
+
+/// A write of a bit has one byte with the value.
+Json valuesOf(const FrameEntry &entry, const Heard &heard)
+{
+    const FrameView data = {heard.view().bytes + entry.dataAt, entry.present};
+    if (heard.part.shape != Shape::WriteRequest || entry.area->kind != AreaKind::Bit)
+        return valuesIn(entry.area->kind, data, entry.count);
+    return data.size ? Json::array({data.at(0)}) : Json::array();
 }
 
 Json jsonOf(const FrameEntry &entry, int address, const Heard &heard)
@@ -86,8 +93,7 @@ Json jsonOf(const FrameEntry &entry, int address, const Heard &heard)
         json["address"] = addressText(entry.area->number, address).toStdString();
     json["count"] = entry.count;
     if (entry.area && heard.part.shape != Shape::ReadRequest)
-        json["values"] = valuesIn(entry, {heard.view().bytes + entry.dataAt, entry.present},
-                                  heard.part.shape == Shape::WriteRequest && entry.area->kind == AreaKind::Bit);
+        json["values"] = valuesOf(entry, heard);
     return json;
 }
 
@@ -129,9 +135,7 @@ void addRemoteReply(Json &json, const Heard &heard)
     const FrameView data = {frame.bytes + RemoteReplyDataAt, std::max(0, size)};
     json["data"] = hexOf(data);
     if (!asked.isWrite())
-        json["values"] = asked.area <= LastRemoteBitArea      ? bitsIn(data, 8 * data.size)
-                         : asked.area == RemoteDoubleWordArea ? doubleWordsIn(data)
-                                                              : wordsIn(data);
+        json["values"] = valuesIn(asked.kind(), data, 8 * data.size);
 }
 
 void addContent(Json &json, const Heard &heard)

@@ -270,7 +270,7 @@ private:
             addresses(each);
         if (heard.part.shape == Shape::WriteRequest && each.area->kind == AreaKind::Bit)
             return writtenBit(each);
-        values({each.area, address, 0}, each.dataAt, each.present, each.count);
+        values({each.area, address, 0}, each.area->kind, each.dataAt, each.present, each.count);
     }
 
     void addresses(const FrameEntry &each)
@@ -297,9 +297,9 @@ private:
             Wire{place});
     }
 
-    void values(const Place &place, int at, int size, int count)
+    void values(const Place &place, AreaKind kind, int at, int size, int count)
     {
-        switch (place.area->kind) {
+        switch (kind) {
         case AreaKind::Bit:
             return bits(place, at, size, count);
         case AreaKind::Word:
@@ -374,20 +374,9 @@ private:
         if (asked.isWrite())
             row(RemoteReplyDataAt, 3, "written");
         else if (size > 0)
-            remoteValues(asked, size);
+            values({areaOf(asked.area), static_cast<int>(std::min<quint32>(asked.address, AddressCount)), 0},
+                   asked.kind(), RemoteReplyDataAt, size, 8 * size);
         check();
-    }
-
-    void remoteValues(const RemoteRequest &asked, int size)
-    {
-        const int address = static_cast<int>(std::min<quint32>(asked.address, AddressCount));
-        const Place place = {areaOf(asked.area), address, 0};
-        if (asked.area <= LastRemoteBitArea)
-            bits(place, RemoteReplyDataAt, size, 8 * size);
-        else if (asked.area == RemoteDoubleWordArea)
-            doubleWords(place, RemoteReplyDataAt, size);
-        else
-            words(place, RemoteReplyDataAt, size);
     }
 
     std::string &out;
