@@ -29,12 +29,12 @@ class ReplayTest : public ::testing::Test
 protected:
     QString path(const char *name) const { return folder.filePath(QLatin1String(name)); }
 
-    /// Times far apart from each other, so that no busy machine turns one outcome into another one.
+    /// An answer has a second, also on a busy machine; tst_replay has late ones, in virtual time.
     Result poll(const QString &link, const char *name) const
     {
         return runFgs(
-            wordsOf(QStringLiteral("poll L 5:100x4 0:17 10:5 5:300x30 5:600x40 12:0x8 --block 16 --count 12 "
-                                   "--timeout 1000 --late 6000 --json --trace ") +
+            wordsOf(QStringLiteral("poll L 5:100x4 0:17 10:5 5:300x30 5:600x40 12:0x8 --block 16 --count 8 "
+                                   "--timeout 1000 --late 0 --json --trace ") +
                         path(name),
                     link));
     }
@@ -61,9 +61,8 @@ TEST_F(ReplayTest, GivesTheSameOutcomesFromEitherSide)
         faulty.endAndCountRequests();
     }
     const std::vector<std::string> recorded = outcomes(path("first"));
-    ASSERT_GT(recorded.size(), 20u);
     const QJsonObject count = counts(first);
-    EXPECT_GE(count.size(), 4) << "hardly a faulty run";
+    EXPECT_GT(int(recorded.size()) - count.value(QStringLiteral("good")).toInt(), 2) << "hardly a faulty run";
     for (const char *side : {"first", "plc"}) {
         Simulator replaying({QStringLiteral("--replay"), path(side)});
         const Result again = poll(replaying.link(), "again");
