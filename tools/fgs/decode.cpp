@@ -139,7 +139,7 @@ public:
     int run()
     {
         const std::vector<std::string> &inputs = options.inputs;
-        for (std::size_t i = 0; i < inputs.size() && !stop.isRequested();)
+        for (std::size_t i = 0; i < inputs.size() && !isOver();)
             guarded([&] { isHex(inputs[i]) ? decodeArguments(i) : decodeFile(inputs[i++]); });
         if (inputs.empty())
             guarded([&] { decodeFile("-"); });
@@ -147,6 +147,9 @@ public:
     }
 
 private:
+    /// Nobody wants to know any more.
+    bool isOver() const { return stop.isRequested() || flushOutput() != 0; }
+
     template <typename Decode>
     void guarded(Decode decode)
     {
@@ -208,7 +211,7 @@ private:
         explainer.end();
         if (!file.fault().empty())
             fail(name, "cannot be read: " + file.fault());
-        if (stop.isRequested())
+        if (isOver())
             return;
         if (!fault.empty())
             fail(name, fault + (explainer.records() ? "" : Remedy));
