@@ -18,6 +18,38 @@ int crc16(FrameView frame)
     return static_cast<int>(crc);
 }
 
+const Extent NoFrame = {0, false};
+
+bool areEntriesPossible(int entries)
+{
+    return entries >= 1 && entries <= MaxEntries;
+}
+
+Extent readRequestExtent(FrameView start)
+{
+    const int entries = start.at(CountAt);
+    if (!areEntriesPossible(entries))
+        return NoFrame;
+    for (int i = 0, at = EntriesAt; i < entries && at < start.size; ++i, at += RequestEntrySize)
+        if (!areaOfCode(start.at(at)))
+            return NoFrame;
+    return {EntriesAt + entries * RequestEntrySize + CrcSize, true};
+}
+
+Extent writeRequestExtent(FrameView start)
+{
+    const int around = EntriesAt + RequestEntrySize + CrcSize;
+    if (start.at(CountAt) != 1)
+        return NoFrame;
+    if (start.size < EntriesAt + 2) // the count of its entry
+        return {around + 1, false};
+    const Area *const area = areaOfCode(start.at(EntriesAt));
+    if (!area)
+        return NoFrame;
+    const int data = area->kind == AreaKind::Bit ? 1 : dataSize(*area, start.at(EntriesAt + 1));
+    return {around + data, true};
+}
+
 bool isAcknowledge(FrameView frame)
 {
     return frame.size >= AcknowledgeSize && frame.at(CommandAt) == WriteCommand &&
@@ -31,26 +63,47 @@ int dataSize(const Area &area, int count)
     return elementsFor(area, count) * bytesPerElement(area);
 }
 
+int checkFor(FrameView frame)
+{
+    return crc16({frame.bytes, frame.size - CrcSize});
+}
+
 bool hasGoodCheck(FrameView frame)
 {
-    return frame.size >= CrcSize && frame.le16(frame.size - CrcSize) == crc16({frame.bytes, frame.size - CrcSize});
+    return frame.size >= CrcSize && frame.le16(frame.size - CrcSize) == checkFor(frame);
+}
+
+Extent requestExtent(FrameView start)
+{
+    if (start.size < EntriesAt)
+        return NoFrame;
+    return start.at(CommandAt) == ReadCommand    ? readRequestExtent(start)
+           : start.at(CommandAt) == WriteCommand ? writeRequestExtent(start)
+                                                 : NoFrame;
+}
+
+Extent replyExtent(FrameView start)
+{
+    if (isAcknowledge(start))
+        return {AcknowledgeSize, true};
+    if (start.size < EntriesAt || start.at(CommandAt) != ReadCommand || !areEntriesPossible(start.at(CountAt)))
+        return NoFrame;
+    int at = EntriesAt;
+    for (int i = 0; i < start.at(CountAt); ++i) {
+        if (at + ReplyHeaderSize > start.size)
+            return {at + ReplyHeaderSize + CrcSize, false};
+        const Area *const area = areaOfCode(start.at(at));
+        if (!area)
+            return NoFrame;
+        at += ReplyHeaderSize + dataSize(*area, start.at(at + 1));
+    }
+    return {at + CrcSize, true};
 }
 
 int replySize(FrameView start)
 {
-    if (isAcknowledge(start))
-        return AcknowledgeSize;
-    if (start.size < EntriesAt || start.at(CommandAt) != ReadCommand)
-        return 0;
-    const int entries = start.at(CountAt);
-    int at = EntriesAt;
-    for (int i = 0; i < entries && entries <= MaxEntries; ++i) {
-        const Area *const area = at + ReplyHeaderSize <= start.size ? areaOfCode(start.at(at)) : nullptr;
-        if (!area)
-            return 0;
-        at += ReplyHeaderSize + dataSize(*area, start.at(at + 1));
-    }
-    return entries >= 1 && entries <= MaxEntries ? at + CrcSize : 0;
+    const Extent extent = replyExtent(start);
+    return extent.isExact ? extent.size : 0;
 }
 
 } // namespace fgs

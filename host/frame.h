@@ -35,9 +35,21 @@ const int MaxEntries = 6;  ///< blocks in one request
 
 /// Bytes of data that a count stands for.
 int dataSize(const Area &area, int count);
+/// The check code that belongs at the end of the frame; it has at least CrcSize bytes.
+int checkFor(FrameView frame);
 /// Whether the frame ends with the check code of what is before it.
 bool hasGoodCheck(FrameView frame);
-/// Bytes of the whole reply that starts here, as its own counts tell; 0 if it is none, or its counts are not there.
+
+/// How long a frame is, as its own counts tell.
+struct Extent {
+    int size;     ///< 0: no such frame starts so
+    bool isExact; ///< otherwise counts are not there, and it has at least so many bytes
+};
+/// Of a read or a write.
+Extent requestExtent(FrameView start);
+/// Of the answer to a read, or an acknowledgement.
+Extent replyExtent(FrameView start);
+/// Bytes of the whole reply that starts here; 0 if it is none, or its counts are not there.
 int replySize(FrameView start);
 
 } // namespace fgs

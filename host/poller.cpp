@@ -184,9 +184,9 @@ bool Poller::awaitPause(Time least)
     char stray[512];
     int count = 0;
     while (lastByte < limit && (count = link.receive(stray, sizeof stray, lastByte + pauseBefore(least))) > 0) {
+        lastByte = link.now();
         throwAway({stray, count});
         unaskedAnswers.collect({stray, count});
-        lastByte = link.now();
         limit = std::min(limit, lastByte + patience);
     }
     return count >= 0;
@@ -377,8 +377,10 @@ void Poller::markCurrent(const Step &step)
 
 void Poller::note(TraceEntry::Event event, FrameView bytes, Outcome outcome, int replyAt) const
 {
-    if (trace)
-        trace({event, link.now(), bytes, outcome, replyAt});
+    if (!trace)
+        return;
+    const bool hasCome = event != TraceEntry::Sent && bytes.size > 0;
+    trace({event, hasCome ? lastByte : link.now(), bytes, outcome, replyAt});
 }
 
 } // namespace fgs

@@ -18,7 +18,7 @@ struct TraceEntry {
         Stray     ///< bytes came between two transactions and are thrown away
     };
     Event event;
-    Time time;
+    Time time; ///< of the last of the bytes; without any, of the outcome
     FrameView bytes;
     Outcome outcome; ///< of Received
     int replyAt;     ///< of Received and Good: where the reply starts in bytes

@@ -60,7 +60,11 @@ void Conversation::advance(Time now)
 void Conversation::handle(const std::vector<Piece> &pieces)
 {
     for (const Piece &piece : pieces) {
-        if (piece.content == Piece::Content::Frame)
+        if (simulation.replay && answerAsRecorded(piece.bytes))
+            continue;
+        if (simulation.replay && piece.content == Piece::Content::Frame)
+            reject("not in the recording", piece.bytes);
+        else if (piece.content == Piece::Content::Frame)
             handleFrame(piece.bytes);
         else
             reject(piece.cause, piece.bytes);
@@ -92,6 +96,27 @@ void Conversation::handleFrame(Slice frame)
         reject(response.cause, frame);
         break;
     }
+}
+
+/// False: the recording does not have it.
+bool Conversation::answerAsRecorded(Slice request)
+{
+    const Replay::Answer *const answer = simulation.replay->answerTo(request);
+    if (!answer)
+        return false;
+    ++simulation.counters.requests;
+    say(Log::Topic::Frame, [&] { return "<- " + hex(request, LoggedBytes); });
+    tap(true, request, "");
+    if (answer->empty())
+        tap(false, {}, "silence, as recorded");
+    else if (outgoing.size() >= MaxOutgoing)
+        replyLost();
+    else
+        for (const Replay::Sent &sent : *answer) {
+            say(Log::Topic::Frame, [&] { return "-> " + hex(sent.bytes, LoggedBytes) + "  as recorded"; });
+            queueUp(sent.bytes, sent.after, "as recorded");
+        }
+    return true;
 }
 
 void Conversation::reject(const std::string &cause, Slice bytes)
@@ -131,6 +156,11 @@ void Conversation::enqueue(Bytes reply, Time wait, std::string what)
 {
     if (outgoing.size() >= MaxOutgoing)
         return replyLost();
+    queueUp(std::move(reply), wait, std::move(what));
+}
+
+void Conversation::queueUp(Bytes reply, Time wait, std::string what)
+{
     const Time start = std::max(requestEnd + times.delay + wait, replyEnd);
     replyEnd = start + spent(reply.size());
     outgoing.push_back({std::move(reply), start, 0, std::move(what)});

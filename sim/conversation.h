@@ -6,6 +6,7 @@
 #include "log.h"
 #include "random_faults.h"
 #include "reassembler.h"
+#include "replay.h"
 
 #include <deque>
 
@@ -41,6 +42,7 @@ struct Simulation {
     Log log;
     Counters counters;
     Tap tap = {};
+    std::optional<Replay> replay = {}; ///< answers in place of the controller
 };
 
 class Conversation
@@ -68,10 +70,12 @@ private:
     };
     void handle(const std::vector<Piece> &pieces);
     void handleFrame(Slice frame);
+    bool answerAsRecorded(Slice request);
     void reject(const std::string &cause, Slice bytes);
     void sendReply(const Response &response);
     void sendFault(RandomFault fault, const Response &response);
     void enqueue(Bytes reply, Time wait, std::string what);
+    void queueUp(Bytes reply, Time wait, std::string what);
     Time spent(std::size_t bytes) const { return times.byteTime * std::int64_t(bytes); }
     /// `text` is called, and gives a string, only if the line is written.
     template <typename Text>

@@ -4,7 +4,7 @@
 //           [--set AREA:ADDRESS[xCOUNT][@STATION]=VALUE]... [--values still|moving|pattern] [--tick MS]
 //           [--fault KIND=PERCENT]... [--faults PERCENT] [--late-by MS] [--delay MS] [--pace BAUD[,8E1]]
 //           [--seed N] [--for SECONDS] [--log quiet|normal|all | --frames]
-//           [--trace FILE.pcapng [--trace-limit SIZE]]
+//           [--trace FILE.pcapng [--trace-limit SIZE]] [--replay FILE.pcapng [--replay-fast]]
 //
 // The first line on stdout is where the controller can be reached, as fgs takes it: a device path or tcp:HOST:PORT.
 // The log and the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 1 other, 2 wrong
@@ -13,6 +13,7 @@
 #include "endpoint.h"
 #include "line_trace.h"
 #include "log_times.h"
+#include "replay_file.h"
 #include "signals.h"
 #include "sim/describe.h"
 #include "tools/standard_streams.h"
@@ -34,13 +35,23 @@ void writeLog(const std::string &line)
     std::fprintf(stderr, "%s %s\n", wallClock().c_str(), line.c_str());
 }
 
+std::optional<Replay> openReplay(const Options &options)
+{
+    if (options.replay.empty())
+        return std::nullopt;
+    return readReplay(options.replay, options.replayInTime,
+                      [](const std::string &warning) { std::fprintf(stderr, "fgs-sim: %s\n", warning.c_str()); });
+}
+
 Simulation makeSimulation(const Options &options)
 {
     Motion motion(options.stations, options.ranges, options.values, options.seed);
     return {Controller(options.stations, Memory(std::move(motion))),
             FaultChooser(options.faults, options.seed),
             Log(options.log, writeLog),
-            {}};
+            {},
+            {},
+            openReplay(options)};
 }
 
 /// stdout belongs to the trace if that goes there.
@@ -56,7 +67,9 @@ void announce(const Endpoint &link, bool isOnStdout)
 void tellStart(Log &log, const Options &options, const Endpoint &link)
 {
     const auto say = [&](const std::string &line) { log.write(Log::Topic::State, now(), [&] { return line; }); };
-    say("simulating " + std::to_string(options.stations.size()) + " station(s) on " + link.address());
+    say(options.replay.empty()
+            ? "simulating " + std::to_string(options.stations.size()) + " station(s) on " + link.address()
+            : "replaying " + options.replay + " on " + link.address());
     for (const Range &range : options.ranges)
         say("set " + describe(range));
 }
@@ -96,8 +109,8 @@ void every(Time interval, Use use)
 
 int run(const Options &options)
 {
+    Simulation simulation = makeSimulation(options); // first: the new trace may overwrite the one to replay
     std::optional<LineTrace> trace = openTrace(options.trace);
-    Simulation simulation = makeSimulation(options);
     if (trace)
         simulation.tap = [&trace](const TappedFrame &frame) { trace->record(frame); };
     quitOnSignals();
@@ -115,6 +128,8 @@ int run(const Options &options)
     const int code = QCoreApplication::exec();
     simulation.log.flush();
     std::fprintf(stderr, "%s\n", summary(simulation.counters).c_str());
+    if (simulation.replay)
+        std::fprintf(stderr, "replay: %s\n", summary(simulation.replay->counters()).c_str());
     return endTrace(trace) || code != 0 ? code : ExitOther;
 }
 

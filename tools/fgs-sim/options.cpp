@@ -18,6 +18,7 @@ const char *const Description = R"(Examples:
   fgs-sim --serial /dev/ttyUSB0:19200,8E1    a serial device
   fgs-sim --set 5:100x10=ramp:0..500/5 --set 1:17@2=fixed:1
   fgs-sim --faults 2 --fault silence=10 --late-by 800 --seed 7 --log all
+  fgs-sim --replay line.pcapng               answers as the controller in a trace did
 
 A simulated controller of the FGs series: fourteen register areas for each station, values that move,
 faults at given rates. It answers reads and writes and meets everything malformed with silence.
@@ -205,6 +206,28 @@ void addTraceOptions(CLI::App &app, formats::TraceSettings &trace)
         ->type_name("SIZE");
 }
 
+/// What the controller itself would do has no place beside a recording.
+void addReplayOptions(CLI::App &app, Options &options)
+{
+    CLI::Option *const replay = addText(
+        app, "--replay",
+        [&](const std::string &text) {
+            if (text.empty())
+                throw BadText("the name is empty");
+            options.replay = text;
+        },
+        "Answers as in this trace: the nth time that a request comes, with all that followed it there the nth "
+        "time,\n"
+        "noise and silence too; then from its first time on again. Requests that it does not have are counted");
+    replay->type_name("FILE.pcapng");
+    for (const char *other : {"--stations", "--set", "--values", "--fault", "--faults", "--late-by"})
+        replay->excludes(app.get_option(other));
+    app.add_flag_callback(
+           "--replay-fast", [&] { options.replayInTime = false; },
+           "Answers at once, not when they came in the trace; what was late is not late then")
+        ->needs(replay);
+}
+
 void addLogOptions(CLI::App &app, Options &options)
 {
     CLI::Option *const log = addText(
@@ -266,6 +289,7 @@ Options parseArguments(int argc, const char *const *argv)
     addValueOptions(app, options);
     addFaultOptions(app, faults);
     addTimeOptions(app, options);
+    addReplayOptions(app, options);
     addLogOptions(app, options);
     addTraceOptions(app, options.trace);
     try {

@@ -31,6 +31,8 @@ struct Options {
     Time duration{0}; ///< ends by itself after it; 0: does not
     Log::Level log = Log::Level::Normal;
     formats::TraceSettings trace;
+    std::string replay;       ///< a trace to answer from; empty: none
+    bool replayInTime = true; ///< with the times of the trace
 };
 
 /// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.

@@ -16,6 +16,9 @@ const Example examples[] = {
      "  fgs read  /dev/ttyUSB0:19200,8E1 5:100x4 0:17@2     four words of station 1 and a bit of station 2\n"},
     {"write", "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n"},
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
+    {"decode", "  fgs decode 01FE0108026400AABE                       a frame, byte by byte\n"
+               "  fgs decode line.pcapng                              a trace: each request with what came for it\n"
+               "  socat -x ... 2>&1 | fgs decode                      what socat shows, while it comes\n"},
 };
 
 const char *const Commands = R"(
@@ -56,6 +59,18 @@ const char *const Keys = R"(
 Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; q ends.
 )";
 
+const char *const Inputs = R"(
+INPUT is hexadecimal digits, the name of a file, or - for stdin. Arguments that can be digits are: write ./ in front of
+the name of such a file. Arguments of one byte each, in a row, belong together. A file is
+  pcapng                    as fgs --trace and fgs-sim --trace write it
+  lines of digits           with "> " in front sent, with "< " received; otherwise the form of a frame tells
+  what socat -x prints      with or without -v
+  lines of the form         (1700000000.000123) ttyUSB0 O 01FE01...   O sent, I received
+Empty lines and those that begin with # are passed over.
+Exit code: 0 all is explained, 1 an input is damaged, cut off or of another kind, 2 usage, 130 after Ctrl-C, 143 after
+SIGTERM. What could be explained is printed before.
+)";
+
 const char *const Codes = R"(
 Data goes to stdout, messages and the summary to stderr.
 Exit code: 0 ok, 1 other, 2 usage, 3 the link cannot be opened or was lost, 4 no reply, 5 refused by the controller,
@@ -78,6 +93,8 @@ std::string notesOf(const std::string &command)
 {
     if (command.empty())
         return std::string(Commands) + Codes;
+    if (command == "decode")
+        return Inputs;
     return std::string(LinkForm) + Variables + Types + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }

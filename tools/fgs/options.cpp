@@ -130,11 +130,19 @@ void addPollOptions(CLI::App &app, Options &options)
     addMilliseconds(app, "--interval", options.interval, 0, "From the start of one round to the next");
 }
 
+void addDecodeOptions(CLI::App &app, Options &options)
+{
+    app.add_option("INPUT", options.inputs,
+                   "Hexadecimal digits, files, or - for stdin, which is taken if there is none")
+        ->type_name("");
+    app.add_flag("--json", options.json, "One JSON object for each request with all that came for it");
+}
+
 struct Command {
     Options::Command command;
     const char *name;
     const char *help;
-    const char *what; ///< it reads, writes or polls
+    const char *what; ///< it reads, writes or polls; null: it needs no link
     void (*addOwnOptions)(CLI::App &app, Options &options);
 };
 
@@ -143,17 +151,21 @@ const Command Commands[] = {
     {Options::Write, "write", "Writes values, then reads them back and compares.", "ASSIGNMENT", addNoOptions},
     {Options::Poll, "poll", "Reads variables round and round: a live table on a terminal, else a line a change.",
      "VAR", addPollOptions},
+    {Options::Decode, "decode", "Explains what was on a line: traces, and bytes in hexadecimal.", nullptr,
+     addDecodeOptions},
 };
 
 void addCommand(CLI::App &app, Options &options, const Command &command)
 {
     CLI::App *const sub = app.add_subcommand(command.name, command.help);
     sub->callback([&options, &command] { options.command = command.command; });
-    addLinkOptions(*sub, options);
-    addOutputOptions(*sub, options);
-    sub->add_option(command.what, options.variables, "What to " + std::string(command.name))
-        ->required()
-        ->type_name("");
+    if (command.what) {
+        addLinkOptions(*sub, options);
+        addOutputOptions(*sub, options);
+        sub->add_option(command.what, options.variables, "What to " + std::string(command.name))
+            ->required()
+            ->type_name("");
+    }
     command.addOwnOptions(*sub, options);
 }
 

@@ -12,10 +12,11 @@ namespace fgs
 {
 
 struct Options {
-    enum Command { Read, Write, Poll };
+    enum Command { Read, Write, Poll, Decode };
     Command command = Read;
     std::string link;
     std::vector<std::string> variables; ///< of write with their values
+    std::vector<std::string> inputs;    ///< of decode: hexadecimal digits, files, "-"
     int station = 1;                    ///< of variables without @STATION
     HostOptions host;
     Format format = Format::Unsigned;

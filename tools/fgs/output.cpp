@@ -61,17 +61,6 @@ bool print(std::FILE *stream, const QByteArray &line)
     return std::fwrite(line.constData(), 1, size, stream) == size && std::fputc('\n', stream) != EOF;
 }
 
-/// An argument that a message quotes may hold characters that would move the cursor.
-QString withoutControls(const QString &text)
-{
-    QString shown;
-    for (const QChar letter : text)
-        shown += letter.category() == QChar::Other_Control && letter != QLatin1Char('\n')
-                     ? QStringLiteral("\\x%1").arg(letter.unicode(), 2, 16, QLatin1Char('0'))
-                     : QString(letter);
-    return shown;
-}
-
 /// What stands before every row.
 QString stamped(Time when, const TextStyle &style, const QString &text)
 {
@@ -192,6 +181,16 @@ QString summaryText(const Statistics &statistics, const TextStyle &style, Time n
     return statistics.roundTrips.count() ? text + roundTripsText(statistics.roundTrips, style.timeout) : text;
 }
 
+QString withoutControls(const QString &text)
+{
+    QString shown;
+    for (const QChar letter : text)
+        shown += letter.category() == QChar::Other_Control && letter != QLatin1Char('\n')
+                     ? QStringLiteral("\\x%1").arg(letter.unicode(), 2, 16, QLatin1Char('0'))
+                     : QString(letter);
+    return shown;
+}
+
 QString seconds(Time time)
 {
     return QString::number(std::chrono::duration<double>(time).count(), 'f', 3);
@@ -200,6 +199,11 @@ QString seconds(Time time)
 void printLine(const QString &line)
 {
     note(print(dataStream, line.toUtf8()));
+}
+
+void printText(const std::string &text)
+{
+    note(std::fwrite(text.data(), 1, text.size(), dataStream) == text.size());
 }
 
 void printDataTo(std::FILE *stream)

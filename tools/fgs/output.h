@@ -33,10 +33,13 @@ QString rowText(const WriteReport &report, const TextStyle &style, Time now);
 QString eventText(const LineEvent &event);
 QString summaryText(const Statistics &statistics, const TextStyle &style, Time now);
 
+/// What somebody else wrote may hold characters that would move the cursor: they become \xNN.
+QString withoutControls(const QString &text);
 /// "1.234"
 QString seconds(Time time);
 
 void printLine(const QString &line);       ///< to stdout, or where printDataTo() says
+void printText(const std::string &text);   ///< the same as it stands, with its line ends
 void printMessage(const QString &message); ///< to stderr
 /// From now on data goes to this stream.
 void printDataTo(std::FILE *stream);
