@@ -14,8 +14,11 @@ struct Example {
 const Example examples[] = {
     {"read",
      "  fgs read  /dev/ttyUSB0:19200,8E1 5:100x4 0:17@2     four words of station 1 and a bit of station 2\n"},
+    {"read", "  fgs read  line.toml oven_temp 5:100                by name, from a file of named variables\n"},
     {"write", "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n"},
+    {"write", "  fgs write line.toml oven_sp=12.5                    in engineering units\n"},
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
+    {"poll", "  fgs poll  line.toml                                 all that the file names\n"},
 };
 
 const char *const Commands = R"(
@@ -24,6 +27,15 @@ fgs help COMMAND tells the arguments of one command.
 
 const char *const LinkForm = R"(
 LINK is DEVICE[:BAUD[,8E1]] (without settings 19200,8E1) or tcp:HOST:PORT.
+)";
+
+const char *const Files = R"(
+FILE.toml names variables, for example
+  link = "/dev/ttyUSB0:19200,8E1"
+  [[group]]
+  name = "oven"
+  tag = [ { name = "oven_sp", variable = "5:101:s16", scale = 0.1, unit = "°C" } ]
+Values are scaled then: value = raw * scale + offset. A written value has to fall on a step of the raw one.
 )";
 
 const char *const Variables = R"(
@@ -78,7 +90,7 @@ std::string notesOf(const std::string &command)
 {
     if (command.empty())
         return std::string(Commands) + Codes;
-    return std::string(LinkForm) + Variables + Types + (command == "write" ? Assignments : "") +
+    return std::string(LinkForm) + Files + Variables + Types + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }
 

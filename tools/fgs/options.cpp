@@ -64,7 +64,11 @@ void addMilliseconds(CLI::App &app, const std::string &name, Time &time, int low
 
 void addLinkOptions(CLI::App &app, Options &options)
 {
-    app.add_option("LINK", options.link, "Where the controllers are")->required()->type_name("");
+    app.add_option("LINK", options.link,
+                   "Where the controllers are, or FILE.toml with the link and names of variables")
+        ->required()
+        ->type_name("");
+    app.add_option("--link", options.otherLink, "In place of the link in FILE.toml")->type_name("LINK");
     app.add_option("--station", options.station,
                    "Station of every VAR without @STATION" + defaultText(options.station))
         ->type_name("N")
@@ -145,14 +149,45 @@ const Command Commands[] = {
      "VAR", addPollOptions},
 };
 
+std::string whatText(const Command &command)
+{
+    return "What to " + std::string(command.name) +
+           (command.command == Options::Write ? "" : "; with FILE.toml all that it names if left out");
+}
+
+const char *whatOf(const Options &options)
+{
+    return std::find_if(std::begin(Commands), std::end(Commands),
+                        [&options](const Command &each) { return each.command == options.command; })
+        ->what;
+}
+
+bool isFile(const std::string &link)
+{
+    const std::string ending = ".toml";
+    return link.size() >= ending.size() && link.compare(link.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+/// The first argument is a file or a link. Throws what CLI11 would.
+void tellFileFromLink(Options &options)
+{
+    if (isFile(options.link))
+        options.file = std::exchange(options.link, options.otherLink);
+    else if (!options.otherLink.empty())
+        throw CLI::ValidationError("--link", "it replaces the link of a file, and there is none; write " +
+                                                 options.otherLink + " in place of " + options.link);
+    if (options.variables.empty() && options.file.empty())
+        throw CLI::RequiredError(whatOf(options));
+}
+
 void addCommand(CLI::App &app, Options &options, const Command &command)
 {
     CLI::App *const sub = app.add_subcommand(command.name, command.help);
     sub->callback([&options, &command] { options.command = command.command; });
     addLinkOptions(*sub, options);
     addOutputOptions(*sub, options);
-    sub->add_option(command.what, options.variables, "What to " + std::string(command.name))
-        ->required()
+    sub->add_option(command.what, options.variables, whatText(command))
+        ->required(command.command == Options::Write)
         ->type_name("");
     command.addOwnOptions(*sub, options);
 }
@@ -246,6 +281,7 @@ Options parseArguments(int argc, const char *const *argv)
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 wants them
     try {
         app.parse(arguments);
+        tellFileFromLink(options);
         if (const std::string fault = formats::faultOf(options.trace); !fault.empty())
             throw Finished{ExitUsage, "fgs: " + fault};
     } catch (const CLI::ParseError &error) {
@@ -254,11 +290,26 @@ Options parseArguments(int argc, const char *const *argv)
     return options;
 }
 
+void takeFile(Options &options)
+{
+    if (options.file.empty())
+        return;
+    options.named = readTagFile(QString::fromStdString(options.file), options.station);
+    if (options.link.empty())
+        options.link = options.named.link.toStdString();
+    if (options.link.empty())
+        throw TextError(QStringLiteral("file '%1' has no link; add one, like link = \"/dev/ttyUSB0:19200,8E1\", or "
+                                       "give --link LINK")
+                            .arg(QString::fromStdString(options.file)));
+}
+
 std::vector<Tag> readableTags(const Options &options)
 {
+    if (options.variables.empty())
+        return options.named.tags();
     std::vector<Tag> tags;
     for (const std::string &text : options.variables) {
-        tags.push_back(parseTag(QString::fromStdString(text), options.station));
+        tags.push_back(tagMeant(options.named, QString::fromStdString(text), options.station));
         if (tags.back().variable.station == 0)
             throw TextError(QStringLiteral("variable '%1': station 0 means all stations and cannot be read")
                                 .arg(QString::fromStdString(text)));

@@ -4,7 +4,7 @@
 
 #include "formats/trace_settings.h"
 #include "host/host.h"
-#include "watch/tag.h"
+#include "watch/tag_file.h"
 
 #include <string>
 
@@ -14,9 +14,12 @@ namespace fgs
 struct Options {
     enum Command { Read, Write, Poll };
     Command command = Read;
-    std::string link;
-    std::vector<std::string> variables; ///< of write with their values
+    std::string file;                   ///< of named variables; empty: none is given
+    std::string otherLink;              ///< in place of the file's
+    std::string link;                   ///< empty: the file has it
+    std::vector<std::string> variables; ///< names too if there is a file; of write with their values
     int station = 1;                    ///< of variables without @STATION
+    TagFile named;                      ///< what the file holds, once takeFile() has read it
     HostOptions host;
     Format format = Format::Unsigned;
     bool json = false;
@@ -37,7 +40,10 @@ struct Finished {
 /// Throws Finished for help, version and every error in the options. Link, variables and values are still texts.
 Options parseArguments(int argc, const char *const *argv);
 
-/// Throws TextError.
+/// Reads the file, if one is given, and takes the link from it unless there is another. Throws TextError.
+void takeFile(Options &options);
+
+/// What the texts mean; without any all that the file holds. Throws TextError.
 std::vector<Tag> readableTags(const Options &options);
 
 } // namespace fgs
