@@ -6,8 +6,16 @@ namespace fgs
 namespace
 {
 
+bool isAcknowledge(FrameView frame)
+{
+    return frame.size >= AcknowledgeSize && frame.at(CommandAt) == WriteCommand &&
+           frame.at(CountAt) == Acknowledged;
+}
+
+} // namespace
+
 /// CRC-16: polynomial 0x8005 reflected, initial value 0xFFFF, no final XOR; "123456789" gives 0x4B37.
-int crc16(FrameView frame)
+int checkOf(FrameView frame)
 {
     unsigned crc = 0xFFFF;
     for (int i = 0; i < frame.size; ++i) {
@@ -18,14 +26,6 @@ int crc16(FrameView frame)
     return static_cast<int>(crc);
 }
 
-bool isAcknowledge(FrameView frame)
-{
-    return frame.size >= AcknowledgeSize && frame.at(CommandAt) == WriteCommand &&
-           frame.at(CountAt) == Acknowledged;
-}
-
-} // namespace
-
 int dataSize(const Area &area, int count)
 {
     return elementsFor(area, count) * bytesPerElement(area);
@@ -33,7 +33,8 @@ int dataSize(const Area &area, int count)
 
 bool hasGoodCheck(FrameView frame)
 {
-    return frame.size >= CrcSize && frame.le16(frame.size - CrcSize) == crc16({frame.bytes, frame.size - CrcSize});
+    return frame.size >= CrcSize &&
+           frame.le16(frame.size - CrcSize) == checkOf({frame.bytes, frame.size - CrcSize});
 }
 
 int replySize(FrameView start)

@@ -35,6 +35,8 @@ const int MaxEntries = 6;  ///< blocks in one request
 
 /// Bytes of data that a count stands for.
 int dataSize(const Area &area, int count);
+/// The check code of these bytes; in a frame the low byte comes first.
+int checkOf(FrameView bytes);
 /// Whether the frame ends with the check code of what is before it.
 bool hasGoodCheck(FrameView frame);
 /// Bytes of the whole reply that starts here, as its own counts tell; 0 if it is none, or its counts are not there.

@@ -19,6 +19,8 @@ const Example examples[] = {
     {"write", "  fgs write line.toml oven_sp=12.5                    in engineering units\n"},
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
     {"poll", "  fgs poll  line.toml                                 all that the file names\n"},
+    {"plan", "  fgs plan  9600,8N1 5:100x4 5:120:f32 2:17x40        blocks, frames and cycle times of a list\n"},
+    {"plan", "  fgs plan  line.toml --block 31                      the same of a file, with other blocks\n"},
 };
 
 const char *const Commands = R"(

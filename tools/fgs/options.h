@@ -12,7 +12,7 @@ namespace fgs
 {
 
 struct Options {
-    enum Command { Read, Write, Poll };
+    enum Command { Read, Write, Poll, Plan };
     Command command = Read;
     std::string file;                   ///< of named variables; empty: none is given
     std::string otherLink;              ///< in place of the file's
@@ -28,6 +28,7 @@ struct Options {
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
+    Time answer = Time(0);   ///< plan: of the controller, from a request to its reply
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
 };
 
