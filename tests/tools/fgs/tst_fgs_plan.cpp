@@ -312,6 +312,17 @@ TEST(FgsPlan, PrintsFramesAndTimes)
         contains(runFgs("plan 1200 5:100x4 --answer 10", QString()).out, QStringLiteral("1200,8E1: 266.7 ms")));
 }
 
+TEST(FgsPlan, IsShownInItsDocument)
+{
+    QFile file(QStringLiteral(TARN_SOURCE_DIR "/docs/plan.md"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString command = QStringLiteral("plan 9600,8N1 5:100x4 5:120:f32 2:17x40");
+    QString shown = QStringLiteral("    $ fgs %1\n").arg(command);
+    for (const QString &line : runFgs(command.toLatin1().constData(), QString()).out.split(QLatin1Char('\n')))
+        shown += line.isEmpty() ? QStringLiteral("\n") : QStringLiteral("    %1\n").arg(line);
+    EXPECT_TRUE(contains(QString::fromUtf8(file.readAll()), shown.trimmed()));
+}
+
 TEST(FgsPlan, SaysWhatBlockSizeWouldBeBetter)
 {
     const Result result = runFgs("plan 5:0x400 --block 16", QString());
