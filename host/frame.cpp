@@ -6,18 +6,6 @@ namespace fgs
 namespace
 {
 
-/// CRC-16: polynomial 0x8005 reflected, initial value 0xFFFF, no final XOR; "123456789" gives 0x4B37.
-int crc16(FrameView frame)
-{
-    unsigned crc = 0xFFFF;
-    for (int i = 0; i < frame.size; ++i) {
-        crc ^= static_cast<unsigned>(frame.at(i));
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc & 1 ? crc >> 1 ^ 0xA001 : crc >> 1;
-    }
-    return static_cast<int>(crc);
-}
-
 const Extent NoFrame = {0, false};
 
 bool areEntriesPossible(int entries)
@@ -63,9 +51,21 @@ int dataSize(const Area &area, int count)
     return elementsFor(area, count) * bytesPerElement(area);
 }
 
+// CRC-16: polynomial 0x8005 reflected, initial value 0xFFFF, no final XOR; "123456789" gives 0x4B37.
+int checkCode(FrameView bytes)
+{
+    unsigned crc = 0xFFFF;
+    for (int i = 0; i < bytes.size; ++i) {
+        crc ^= static_cast<unsigned>(bytes.at(i));
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc & 1 ? crc >> 1 ^ 0xA001 : crc >> 1;
+    }
+    return static_cast<int>(crc);
+}
+
 int checkFor(FrameView frame)
 {
-    return crc16({frame.bytes, frame.size - CrcSize});
+    return checkCode({frame.bytes, frame.size - CrcSize});
 }
 
 bool hasGoodCheck(FrameView frame)

@@ -35,6 +35,8 @@ const int MaxEntries = 6;  ///< blocks in one request
 
 /// Bytes of data that a count stands for.
 int dataSize(const Area &area, int count);
+/// The check code of these bytes, which a frame carries behind them with its low byte first.
+int checkCode(FrameView bytes);
 /// The check code that belongs at the end of the frame; it has at least CrcSize bytes.
 int checkFor(FrameView frame);
 /// Whether the frame ends with the check code of what is before it.

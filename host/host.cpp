@@ -43,13 +43,14 @@ std::vector<quint32> fromBytes(const QByteArray &bytes, int width)
     return values;
 }
 
-Spans wantedOf(const std::vector<Variable> &variables)
+/// One for each variable.
+Spans spansOf(const std::vector<Variable> &variables)
 {
     Spans spans;
     for (const Variable &variable : variables)
         if (variable.station != 0)
             spans.push_back(spanOf(variable));
-    return united(spans);
+    return spans;
 }
 
 Spans ofStation(const Spans &spans, int station)
@@ -122,7 +123,7 @@ void Host::poll(const std::vector<Variable> &variables)
     pollStart = link.now();
     const std::set<int> stations = stationsOf(variables);
     health.watch(stations);
-    wanted = wantedOf(variables);
+    wanted = united(spansOf(variables));
     suspects.watch(wanted);
     samples.clear();
     beginRound();
@@ -461,7 +462,7 @@ void Host::listJoined()
 /// The block after the last served comes first, for the same reason.
 void Host::listExactly()
 {
-    Spans asked = without(wanted, suspects.leftOut());
+    Spans asked = inOrder(without(spansOf(polled), suspects.leftOut())); // not united: their seams are where to cut
     asked.erase(std::remove_if(asked.begin(), asked.end(),
                                [this](const Span &span) { return listed.count(span.station) == 0; }),
                 asked.end());

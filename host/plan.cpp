@@ -23,6 +23,13 @@ Span widened(Span span)
     return span;
 }
 
+/// Where a long variable is cut: after even words, so that no value over two of them is torn.
+int mostInPart(const Area &area, int blockWords)
+{
+    const int most = mostElements(area, blockWords);
+    return area.kind == AreaKind::Word ? most / 2 * 2 : most;
+}
+
 /// The driver's fixed image reads only the first and the last part of a variable of several blocks, so none is
 /// longer than one.
 Spans cut(const std::vector<Variable> &variables, int blockWords)
@@ -30,7 +37,7 @@ Spans cut(const std::vector<Variable> &variables, int blockWords)
     Spans pieces;
     for (const Variable &variable : variables) {
         const Span span = widened(spanOf(variable));
-        const int most = mostElements(*areaOf(span.area), blockWords);
+        const int most = mostInPart(*areaOf(span.area), blockWords);
         for (int first = span.first; first < span.end && span.station != 0; first += most)
             pieces.push_back(widened({span.station, span.area, first, std::min(first + most, span.end)}));
     }
@@ -83,6 +90,20 @@ HOST_VAR hostVar(const Span &block)
     var.address = startText(block);
     var.length = variableOf(block).count + lengthBias(*areaOf(block.area));
     return var;
+}
+
+/// Into the last of the blocks if it takes the piece, else as a block of its own.
+void join(Spans &blocks, const Span &piece, const Spans &barriers, int most)
+{
+    if (!blocks.empty() && blocks.back().isSamePlace(piece)) {
+        Span &last = blocks.back();
+        const Span whole = {piece.station, piece.area, last.first, std::max(last.end, piece.end)};
+        if (whole.size() <= most && !anyOverlaps(barriers, {piece.station, piece.area, last.end, piece.first})) {
+            last = whole;
+            return;
+        }
+    }
+    blocks.push_back(piece);
 }
 
 } // namespace
@@ -156,16 +177,11 @@ Spans exactBlocks(const Spans &spans, const Spans &barriers, int blockWords)
 {
     Spans blocks;
     for (const Span &span : spans) {
-        const int most = mostElements(*areaOf(span.area), blockWords);
-        for (int first = span.first; first < span.end; first += most) {
-            const Span piece = {span.station, span.area, first, std::min(first + most, span.end)};
-            const Span whole = {span.station, span.area, blocks.empty() ? 0 : blocks.back().first, piece.end};
-            if (!blocks.empty() && blocks.back().isSamePlace(piece) && whole.size() <= most &&
-                !anyOverlaps(barriers, {span.station, span.area, blocks.back().end, piece.first}))
-                blocks.back().end = piece.end;
-            else
-                blocks.push_back(piece);
-        }
+        const Area &area = *areaOf(span.area);
+        const int part = mostInPart(area, blockWords);
+        for (int first = span.first; first < span.end; first += part)
+            join(blocks, {span.station, span.area, first, std::min(first + part, span.end)}, barriers,
+                 mostElements(area, blockWords));
     }
     return blocks;
 }

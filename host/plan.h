@@ -30,18 +30,20 @@ int mostElements(const Area &area, int blockWords);
 /// The block size is the given one, cut to what one frame can carry: with bits at most 31.
 Storage storageFor(const std::vector<Variable> &variables, int blockWords = DefaultBlockWords);
 
-/// The cyclic list to hand to ReCreatReadVarList(). The blocks that the driver builds from it cover every address
-/// of the variables and reach no further up than these do, whole bytes of bits and the lowest addresses of an area
-/// aside; no reply to them can have the shape of its request. Station 0 cannot be read and is left out. The
-/// stations follow each other from the given one on.
+/// The cyclic list to hand to ReCreatReadVarList(). A variable that is longer than a block is cut after even words,
+/// so that no value over two words is torn. The blocks that the driver builds from it cover every address of the
+/// variables and reach no further up than these do, whole bytes of bits and the lowest addresses of an area aside;
+/// no reply to them can have the shape of its request. Station 0 cannot be read and is left out. The stations
+/// follow each other from the given one on.
 QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Storage &storage, int firstStation = 0);
 
 /// The same for bits that are wanted once: records for AddListOnceReadVar(), mode 0. hostAddr is the index in the
 /// result. Other kinds cannot be read once: the driver would store the reply under its last grouped read.
 std::vector<RW_VAR> onceWishes(const std::vector<Variable> &variables, const Storage &storage);
 
-/// The blocks to read these spans, which are united, and nothing beside them but what lies between two of them that
-/// fit into one block together; none spans any of the barriers. They may be shorter than fewestElements().
+/// The blocks to read these spans, which are in order but may touch and overlap, and nothing beside them but what
+/// lies between two of them that fit into one block together; none spans any of the barriers. A span that fits into
+/// one block is in one. They may be shorter than fewestElements().
 Spans exactBlocks(const Spans &spans, const Spans &barriers, int blockWords);
 /// A block with as many elements as may be asked alone, downwards if that reaches no barrier, else upwards. If
 /// both do it is left as it is.

@@ -53,11 +53,16 @@ Variable variableOf(const Span &span)
     return {span.area, span.first * unit, span.size() * unit, span.station};
 }
 
-Spans united(Spans spans)
+Spans inOrder(Spans spans)
 {
     std::sort(spans.begin(), spans.end(), isBefore);
+    return spans;
+}
+
+Spans united(Spans spans)
+{
     Spans all;
-    for (const Span &span : spans)
+    for (const Span &span : inOrder(std::move(spans)))
         if (!all.empty() && all.back().touches(span))
             all.back().end = std::max(all.back().end, span.end);
         else

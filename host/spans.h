@@ -36,6 +36,8 @@ Span spanOf(const RW_VAR &block);
 /// Bits by whole bytes.
 Variable variableOf(const Span &span);
 
+/// They may touch and overlap each other as before.
+Spans inOrder(Spans spans);
 /// In order, with those that touch each other united.
 Spans united(Spans spans);
 /// The parts of the spans that are in none of the others. Both may be in any order.

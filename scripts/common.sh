@@ -70,7 +70,7 @@ driver_tests() {
 }
 
 need_for_build() {
-    need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev nlohmann-json3-dev
+    need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev
 }
 
 # quietly COMMAND...: shows the output only if the command fails.

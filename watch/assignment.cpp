@@ -15,8 +15,8 @@ namespace
 class AssignmentText
 {
 public:
-    AssignmentText(const QString &whole, int station, Format valueFormat)
-        : text(whole), equals(int(whole.indexOf(QLatin1Char('=')))), defaultStation(station), format(valueFormat)
+    AssignmentText(const QString &whole, const TagReader &tagReader, Format valueFormat)
+        : text(whole), equals(int(whole.indexOf(QLatin1Char('=')))), reader(tagReader), format(valueFormat)
     {
     }
 
@@ -25,7 +25,7 @@ public:
         if (equals < 0)
             refuse(QStringLiteral("assigns nothing; write VAR=VALUE[,VALUE...], for example 5:100=1,2"));
         Assignment assignment;
-        assignment.tag = parseTag(text.left(equals), defaultStation);
+        assignment.tag = reader(text.left(equals));
         const Area &area = *areaOf(assignment.tag.variable.area);
         if (!area.writable)
             refuse(QStringLiteral("area %1 is read-only").arg(area.number));
@@ -40,10 +40,10 @@ private:
         throw TextError(QStringLiteral("assignment '%1': %2").arg(text, fault));
     }
 
-    bool hasCount() const
+    bool hasCount(const Tag &tag) const
     {
         static const QRegularExpression counted(QStringLiteral("^[0-9]+:[0-9]+x"));
-        return counted.match(text).hasMatch();
+        return !tag.name.isEmpty() || counted.match(text).hasMatch();
     }
 
     /// A text may hold commas.
@@ -62,7 +62,7 @@ private:
             if (part.isEmpty() && tag.typeIn(format).meaning != ValueType::Text)
                 refuse(QStringLiteral("value %1 is empty; write a number, or one comma less").arg(number));
             try {
-                const std::vector<quint32> more = parseValue(part, tag.typeIn(format), tag.kind());
+                const std::vector<quint32> more = parseValue(part, tag, format);
                 elements.insert(elements.end(), more.begin(), more.end());
             } catch (const TextError &error) {
                 refuse(QStringLiteral("value %1, %2").arg(number).arg(QString::fromUtf8(error.what())));
@@ -77,14 +77,17 @@ private:
         Variable &variable = assignment.tag.variable;
         std::vector<quint32> &elements = assignment.values;
         const ValueType &type = assignment.tag.typeIn(format);
+        const bool isCounted = hasCount(assignment.tag);
         if (type.meaning == ValueType::Text)
-            fillText(elements, hasCount() ? variable.count : std::max(1, int(elements.size())));
+            fillText(elements, isCounted ? variable.count : std::max(1, int(elements.size())));
         const int given = static_cast<int>(elements.size());
         const int each = elementsPerValue(type, assignment.tag.kind());
-        if (hasCount() && given != variable.count)
-            refuse(QStringLiteral("%1 values for %2 places; give as many, or leave the count out")
-                       .arg(given / each)
-                       .arg(variable.count / each));
+        if (isCounted && given != variable.count)
+            refuse(
+                QStringLiteral("%1 values for %2 places; give as many%3")
+                    .arg(given / each)
+                    .arg(variable.count / each)
+                    .arg(assignment.tag.name.isEmpty() ? QStringLiteral(", or leave the count out") : QString()));
         if (given > AddressCount - variable.address)
             refuse(
                 QStringLiteral("%1 values reach beyond the end of area %2").arg(given / each).arg(variable.area));
@@ -99,15 +102,22 @@ private:
     }
 
     const QString text;
-    const int equals, defaultStation;
+    const int equals;
+    const TagReader &reader;
     const Format format;
 };
 
 } // namespace
 
+Assignment parseAssignment(const QString &text, const TagReader &reader, Format format)
+{
+    return AssignmentText(text, reader, format).parse();
+}
+
 Assignment parseAssignment(const QString &text, int defaultStation, Format format)
 {
-    return AssignmentText(text, defaultStation, format).parse();
+    return parseAssignment(
+        text, [defaultStation](const QString &variable) { return parseTag(variable, defaultStation); }, format);
 }
 
 } // namespace fgs

@@ -4,6 +4,8 @@
 
 #include "tag.h"
 
+#include <functional>
+
 namespace fgs
 {
 
@@ -12,8 +14,14 @@ struct Assignment {
     std::vector<quint32> values; ///< of its elements
 };
 
-/// AREA:ADDRESS[xCOUNT][@STATION][:TYPE]=VALUE[,VALUE...]; the count may be left out. Of the type text there is one
-/// value, all that follows; zeros fill it up to the count. Throws TextError, which names the whole text.
+/// The tag that stands before the =. Throws TextError.
+using TagReader = std::function<Tag(const QString &)>;
+
+/// VAR=VALUE[,VALUE...]; the reader takes VAR. The count of a tag with a name is the name's, of others it may be
+/// left out. Values are in engineering units. Of the type text there is one value, all that follows; zeros fill it
+/// up to the count. Throws TextError, which names the whole text.
+Assignment parseAssignment(const QString &text, const TagReader &reader, Format format);
+/// AREA:ADDRESS[xCOUNT][@STATION][:TYPE]=VALUE[,VALUE...], in the same way.
 Assignment parseAssignment(const QString &text, int defaultStation, Format format);
 
 } // namespace fgs

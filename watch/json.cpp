@@ -14,12 +14,12 @@ std::string utf8(const QString &text)
 }
 
 /// A number wherever JSON has one for it.
-Json valueJson(const ValueType &type, const QString &text)
+Json valueJson(const ValueType &type, const QString &text, bool isFraction)
 {
     if (type.meaning == ValueType::Text || type.meaning == ValueType::Hex)
         return utf8(text);
     const double number = text.toDouble();
-    if (type.meaning != ValueType::Float)
+    if (!isFraction)
         return static_cast<qint64>(number);
     return std::isfinite(number) && text != QLatin1String("nan") ? Json(number) : Json(utf8(text));
 }
@@ -28,9 +28,17 @@ Json valuesJson(const Tag &tag, Format format, const std::vector<quint32> &eleme
 {
     const ValueType &type = tag.typeIn(format);
     Json array = Json::array();
-    for (const QString &text : valueTexts(type, tag.kind(), elements))
-        array.push_back(valueJson(type, text));
+    const bool isFraction = type.meaning == ValueType::Float || !tag.scaling.isNone();
+    for (const QString &text : valueTexts(tag, format, elements))
+        array.push_back(valueJson(type, text, isFraction));
     return array;
+}
+
+/// The values as they stand in the registers.
+Json rawJson(Tag tag, Format format, const std::vector<quint32> &elements)
+{
+    tag.scaling = Scaling();
+    return valuesJson(tag, format, elements);
 }
 
 void addReason(Json &json, const Reason &reason)
@@ -66,11 +74,15 @@ Json jsonOf(const Tag &tag, const Reading &reading, const JsonStyle &style, Time
     const Variable &variable = tag.variable;
     const Area &area = *areaOf(variable.area);
     Json json;
+    if (!tag.name.isEmpty())
+        json["name"] = utf8(tag.name);
     json["variable"] = utf8(textOf(tag));
     json["area"] = area.number;
     json["kind"] = utf8(nameOf(area.kind));
     if (tag.type)
         json["type"] = tag.type->name;
+    if (!tag.unit.isEmpty())
+        json["unit"] = utf8(tag.unit);
     json["station"] = variable.station;
     json["wireCode"] = area.code;
     json["wireAddress"] = variable.address;
@@ -80,6 +92,8 @@ Json jsonOf(const Tag &tag, const Reading &reading, const JsonStyle &style, Time
     addReason(json, reading.reason);
     if (reading.quality != Quality::Unknown) {
         json["values"] = valuesJson(tag, style.format, reading.values);
+        if (!tag.scaling.isNone())
+            json["raw"] = rawJson(tag, style.format, reading.values);
         json["time"] = utf8(style.clock.text(reading.time));
         json["ageMs"] = millisecondsOf(now - reading.time);
     }

@@ -85,9 +85,35 @@ std::vector<Variable> variablesOf(const std::vector<Tag> &tags)
     return variables;
 }
 
+QString titleOf(const Tag &tag)
+{
+    return tag.unit.isEmpty() ? tag.name : QStringLiteral("%1 [%2]").arg(tag.name, tag.unit);
+}
+
+QStringList valueTexts(const Tag &tag, Format format, const std::vector<quint32> &elements)
+{
+    const ValueType &type = tag.typeIn(format);
+    QStringList texts = valueTexts(type, tag.kind(), elements);
+    if (!tag.scaling.isNone())
+        for (QString &text : texts)
+            text = scaledText(tag.scaling, type, text);
+    return texts;
+}
+
 QString valuesText(const Tag &tag, Format format, const std::vector<quint32> &elements)
 {
-    return valueTexts(tag.typeIn(format), tag.kind(), elements).join(QLatin1Char(' '));
+    return valueTexts(tag, format, elements).join(QLatin1Char(' '));
+}
+
+int widestText(const Tag &tag, Format format)
+{
+    return widestText(tag.scaling, tag.typeIn(format));
+}
+
+std::vector<quint32> parseValue(const QString &text, const Tag &tag, Format format)
+{
+    const ValueType &type = tag.typeIn(format);
+    return parseValue(rawText(tag.scaling, type, text), type, tag.kind());
 }
 
 } // namespace fgs

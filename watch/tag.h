@@ -3,7 +3,7 @@
 #define FGS_WATCH_TAG_H
 
 #include "host/variable.h"
-#include "value_type.h"
+#include "scaling.h"
 
 namespace fgs
 {
@@ -11,6 +11,9 @@ namespace fgs
 struct Tag {
     Variable variable;               ///< counted in elements
     const ValueType *type = nullptr; ///< null: as the format of the whole run says
+    QString name = QString();        ///< in a file of named variables; empty: it has none
+    QString unit = QString();
+    Scaling scaling = Scaling(); ///< none unless there is a type
 
     const ValueType &typeIn(Format format) const;
     AreaKind kind() const { return areaOf(variable.area)->kind; }
@@ -24,8 +27,17 @@ Tag parseTag(const QString &text, int defaultStation = 1);
 QString textOf(const Tag &tag);
 std::vector<Variable> variablesOf(const std::vector<Tag> &tags);
 
-/// The values in the elements, with a space between two.
+/// "oven_temp [°C]"; empty if it has no name.
+QString titleOf(const Tag &tag);
+
+/// The values in the elements in engineering units, one text each.
+QStringList valueTexts(const Tag &tag, Format format, const std::vector<quint32> &elements);
+/// The same with a space between two.
 QString valuesText(const Tag &tag, Format format, const std::vector<quint32> &elements);
+/// The longest text of one value; 0 if that depends on the value.
+int widestText(const Tag &tag, Format format);
+/// The elements of one value in engineering units. Throws TextError.
+std::vector<quint32> parseValue(const QString &text, const Tag &tag, Format format);
 
 } // namespace fgs
 

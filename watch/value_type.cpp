@@ -93,18 +93,6 @@ QString integerText(const ValueType &type, quint32 value)
     }
 }
 
-qint64 lowestOf(const ValueType &type)
-{
-    const bool takesSign = type.meaning == ValueType::Signed || !hasName(type);
-    return takesSign && type.size != Bit ? -(qint64(1) << (bitsOf(type.size) - 1)) : 0;
-}
-
-qint64 highestOf(const ValueType &type)
-{
-    const bool hasSign = type.meaning == ValueType::Signed && hasName(type);
-    return (qint64(1) << (bitsOf(type.size) - (hasSign ? 1 : 0))) - 1;
-}
-
 /// Negative ones in two's complement.
 quint32 parseInteger(const QString &text, const ValueType &type)
 {
@@ -243,6 +231,18 @@ QString typeNames()
 const ValueType &typeFor(AreaKind kind, Format format)
 {
     return unnamedTypes[kind == Bit ? 0 : kind == Word ? 1 : 2][static_cast<std::size_t>(format)];
+}
+
+qint64 lowestOf(const ValueType &type)
+{
+    const bool takesSign = type.meaning == ValueType::Signed || !hasName(type);
+    return takesSign && type.size != Bit ? -(qint64(1) << (bitsOf(type.size) - 1)) : 0;
+}
+
+qint64 highestOf(const ValueType &type)
+{
+    const bool hasSign = type.meaning == ValueType::Signed && hasName(type);
+    return (qint64(1) << (bitsOf(type.size) - (hasSign ? 1 : 0))) - 1;
 }
 
 int elementsPerValue(const ValueType &type, AreaKind kind)

@@ -31,6 +31,10 @@ const ValueType &typeFor(AreaKind kind, Format format);
 
 /// 0 if an area of the kind cannot hold the type.
 int elementsPerValue(const ValueType &type, AreaKind kind);
+/// The ends of the range of one value; of a float or a text without meaning. A type without a name takes numbers
+/// with and without a sign.
+qint64 lowestOf(const ValueType &type);
+qint64 highestOf(const ValueType &type);
 /// The longest text of one value; 0 if that depends on the value (of Text).
 int widestText(const ValueType &type);
 

@@ -24,7 +24,8 @@ void checkFgs(const Arguments &arguments)
 {
     try {
         const fgs::Options options = fgs::parseArguments(int(arguments.size()), arguments.data());
-        require(!options.variables.empty() || options.command == fgs::Options::Decode, "no variables");
+        require(!options.variables.empty() || !options.file.empty() || options.command == fgs::Options::Decode,
+                "no variables");
         require(isBetween(options.station, 0, 255) && isBetween(options.host.retries, 0, 1000) &&
                     isBetween(options.seconds, 0, 1e9) && options.rounds >= 0 && options.interval.count() >= 0 &&
                     options.host.timing.timeout.count() > 0,

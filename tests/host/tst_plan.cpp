@@ -142,6 +142,39 @@ TEST(ExactBlocks, AreJoinedButNotAcrossABarrier)
     EXPECT_EQ(exactBlocks({wanted[0], wanted[1]}, {{1, 5, 6, 7}}, 64), (Spans{{1, 5, 0, 4}, {1, 5, 10, 14}}));
 }
 
+TEST(ExactBlocks, KeepWhatFitsIntoOneWhole)
+{
+    EXPECT_EQ(exactBlocks({{1, 5, 0, 3}, {1, 5, 3, 5}, {1, 5, 4, 5}}, {}, 4), (Spans{{1, 5, 0, 3}, {1, 5, 3, 5}}));
+    EXPECT_EQ(exactBlocks({{1, 5, 0, 3}, {1, 5, 1, 2}, {1, 5, 2, 4}}, {}, 4), (Spans{{1, 5, 0, 4}}));
+    EXPECT_EQ(exactBlocks({{1, 5, 7, 15}}, {}, 5), (Spans{{1, 5, 7, 11}, {1, 5, 11, 15}}));
+}
+
+/// Whether every pair of words from the first on is in one of the blocks.
+bool areWhole(const Spans &blocks, const Span &variable)
+{
+    for (int first = variable.first; first < variable.end; first += 2)
+        if (std::none_of(blocks.begin(), blocks.end(),
+                         [first](const Span &block) { return block.first <= first && first + 2 <= block.end; }))
+            return false;
+    return true;
+}
+
+TEST(ValuesOverTwoWords, AreNeverTornBetweenBlocks)
+{
+    for (int block = MinBlockWords; block <= MaxBlockWords; ++block)
+        for (const char *text : {"5:0x250", "5:3x700", "5:3x4", "5:1x6000"}) {
+            const std::vector<Variable> variables = parse({"5:0x3", text, "5:9000"});
+            const Storage storage = storageFor(variables, block);
+            Spans wishes;
+            for (const HOST_VAR &wish : cyclicWishes(variables, storage))
+                wishes.push_back({1, 5, wish.address.toInt(), wish.address.toInt() + wish.length});
+            EXPECT_TRUE(areWhole(wishes, spanOf(variables[1]))) << text << " in blocks of " << block;
+            EXPECT_TRUE(areWhole(exactBlocks({spanOf(variables[0]), spanOf(variables[1])}, {}, block),
+                                 spanOf(variables[1])))
+                << text << " in exact blocks of " << block;
+        }
+}
+
 TEST(ExactBlocks, AreWidenedAwayFromBarriers)
 {
     EXPECT_EQ(widenedAway({1, 5, 100, 101}, {}), (Span{1, 5, 99, 101}));

@@ -7,7 +7,7 @@ allowed() {
     case $1 in
     formats) echo 'formats' ;;
     host) echo 'host' ;;
-    watch) echo 'host watch' ;;
+    watch) echo 'formats host watch' ;;
     sim) echo 'sim' ;;
     tools/fgs) echo 'formats host watch tools tools/fgs' ;;
     tools/fgs-sim) echo 'formats sim tools tools/fgs-sim' ;;

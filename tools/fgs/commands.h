@@ -11,6 +11,8 @@ int readCommand(const Options &options, Stop &stop);
 int writeCommand(const Options &options, Stop &stop);
 int pollCommand(const Options &options, Stop &stop);
 int decodeCommand(const Options &options, Stop &stop);
+/// Opens no link and waits for nothing.
+int planCommand(const Options &options);
 
 } // namespace fgs
 

@@ -14,8 +14,13 @@ struct Example {
 const Example examples[] = {
     {"read",
      "  fgs read  /dev/ttyUSB0:19200,8E1 5:100x4 0:17@2     four words of station 1 and a bit of station 2\n"},
+    {"read", "  fgs read  line.toml oven_temp 5:100                by name, from a file of named variables\n"},
     {"write", "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n"},
+    {"write", "  fgs write line.toml oven_sp=12.5                    in engineering units\n"},
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
+    {"poll", "  fgs poll  line.toml                                 all that the file names\n"},
+    {"plan", "  fgs plan  9600,8N1 5:100x4 5:120:f32 2:17x40        blocks, frames and cycle times of a list\n"},
+    {"plan", "  fgs plan  line.toml --block 31                      the same of a file, with other blocks\n"},
     {"decode", "  fgs decode 01FE0108026400AABE                       a frame, byte by byte\n"
                "  fgs decode line.pcapng                              a trace: each request with what came for it\n"
                "  socat -x ... 2>&1 | fgs decode                      what socat shows, while it comes\n"},
@@ -27,6 +32,15 @@ fgs help COMMAND tells the arguments of one command.
 
 const char *const LinkForm = R"(
 LINK is DEVICE[:BAUD[,8E1]] (without settings 19200,8E1) or tcp:HOST:PORT.
+)";
+
+const char *const Files = R"(
+FILE.toml names variables, for example
+  link = "/dev/ttyUSB0:19200,8E1"
+  [[group]]
+  name = "oven"
+  tag = [ { name = "oven_sp", variable = "5:101:s16", scale = 0.1, unit = "°C" } ]
+Values are scaled then: value = raw * scale + offset. A written value has to fall on a step of the raw one.
 )";
 
 const char *const Variables = R"(
@@ -95,7 +109,7 @@ std::string notesOf(const std::string &command)
         return std::string(Commands) + Codes;
     if (command == "decode")
         return Inputs;
-    return std::string(LinkForm) + Variables + Types + (command == "write" ? Assignments : "") +
+    return std::string(LinkForm) + Files + Variables + Types + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }
 

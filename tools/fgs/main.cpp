@@ -23,6 +23,8 @@ int run(const fgs::Options &options, fgs::Stop &stop)
         return fgs::pollCommand(options, stop);
     case fgs::Options::Decode:
         return fgs::decodeCommand(options, stop);
+    case fgs::Options::Plan:
+        return fgs::planCommand(options);
     }
     return fgs::ExitOther;
 }
@@ -36,9 +38,10 @@ int fail(int code, const std::exception &error)
 int runProgram(int argc, char **argv, fgs::Stop &stop)
 {
     try {
-        const fgs::Options options = fgs::parseArguments(argc, argv); // before Qt may change the form of numbers
-        int nameOnly = 1;                                             // the arguments are not for Qt
+        fgs::Options options = fgs::parseArguments(argc, argv); // before Qt may change the form of numbers
+        int nameOnly = 1;                                       // the arguments are not for Qt
         const QCoreApplication application(nameOnly, argv);
+        fgs::takeFile(options);
         return run(options, stop);
     } catch (const fgs::Finished &finished) {
         (finished.code ? fgs::printMessage : fgs::printLine)(QString::fromStdString(finished.text).trimmed());

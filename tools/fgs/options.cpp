@@ -5,6 +5,7 @@
 #include "host/text_error.h"
 
 #include <CLI/CLI.hpp>
+#include <QtCore/QRegularExpression>
 #include <sstream>
 
 namespace fgs
@@ -62,24 +63,34 @@ void addMilliseconds(CLI::App &app, const std::string &name, Time &time, int low
         ->type_name("MS");
 }
 
-void addLinkOptions(CLI::App &app, Options &options)
+/// Of every command.
+void addPlaceOptions(CLI::App &app, Options &options, bool needsLink)
 {
-    app.add_option("LINK", options.link, "Where the controllers are")->required()->type_name("");
+    app.add_option("LINK", options.link,
+                   "Where the controllers are, or FILE.toml with the link and names of variables")
+        ->required(needsLink)
+        ->type_name("");
+    app.add_option("--link", options.otherLink, "In place of the link in FILE.toml")->type_name("LINK");
     app.add_option("--station", options.station,
                    "Station of every VAR without @STATION" + defaultText(options.station))
         ->type_name("N")
         ->check(CLI::Range(0, MaxStation));
-    addMilliseconds(app, "--timeout", options.host.timing.timeout, 1, "Time limit of an answer");
-    addMilliseconds(app, "--late", options.host.timing.late, 0, "How long after that it may still come");
-    addMilliseconds(app, "--gap", options.host.timing.gap, 0, "Least silence before a request");
-    app.add_option("--retries", options.host.retries,
-                   "How often a failing request is repeated" + defaultText(options.host.retries))
-        ->type_name("N")
-        ->check(CLI::Range(0, 1000));
     app.add_option("--block", options.host.blockWords,
                    "Most words that one block reads, with bits at most 31" + defaultText(options.host.blockWords))
         ->type_name("WORDS")
         ->check(CLI::Range(MinBlockWords, MaxBlockWords));
+    addMilliseconds(app, "--gap", options.host.timing.gap, 0, "Least silence before a request");
+}
+
+/// Of those that talk to controllers.
+void addLinkOptions(CLI::App &app, Options &options)
+{
+    addMilliseconds(app, "--timeout", options.host.timing.timeout, 1, "Time limit of an answer");
+    addMilliseconds(app, "--late", options.host.timing.late, 0, "How long after that it may still come");
+    app.add_option("--retries", options.host.retries,
+                   "How often a failing request is repeated" + defaultText(options.host.retries))
+        ->type_name("N")
+        ->check(CLI::Range(0, 1000));
 }
 
 std::uint64_t traceLimitIn(const std::string &text)
@@ -116,6 +127,12 @@ void addOutputOptions(CLI::App &app, Options &options)
     app.add_flag("--quiet", options.quiet, "No summary and no notes");
 }
 
+void addPlanOptions(CLI::App &app, Options &options)
+{
+    addMilliseconds(app, "--answer", options.answer, 0, "What the controller takes from a request to its reply");
+    app.add_flag("--json", options.json, "One JSON object");
+}
+
 void addNoOptions(CLI::App &, Options &) {}
 
 void addPollOptions(CLI::App &app, Options &options)
@@ -142,30 +159,91 @@ struct Command {
     Options::Command command;
     const char *name;
     const char *help;
-    const char *what; ///< it reads, writes or polls; null: it needs no link
+    const char *what; ///< it reads, writes, polls or plans; null: all its options are its own
+    bool opensLink;
     void (*addOwnOptions)(CLI::App &app, Options &options);
 };
 
 const Command Commands[] = {
-    {Options::Read, "read", "Prints the values of variables.", "VAR", addNoOptions},
-    {Options::Write, "write", "Writes values, then reads them back and compares.", "ASSIGNMENT", addNoOptions},
+    {Options::Read, "read", "Prints the values of variables.", "VAR", true, addNoOptions},
+    {Options::Write, "write", "Writes values, then reads them back and compares.", "ASSIGNMENT", true,
+     addNoOptions},
     {Options::Poll, "poll", "Reads variables round and round: a live table on a terminal, else a line a change.",
-     "VAR", addPollOptions},
-    {Options::Decode, "decode", "Explains what was on a line: traces, and bytes in hexadecimal.", nullptr,
+     "VAR", true, addPollOptions},
+    {Options::Plan, "plan",
+     "Shows what the driver would send for variables, and what that costs the line; opens no link.", "VAR", false,
+     addPlanOptions},
+    {Options::Decode, "decode", "Explains what was on a line: traces, and bytes in hexadecimal.", nullptr, false,
      addDecodeOptions},
 };
+
+std::string whatText(const Command &command)
+{
+    return "What to " + std::string(command.name) +
+           (command.command == Options::Write ? "" : "; with FILE.toml all that it names if left out");
+}
+
+const char *whatOf(const Options &options)
+{
+    return std::find_if(std::begin(Commands), std::end(Commands),
+                        [&options](const Command &each) { return each.command == options.command; })
+        ->what;
+}
+
+bool isFile(const std::string &link)
+{
+    const std::string ending = ".toml";
+    return link.size() >= ending.size() && link.compare(link.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+bool isVariable(const std::string &text)
+{
+    static const QRegularExpression form(QStringLiteral("^[0-9]+:[0-9]"));
+    return form.match(QString::fromStdString(text)).hasMatch();
+}
+
+/// Nothing is opened, so the link may be left out, and of its settings alone a link is made.
+void supplyPlannedLink(Options &options)
+{
+    static const QRegularExpression settings(QStringLiteral("^[0-9]+(,[5-8][NEO][12])?$"));
+    if (isVariable(options.link))
+        options.variables.insert(options.variables.begin(), std::exchange(options.link, {}));
+    else if (settings.match(QString::fromStdString(options.link)).hasMatch())
+        options.link = "/dev/line:" + options.link;
+}
+
+/// The first argument is a file or a link. Throws what CLI11 would.
+void tellFileFromLink(Options &options)
+{
+    if (options.command == Options::Plan)
+        supplyPlannedLink(options);
+    if (isFile(options.link))
+        options.file = std::exchange(options.link, options.otherLink);
+    else if (!options.otherLink.empty())
+        throw CLI::ValidationError("--link", "it replaces the link of a file, and there is none; write " +
+                                                 options.otherLink + " in place of " + options.link);
+    if (options.variables.empty() && options.file.empty())
+        throw CLI::RequiredError(whatOf(options));
+}
+
+void addVariableOptions(CLI::App &app, Options &options, const Command &command)
+{
+    addPlaceOptions(app, options, command.opensLink);
+    if (command.opensLink) {
+        addLinkOptions(app, options);
+        addOutputOptions(app, options);
+    }
+    app.add_option(command.what, options.variables, whatText(command))
+        ->required(command.command == Options::Write)
+        ->type_name("");
+}
 
 void addCommand(CLI::App &app, Options &options, const Command &command)
 {
     CLI::App *const sub = app.add_subcommand(command.name, command.help);
     sub->callback([&options, &command] { options.command = command.command; });
-    if (command.what) {
-        addLinkOptions(*sub, options);
-        addOutputOptions(*sub, options);
-        sub->add_option(command.what, options.variables, "What to " + std::string(command.name))
-            ->required()
-            ->type_name("");
-    }
+    if (command.what)
+        addVariableOptions(*sub, options, command);
     command.addOwnOptions(*sub, options);
 }
 
@@ -258,6 +336,8 @@ Options parseArguments(int argc, const char *const *argv)
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 wants them
     try {
         app.parse(arguments);
+        if (whatOf(options))
+            tellFileFromLink(options);
         if (const std::string fault = formats::faultOf(options.trace); !fault.empty())
             throw Finished{ExitUsage, "fgs: " + fault};
     } catch (const CLI::ParseError &error) {
@@ -266,11 +346,26 @@ Options parseArguments(int argc, const char *const *argv)
     return options;
 }
 
+void takeFile(Options &options)
+{
+    if (options.file.empty())
+        return;
+    options.named = readTagFile(QString::fromStdString(options.file), options.station);
+    if (options.link.empty())
+        options.link = options.named.link.toStdString();
+    if (options.link.empty() && options.command != Options::Plan)
+        throw TextError(QStringLiteral("file '%1' has no link; add one, like link = \"/dev/ttyUSB0:19200,8E1\", or "
+                                       "give --link LINK")
+                            .arg(QString::fromStdString(options.file)));
+}
+
 std::vector<Tag> readableTags(const Options &options)
 {
+    if (options.variables.empty())
+        return options.named.tags();
     std::vector<Tag> tags;
     for (const std::string &text : options.variables) {
-        tags.push_back(parseTag(QString::fromStdString(text), options.station));
+        tags.push_back(tagMeant(options.named, QString::fromStdString(text), options.station));
         if (tags.back().variable.station == 0)
             throw TextError(QStringLiteral("variable '%1': station 0 means all stations and cannot be read")
                                 .arg(QString::fromStdString(text)));

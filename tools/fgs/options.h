@@ -4,7 +4,7 @@
 
 #include "formats/trace_settings.h"
 #include "host/host.h"
-#include "watch/tag.h"
+#include "watch/tag_file.h"
 
 #include <string>
 
@@ -12,12 +12,15 @@ namespace fgs
 {
 
 struct Options {
-    enum Command { Read, Write, Poll, Decode };
+    enum Command { Read, Write, Poll, Plan, Decode };
     Command command = Read;
-    std::string link;
-    std::vector<std::string> variables; ///< of write with their values
+    std::string file;                   ///< of named variables; empty: none is given
+    std::string otherLink;              ///< in place of the file's
+    std::string link;                   ///< empty: the file has it
+    std::vector<std::string> variables; ///< names too if there is a file; of write with their values
     std::vector<std::string> inputs;    ///< of decode: hexadecimal digits, files, "-"
     int station = 1;                    ///< of variables without @STATION
+    TagFile named;                      ///< what the file holds, once takeFile() has read it
     HostOptions host;
     Format format = Format::Unsigned;
     bool json = false;
@@ -26,6 +29,7 @@ struct Options {
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
+    Time answer = Time(0);   ///< plan: of the controller, from a request to its reply
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
 };
 
@@ -38,7 +42,10 @@ struct Finished {
 /// Throws Finished for help, version and every error in the options. Link, variables and values are still texts.
 Options parseArguments(int argc, const char *const *argv);
 
-/// Throws TextError.
+/// Reads the file, if one is given, and takes the link from it unless there is another. Throws TextError.
+void takeFile(Options &options);
+
+/// What the texts mean; without any all that the file holds. Throws TextError.
 std::vector<Tag> readableTags(const Options &options);
 
 } // namespace fgs

@@ -112,7 +112,9 @@ QString placeText(const Tag &tag)
     QString wire = QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
     if (variable.count > 1)
         wire += QStringLiteral("..%1").arg(variable.address + variable.count - 1);
-    return QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
+    const QString place =
+        QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
+    return tag.name.isEmpty() ? place : QStringLiteral("%1  %2").arg(place).arg(titleOf(tag), -16);
 }
 
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now)

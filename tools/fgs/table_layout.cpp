@@ -29,9 +29,15 @@ QString ageText(const Reading &reading, Time now)
 }
 
 /// With its mark, and a space before the next.
-int cellWidth(const ValueType &type)
+int cellWidth(const Tag &tag, Format format)
 {
-    return widestText(type) + 2;
+    return widestText(tag, format) + 2;
+}
+
+/// What stands in the column of variables.
+QString variableText(const Tag &tag)
+{
+    return tag.name.isEmpty() ? textOf(tag) : titleOf(tag) + QLatin1Char(' ') + textOf(tag);
 }
 
 bool isAny(const std::vector<bool> &marked, std::size_t from, std::size_t count)
@@ -52,9 +58,9 @@ TableLayout::TableLayout(const std::vector<Tag> &tags, Format valueFormat, int s
         Tag last = tag; // a further row names one value, with its station
         last.variable.count = tag.elementsPerValue(format);
         last.variable.address += tag.variable.count - last.variable.count;
-        placeWidth = std::max({placeWidth, int(textOf(tag).size()), int(textOf(last).size())});
+        placeWidth = std::max({placeWidth, int(variableText(tag).size()), int(textOf(last).size())});
         wireWidth = std::max(wireWidth, int(wireText(last.variable).size()));
-        widestValue = std::max(widestValue, cellWidth(tag.typeIn(format)) - 1);
+        widestValue = std::max(widestValue, cellWidth(tag, format) - 1);
     }
 }
 
@@ -64,9 +70,9 @@ int TableLayout::valueColumns() const
 }
 
 /// A power of two, so that the addresses of further rows are easy to count; the space after the last is not needed.
-int TableLayout::cellsPerRow(const ValueType &type) const
+int TableLayout::cellsPerRow(const Tag &tag) const
 {
-    const int room = (valueColumns() + 1) / cellWidth(type);
+    const int room = (valueColumns() + 1) / cellWidth(tag, format);
     int cells = 1;
     while (2 * cells <= room)
         cells *= 2;
@@ -95,7 +101,7 @@ int TableLayout::valueRowCount(const Tag &tag, const Reading &reading) const
     if (type.meaning == ValueType::Text)
         return int(textRows(tag, reading, {}).size());
     const int values = static_cast<int>(reading.values.size()) / tag.elementsPerValue(format);
-    const int perRow = cellsPerRow(type);
+    const int perRow = cellsPerRow(tag);
     return (values + perRow - 1) / perRow;
 }
 
@@ -121,9 +127,8 @@ QStringList TableLayout::textRows(const Tag &tag, const Reading &reading, const 
 
 QStringList TableLayout::numberRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const
 {
-    const ValueType &type = tag.typeIn(format);
-    const int perRow = cellsPerRow(type), each = tag.elementsPerValue(format);
-    const QStringList texts = valueTexts(type, tag.kind(), reading.values);
+    const int perRow = cellsPerRow(tag), each = tag.elementsPerValue(format);
+    const QStringList texts = valueTexts(tag, format, reading.values);
     QStringList made;
     for (int i = 0; i < texts.size(); ++i) {
         if (i % perRow == 0)
@@ -131,9 +136,9 @@ QStringList TableLayout::numberRows(const Tag &tag, const Reading &reading, cons
         const bool isMarked = isAny(marked, std::size_t(i) * std::size_t(each), std::size_t(each));
         const QString cell = (isMarked ? QStringLiteral("*") : QString()) + texts[i];
         made.last() +=
-            (i % perRow == 0 ? QString() : QStringLiteral(" ")) + cell.rightJustified(cellWidth(type) - 1);
+            (i % perRow == 0 ? QString() : QStringLiteral(" ")) + cell.rightJustified(cellWidth(tag, format) - 1);
     }
-    if (valueColumns() < cellWidth(type) - 1) // a number is shown whole or not at all
+    if (valueColumns() < cellWidth(tag, format) - 1) // a number is shown whole or not at all
         for (QString &row : made)
             row.clear();
     return made;
@@ -153,14 +158,14 @@ QString TableLayout::furtherLead(const Tag &tag, int row) const
         return joined({}, {}, {});
     Tag first = tag;
     first.variable.count = tag.elementsPerValue(format);
-    first.variable.address += row * cellsPerRow(type) * first.variable.count;
+    first.variable.address += row * cellsPerRow(tag) * first.variable.count;
     return joined({}, textOf(first), wireText(first.variable));
 }
 
 QStringList TableLayout::rows(const Tag &tag, const Reading &reading, const QString &reason,
                               const std::vector<bool> &marked, Time now) const
 {
-    const QString lead = joined(ageText(reading, now), textOf(tag), wireText(tag.variable));
+    const QString lead = joined(ageText(reading, now), variableText(tag), wireText(tag.variable));
     QStringList made;
     for (const QString &row : valueRows(tag, reading, marked))
         made << (made.isEmpty() ? lead : furtherLead(tag, int(made.size()))) + row;

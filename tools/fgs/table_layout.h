@@ -29,7 +29,7 @@ public:
 
 private:
     int valueColumns() const;
-    int cellsPerRow(const ValueType &type) const;
+    int cellsPerRow(const Tag &tag) const;
     int valueRowCount(const Tag &tag, const Reading &reading) const;
     QStringList valueRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const;
     QStringList textRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const;

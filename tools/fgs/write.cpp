@@ -13,9 +13,12 @@ const Time LinkReturn = 5s;  ///< that a lost link is waited for, to read back w
 
 std::vector<Assignment> parseAssignments(const Options &options)
 {
+    const TagReader meant = [&options](const QString &text) {
+        return tagMeant(options.named, text, options.station);
+    };
     std::vector<Assignment> assignments;
     for (const std::string &text : options.variables) {
-        assignments.push_back(parseAssignment(QString::fromStdString(text), options.station, options.format));
+        assignments.push_back(parseAssignment(QString::fromStdString(text), meant, options.format));
         if (assignments.back().tag.variable.count > MostValues)
             throw TextError(QStringLiteral("assignment to %1: more than %2 values; split it")
                                 .arg(textOf(assignments.back().tag.variable))
