@@ -6,25 +6,36 @@ namespace fgs
 namespace
 {
 
-/// CRC-16: polynomial 0x8005 reflected, initial value 0xFFFF, no final XOR; "123456789" gives 0x4B37.
-int crc16(FrameView frame)
-{
-    unsigned crc = 0xFFFF;
-    for (int i = 0; i < frame.size; ++i) {
-        crc ^= static_cast<unsigned>(frame.at(i));
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc & 1 ? crc >> 1 ^ 0xA001 : crc >> 1;
-    }
-    return static_cast<int>(crc);
-}
-
 bool isAcknowledge(FrameView frame)
 {
     return frame.size >= AcknowledgeSize && frame.at(CommandAt) == WriteCommand &&
            frame.at(CountAt) == Acknowledged;
 }
 
+/// A write has one entry; one of bits sets a single one, whatever its count says.
+int writeSize(FrameView start)
+{
+    const int dataAt = EntriesAt + RequestEntrySize;
+    const Area *const area = start.size > EntriesAt + 1 ? areaOfCode(start.at(EntriesAt)) : nullptr;
+    if (!area || start.at(CountAt) != 1)
+        return 0;
+    const int data = area->kind == AreaKind::Bit ? 1 : dataSize(*area, start.at(EntriesAt + 1));
+    return dataAt + data + CrcSize;
+}
+
 } // namespace
+
+// CRC-16: polynomial 0x8005 reflected, initial value 0xFFFF, no final XOR; "123456789" gives 0x4B37.
+int checkCode(FrameView bytes)
+{
+    unsigned crc = 0xFFFF;
+    for (int i = 0; i < bytes.size; ++i) {
+        crc ^= static_cast<unsigned>(bytes.at(i));
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc & 1 ? crc >> 1 ^ 0xA001 : crc >> 1;
+    }
+    return static_cast<int>(crc);
+}
 
 int dataSize(const Area &area, int count)
 {
@@ -33,7 +44,19 @@ int dataSize(const Area &area, int count)
 
 bool hasGoodCheck(FrameView frame)
 {
-    return frame.size >= CrcSize && frame.le16(frame.size - CrcSize) == crc16({frame.bytes, frame.size - CrcSize});
+    return frame.size >= CrcSize &&
+           frame.le16(frame.size - CrcSize) == checkCode({frame.bytes, frame.size - CrcSize});
+}
+
+int requestSize(FrameView start)
+{
+    if (start.size < EntriesAt)
+        return 0;
+    if (start.at(CommandAt) == WriteCommand)
+        return writeSize(start);
+    const int entries = start.at(CountAt);
+    const bool isRead = start.at(CommandAt) == ReadCommand && entries >= 1 && entries <= MaxEntries;
+    return isRead ? EntriesAt + entries * RequestEntrySize + CrcSize : 0;
 }
 
 int replySize(FrameView start)

@@ -35,8 +35,12 @@ const int MaxEntries = 6;  ///< blocks in one request
 
 /// Bytes of data that a count stands for.
 int dataSize(const Area &area, int count);
+/// The check code of these bytes, which a frame carries behind them with its low byte first.
+int checkCode(FrameView bytes);
 /// Whether the frame ends with the check code of what is before it.
 bool hasGoodCheck(FrameView frame);
+/// Bytes of the whole request that starts here, as its own counts tell; 0 if it is none, or they are not there.
+int requestSize(FrameView start);
 /// Bytes of the whole reply that starts here, as its own counts tell; 0 if it is none, or its counts are not there.
 int replySize(FrameView start);
 
