@@ -33,7 +33,7 @@ Time silenceBefore(const Link &link)
 }
 
 /// From the first byte of the question on.
-Time answerLimit(const Link &link, const Probe &probe)
+Time answerLimit(const Link &link, const ProbeSettings &probe)
 {
     return probe.patience + (QuestionSize + AnswerSize) * link.byteTime();
 }
@@ -69,7 +69,7 @@ Variable parseProbe(const QString &text)
     return place;
 }
 
-Time questionLimit(const Link &link, const Probe &probe)
+Time questionLimit(const Link &link, const ProbeSettings &probe)
 {
     return silenceBefore(link) + answerLimit(link, probe);
 }

@@ -13,7 +13,7 @@ namespace fgs
 {
 
 /// What is asked for, and how long an answer is waited for beside the time that the bytes take.
-struct Probe {
+struct ProbeSettings {
     Variable place = {5, 0, 1, 1}; ///< one word; the station does not matter
     Time patience = 200ms;
 };
@@ -21,7 +21,7 @@ struct Probe {
 /// A place of one word: AREA:ADDRESS. Throws TextError.
 Variable parseProbe(const QString &text);
 /// The longest that a question takes on a silent link, with the silence before it.
-Time questionLimit(const Link &link, const Probe &probe);
+Time questionLimit(const Link &link, const ProbeSettings &probe);
 
 struct Answer {
     enum AnswerKind {
@@ -44,7 +44,7 @@ class Prober
 public:
     /// What is known of the line's echo is the line's, not the prober's: all probers of a line share it. The link
     /// is open; both outlive the prober.
-    Prober(Link &theLink, const Probe &theProbe, std::optional<bool> &lineEchoes)
+    Prober(Link &theLink, const ProbeSettings &theProbe, std::optional<bool> &lineEchoes)
         : link(theLink), probe(theProbe), echoes(lineEchoes)
     {
     }
@@ -63,7 +63,7 @@ private:
     bool isEcho(int station);
 
     Link &link;
-    const Probe probe;
+    const ProbeSettings probe;
     std::optional<bool> &echoes;
 };
 

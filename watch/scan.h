@@ -15,7 +15,7 @@ namespace fgs
 struct ScanPlan {
     std::vector<QString> links; ///< one device with different settings, or one connection
     std::vector<int> stations;  ///< of 1..MaxStation
-    Probe probe;
+    ProbeSettings probe;
     Time listen = 3s; ///< to each link
 };
 

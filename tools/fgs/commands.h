@@ -10,6 +10,7 @@ namespace fgs
 int readCommand(const Options &options, Stop &stop);
 int writeCommand(const Options &options, Stop &stop);
 int pollCommand(const Options &options, Stop &stop);
+int scanCommand(const Options &options, Stop &stop);
 
 } // namespace fgs
 

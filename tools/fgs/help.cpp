@@ -16,6 +16,8 @@ const Example examples[] = {
      "  fgs read  /dev/ttyUSB0:19200,8E1 5:100x4 0:17@2     four words of station 1 and a bit of station 2\n"},
     {"write", "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n"},
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
+    {"scan", "  fgs scan  /dev/ttyUSB0                              speed, format and stations of a line\n"
+             "  fgs scan  /dev/ttyUSB0 --stations 1-8 --dry-run     what that would try, and how long it takes\n"},
 };
 
 const char *const Commands = R"(
@@ -52,6 +54,14 @@ With type text all behind = is one value; zeros fill it up to the count.
 After an assignment that is refused or not acknowledged, no further one is sent.
 )";
 
+const char *const ScanNotes = R"(
+It listens first. Good frames of a host that is polling already tell settings and stations, and nothing is sent. If
+nothing is heard, it reads one word of each station, never writes, and never asks all stations at once. A station counts
+after two good answers. The device is nobody else's meanwhile, and afterwards is as it was.
+Where the word looks like an echo of the question, the words beside it are read once, to know.
+LIST is 1,2,7-9 for stations, 9600,19200 for speeds, 8E1,8N1 for formats.
+)";
+
 const char *const Keys = R"(
 Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; q ends.
 )";
@@ -78,6 +88,8 @@ std::string notesOf(const std::string &command)
 {
     if (command.empty())
         return std::string(Commands) + Codes;
+    if (command == "scan")
+        return std::string(ScanNotes) + Codes;
     return std::string(LinkForm) + Variables + Types + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }

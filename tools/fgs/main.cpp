@@ -21,6 +21,8 @@ int run(const fgs::Options &options, fgs::Stop &stop)
         return fgs::writeCommand(options, stop);
     case fgs::Options::Poll:
         return fgs::pollCommand(options, stop);
+    case fgs::Options::Scan:
+        return fgs::scanCommand(options, stop);
     }
     return fgs::ExitOther;
 }

@@ -118,6 +118,44 @@ void addOutputOptions(CLI::App &app, Options &options)
 
 void addNoOptions(CLI::App &, Options &) {}
 
+/// Whole milliseconds.
+Time spanIn(const std::string &name, const std::string &text)
+{
+    return std::chrono::milliseconds(static_cast<int>(std::min(secondsIn(name, text), 1e6) * 1000));
+}
+
+void addSearchOptions(CLI::App &app, SearchOptions &search)
+{
+    app.add_option("--probe", search.probe,
+                   "The word that is read: any that all stations have (default " + search.probe + ")")
+        ->type_name("AREA:ADDRESS");
+    addMilliseconds(app, "--timeout", search.patience, 1,
+                    "Time limit of an answer, beside the time that its bytes take");
+    app.add_option_function<std::string>(
+           "--listen", [&search](const std::string &text) { search.listen = spanIn("--listen", text); },
+           "How long it is listened before anything is sent" +
+               defaultText(std::chrono::duration_cast<std::chrono::seconds>(search.listen).count()))
+        ->type_name("SECONDS");
+}
+
+void addScanOptions(CLI::App &app, Options &options)
+{
+    SearchOptions &search = options.search;
+    app.add_option("LINK", options.link, "The device, without settings, or tcp:HOST:PORT")
+        ->required()
+        ->type_name("");
+    app.add_option("--stations", search.stations,
+                   "Which are asked, the first of them ahead of the others (default 1-32)")
+        ->type_name("LIST");
+    app.add_option("--speeds", search.speeds, "Which are tried (default 19200,9600,115200,38400,57600,4800,2400)")
+        ->type_name("LIST");
+    app.add_option("--formats", search.formats, "Which are tried (default 8E1,8N1,8O1)")->type_name("LIST");
+    addSearchOptions(app, search);
+    app.add_flag("--dry-run", search.dryRun, "Tells what would be tried, and how long that takes at most");
+    app.add_flag("--json", options.json, "The result as one JSON object");
+    app.add_flag("--quiet", options.quiet, "No notes and no progress");
+}
+
 void addPollOptions(CLI::App &app, Options &options)
 {
     app.add_option_function<std::string>(
@@ -134,7 +172,7 @@ struct Command {
     Options::Command command;
     const char *name;
     const char *help;
-    const char *what; ///< it reads, writes or polls
+    const char *what; ///< it reads, writes or polls; null: all its options are its own
     void (*addOwnOptions)(CLI::App &app, Options &options);
 };
 
@@ -143,17 +181,21 @@ const Command Commands[] = {
     {Options::Write, "write", "Writes values, then reads them back and compares.", "ASSIGNMENT", addNoOptions},
     {Options::Poll, "poll", "Reads variables round and round: a live table on a terminal, else a line a change.",
      "VAR", addPollOptions},
+    {Options::Scan, "scan", "Finds the speed, the format and the stations of a line: listens, then asks.", nullptr,
+     addScanOptions},
 };
 
 void addCommand(CLI::App &app, Options &options, const Command &command)
 {
     CLI::App *const sub = app.add_subcommand(command.name, command.help);
     sub->callback([&options, &command] { options.command = command.command; });
-    addLinkOptions(*sub, options);
-    addOutputOptions(*sub, options);
-    sub->add_option(command.what, options.variables, "What to " + std::string(command.name))
-        ->required()
-        ->type_name("");
+    if (command.what) {
+        addLinkOptions(*sub, options);
+        addOutputOptions(*sub, options);
+        sub->add_option(command.what, options.variables, "What to " + std::string(command.name))
+            ->required()
+            ->type_name("");
+    }
     command.addOwnOptions(*sub, options);
 }
 

@@ -11,8 +11,19 @@
 namespace fgs
 {
 
+/// Of the commands that look for stations. Lists are still texts, empty for all that is usual.
+struct SearchOptions {
+    std::string probe = "5:0";
+    std::string stations;
+    std::string speeds;
+    std::string formats;
+    Time patience = 200ms; ///< with an answer, beside the time that the bytes take
+    Time listen = 3s;
+    bool dryRun = false;
+};
+
 struct Options {
-    enum Command { Read, Write, Poll };
+    enum Command { Read, Write, Poll, Scan };
     Command command = Read;
     std::string link;
     std::vector<std::string> variables; ///< of write with their values
@@ -26,6 +37,7 @@ struct Options {
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
+    SearchOptions search;
 };
 
 /// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
