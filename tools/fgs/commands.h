@@ -11,6 +11,7 @@ int readCommand(const Options &options, Stop &stop);
 int writeCommand(const Options &options, Stop &stop);
 int pollCommand(const Options &options, Stop &stop);
 int scanCommand(const Options &options, Stop &stop);
+int doctorCommand(const Options &options, Stop &stop);
 
 } // namespace fgs
 

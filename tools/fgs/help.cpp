@@ -18,6 +18,8 @@ const Example examples[] = {
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
     {"scan", "  fgs scan  /dev/ttyUSB0                              speed, format and stations of a line\n"
              "  fgs scan  /dev/ttyUSB0 --stations 1-8 --dry-run     what that would try, and how long it takes\n"},
+    {"doctor",
+     "  fgs doctor /dev/ttyUSB0:9600,8N1 --station 1,2      what is wrong with the line, and what to do\n"},
 };
 
 const char *const Commands = R"(
@@ -62,6 +64,11 @@ Where the word looks like an echo of the question, the words beside it are read 
 LIST is 1,2,7-9 for stations, 9600,19200 for speeds, 8E1,8N1 for formats.
 )";
 
+const char *const DoctorNotes = R"(
+Each check has a line: ok, found with a remedy, or not checked with the reason. fgs doctor --list tells them all.
+Nothing is sent but reads of one word, and nothing at all while another host polls the line.
+)";
+
 const char *const Keys = R"(
 Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; q ends.
 )";
@@ -70,7 +77,7 @@ const char *const Codes = R"(
 Data goes to stdout, messages and the summary to stderr.
 Exit code: 0 ok, 1 other, 2 usage, 3 the link cannot be opened or was lost, 4 no reply, 5 refused by the controller,
 6 bad reply, 7 the controller holds other values than were written, 8 some variables have no value or an old one,
-130 after Ctrl-C, 143 after SIGTERM.
+9 fgs doctor has found something to mend, 130 after Ctrl-C, 143 after SIGTERM.
 )";
 
 } // namespace
@@ -90,6 +97,8 @@ std::string notesOf(const std::string &command)
         return std::string(Commands) + Codes;
     if (command == "scan")
         return std::string(ScanNotes) + Codes;
+    if (command == "doctor")
+        return std::string(LinkForm) + DoctorNotes + Codes;
     return std::string(LinkForm) + Variables + Types + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }

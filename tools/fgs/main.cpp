@@ -23,6 +23,8 @@ int run(const fgs::Options &options, fgs::Stop &stop)
         return fgs::pollCommand(options, stop);
     case fgs::Options::Scan:
         return fgs::scanCommand(options, stop);
+    case fgs::Options::Doctor:
+        return fgs::doctorCommand(options, stop);
     }
     return fgs::ExitOther;
 }

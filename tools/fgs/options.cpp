@@ -140,7 +140,7 @@ void addSearchOptions(CLI::App &app, SearchOptions &search)
 
 void addScanOptions(CLI::App &app, Options &options)
 {
-    SearchOptions &search = options.search;
+    SearchOptions &search = options.scan;
     app.add_option("LINK", options.link, "The device, without settings, or tcp:HOST:PORT")
         ->required()
         ->type_name("");
@@ -168,6 +168,16 @@ void addPollOptions(CLI::App &app, Options &options)
     addMilliseconds(app, "--interval", options.interval, 0, "From the start of one round to the next");
 }
 
+void addDoctorOptions(CLI::App &app, Options &options)
+{
+    app.add_option("LINK", options.link, "What is looked at; not needed with --list")->type_name("");
+    app.add_option("--station", options.doctor.stations, "Which stations are to answer (default 1)")
+        ->type_name("LIST");
+    addSearchOptions(app, options.doctor);
+    app.add_flag("--list", options.list, "Tells the checks, and makes none");
+    app.add_flag("--json", options.json, "One JSON object a check, the counts last");
+}
+
 struct Command {
     Options::Command command;
     const char *name;
@@ -183,6 +193,8 @@ const Command Commands[] = {
      "VAR", addPollOptions},
     {Options::Scan, "scan", "Finds the speed, the format and the stations of a line: listens, then asks.", nullptr,
      addScanOptions},
+    {Options::Doctor, "doctor", "Looks for what keeps a line from working, and tells what to do.", nullptr,
+     addDoctorOptions},
 };
 
 void addCommand(CLI::App &app, Options &options, const Command &command)

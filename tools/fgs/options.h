@@ -23,7 +23,7 @@ struct SearchOptions {
 };
 
 struct Options {
-    enum Command { Read, Write, Poll, Scan };
+    enum Command { Read, Write, Poll, Scan, Doctor };
     Command command = Read;
     std::string link;
     std::vector<std::string> variables; ///< of write with their values
@@ -37,7 +37,9 @@ struct Options {
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
-    SearchOptions search;
+    SearchOptions scan;
+    SearchOptions doctor = {"5:0", "1", "", "", 1s, 1s, false};
+    bool list = false; ///< doctor: tells the checks only
 };
 
 /// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.

@@ -50,7 +50,7 @@ private:
 
 ScanPlan planOf(const Options &options, const ScannedLine &line)
 {
-    const SearchOptions &search = options.search;
+    const SearchOptions &search = options.scan;
     const QString link = QString::fromStdString(options.link);
     ScanPlan plan;
     plan.links = {link};
@@ -196,7 +196,7 @@ int scanCommand(const Options &options, Stop &stop)
 {
     ScannedLine line(QString::fromStdString(options.link));
     const ScanPlan plan = planOf(options, line);
-    if (!options.search.dryRun)
+    if (!options.scan.dryRun)
         return scanLine(line, plan, options, stop);
     const Time worst = worstTime(plan, line.maker());
     if (options.json)
