@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QList>
 #include <QtCore/QStringList>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -32,7 +33,7 @@ QString portName(const QString &path)
 
 struct Process {
     QString name;
-    QStringList arguments;
+    QList<QByteArray> arguments;
     QString text; ///< "NAME (pid N)"
 };
 
@@ -47,8 +48,8 @@ std::vector<Process> processes(const QString &root)
         const QString name = QString::fromLocal8Bit(contentOf(folder + QLatin1String("/comm")).trimmed());
         if (number.toInt() <= 0 || name.isEmpty())
             continue;
-        const QString line = QString::fromLocal8Bit(contentOf(folder + QLatin1String("/cmdline")));
-        all.push_back({name, line.split(QChar(0)), QStringLiteral("%1 (pid %2)").arg(name, number)});
+        all.push_back({name, contentOf(folder + QLatin1String("/cmdline")).split('\0'),
+                       QStringLiteral("%1 (pid %2)").arg(name, number)});
     }
     return all;
 }
@@ -72,8 +73,9 @@ bool isForModemManager(const QString &name)
 
 bool isGettyOn(const Process &process, const QString &name)
 {
+    const QByteArray port = QFile::encodeName(name);
     return process.name.endsWith(QLatin1String("getty")) &&
-           (process.arguments.contains(name) || process.arguments.contains(QLatin1String("/dev/") + name));
+           (process.arguments.contains(port) || process.arguments.contains("/dev/" + port));
 }
 
 } // namespace

@@ -296,7 +296,7 @@ Doctor::Result Doctor::silence()
     Overheard heard;
     char bytes[1024];
     const Time end = link->now() + plan.listen;
-    for (int size = 0; size >= 0 && link->now() < end && !link->isEnded();) {
+    for (int size = 0; size >= 0 && link->now() < end && !link->isEnded() && !heard.isRepeated();) {
         size = link->receive(bytes, static_cast<int>(sizeof bytes), end);
         heard.take(bytes, std::max(0, size));
     }

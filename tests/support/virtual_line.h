@@ -71,7 +71,7 @@ private:
     {
         const int colon = int(text.lastIndexOf(QLatin1Char(':')));
         const int comma = int(text.lastIndexOf(QLatin1Char(',')));
-        if (comma < colon)
+        if (comma < 0)
             return Time(0);
         const int bits = text.mid(comma + 2, 1) == QLatin1String("N") ? 10 : 11;
         return Time(std::chrono::seconds(1)) * bits / text.mid(colon + 1, comma - colon - 1).toInt();
