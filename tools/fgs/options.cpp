@@ -133,7 +133,7 @@ void addSearchOptions(CLI::App &app, SearchOptions &search)
                     "Time limit of an answer, beside the time that its bytes take");
     app.add_option_function<std::string>(
            "--listen", [&search](const std::string &text) { search.listen = spanIn("--listen", text); },
-           "How long it is listened before anything is sent" +
+           "How long to listen before anything is sent" +
                defaultText(std::chrono::duration_cast<std::chrono::seconds>(search.listen).count()))
         ->type_name("SECONDS");
 }
