@@ -99,7 +99,7 @@ public:
         if (tcgetattr(file.get(), &held) != 0)
             return {QString(), 0, 0, '?', 0};
         return {QString(), baudOf(cfgetospeed(&held)), dataBitsOf(held.c_cflag), parityOf(held.c_cflag),
-                held.c_cflag & CSTOPB ? 2 : 1};
+                (held.c_cflag & CSTOPB) != 0 ? 2 : 1};
     }
 
     std::optional<LineErrors> errors() const override

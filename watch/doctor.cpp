@@ -1,6 +1,7 @@
 #include "doctor.h"
 
 #include <algorithm>
+#include <map>
 #include <QtCore/QStringList>
 
 namespace fgs
@@ -10,6 +11,7 @@ namespace
 {
 
 const int MostTries = 3; ///< until a station gives a good answer
+const Time ShortLatency = 2ms;
 
 /// What a message says is wrong, and what it says to do.
 struct Parts {
@@ -241,7 +243,7 @@ Doctor::Result Doctor::settings()
     if (!held)
         return notHeld();
     link = held->linkWith(serial());
-    const Result opened = open();
+    Result opened = open();
     if (opened.mark != Mark::Ok)
         return opened;
     errorsBefore = held->errors();
@@ -267,7 +269,7 @@ Doctor::Result Doctor::latency()
     if (!timer)
         return {Mark::NotChecked, QStringLiteral("the device has no latency timer")};
     const QString text = QStringLiteral("the adapter collects bytes for %1 ms").arg(*timer / 1ms);
-    if (*timer <= 2ms)
+    if (*timer <= ShortLatency)
         return {Mark::Ok, text};
     return {Mark::Found, text,
             QStringLiteral("echo 1 | sudo tee /sys/class/tty/%1/device/latency_timer")
@@ -353,32 +355,38 @@ Doctor::Result Doctor::echo()
                            "other hosts may not")};
 }
 
+/// The first good answer of some tries, or the last of others.
+Answer Doctor::askPatiently(int station)
+{
+    Answer answer;
+    for (int tries = 0; tries < MostTries && answer.kind != Answer::Good && canAsk(); ++tries)
+        answer = ask(station);
+    return answer;
+}
+
 Doctor::Result Doctor::answers()
 {
     if (!canAsk())
         return notAsked();
-    std::vector<int> silent, garbled;
-    for (const int station : plan.stations) {
-        Answer answer;
-        for (int tries = 0; tries < MostTries && answer.kind != Answer::Good && canAsk(); ++tries)
-            answer = ask(station);
-        (answer.kind == Answer::Good      ? answering
-         : answer.kind == Answer::Garbled ? garbled
-                                          : silent)
-            .push_back(station);
-    }
+    std::map<Answer::AnswerKind, std::vector<int>> stations;
+    for (const int station : plan.stations)
+        stations[askPatiently(station).kind].push_back(station);
+    answering = stations[Answer::Good];
+    if (!canAsk())
+        return {Mark::Found, QStringLiteral("the link was lost: ") + link->error(),
+                QStringLiteral("check the plug and the adapter")};
     QStringList faults;
-    if (!garbled.empty())
-        faults << QStringLiteral("garbled answers from ") + listText(garbled);
-    if (!silent.empty())
-        faults << QStringLiteral("no answer from ") + listText(silent);
-    if (!faults.empty())
-        return {Mark::Found, faults.join(QStringLiteral(", ")),
-                (garbled.empty()
-                     ? QStringLiteral("check that it is on, its number, and the wires (A and B exchanged?); ")
-                     : QStringLiteral("most likely speed or format is wrong: ")) +
-                    scanHint()};
-    return {Mark::Ok, QStringLiteral("good answers from ") + listText(answering)};
+    if (stations.count(Answer::Garbled) != 0)
+        faults << QStringLiteral("garbled answers from ") + listText(stations[Answer::Garbled]);
+    if (stations.count(Answer::Silence) != 0)
+        faults << QStringLiteral("no answer from ") + listText(stations[Answer::Silence]);
+    if (faults.isEmpty())
+        return {Mark::Ok, QStringLiteral("good answers from ") + listText(answering)};
+    const QString remedy =
+        stations.count(Answer::Garbled) != 0
+            ? QStringLiteral("most likely speed or format is wrong: ")
+            : QStringLiteral("check that it is on, its number, and the wires (A and B exchanged?); ");
+    return {Mark::Found, faults.join(QStringLiteral(", ")), remedy + scanHint()};
 }
 
 Doctor::Result Doctor::roundTrips()

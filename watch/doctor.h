@@ -105,6 +105,7 @@ private:
     bool canAsk() const { return link && link->isOpen() && !isPolledByOthers; }
     Result notAsked() const;
     Answer ask(int station);
+    Answer askPatiently(int station);
 
     const DoctorPlan plan;
     DoctorSystem &system;

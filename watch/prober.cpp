@@ -89,10 +89,7 @@ Answer Prober::ask(int station)
 /// Whether questions for other words come back too.
 bool Prober::isEcho(int station)
 {
-    for (const int change : {1, 2})
-        if (!exchange(station, probe.place.address ^ change).isAlike)
-            return false;
-    return true;
+    return exchange(station, probe.place.address ^ 1).isAlike && exchange(station, probe.place.address ^ 2).isAlike;
 }
 
 Prober::Exchange Prober::exchange(int station, int address)

@@ -33,6 +33,9 @@ struct VirtualLine {
     };
     std::function<bool(const QString &link)> refuses = [](const QString &) { return false; };
 
+    /// Has other bytes arrive than an answer, on the link that is in use.
+    std::function<void(const QByteArray &bytes)> reply = [](const QByteArray &) {};
+
     Time clock = std::chrono::seconds(1000);
     std::vector<std::string> opened;
     std::vector<Question> sent;
@@ -61,6 +64,7 @@ public:
         line.opened.push_back(text.toStdString());
         if (!VirtualLink::open() || refusals || line.refuses(text))
             return opened = false;
+        line.reply = [this](const QByteArray &bytes) { arrive(line.answersAfter, bytes); };
         for (const auto &[after, bytes] : line.others(text))
             arrive(after, bytes);
         return true;

@@ -259,6 +259,20 @@ TEST_F(DoctorTest, FindsWrongSettingsByTheSilence)
     expectFound("stations", "no answer from stations 1, 2", "finds speed, format and stations");
 }
 
+TEST_F(DoctorTest, TellsGarbledAnswersFromNone)
+{
+    int asked = 0;
+    computer.line.loses = [&](const QByteArray &question) {
+        const bool isGarbled = frames::byteAt(question, 0) == 2;
+        asked += isGarbled;
+        if (isGarbled)
+            computer.line.reply(QByteArray("\x02\xFE\x10", 3));
+        return isGarbled;
+    };
+    expectFound("stations", "garbled answers from station 2", "speed or format is wrong");
+    EXPECT_EQ(asked, 3);
+}
+
 TEST_F(DoctorTest, GivesAStationThreeTries)
 {
     int asked = 0;

@@ -10,8 +10,8 @@ namespace fgs
 int readCommand(const Options &options, Stop &stop);
 int writeCommand(const Options &options, Stop &stop);
 int pollCommand(const Options &options, Stop &stop);
-int scanCommand(const Options &options, Stop &stop);
-int doctorCommand(const Options &options, Stop &stop);
+int scanCommand(const Options &options, const Stop &stop);
+int doctorCommand(const Options &options, const Stop &stop);
 
 } // namespace fgs
 

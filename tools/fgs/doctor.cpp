@@ -77,7 +77,7 @@ int codeOf(const std::vector<CheckResult> &findings)
 
 } // namespace
 
-int doctorCommand(const Options &options, Stop &stop)
+int doctorCommand(const Options &options, const Stop &stop)
 {
     if (options.list) {
         printChecks(QString::fromStdString(options.link));

@@ -192,7 +192,7 @@ try {
 
 } // namespace
 
-int scanCommand(const Options &options, Stop &stop)
+int scanCommand(const Options &options, const Stop &stop)
 {
     ScannedLine line(QString::fromStdString(options.link));
     const ScanPlan plan = planOf(options, line);

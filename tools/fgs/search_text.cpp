@@ -78,7 +78,7 @@ std::vector<QString> formatsIn(const std::string &list)
 
 QString durationText(Time time)
 {
-    const auto whole = (time + 999ms) / 1s;
+    const auto whole = std::chrono::ceil<std::chrono::seconds>(time).count();
     return whole < 60 ? QStringLiteral("%1 s").arg(whole)
                       : QStringLiteral("%1 min %2 s").arg(whole / 60).arg(whole % 60);
 }
