@@ -262,7 +262,7 @@ std::vector<std::pair<Time, QByteArray>> panel(const Numbers &stations, const Nu
 
 TEST_F(ScanTest, OnlyListensWhereAPanelIsPolling)
 {
-    line.others = [this](const QString &link) {
+    line.others = [](const QString &link) {
         return link == at("9600,8E1")
                    ? panel({2, 3}, {9})
                    : std::vector<std::pair<Time, QByteArray>>{{10ms, QByteArray("\xC0\x00\x1F", 3)}};
@@ -305,7 +305,7 @@ TEST_F(ScanTest, PassesOverSettingsThatTheDeviceRefuses)
 {
     line.rightLink = at("9600,8N1");
     line.stations = {1};
-    line.refuses = [this](const QString &link) { return link == at("19200,8E1"); };
+    line.refuses = [](const QString &link) { return link == at("19200,8E1"); };
     EXPECT_EQ(run().link, line.rightLink);
 }
 

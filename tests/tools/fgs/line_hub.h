@@ -6,6 +6,7 @@
 #include "support/pseudo_terminal.h"
 
 #include <atomic>
+#include <gtest/gtest.h>
 #include <memory>
 #include <poll.h>
 #include <QtCore/QString>
