@@ -66,7 +66,7 @@ LIST is 1,2,7-9 for stations, 9600,19200 for speeds, 8E1,8N1 for formats.
 
 const char *const DoctorNotes = R"(
 Each check has a line: ok, found with a remedy, or not checked with the reason. fgs doctor --list tells them all.
-Nothing is sent but reads of one word, and nothing at all while another host polls the line.
+Nothing is sent but reads of one word, and nothing at all where another host is heard polling.
 )";
 
 const char *const Keys = R"(
