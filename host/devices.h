@@ -30,6 +30,9 @@ std::variant<SerialAddress, TcpAddress> parseLink(const QString &text);
 std::unique_ptr<Link> makeLink(const SerialAddress &address);
 std::unique_ptr<Link> makeLink(const TcpAddress &address);
 
+/// Why the host of an address is not found, and what to do; empty if it is. The stop ends the look-up.
+QString lookupError(const TcpAddress &address, const Stop &stop);
+
 } // namespace fgs
 
 #endif

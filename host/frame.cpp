@@ -8,6 +8,11 @@ namespace
 
 const Extent NoFrame = {0, false};
 
+int exactSize(Extent extent)
+{
+    return extent.isExact ? extent.size : 0;
+}
+
 bool areEntriesPossible(int entries)
 {
     return entries >= 1 && entries <= MaxEntries;
@@ -100,10 +105,14 @@ Extent replyExtent(FrameView start)
     return {at + CrcSize, true};
 }
 
+int requestSize(FrameView start)
+{
+    return exactSize(requestExtent(start));
+}
+
 int replySize(FrameView start)
 {
-    const Extent extent = replyExtent(start);
-    return extent.isExact ? extent.size : 0;
+    return exactSize(replyExtent(start));
 }
 
 } // namespace fgs

@@ -51,7 +51,9 @@ struct Extent {
 Extent requestExtent(FrameView start);
 /// Of the answer to a read, or an acknowledgement.
 Extent replyExtent(FrameView start);
-/// Bytes of the whole reply that starts here; 0 if it is none, or its counts are not there.
+/// Bytes of the whole request that starts here; 0 if it is none, or its counts are not there.
+int requestSize(FrameView start);
+/// The same of a reply.
 int replySize(FrameView start);
 
 } // namespace fgs

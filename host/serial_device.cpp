@@ -3,7 +3,6 @@
 #include "device_users.h"
 #include "file_access.h"
 #include "lock_file.h"
-#include "text_error.h"
 
 #include <cerrno>
 #include <cstring>
@@ -21,9 +20,9 @@ namespace fgs
 namespace
 {
 
-[[noreturn]] void fail(const QString &path, const QString &why)
+[[noreturn]] void fail(DeviceTrouble::TroubleKind kind, const QString &path, const QString &why)
 {
-    throw TextError(path + QLatin1Char(' ') + why);
+    throw DeviceTrouble(kind, path + QLatin1Char(' ') + why);
 }
 
 QString inUseBy(const QString &path, pid_t user)
@@ -33,38 +32,42 @@ QString inUseBy(const QString &path, pid_t user)
 
 [[noreturn]] void failByUser(const QString &path, pid_t user)
 {
-    throw TextError(inUseBy(path, user));
+    throw DeviceTrouble(DeviceTrouble::InUse, inUseBy(path, user));
 }
 
 [[noreturn]] void failByAccess(const QString &path, const struct stat &device)
 {
-    throw TextError(QStringLiteral("no permission for %1: %2").arg(path, wayIn(path, device)));
+    throw DeviceTrouble(DeviceTrouble::Closed,
+                        QStringLiteral("no permission for %1: %2").arg(path, wayIn(path, device)));
 }
 
 /// What an error means, by its number, and what people can do about it.
 struct Trouble {
     int code;
+    DeviceTrouble::TroubleKind kind;
     const char *text;
 };
 
 const Trouble Troubles[] = {
-    {ENOENT, "does not exist; is the adapter plugged in?"},
-    {ENOTDIR, "does not exist; is the adapter plugged in?"},
-    {ENXIO, "has no device behind it; is the adapter plugged in?"},
-    {ENODEV, "has no device behind it; is the adapter plugged in?"},
-    {EIO, "has no device behind it; is the adapter plugged in?"},
-    {ELOOP, "is a symbolic link that leads nowhere; check it"},
-    {EACCES, "cannot be reached: a directory on the way there is closed to you; check its permissions"},
-    {EPERM, "is closed to this container or service; have its manager let the device in"},
+    {ENOENT, DeviceTrouble::Missing, "does not exist; is the adapter plugged in?"},
+    {ENOTDIR, DeviceTrouble::Missing, "does not exist; is the adapter plugged in?"},
+    {ENXIO, DeviceTrouble::Missing, "has no device behind it; is the adapter plugged in?"},
+    {ENODEV, DeviceTrouble::Missing, "has no device behind it; is the adapter plugged in?"},
+    {EIO, DeviceTrouble::Missing, "has no device behind it; is the adapter plugged in?"},
+    {ELOOP, DeviceTrouble::Missing, "is a symbolic link that leads nowhere; check it"},
+    {EACCES, DeviceTrouble::Closed,
+     "cannot be reached: a directory on the way there is closed to you; check its permissions"},
+    {EPERM, DeviceTrouble::Closed, "is closed to this container or service; have its manager let the device in"},
 };
 
-QString textOf(int code)
+[[noreturn]] void failBySystem(const QString &path, int code)
 {
     for (const Trouble &row : Troubles) {
         if (row.code == code)
-            return QString::fromLatin1(row.text);
+            fail(row.kind, path, QString::fromLatin1(row.text));
     }
-    return QStringLiteral("cannot be opened: %1").arg(QString::fromLocal8Bit(std::strerror(code)));
+    fail(DeviceTrouble::Unusable, path,
+         QStringLiteral("cannot be opened: %1").arg(QString::fromLocal8Bit(std::strerror(code))));
 }
 
 /// What people give for a device by mistake.
@@ -81,10 +84,11 @@ struct stat examine(const QString &path)
 {
     struct stat file;
     if (stat(QFile::encodeName(path).constData(), &file) != 0)
-        fail(path, textOf(errno));
+        failBySystem(path, errno);
     for (const FileType &type : FileTypes) {
         if ((file.st_mode & S_IFMT) == type.mode)
-            fail(path, QStringLiteral("is a %1, not a serial device").arg(QLatin1String(type.name)));
+            fail(DeviceTrouble::Missing, path,
+                 QStringLiteral("is a %1, not a serial device").arg(QLatin1String(type.name)));
     }
     return file;
 }
@@ -100,8 +104,9 @@ pid_t userOf(const struct stat &device)
 {
     const pid_t user = userOf(device);
     if (user == 0 && isPseudoTerminal(device))
-        fail(path, QStringLiteral("is in use by another program, or was by one that was killed; end it, or start "
-                                  "anew what made this pseudo-terminal"));
+        fail(DeviceTrouble::InUse, path,
+             QStringLiteral("is in use by another program, or was by one that was killed; end it, or start "
+                            "anew what made this pseudo-terminal"));
     failByUser(path, user);
 }
 
@@ -114,13 +119,13 @@ Descriptor openDevice(const QString &path, const struct stat &device)
         failByMark(path, device);
     if (errno == EACCES)
         failByAccess(path, device);
-    fail(path, textOf(errno));
+    failBySystem(path, errno);
 }
 
 [[noreturn]] void failByLock(const QString &path, const struct stat &device)
 {
     if (errno != EWOULDBLOCK)
-        fail(path, textOf(errno));
+        failBySystem(path, errno);
     failByUser(path, userOf(device));
 }
 
@@ -129,7 +134,9 @@ void requireTerminal(const QString &path, int file)
     termios settings;
     if (tcgetattr(file, &settings) == 0)
         return;
-    fail(path, errno == ENOTTY ? QStringLiteral("is a device, but not a serial one") : textOf(errno));
+    if (errno == ENOTTY)
+        fail(DeviceTrouble::Missing, path, QStringLiteral("is a device, but not a serial one"));
+    failBySystem(path, errno);
 }
 
 /// TIOCEXCL keeps root out of nothing, so who is root has to ask. It outlives its setter on a pseudo-terminal.
@@ -162,6 +169,16 @@ Descriptor lockSerialDevice(const QString &path)
     if (flock(file.get(), LOCK_EX | LOCK_NB) != 0)
         failByLock(path, device);
     const pid_t user = userWithoutLock(path, file.get(), device);
+    if (user != 0)
+        failByUser(path, user);
+    return file;
+}
+
+Descriptor takeSerialDevice(const QString &path)
+{
+    Descriptor file = lockSerialDevice(path);
+    struct stat device;
+    const pid_t user = fstat(file.get(), &device) == 0 ? otherUser(device) : 0;
     if (user != 0)
         failByUser(path, user);
     return file;

@@ -1,8 +1,7 @@
+#include "serial_link.h"
 #include "descriptor_link.h"
 #include "device_users.h"
-#include "devices.h"
 #include "serial_device.h"
-#include "text_error.h"
 
 #include <linux/serial.h>
 #include <QtCore/QFileInfo>
@@ -42,7 +41,7 @@ bool hasPlainBytes(int descriptor)
 class SerialLink : public DescriptorLink
 {
 public:
-    explicit SerialLink(const SerialAddress &given) : address(given) {}
+    SerialLink(const SerialAddress &given, int lockedDescriptor) : address(given), lockedBefore(lockedDescriptor) {}
 
     Time byteTime() const override
     {
@@ -54,7 +53,8 @@ protected:
     int openDevice(QString *error) override
     {
         try {
-            lock = lockSerialDevice(address.device);
+            if (lockedBefore < 0)
+                lock = lockSerialDevice(address.device);
             return openPort(error);
         } catch (const TextError &refusal) {
             *error = QString::fromUtf8(refusal.what());
@@ -75,7 +75,7 @@ private:
         const QString path = QFileInfo(address.device).canonicalFilePath();
         port = std::make_unique<QSerialPort>(path);
         port->setBaudRate(address.baud);
-        if (!hasPlainBytes(lock.get())) {
+        if (!hasPlainBytes(lockedBefore < 0 ? lock.get() : lockedBefore)) {
             port->setDataBits(static_cast<QSerialPort::DataBits>(address.dataBits));
             port->setParity(parityOf(address.parity));
         }
@@ -89,6 +89,7 @@ private:
     }
 
     const SerialAddress address;
+    const int lockedBefore; ///< somebody else's; negative: none
     Descriptor lock;
     std::unique_ptr<QSerialPort> port;
 };
@@ -97,7 +98,12 @@ private:
 
 std::unique_ptr<Link> makeLink(const SerialAddress &address)
 {
-    return std::make_unique<SerialLink>(address);
+    return std::make_unique<SerialLink>(address, -1);
+}
+
+std::unique_ptr<Link> makeLinkOnLocked(const SerialAddress &address, int lock)
+{
+    return std::make_unique<SerialLink>(address, lock);
 }
 
 } // namespace fgs

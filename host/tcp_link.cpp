@@ -131,6 +131,15 @@ private:
 
 } // namespace
 
+QString lookupError(const TcpAddress &address, const Stop &stop)
+{
+    const HostLookup lookup(address.host, address.port);
+    pollfd sources[] = {{lookup.descriptor(), POLLIN, 0}, {stop.descriptor(), POLLIN, 0}};
+    if (::poll(sources, 2, static_cast<int>(ConnectLimit / 1ms)) <= 0 || sources[0].revents == 0)
+        return lookupTrouble(address, EAI_AGAIN);
+    return lookup.error() == 0 ? QString() : lookupTrouble(address, lookup.error());
+}
+
 std::unique_ptr<Link> makeLink(const TcpAddress &address)
 {
     return std::make_unique<TcpLink>(address);

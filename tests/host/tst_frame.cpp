@@ -109,4 +109,22 @@ TEST(TraceText, ShowsBytesAndMeaning)
     EXPECT_EQ(text(TraceEntry::Stray, "01"), "< 01  thrown away: came without a question");
 }
 
+TEST(RequestSize, FollowsFromItsOwnCounts)
+{
+    EXPECT_EQ(requestSize(view(bytes("01 FE 01 08 02 64 00 AA BE"))), 9);
+    EXPECT_EQ(requestSize(view(bytes("01 FE 02 08 04 64 00 01 10 10 00 3E F5"))), 13);
+    EXPECT_EQ(requestSize(view(bytes("01 FF 01 08 02 64 00 12 34 56 78 6B 0D"))), 13);
+    EXPECT_EQ(requestSize(view(bytes("01 FF 01 13 01 05 00 56 78 12 34 F7 11"))), 13);
+    EXPECT_EQ(requestSize(view(bytes("01 FF 01 02 01 05 00 01 26 E4"))), 10);
+    for (const char *none :
+         {"", "01 FE", "01 FE 07", "01 FE 00", "01 FD 01", "01 FF 20", "01 FF 02 08 02", "01 FF 01 0A 02"})
+        EXPECT_EQ(requestSize(view(bytes(none))), 0) << none;
+}
+
+TEST(CheckCode, IsThatOfTheKnownText)
+{
+    const QByteArray text("123456789");
+    EXPECT_EQ(checkCode(view(text)), 0x4B37);
+}
+
 } // namespace

@@ -1,5 +1,7 @@
 // Serial devices that are used by others, closed to the user, or none at all.
 #include "far_ends.h"
+#include "host/device_trouble.h"
+#include "host/held_device.h"
 
 #include <cerrno>
 #include <csignal>
@@ -183,6 +185,69 @@ TEST_F(SerialDevice, DoesNotTakeItsMakerForAUser)
         return std::string();
     });
     EXPECT_TRUE(link->open()) << link->error().toStdString();
+}
+
+std::string troubleWithHolding(const QString &path, DeviceTrouble::TroubleKind expected)
+{
+    try {
+        holdDevice(path);
+        return "held";
+    } catch (const DeviceTrouble &trouble) {
+        EXPECT_EQ(trouble.kind, expected);
+        return trouble.what();
+    }
+}
+
+TEST_F(SerialDevice, IsHeldUnlessItIsOpenElsewhere)
+{
+    Other other([this] {
+        end.hangUp();
+        openDevice(); // without any lock
+        return std::string();
+    });
+    EXPECT_EQ(troubleWithHolding(end.address(), DeviceTrouble::InUse),
+              inUseBy(end.address(), "other", other.process));
+    other.end();
+    EXPECT_EQ(troubleWithHolding(end.address(), DeviceTrouble::InUse), "held");
+}
+
+TEST_F(SerialDevice, StaysHeldWhileItsSettingsChange)
+{
+    const std::unique_ptr<HeldDevice> held = holdDevice(end.address());
+    for (const int baud : {9600, 115200}) {
+        const std::unique_ptr<Link> one = held->linkWith({QString(), baud, 8, 'E', 1});
+        EXPECT_TRUE(one->open()) << one->error().toStdString();
+        EXPECT_EQ(held->settings().baud, baud);
+        EXPECT_EQ(held->settings().dataBits, 8);
+        EXPECT_EQ(held->settings().stopBits, 1);
+    }
+    EXPECT_EQ(errorOf(end.address()), inUseBy(end.address(), "meter", ::getpid()));
+}
+
+TEST_F(SerialDevice, ComesBackFromItsHolderAsItWas)
+{
+    const int file = openRaw(end.address().toStdString());
+    termios before{}, after{};
+    ::tcgetattr(file, &before);
+    {
+        const std::unique_ptr<HeldDevice> held = holdDevice(end.address());
+        EXPECT_TRUE(held->linkWith({QString(), 1200, 8, 'N', 2})->open());
+    }
+    ::tcgetattr(file, &after);
+    ::close(file);
+    EXPECT_EQ(::cfgetospeed(&after), ::cfgetospeed(&before));
+    EXPECT_EQ(after.c_cflag, before.c_cflag);
+    EXPECT_EQ(errorOf(end.address()), "opened");
+}
+
+TEST_F(SerialDevice, TellsWhatItIsToItsHolder)
+{
+    const std::unique_ptr<HeldDevice> held = holdDevice(end.address());
+    EXPECT_TRUE(held->isPseudoTerminal());
+    EXPECT_FALSE(held->errors()) << "a pseudo-terminal counts none";
+    EXPECT_FALSE(held->rs485Mode());
+    EXPECT_NE(troubleWithHolding(QStringLiteral("/dev/no_such_port"), DeviceTrouble::Missing), "held");
+    EXPECT_NE(troubleWithHolding(QStringLiteral("/dev/null"), DeviceTrouble::Missing), "held");
 }
 
 /// The lock file of a device, as other programs write it.

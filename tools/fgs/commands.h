@@ -13,6 +13,8 @@ int pollCommand(const Options &options, Stop &stop);
 int decodeCommand(const Options &options, Stop &stop);
 /// Opens no link and waits for nothing.
 int planCommand(const Options &options);
+int scanCommand(const Options &options, const Stop &stop);
+int doctorCommand(const Options &options, const Stop &stop);
 
 } // namespace fgs
 

@@ -17,6 +17,7 @@ enum ExitCode {
     ExitBadReply = 6,
     ExitVerify = 7,  ///< the controller holds other values than were written
     ExitPartial = 8, ///< some variables have no value, or an old one
+    ExitFound = 9,   ///< a check has found something to mend
     ExitSignal = 128 ///< and the number of the signal that ended it: 130 after Ctrl-C, 143 after SIGTERM
 };
 

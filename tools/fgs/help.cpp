@@ -24,6 +24,10 @@ const Example examples[] = {
     {"decode", "  fgs decode 01FE0108026400AABE                       a frame, byte by byte\n"
                "  fgs decode line.pcapng                              a trace: each request with what came for it\n"
                "  socat -x ... 2>&1 | fgs decode                      what socat shows, while it comes\n"},
+    {"scan", "  fgs scan  /dev/ttyUSB0                              speed, format and stations of a line\n"
+             "  fgs scan  /dev/ttyUSB0 --stations 1-8 --dry-run     what that would try, and how long it takes\n"},
+    {"doctor",
+     "  fgs doctor /dev/ttyUSB0:9600,8N1 --station 1,2      what is wrong with the line, and what to do\n"},
 };
 
 const char *const Commands = R"(
@@ -69,6 +73,19 @@ With type text all behind = is one value; zeros fill it up to the count.
 After an assignment that is refused or not acknowledged, no further one is sent.
 )";
 
+const char *const ScanNotes = R"(
+It listens first. Good frames of a host that is polling already tell settings and stations, and nothing is sent. If
+nothing is heard, it reads one word of each station, never writes, and never asks all stations at once. A station counts
+after two good answers. The device is nobody else's meanwhile, and afterwards is as it was.
+Where the word looks like an echo of the question, the words beside it are read once, to know.
+LIST is 1,2,7-9 for stations, 9600,19200 for speeds, 8E1,8N1 for formats.
+)";
+
+const char *const DoctorNotes = R"(
+Each check has a line: ok, found with a remedy, or not checked with the reason. fgs doctor --list tells them all.
+Nothing is sent but reads of one word, and nothing at all where another host is heard polling.
+)";
+
 const char *const Keys = R"(
 Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; q ends.
 )";
@@ -89,7 +106,7 @@ const char *const Codes = R"(
 Data goes to stdout, messages and the summary to stderr.
 Exit code: 0 ok, 1 other, 2 usage, 3 the link cannot be opened or was lost, 4 no reply, 5 refused by the controller,
 6 bad reply, 7 the controller holds other values than were written, 8 some variables have no value or an old one,
-130 after Ctrl-C, 143 after SIGTERM.
+9 fgs doctor has found something to mend, 130 after Ctrl-C, 143 after SIGTERM.
 )";
 
 } // namespace
@@ -109,6 +126,10 @@ std::string notesOf(const std::string &command)
         return std::string(Commands) + Codes;
     if (command == "decode")
         return Inputs;
+    if (command == "scan")
+        return std::string(ScanNotes) + Codes;
+    if (command == "doctor")
+        return std::string(LinkForm) + DoctorNotes + Codes;
     return std::string(LinkForm) + Files + Variables + Types + (command == "write" ? Assignments : "") +
            (command == "poll" ? Keys : "") + Codes;
 }

@@ -45,7 +45,7 @@ std::chrono::nanoseconds LineTrace::sinceEpoch(Time when, const WallClock &clock
 {
     if (when >= nextLook) {
         epoch = clock.sinceEpoch(when) - when;
-        nextLook = when + 100ms;
+        nextLook = when + std::chrono::milliseconds(100);
     }
     return epoch + when;
 }

@@ -25,6 +25,10 @@ int run(const fgs::Options &options, fgs::Stop &stop)
         return fgs::decodeCommand(options, stop);
     case fgs::Options::Plan:
         return fgs::planCommand(options);
+    case fgs::Options::Scan:
+        return fgs::scanCommand(options, stop);
+    case fgs::Options::Doctor:
+        return fgs::doctorCommand(options, stop);
     }
     return fgs::ExitOther;
 }

@@ -135,6 +135,44 @@ void addPlanOptions(CLI::App &app, Options &options)
 
 void addNoOptions(CLI::App &, Options &) {}
 
+/// Whole milliseconds.
+Time spanIn(const std::string &name, const std::string &text)
+{
+    return std::chrono::milliseconds(static_cast<int>(std::min(secondsIn(name, text), 1e6) * 1000));
+}
+
+void addSearchOptions(CLI::App &app, SearchOptions &search)
+{
+    app.add_option("--probe", search.probe,
+                   "The word that is read: any that all stations have (default " + search.probe + ")")
+        ->type_name("AREA:ADDRESS");
+    addMilliseconds(app, "--timeout", search.patience, 1,
+                    "Time limit of an answer, beside the time that its bytes take");
+    app.add_option_function<std::string>(
+           "--listen", [&search](const std::string &text) { search.listen = spanIn("--listen", text); },
+           "How long to listen before anything is sent" +
+               defaultText(std::chrono::duration_cast<std::chrono::seconds>(search.listen).count()))
+        ->type_name("SECONDS");
+}
+
+void addScanOptions(CLI::App &app, Options &options)
+{
+    SearchOptions &search = options.scan;
+    app.add_option("LINK", options.link, "The device, without settings, or tcp:HOST:PORT")
+        ->required()
+        ->type_name("");
+    app.add_option("--stations", search.stations,
+                   "Which are asked, the first of them ahead of the others (default 1-32)")
+        ->type_name("LIST");
+    app.add_option("--speeds", search.speeds, "Which are tried (default 19200,9600,115200,38400,57600,4800,2400)")
+        ->type_name("LIST");
+    app.add_option("--formats", search.formats, "Which are tried (default 8E1,8N1,8O1)")->type_name("LIST");
+    addSearchOptions(app, search);
+    app.add_flag("--dry-run", search.dryRun, "Tells what would be tried, and how long that takes at most");
+    app.add_flag("--json", options.json, "The result as one JSON object");
+    app.add_flag("--quiet", options.quiet, "No notes and no progress");
+}
+
 void addPollOptions(CLI::App &app, Options &options)
 {
     app.add_option_function<std::string>(
@@ -153,6 +191,16 @@ void addDecodeOptions(CLI::App &app, Options &options)
                    "Hexadecimal digits, files, or - for stdin, which is taken if there is none")
         ->type_name("");
     app.add_flag("--json", options.json, "One JSON object for each request with all that came for it");
+}
+
+void addDoctorOptions(CLI::App &app, Options &options)
+{
+    app.add_option("LINK", options.link, "What is looked at; not needed with --list")->type_name("");
+    app.add_option("--station", options.doctor.stations, "Which stations are to answer (default 1)")
+        ->type_name("LIST");
+    addSearchOptions(app, options.doctor);
+    app.add_flag("--list", options.list, "Tells the checks, and makes none");
+    app.add_flag("--json", options.json, "One JSON object a check, the counts last");
 }
 
 struct Command {
@@ -175,6 +223,10 @@ const Command Commands[] = {
      addPlanOptions},
     {Options::Decode, "decode", "Explains what was on a line: traces, and bytes in hexadecimal.", nullptr, false,
      addDecodeOptions},
+    {Options::Scan, "scan", "Finds the speed, the format and the stations of a line: listens, then asks.", nullptr,
+     false, addScanOptions},
+    {Options::Doctor, "doctor", "Looks for what keeps a line from working, and tells what to do.", nullptr, false,
+     addDoctorOptions},
 };
 
 std::string whatText(const Command &command)

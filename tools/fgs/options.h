@@ -11,8 +11,19 @@
 namespace fgs
 {
 
+/// Of the commands that look for stations. Lists are still texts, empty for all that is usual.
+struct SearchOptions {
+    std::string probe = "5:0";
+    std::string stations;
+    std::string speeds;
+    std::string formats;
+    Time patience = 200ms; ///< with an answer, beside the time that the bytes take
+    Time listen = 3s;
+    bool dryRun = false;
+};
+
 struct Options {
-    enum Command { Read, Write, Poll, Plan, Decode };
+    enum Command { Read, Write, Poll, Plan, Scan, Doctor, Decode };
     Command command = Read;
     std::string file;                   ///< of named variables; empty: none is given
     std::string otherLink;              ///< in place of the file's
@@ -31,6 +42,9 @@ struct Options {
     int rounds = 0;          ///< poll: ends after them; 0: does not
     Time answer = Time(0);   ///< plan: of the controller, from a request to its reply
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
+    SearchOptions scan;
+    SearchOptions doctor = {"5:0", "1", "", "", 1s, 1s, false};
+    bool list = false; ///< doctor: tells the checks only
 };
 
 /// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
