@@ -8,6 +8,7 @@
 #include "signals.h"
 
 #include <algorithm>
+#include <cctype>
 #include <system_error>
 
 namespace fgs
