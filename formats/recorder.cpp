@@ -130,9 +130,16 @@ void Recorder::run()
         }
     } catch (const TraceError &error) {
         failure = error.what();
+        isFailureNew.store(true, std::memory_order_release);
         const std::lock_guard<Lock> lock(mutex);
         hasFailed = true;
     }
+}
+
+std::string Recorder::tellFailure()
+{
+    isFailureNew = false;
+    return "the trace " + path + " ends here: " + failure;
 }
 
 std::string Recorder::end()

@@ -34,6 +34,9 @@ public:
     /// Frames so far that found no room in the queue.
     std::uint64_t droppedFrames() const { return dropped; }
 
+    /// Once, as soon as the trace has ended early: in words why, and what to do. Otherwise empty.
+    std::string news() { return isFailureNew.load(std::memory_order_acquire) ? tellFailure() : std::string(); }
+
     /// Writes what waits. Returns in words what is wrong with the trace, and what to do; empty if nothing.
     std::string end();
 
@@ -67,6 +70,7 @@ private:
     bool appendBlock(const std::string &block);
     void append(const Frame &frame);
     void appendMarked(Frame frame);
+    std::string tellFailure();
     std::string problem() const;
 
     const std::string path;
@@ -77,7 +81,8 @@ private:
     std::uint64_t gap = 0;   ///< frames left out since the last one that was not
     unsigned interfaces = 0;
     std::uint64_t written = 0; ///< frames; the writing thread's, like the failure, until it has ended
-    std::string failure;
+    std::string failure;       ///< everybody's once it is new
+    std::atomic<bool> isFailureNew{false};
     Lock mutex; ///< guards what follows
     std::condition_variable_any changed;
     Queue queues[2]; ///< one waits, and the other is written or empty

@@ -20,6 +20,8 @@ public:
     /// What the line of a conversation without a name is; the others are TCP connections.
     void nameLine(const formats::Interface &interface) { nameless = interface; }
     void record(const TappedFrame &frame);
+    /// Once, as soon as it has ended early: in words why, and what to do. Otherwise empty.
+    std::string news() { return recorder.news(); }
     /// In words what is wrong with the trace, and what to do; empty if nothing. Nothing is recorded any more.
     std::string end() { return recorder.end(); }
 

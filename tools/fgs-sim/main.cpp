@@ -89,6 +89,13 @@ formats::Interface lineOf(const Options &options, const Endpoint &link)
     return {link.address(), serial ? textOf(serial->line) : ""};
 }
 
+void record(LineTrace &trace, const TappedFrame &frame)
+{
+    trace.record(frame);
+    if (const std::string news = trace.news(); !news.empty())
+        std::fprintf(stderr, "fgs-sim: %s\n", news.c_str());
+}
+
 /// False: something is missing in it, and has been told.
 bool endTrace(std::optional<LineTrace> &trace)
 {
@@ -112,7 +119,7 @@ int run(const Options &options)
     Simulation simulation = makeSimulation(options); // first: the new trace may overwrite the one to replay
     std::optional<LineTrace> trace = openTrace(options.trace);
     if (trace)
-        simulation.tap = [&trace](const TappedFrame &frame) { trace->record(frame); };
+        simulation.tap = [&trace](const TappedFrame &frame) { record(*trace, frame); };
     quitOnSignals();
     const std::unique_ptr<Endpoint> link = std::visit(
         [&](const auto &address) { return openEndpoint(simulation, options.times, address); }, options.link);

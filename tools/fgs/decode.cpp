@@ -8,6 +8,7 @@
 #include "signals.h"
 
 #include <algorithm>
+#include <cctype>
 #include <system_error>
 
 namespace fgs
@@ -162,27 +163,34 @@ private:
         }
     }
 
-    /// All arguments with hexadecimal digits in a row; those of a single byte each are one stretch of bytes.
+    /// All arguments with hexadecimal digits in a row, up to one that is none of bytes.
     void decodeArguments(std::size_t &i)
     {
-        const std::vector<std::string> &inputs = options.inputs;
         Explainer explainer({}, options.json);
-        std::string fault;
-        while (i < inputs.size() && isHex(inputs[i])) {
-            const std::string place = "argument " + std::to_string(i + 1);
-            std::string text = inputs[i++];
-            for (bool isRow = isOneByte(text); isRow && i < inputs.size() && isOneByte(inputs[i]);)
-                text += inputs[i++];
+        QString fault;
+        while (i < options.inputs.size() && isHex(options.inputs[i]) && fault.isEmpty()) {
+            const std::string place = "argument " + std::to_string(i + 1), text = takeArgument(i);
             try {
                 explainer.take({{}, {}, formats::Direction::Unknown, formats::bytesOfHex(text), {}, place});
             } catch (const std::invalid_argument &error) {
-                fault = place + ", '" + text + "': " + error.what();
-                break;
+                fault = QStringLiteral("%1, '%2': %3")
+                            .arg(QString::fromStdString(place), QString::fromStdString(text),
+                                 QString::fromUtf8(error.what()));
             }
         }
         explainer.end();
-        if (!fault.empty())
-            throw Failure(ExitUsage, QString::fromStdString(fault));
+        if (!fault.isEmpty())
+            throw Failure(ExitUsage, fault);
+    }
+
+    /// Those of a single byte each, in a row, are one stretch of bytes.
+    std::string takeArgument(std::size_t &i) const
+    {
+        const std::vector<std::string> &inputs = options.inputs;
+        std::string text = inputs[i++];
+        for (const bool isRow = isOneByte(text); isRow && i < inputs.size() && isOneByte(inputs[i]); ++i)
+            text += inputs[i];
+        return text;
     }
 
     void decodeFile(const std::string &path)

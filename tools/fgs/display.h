@@ -13,6 +13,8 @@ namespace fgs
 class Display : public PollObserver
 {
 public:
+    /// A message while it runs.
+    virtual void tell(const QString &message) { printMessage(message); }
     /// The poll is over: what is to remain on the terminal is printed.
     virtual void end() {}
 };

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <utility>
 
 namespace fgs
 {

@@ -20,6 +20,8 @@ public:
     LineTrace(const formats::TraceSettings &settings, const formats::Interface &line);
 
     void record(const TraceEntry &entry, const WallClock &clock);
+    /// Once, as soon as it has ended early: in words why, and what to do. Otherwise empty.
+    QString news() { return QString::fromStdString(recorder.news()); }
     /// In words what is wrong with the trace, and what to do; empty if nothing. Nothing is recorded any more.
     QString end() { return QString::fromStdString(recorder.end()); }
 

@@ -26,6 +26,7 @@ int pollCommand(const Options &options, Stop &stop)
     const std::vector<Variable> variables = variablesOf(tags);
     Session session(options, variables, stop);
     const std::unique_ptr<Display> display = makeDisplay(tags, session, stop);
+    session.tellBy([&display](const QString &message) { display->tell(message); });
     PollLoop loop(session.host, *session.link, variables, {options.interval, options.rounds}, *display);
     loop.run();
     display->end();

@@ -59,8 +59,11 @@ Session::Session(const Options &theOptions, const std::vector<Variable> &variabl
 
 void Session::noteFrame(const TraceEntry &entry) const
 {
-    if (trace)
+    if (trace) {
         trace->record(entry, clock);
+        if (const QString news = trace->news(); !news.isEmpty())
+            tell(QStringLiteral("fgs: ") + news);
+    }
     if (options.frames)
         printMessage(
             QStringLiteral("%1 %2 %3").arg(clock.text(entry.time), seconds(entry.time - start), describe(entry)));

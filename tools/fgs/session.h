@@ -8,6 +8,8 @@
 #include "output.h"
 #include "watch/json.h"
 
+#include <functional>
+
 namespace fgs
 {
 
@@ -28,6 +30,9 @@ public:
     Host host;
     const WallClock clock;
     const Time start;
+
+    /// Where messages go while it runs; otherwise to stderr.
+    void tellBy(std::function<void(const QString &)> teller) { tell = std::move(teller); }
 
     TextStyle textStyle() const { return {options.format, clock, options.host.timing.timeout, start}; }
 
@@ -50,6 +55,8 @@ private:
     void warn(const LineEvent &event) const;
     void noteFrame(const TraceEntry &entry) const;
     bool endTrace() const;
+
+    std::function<void(const QString &)> tell = printMessage;
 };
 
 /// Ok if all are good; otherwise what the reasons of those that are not amount to.

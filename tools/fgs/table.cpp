@@ -67,6 +67,12 @@ public:
         board.linkIsOpen = link.isOpen();
     }
 
+    void tell(const QString &message) override
+    {
+        const std::lock_guard<std::mutex> guard(board.lock);
+        board.remark = message;
+    }
+
     bool isDone() const override { return terminalGone; }
 
     /// The rows that were seen last stay on the terminal.

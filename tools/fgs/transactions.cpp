@@ -1,6 +1,7 @@
 #include "transactions.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace fgs
 {
@@ -92,26 +93,30 @@ Transactions::Line &Transactions::lineOf(const std::string &name)
 void Transactions::take(Record record)
 {
     Line &line = lineOf(record.line);
-    if (line.part) {
-        Record joined = *std::exchange(line.part, std::nullopt);
-        const Listening known = listening(joined.direction, line.requests, line.waiting.get());
-        const int start = openEnd(partsOf(viewOf(joined.bytes), known));
-        const std::size_t size = joined.bytes.size();
-        joined.bytes += record.bytes;
-        if (record.direction == joined.direction && joined.bytes.size() <= LongestRecord &&
-            isFrameOn(partsOf(viewOf(joined.bytes), known), start)) {
-            record = std::move(joined);
-        } else {
-            joined.bytes.resize(size);
-            hear(line, std::move(joined));
-        }
-    }
+    if (line.part)
+        record = goingOn(line, std::move(record));
     const Listening known = listening(record.direction, line.requests, line.waiting.get());
     if (record.mayBePart && record.bytes.size() <= LongestRecord &&
         openEnd(partsOf(viewOf(record.bytes), known)) >= 0)
         line.part = std::move(record);
     else
         hear(line, std::move(record));
+}
+
+/// The record, with the part before it if its frame goes on in there; otherwise that is all of the frame.
+Record Transactions::goingOn(Line &line, Record record)
+{
+    Record joined = *std::exchange(line.part, std::nullopt);
+    const Listening known = listening(joined.direction, line.requests, line.waiting.get());
+    const int start = openEnd(partsOf(viewOf(joined.bytes), known));
+    const std::size_t size = joined.bytes.size();
+    joined.bytes += record.bytes;
+    if (record.direction == joined.direction && joined.bytes.size() <= LongestRecord &&
+        isFrameOn(partsOf(viewOf(joined.bytes), known), start))
+        return joined;
+    joined.bytes.resize(size);
+    hear(line, std::move(joined));
+    return record;
 }
 
 void Transactions::hear(Line &line, Record record)

@@ -74,6 +74,7 @@ private:
     };
 
     Line &lineOf(const std::string &name);
+    Record goingOn(Line &line, Record record);
     void hear(Line &line, Record record);
     void hearPart(Line &line, Heard heard);
     void hearRequest(Line &line, Heard heard);

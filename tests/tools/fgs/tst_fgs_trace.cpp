@@ -124,6 +124,22 @@ TEST_F(TraceTest, EndsWithTheDiskAndThePollGoesOn)
         << result.messages.toStdString();
 }
 
+TEST_F(TraceTest, ThatEndsWithTheDiskIsToldWhileThePollGoesOn)
+{
+    OwnController controller;
+    controller.hold(1, 5, 100, 77);
+    Program poll("poll L 5:100 --interval 5 --trace /dev/full", controller.link());
+    EXPECT_EQ(
+        poll.message().toStdString(),
+        "fgs: the trace '/dev/full' ends here: cannot be written: No space left on device; make room, or bound "
+        "the trace with --trace-limit");
+    const std::size_t before = controller.reads().size();
+    while (controller.reads().size() < before + 3)
+        std::this_thread::yield();
+    poll.interrupt();
+    EXPECT_EQ(poll.wait().code, 130);
+}
+
 TEST_F(TraceTest, IsOpenedBeforeAByteIsSent)
 {
     OwnController controller;
