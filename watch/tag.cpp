@@ -85,6 +85,11 @@ std::vector<Variable> variablesOf(const std::vector<Tag> &tags)
     return variables;
 }
 
+std::vector<double> numbersOf(const Tag &tag, Format format, const std::vector<quint32> &elements)
+{
+    return valueNumbers(tag.typeIn(format), tag.kind(), elements);
+}
+
 QString valuesText(const Tag &tag, Format format, const std::vector<quint32> &elements)
 {
     return valueTexts(tag.typeIn(format), tag.kind(), elements).join(QLatin1Char(' '));

@@ -24,6 +24,8 @@ Tag parseTag(const QString &text, int defaultStation = 1);
 QString textOf(const Tag &tag);
 std::vector<Variable> variablesOf(const std::vector<Tag> &tags);
 
+/// The values in the elements as numbers; none of a text.
+std::vector<double> numbersOf(const Tag &tag, Format format, const std::vector<quint32> &elements);
 /// The values in the elements, with a space between two.
 QString valuesText(const Tag &tag, Format format, const std::vector<quint32> &elements);
 

@@ -53,7 +53,9 @@ After an assignment that is refused or not acknowledged, no further one is sent.
 )";
 
 const char *const Keys = R"(
-Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; q ends.
+Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; e puts each value in a row of its own, r adds
+the smallest, the mean and the largest since the start (of bits the share that is set), t the trend of the newest
+16; q ends. Old values do not count. What the screen is too narrow for is left out, never cut.
 )";
 
 const char *const Codes = R"(

@@ -118,8 +118,41 @@ void addOutputOptions(CLI::App &app, Options &options)
 
 void addNoOptions(CLI::App &, Options &) {}
 
+struct ViewColumn {
+    const char *name;
+    bool TableView::*isShown;
+};
+
+const ViewColumn ViewColumns[] = {
+    {"each", &TableView::each}, {"range", &TableView::range}, {"trend", &TableView::trend}};
+
+void show(const std::string &name, TableView &view)
+{
+    for (const ViewColumn &column : ViewColumns)
+        if (name == column.name) {
+            view.*column.isShown = true;
+            return;
+        }
+    throw CLI::ValidationError("--show", "'" + name + "' is none of each, range, trend");
+}
+
+/// Names with commas between them.
+TableView viewOf(const std::string &names)
+{
+    TableView view;
+    std::istringstream list(names);
+    for (std::string name; std::getline(list, name, ',');)
+        show(name, view);
+    return view;
+}
+
 void addPollOptions(CLI::App &app, Options &options)
 {
+    app.add_option_function<std::string>(
+           "--show", [&options](const std::string &names) { options.view = viewOf(names); },
+           "In the live table: each (a row for each value), range (smallest, mean, largest), trend; as keys e, r, "
+           "t")
+        ->type_name("LIST");
     app.add_option_function<std::string>(
            "--for", [&options](const std::string &text) { options.seconds = secondsIn("--for", text); },
            "Ends after them")

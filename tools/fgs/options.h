@@ -4,6 +4,7 @@
 
 #include "formats/trace_settings.h"
 #include "host/host.h"
+#include "table_view.h"
 #include "watch/tag.h"
 
 #include <string>
@@ -25,6 +26,7 @@ struct Options {
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
+    TableView view;          ///< poll: of the live table, to begin with
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
 };
 

@@ -14,7 +14,7 @@ std::unique_ptr<Display> makeDisplay(const std::vector<Tag> &tags, const Session
 {
     const Options &options = session.options;
     if (Terminal::canDraw() && !options.json && !options.frames)
-        return makeTable(tags, session.textStyle(), *session.link, stop);
+        return makeTable(tags, session.textStyle(), *session.link, options.view, stop);
     return makeLines(tags, session.textStyle(), *session.link, options.json, !options.quiet);
 }
 
