@@ -85,6 +85,14 @@ std::vector<Variable> variablesOf(const std::vector<Tag> &tags)
     return variables;
 }
 
+Tag valueOf(const Tag &tag, Format format, int index)
+{
+    Tag value = tag;
+    value.variable.count = tag.elementsPerValue(format);
+    value.variable.address += index * value.variable.count;
+    return value;
+}
+
 std::vector<double> numbersOf(const Tag &tag, Format format, const std::vector<quint32> &elements)
 {
     return valueNumbers(tag.typeIn(format), tag.kind(), elements);

@@ -23,6 +23,8 @@ Tag parseTag(const QString &text, int defaultStation = 1);
 /// As parseTag() reads it, always with the station.
 QString textOf(const Tag &tag);
 std::vector<Variable> variablesOf(const std::vector<Tag> &tags);
+/// One of its values, counted from 0, as a tag of its own.
+Tag valueOf(const Tag &tag, Format format, int index);
 
 /// The values in the elements as numbers; none of a text.
 std::vector<double> numbersOf(const Tag &tag, Format format, const std::vector<quint32> &elements);

@@ -118,6 +118,12 @@ void addOutputOptions(CLI::App &app, Options &options)
 
 void addNoOptions(CLI::App &, Options &) {}
 
+void addReadOptions(CLI::App &app, Options &options)
+{
+    app.add_flag("--csv", options.csv, "One row a value, for spreadsheets: time, variable, value, quality, reason")
+        ->excludes("--json");
+}
+
 struct ViewColumn {
     const char *name;
     bool TableView::*isShown;
@@ -148,6 +154,7 @@ TableView viewOf(const std::string &names)
 
 void addPollOptions(CLI::App &app, Options &options)
 {
+    addReadOptions(app, options);
     app.add_option_function<std::string>(
            "--show", [&options](const std::string &names) { options.view = viewOf(names); },
            "In the live table: each (a row for each value), range (smallest, mean, largest), trend; as keys e, r, "
@@ -157,9 +164,12 @@ void addPollOptions(CLI::App &app, Options &options)
            "--for", [&options](const std::string &text) { options.seconds = secondsIn("--for", text); },
            "Ends after them")
         ->type_name("SECONDS");
-    app.add_option("--count", options.rounds, "Ends when every VAR was asked for that often")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000000000));
+    CLI::Option *const count =
+        app.add_option("--count", options.rounds, "Ends when every VAR was asked for that often")
+            ->type_name("N")
+            ->check(CLI::Range(1, 1000000000));
+    app.add_flag("--once", options.once, "Asks for every VAR once, prints each in a line and ends")
+        ->excludes(count);
     addMilliseconds(app, "--interval", options.interval, 0, "From the start of one round to the next");
 }
 
@@ -172,7 +182,7 @@ struct Command {
 };
 
 const Command Commands[] = {
-    {Options::Read, "read", "Prints the values of variables.", "VAR", addNoOptions},
+    {Options::Read, "read", "Prints the values of variables.", "VAR", addReadOptions},
     {Options::Write, "write", "Writes values, then reads them back and compares.", "ASSIGNMENT", addNoOptions},
     {Options::Poll, "poll", "Reads variables round and round: a live table on a terminal, else a line a change.",
      "VAR", addPollOptions},

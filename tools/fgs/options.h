@@ -21,11 +21,13 @@ struct Options {
     HostOptions host;
     Format format = Format::Unsigned;
     bool json = false;
+    bool csv = false;
     bool frames = false; ///< every one on stderr
     formats::TraceSettings trace;
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
+    bool once = false;       ///< poll: one round, whose end alone is shown
     TableView view;          ///< poll: of the live table, to begin with
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
 };

@@ -1,5 +1,7 @@
 #include "output.h"
 
+#include "watch/csv.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <QtCore/QStringList>
@@ -200,6 +202,12 @@ QString seconds(Time time)
 void printLine(const QString &line)
 {
     note(print(dataStream, line.toUtf8()));
+}
+
+void printCsv(const QStringList &rows)
+{
+    for (const QString &row : rows)
+        note(std::fputs((row + QLatin1String(CsvLineEnd)).toUtf8().constData(), dataStream) >= 0);
 }
 
 void printDataTo(std::FILE *stream)

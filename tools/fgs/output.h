@@ -37,6 +37,7 @@ QString summaryText(const Statistics &statistics, const TextStyle &style, Time n
 QString seconds(Time time);
 
 void printLine(const QString &line);       ///< to stdout, or where printDataTo() says
+void printCsv(const QStringList &rows);    ///< there too, with the ends of lines that CSV has
 void printMessage(const QString &message); ///< to stderr
 /// From now on data goes to this stream.
 void printDataTo(std::FILE *stream);

@@ -9,13 +9,24 @@ namespace fgs
 namespace
 {
 
+LineForm formOf(const Options &options)
+{
+    return options.json ? LineForm::Json : options.csv ? LineForm::Csv : LineForm::Text;
+}
+
 /// A table needs a terminal that can be drawn on, and no frames in between.
+bool canShowTable(const Options &options)
+{
+    return Terminal::canDraw() && formOf(options) == LineForm::Text && !options.frames && !options.once;
+}
+
 std::unique_ptr<Display> makeDisplay(const std::vector<Tag> &tags, const Session &session, Stop &stop)
 {
     const Options &options = session.options;
-    if (Terminal::canDraw() && !options.json && !options.frames)
+    if (canShowTable(options))
         return makeTable(tags, session.textStyle(), *session.link, options.view, stop);
-    return makeLines(tags, session.textStyle(), *session.link, options.json, !options.quiet);
+    return makeLines(tags, session.textStyle(), *session.link, formOf(options),
+                     options.once ? LineTime::End : LineTime::Change, !options.quiet);
 }
 
 } // namespace
@@ -26,7 +37,8 @@ int pollCommand(const Options &options, Stop &stop)
     const std::vector<Variable> variables = variablesOf(tags);
     Session session(options, variables, stop);
     const std::unique_ptr<Display> display = makeDisplay(tags, session, stop);
-    PollLoop loop(session.host, *session.link, variables, {options.interval, options.rounds}, *display);
+    PollLoop loop(session.host, *session.link, variables, {options.interval, options.once ? 1 : options.rounds},
+                  *display);
     loop.run();
     display->end();
     return session.end(exitCodeOf(loop.lastReadings()));

@@ -1,9 +1,23 @@
 #include "commands.h"
 #include "session.h"
+#include "watch/csv.h"
 #include "watch/poll_loop.h"
 
 namespace fgs
 {
+
+namespace
+{
+
+void print(const Session &session, const Tag &tag, const Reading &reading)
+{
+    if (session.options.csv)
+        printCsv(csvRows(tag, reading, session.options.format, session.clock, session.link->now()));
+    else
+        session.print(tag, reading);
+}
+
+} // namespace
 
 int readCommand(const Options &options, Stop &stop)
 {
@@ -15,8 +29,10 @@ int readCommand(const Options &options, Stop &stop)
     readings.reserve(variables.size());
     for (const Variable &variable : variables)
         readings.push_back(readingOf(session.host, *session.link, variable));
+    if (options.csv)
+        printCsv({csvHeader()});
     for (std::size_t i = 0; i < tags.size(); ++i)
-        session.print(tags[i], readings[i]);
+        print(session, tags[i], readings[i]);
     return session.end(exitCodeOf(readings));
 }
 

@@ -58,9 +58,8 @@ TableLayout::TableLayout(const std::vector<Tag> &tags, Format valueFormat, int s
 {
     placeWidth = static_cast<int>(QStringLiteral("VARIABLE").size());
     for (const Tag &tag : tags) {
-        Tag last = tag; // a further row names one value, with its station
-        last.variable.count = tag.elementsPerValue(format);
-        last.variable.address += tag.variable.count - last.variable.count;
+        const int values = tag.variable.count / tag.elementsPerValue(format);
+        const Tag last = valueOf(tag, format, values - 1); // a further row names one value, with its station
         placeWidth = std::max({placeWidth, int(textOf(tag).size()), int(textOf(last).size())});
         wireWidth = std::max(wireWidth, int(wireText(last.variable).size()));
         widestValue = std::max(widestValue, cellWidth(tag.typeIn(format)) - 1);
@@ -203,9 +202,7 @@ QString TableLayout::furtherLead(const Tag &tag, int row) const
     const ValueType &type = tag.typeIn(format);
     if (type.meaning == ValueType::Text)
         return joined({}, {}, {});
-    Tag first = tag;
-    first.variable.count = tag.elementsPerValue(format);
-    first.variable.address += row * cellsPerRow(type) * first.variable.count;
+    const Tag first = valueOf(tag, format, row * cellsPerRow(type));
     return joined({}, textOf(first), wireText(first.variable));
 }
 
