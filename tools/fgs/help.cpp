@@ -16,6 +16,7 @@ const Example examples[] = {
      "  fgs read  /dev/ttyUSB0:19200,8E1 5:100x4 0:17@2     four words of station 1 and a bit of station 2\n"},
     {"write", "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n"},
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
+    {"poll", "  fgs poll  --stats --for 60 /dev/ttyUSB0 5:100        how long answers take\n"},
     {"poll", "  fgs poll  --csv --quiet /dev/ttyUSB0 5:100x2 > day.csv   each change, for a spreadsheet\n"},
 };
 

@@ -164,6 +164,7 @@ void addPollOptions(CLI::App &app, Options &options)
            "--for", [&options](const std::string &text) { options.seconds = secondsIn("--for", text); },
            "Ends after them")
         ->type_name("SECONDS");
+    app.add_flag("--stats", options.stats, "At the end, and on SIGUSR1, how many round trips took how long");
     CLI::Option *const count =
         app.add_option("--count", options.rounds, "Ends when every VAR was asked for that often")
             ->type_name("N")

@@ -27,6 +27,7 @@ struct Options {
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
+    bool stats = false;      ///< poll: how many round trips took how long
     bool once = false;       ///< poll: one round, whose end alone is shown
     TableView view;          ///< poll: of the live table, to begin with
     Time interval = Time(0); ///< poll: from the start of one round to that of the next

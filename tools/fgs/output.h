@@ -32,6 +32,10 @@ QString rowText(const WriteReport &report, const TextStyle &style, Time now);
 /// "link lost: why; all values are stale; trying to open it again"
 QString eventText(const LineEvent &event);
 QString summaryText(const Statistics &statistics, const TextStyle &style, Time now);
+/// In a line; in another what to try if the times come near the limit. There is at least one, like below.
+QString roundTripsText(const RoundTrips &times, Time timeout);
+/// How many took how long, as bars, then as above.
+QString histogramText(const RoundTrips &times, Time timeout);
 
 /// "1.234"
 QString seconds(Time time);

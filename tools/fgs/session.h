@@ -46,10 +46,11 @@ public:
     int end(int code) const;
 
 private:
-    JsonStyle jsonStyle() const { return {options.format, clock, start}; }
+    JsonStyle jsonStyle() const { return {options.format, clock, start, options.host.timing.timeout}; }
     void warn(const LineEvent &event) const;
     void noteFrame(const TraceEntry &entry) const;
     bool endTrace() const;
+    void tellRoundTrips() const;
 };
 
 /// Ok if all are good; otherwise what the reasons of those that are not amount to.

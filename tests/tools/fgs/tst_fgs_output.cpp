@@ -90,6 +90,50 @@ TEST(Once, AsksOnce)
     EXPECT_EQ(requests, 1);
 }
 
+/// The counts of the bars.
+int countsIn(const QString &messages)
+{
+    int sum = 0;
+    const QRegularExpression row(QStringLiteral("^ +(?:up to|over) +[0-9.]+ ms +([0-9]+)  #+$"),
+                                 QRegularExpression::MultilineOption);
+    for (auto each = row.globalMatch(messages); each.hasNext();)
+        sum += each.next().captured(1).toInt();
+    return sum;
+}
+
+TEST(Stats, CountEveryRoundTrip)
+{
+    OwnController controller;
+    const Result result = runFgs("poll --stats --count 20 L 5:0", controller.link());
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(countsIn(result.messages), 20) << text(result.messages);
+    EXPECT_TRUE(result.messages.contains(QStringLiteral("\n20 round trips\n")));
+    EXPECT_TRUE(result.messages.contains(QRegularExpression(QStringLiteral(
+        "\n50 % within [0-9.]+ ms, 95 % within [0-9.]+ ms, 99 % within [0-9.]+ ms, max [0-9.]+ ms\n"))));
+    EXPECT_FALSE(result.messages.contains(QStringLiteral("round trip: min")));
+    EXPECT_EQ(countsIn(runFgs("poll --stats --quiet --count 3 L 5:0", controller.link()).messages), 3);
+    EXPECT_EQ(text(runFgs("poll --stats --json --count 3 L 5:0", controller.link()).messages), "");
+}
+
+TEST(Stats, NothingToTellIsNotTold)
+{
+    OwnController controller([](const Request &, const QByteArray &) { return Silence; });
+    const Result result = runFgs("poll --stats --quiet --once --timeout 50 --late 0 L 5:0", controller.link());
+    EXPECT_EQ(result.code, 4);
+    EXPECT_EQ(text(result.messages), "");
+}
+
+TEST(Stats, AreToldOnASignal)
+{
+    OwnController controller;
+    Program program("poll --stats L 5:0", controller.link());
+    program.line();
+    program.interrupt(SIGUSR1);
+    EXPECT_TRUE(program.message().contains(QStringLiteral(" round trips")));
+    program.interrupt();
+    EXPECT_EQ(program.wait().code, 130);
+}
+
 TEST(Once, HasACountOfItsOwn)
 {
     EXPECT_EQ(runFgs("poll --once --count 2 L 5:0", QStringLiteral("tcp:127.0.0.1:1")).code, 2);
