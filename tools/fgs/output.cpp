@@ -64,6 +64,7 @@ QString boundText(std::size_t bucket)
 
 std::FILE *dataStream = stdout;
 int outputError = 0; ///< its first errno
+bool statusIsShown = false;
 
 void note(bool isWritten)
 {
@@ -256,8 +257,16 @@ void printDataTo(std::FILE *stream)
     dataStream = stream;
 }
 
+void showStatus(const QString &status)
+{
+    if (statusIsShown || !status.isEmpty())
+        std::fputs(("\r" + status.toLocal8Bit() + "\x1b[K").constData(), stderr);
+    statusIsShown = !status.isEmpty();
+}
+
 void printMessage(const QString &message)
 {
+    showStatus(QString());
     print(stderr, withoutControls(message).toLocal8Bit());
 }
 

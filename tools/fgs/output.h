@@ -43,6 +43,8 @@ QString seconds(Time time);
 void printLine(const QString &line);       ///< to stdout, or where printDataTo() says
 void printCsv(const QStringList &rows);    ///< there too, with the ends of lines that CSV has
 void printMessage(const QString &message); ///< to stderr
+/// A line on stderr, a terminal, that gives way to the next message; empty: it is gone.
+void showStatus(const QString &status);
 /// From now on data goes to this stream.
 void printDataTo(std::FILE *stream);
 /// 0, or once stdout takes nothing any more the errno that tells why.

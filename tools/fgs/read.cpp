@@ -1,4 +1,5 @@
 #include "commands.h"
+#include "progress.h"
 #include "session.h"
 #include "watch/csv.h"
 #include "watch/poll_loop.h"
@@ -17,6 +18,12 @@ void print(const Session &session, const Tag &tag, const Reading &reading)
         session.print(tag, reading);
 }
 
+void readAllVisibly(Session &session, const std::vector<Variable> &variables)
+{
+    Progress progress(*session.link, session.showsProgress());
+    readAll(session.host, *session.link, variables, progress.hook());
+}
+
 } // namespace
 
 int readCommand(const Options &options, Stop &stop)
@@ -24,7 +31,7 @@ int readCommand(const Options &options, Stop &stop)
     const std::vector<Tag> tags = readableTags(options);
     const std::vector<Variable> variables = variablesOf(tags);
     Session session(options, variables, stop);
-    readAll(session.host, *session.link, variables);
+    readAllVisibly(session, variables);
     std::vector<Reading> readings;
     readings.reserve(variables.size());
     for (const Variable &variable : variables)

@@ -31,6 +31,9 @@ public:
 
     TextStyle textStyle() const { return {options.format, clock, options.host.timing.timeout, start}; }
 
+    /// Whether stderr has room for it.
+    bool showsProgress() const { return !options.quiet && !options.frames; }
+
     /// A row to stdout, as text or as JSON.
     template <typename... Content>
     void print(const Content &...content) const

@@ -134,6 +134,22 @@ TEST(Stats, AreToldOnASignal)
     EXPECT_EQ(program.wait().code, 130);
 }
 
+/// Over a second, for which a terminal would be told of it.
+TEST(Progress, IsNotForAPipe)
+{
+    OwnController controller([](const Request &, const QByteArray &good) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+        return Reply{good};
+    });
+    const Result result = runFgs("read L 5:0x9000", controller.link());
+    EXPECT_EQ(result.code, 0);
+    const double seconds =
+        QRegularExpression(QStringLiteral("requests in ([0-9.]+) s")).match(result.messages).captured(1).toDouble();
+    EXPECT_GT(seconds, 1);
+    EXPECT_FALSE(result.messages.contains(QStringLiteral("reading")));
+    EXPECT_FALSE(result.messages.contains(QLatin1Char('\r')));
+}
+
 TEST(Once, HasACountOfItsOwn)
 {
     EXPECT_EQ(runFgs("poll --once --count 2 L 5:0", QStringLiteral("tcp:127.0.0.1:1")).code, 2);

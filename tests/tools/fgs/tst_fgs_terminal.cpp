@@ -2,6 +2,7 @@
 #include "own_controller.h"
 #include "terminal.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <QtCore/QRegularExpression>
 #include <set>
@@ -322,6 +323,40 @@ TEST(Table, BeginsWithTheColumnsThatTheOptionNames)
     EXPECT_TRUE(terminal.until([](const Screen &screen) {
         return screen.shows("TREND") && showsRow(screen, QStringLiteral("11111 +11111 +11111.0 +11111 "));
     })) << terminal.screen().text();
+}
+
+/// The controller takes its time until the progress is seen.
+TEST(Progress, IsShownAndGoesAway)
+{
+    std::atomic<bool> isSeen{false};
+    OwnController controller([&isSeen](const Request &, const QByteArray &good) {
+        if (!isSeen)
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        return Reply{good};
+    });
+    Terminal terminal(QStringLiteral("read L 5:0x65535"), controller.link(), 24, 80);
+    EXPECT_TRUE(terminal.until([](const Screen &screen) {
+        return showsRow(screen, QStringLiteral("^reading: [0-9]+ %, about [0-9]+ (s|min [0-9]+ s) left$"));
+    })) << terminal.screen().text();
+    isSeen = true;
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_FALSE(terminal.screen().shows("reading:")) << terminal.screen().text();
+    EXPECT_TRUE(terminal.screen().shows(" requests in "));
+}
+
+TEST(Progress, OfAWriteIsShownToo)
+{
+    std::atomic<bool> isSeen{false};
+    OwnController controller([&isSeen](const Request &, const QByteArray &good) {
+        if (!isSeen)
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        return Reply{good};
+    });
+    Terminal terminal(QStringLiteral("write L 2:0=1") + QStringLiteral(",1").repeated(499), controller.link());
+    EXPECT_TRUE(terminal.untilItShows("writing: ")) << terminal.screen().text();
+    isSeen = true;
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_FALSE(terminal.screen().shows("writing: ")) << terminal.screen().text();
 }
 
 TEST(Table, NeedsATerminalThatCanDraw)
