@@ -25,7 +25,7 @@ QString durationText(double seconds)
 
 QString progressText(const char *what, double share, Time elapsed)
 {
-    const QString text = QStringLiteral("%1: %2 %").arg(QLatin1String(what)).arg(std::floor(100 * share));
+    QString text = QStringLiteral("%1: %2 %").arg(QLatin1String(what)).arg(std::floor(100 * share));
     if (share <= 0)
         return text;
     const double seconds = std::chrono::duration<double>(elapsed).count();
