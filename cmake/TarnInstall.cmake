@@ -33,6 +33,20 @@ install(TARGETS fgs fgs-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONEN
 # The dissector, where every Wireshark looks for Lua: a plugin folder that has no version in its name.
 install(FILES share/wireshark/fgs.lua DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins COMPONENT tools)
 
+# What completes the command line of fgs, made by it where it runs, where Debian's shells look for it.
+if(NOT CMAKE_CROSSCOMPILING AND NOT TARN_SANITIZE)
+  foreach(shell bash zsh)
+    set(script ${CMAKE_BINARY_DIR}/packaging/fgs.${shell})
+    add_custom_command(OUTPUT ${script} COMMAND fgs --completion ${shell} > ${script} DEPENDS fgs VERBATIM)
+    list(APPEND TARN_COMPLETIONS ${script})
+  endforeach()
+  add_custom_target(completions ALL DEPENDS ${TARN_COMPLETIONS})
+  install(FILES ${CMAKE_BINARY_DIR}/packaging/fgs.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME fgs COMPONENT tools)
+  install(FILES ${CMAKE_BINARY_DIR}/packaging/fgs.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+    RENAME _fgs COMPONENT tools)
+endif()
+
 # Man pages, whose options come from the programs' own help: where the programs run.
 find_program(TARN_PERL perl)
 if(CMAKE_CROSSCOMPILING OR TARN_SANITIZE OR NOT TARN_PERL)

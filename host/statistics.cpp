@@ -14,6 +14,8 @@ void RoundTrips::add(Time time)
     const quint64 rest = span - (1ull << octave);
     const quint64 step = octave >= 4 ? rest >> (octave - 4) : rest << (4 - octave);
     ++counts[static_cast<std::size_t>(octave) * StepsPerOctave + static_cast<std::size_t>(step)];
+    const auto bound = std::lower_bound(RoundTripBounds.begin(), RoundTripBounds.end(), time);
+    ++bounded[static_cast<std::size_t>(bound - RoundTripBounds.begin())];
     shortest = number ? std::min(shortest, time) : time;
     longest = std::max(longest, time);
     total += time;
@@ -33,6 +35,12 @@ Time RoundTrips::quantile(double share) const
         return end < static_cast<double>(longest.count()) ? Time(static_cast<qint64>(end)) : longest;
     }
     return longest;
+}
+
+Time betterTimeout(const RoundTrips &times, Time timeout)
+{
+    const Time slow = times.quantile(0.99);
+    return 2 * slow < timeout ? Time(0) : 3 * slow;
 }
 
 } // namespace fgs

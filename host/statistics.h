@@ -10,6 +10,11 @@
 namespace fgs
 {
 
+/// Upper bounds, included, of the counts in a histogram of round trips; the last count is of what is longer.
+constexpr std::array<Time, 16> RoundTripBounds = {100us, 250us, 500us, 1ms,   2500us, 5ms,    10ms, 25ms,
+                                                  50ms,  100ms, 250ms, 500ms, 1s,     2500ms, 5s,   10s};
+using RoundTripCounts = std::array<quint64, RoundTripBounds.size() + 1>;
+
 /// Times from the last byte of the request to the last byte of the reply. Takes no memory as they grow in number.
 class RoundTrips
 {
@@ -22,13 +27,19 @@ public:
     Time mean() const { return number ? Time(total / number) : Time(0); }
     /// The time that this share of them, 0..1, does not exceed; up to 6 % too long.
     Time quantile(double share) const;
+    /// By RoundTripBounds, exactly.
+    const RoundTripCounts &histogram() const { return bounded; }
 
 private:
     static const int StepsPerOctave = 16;
     std::array<quint64, 64UL *StepsPerOctave> counts = {};
+    RoundTripCounts bounded = {};
     quint64 number = 0;
     Time shortest{0}, longest{0}, total{0};
 };
+
+/// A time limit of answers that has some room above the slowest ones; 0 if this one has.
+Time betterTimeout(const RoundTrips &times, Time timeout);
 
 /// Two equations hold after every step of the poller:
 ///   requests = sum of outcomes + underWay

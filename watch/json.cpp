@@ -62,6 +62,18 @@ const char *keyOf(LineEvent::EventKind kind)
     return keys[kind];
 }
 
+/// What is longer than the last bound has none.
+Json histogramJson(const RoundTrips &trips)
+{
+    Json buckets = Json::array();
+    for (std::size_t i = 0; i < trips.histogram().size(); ++i) {
+        const bool isBounded = i < RoundTripBounds.size();
+        buckets.push_back({{"upToMs", isBounded ? Json(millisecondsOf(RoundTripBounds[i])) : Json(nullptr)},
+                           {"count", trips.histogram()[i]}});
+    }
+    return buckets;
+}
+
 } // namespace
 
 QString lineOf(const Json &json)
@@ -137,7 +149,7 @@ Json jsonOf(const Statistics &statistics, const JsonStyle &style, Time now)
     for (int i = 0; i < OutcomeCount; ++i)
         outcomes[keyOf(static_cast<Outcome>(i))] = statistics.outcomes[static_cast<std::size_t>(i)];
     const RoundTrips &trips = statistics.roundTrips;
-    const Json summary = {
+    Json summary = {
         {"start", utf8(style.clock.text(style.start))},
         {"end", utf8(style.clock.text(now))},
         {"seconds", secondsOf(now - style.start)},
@@ -152,9 +164,14 @@ Json jsonOf(const Statistics &statistics, const JsonStyle &style, Time now)
         {"roundTripMs",
          {{"min", millisecondsOf(trips.min())},
           {"mean", millisecondsOf(trips.mean())},
+          {"p50", millisecondsOf(trips.quantile(0.50))},
+          {"p95", millisecondsOf(trips.quantile(0.95))},
           {"p99", millisecondsOf(trips.quantile(0.99))},
           {"max", millisecondsOf(trips.max())}}},
+        {"roundTrips", histogramJson(trips)},
     };
+    if (const Time better = betterTimeout(trips, style.timeout); better != Time(0))
+        summary["betterTimeoutMs"] = std::ceil(millisecondsOf(better));
     return {{"summary", summary}};
 }
 

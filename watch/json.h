@@ -19,7 +19,8 @@ QString lineOf(const Json &json);
 struct JsonStyle {
     Format format;
     const WallClock &clock;
-    Time start; ///< that "seconds" counts from
+    Time start;                 ///< that "seconds" counts from
+    Time timeout = Time::max(); ///< of an answer
 };
 
 /// The reading is of the tag's variable.

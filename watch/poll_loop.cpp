@@ -18,6 +18,22 @@ std::vector<std::size_t> indicesOf(const std::vector<Variable> &variables)
     return indices;
 }
 
+/// By parts, so that a long variable is not all or nothing.
+double settledShare(const Host &host, const std::vector<Variable> &variables)
+{
+    const int partSize = 256;
+    int settled = 0, all = 0;
+    for (const Variable &variable : variables)
+        for (int at = 0; at < variable.count; at += partSize) {
+            Variable part = variable;
+            part.address += at;
+            part.count = std::min(partSize, variable.count - at);
+            settled += host.isSettled(part) ? part.count : 0;
+            all += part.count;
+        }
+    return all ? double(settled) / all : 1;
+}
+
 } // namespace
 
 PollLoop::PollLoop(Host &theHost, Link &theLink, const std::vector<Variable> &theVariables, const PollPlan &thePlan,
@@ -99,16 +115,20 @@ void PollLoop::pauseBetweenRounds()
     rounds.beginAt(link.now());
 }
 
-void readAll(Host &host, const Link &link, const std::vector<Variable> &variables)
+void readAll(Host &host, const Link &link, const std::vector<Variable> &variables, const ProgressHook &progress)
 {
     host.poll(variables);
     const auto isSettled = [&host](const Variable &variable) { return host.isSettled(variable); };
     const auto goesOn = [&] {
         return link.isOpen() && !link.isEnded() && !std::all_of(variables.begin(), variables.end(), isSettled);
     };
+    const auto share = [&] { return settledShare(host, variables); };
     do {
-        while (goesOn())
+        while (goesOn()) {
             host.step();
+            if (progress)
+                progress("reading", share);
+        }
         host.listen();
     } while (goesOn());
 }

@@ -2,6 +2,7 @@
 #ifndef FGS_WATCH_POLL_LOOP_H
 #define FGS_WATCH_POLL_LOOP_H
 
+#include "progress.h"
 #include "reading.h"
 #include "rounds.h"
 
@@ -66,7 +67,8 @@ private:
 };
 
 /// Reads until each variable is settled, the link is lost, or its end has come.
-void readAll(Host &host, const Link &link, const std::vector<Variable> &variables);
+void readAll(Host &host, const Link &link, const std::vector<Variable> &variables,
+             const ProgressHook &progress = ProgressHook());
 
 } // namespace fgs
 

@@ -91,9 +91,28 @@ QString scaledText(const Scaling &scaling, const ValueType &type, const QString 
     const double raw = rawText.toDouble(&isNumber);
     if (scaling.isNone() || !isNumber || !std::isfinite(raw))
         return rawText;
-    const double value = scaling.valueOf(raw);
+    return numberText(scaling, type, scaling.valueOf(raw));
+}
+
+QString numberText(const Scaling &scaling, const ValueType &type, double value)
+{
+    if (scaling.isNone())
+        return numberText(type, value);
     return type.meaning == ValueType::Float ? QString::number(value, 'g', ShownDigits)
                                             : fixedText(value, scaling.decimals());
+}
+
+QString meanText(const Scaling &scaling, const ValueType &type, double mean)
+{
+    if (scaling.isNone())
+        return meanText(type, mean);
+    return type.meaning == ValueType::Float ? numberText(scaling, type, mean)
+                                            : fixedText(mean, scaling.decimals() + 1);
+}
+
+int widestMean(const Scaling &scaling, const ValueType &type)
+{
+    return scaling.isNone() ? widestMean(type) : widestText(scaling, type) + 2; // a point and a digit
 }
 
 int widestText(const Scaling &scaling, const ValueType &type)

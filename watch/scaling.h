@@ -23,6 +23,11 @@ const double MostOffsetSteps = 1e10; ///< that an offset is long: beside more of
 
 /// The text of a value whose raw text is given; what is no finite number remains as it is.
 QString scaledText(const Scaling &scaling, const ValueType &type, const QString &rawText);
+/// A number in these units, as scaledText() writes it.
+QString numberText(const Scaling &scaling, const ValueType &type, double value);
+/// The mean of such numbers, nothing longer than widestMean().
+QString meanText(const Scaling &scaling, const ValueType &type, double mean);
+int widestMean(const Scaling &scaling, const ValueType &type);
 /// The longest text of one value.
 int widestText(const Scaling &scaling, const ValueType &type);
 /// The raw text of a value in engineering units. Throws TextError if it lies between two steps of the raw value,

@@ -100,6 +100,22 @@ QStringList valueTexts(const Tag &tag, Format format, const std::vector<quint32>
     return texts;
 }
 
+Tag valueOf(const Tag &tag, Format format, int index)
+{
+    Tag value = tag;
+    value.variable.count = tag.elementsPerValue(format);
+    value.variable.address += index * value.variable.count;
+    return value;
+}
+
+std::vector<double> numbersOf(const Tag &tag, Format format, const std::vector<quint32> &elements)
+{
+    std::vector<double> numbers = valueNumbers(tag.typeIn(format), tag.kind(), elements);
+    for (double &number : numbers)
+        number = tag.scaling.valueOf(number);
+    return numbers;
+}
+
 QString valuesText(const Tag &tag, Format format, const std::vector<quint32> &elements)
 {
     return valueTexts(tag, format, elements).join(QLatin1Char(' '));

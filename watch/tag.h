@@ -26,13 +26,17 @@ Tag parseTag(const QString &text, int defaultStation = 1);
 /// As parseTag() reads it, always with the station.
 QString textOf(const Tag &tag);
 std::vector<Variable> variablesOf(const std::vector<Tag> &tags);
+/// One of its values, counted from 0, as a tag of its own.
+Tag valueOf(const Tag &tag, Format format, int index);
 
 /// "oven_temp [°C]"; empty if it has no name.
 QString titleOf(const Tag &tag);
 
 /// The values in the elements in engineering units, one text each.
 QStringList valueTexts(const Tag &tag, Format format, const std::vector<quint32> &elements);
-/// The same with a space between two.
+/// The same as numbers; none of a text.
+std::vector<double> numbersOf(const Tag &tag, Format format, const std::vector<quint32> &elements);
+/// The texts with a space between two.
 QString valuesText(const Tag &tag, Format format, const std::vector<quint32> &elements);
 /// The longest text of one value; 0 if that depends on the value.
 int widestText(const Tag &tag, Format format);

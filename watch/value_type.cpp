@@ -210,6 +210,15 @@ std::vector<quint32> parted(const ValueType &type, quint32 value, int count)
     return type.highWordFirst ? std::vector<quint32>{high, low} : std::vector<quint32>{low, high};
 }
 
+const int FloatDigits = 6; ///< of a float among its statistics
+
+double numberOf(const ValueType &type, quint32 value)
+{
+    return type.meaning == ValueType::Float    ? double(asFloat(value))
+           : type.meaning == ValueType::Signed ? double(asSigned(type.size, value))
+                                               : double(value);
+}
+
 } // namespace
 
 const ValueType *typeNamed(const QString &name)
@@ -280,6 +289,41 @@ QStringList valueTexts(const ValueType &type, AreaKind kind, const std::vector<q
         texts << (type.meaning == ValueType::Float ? floatText(asFloat(value)) : integerText(type, value));
     }
     return texts;
+}
+
+std::vector<double> valueNumbers(const ValueType &type, AreaKind kind, const std::vector<quint32> &elements)
+{
+    std::vector<double> numbers;
+    if (type.meaning == ValueType::Text)
+        return numbers;
+    const std::size_t each = static_cast<std::size_t>(elementsPerValue(type, kind));
+    for (std::size_t i = 0; i + each <= elements.size(); i += each)
+        numbers.push_back(numberOf(type, joined(type, elements.data() + i, static_cast<int>(each))));
+    return numbers;
+}
+
+QString numberText(const ValueType &type, double number)
+{
+    if (type.meaning == ValueType::Float)
+        return QString::number(number, 'g', FloatDigits);
+    return type.meaning == ValueType::Signed ? QString::number(static_cast<qint64>(number))
+                                             : integerText(type, static_cast<quint32>(number));
+}
+
+/// Of bits it is the share of those that are set.
+QString meanText(const ValueType &type, double mean)
+{
+    return type.meaning == ValueType::Float ? numberText(type, mean)
+                                            : QString::number(mean, 'f', type.size == Bit ? 3 : 1);
+}
+
+int widestMean(const ValueType &type)
+{
+    if (type.meaning == ValueType::Text)
+        return 0;
+    if (type.meaning == ValueType::Float)
+        return FloatDigits + 6; // a sign, the point, e-38
+    return type.size == Bit ? 5 : widestText(type) + 2;
 }
 
 std::vector<quint32> parseValue(const QString &text, const ValueType &type, AreaKind kind)

@@ -41,6 +41,13 @@ int widestText(const ValueType &type);
 /// The values in the elements, one text each; a Text is one value. Characters of a Text that cannot be printed are
 /// \xNN, and it ends at the first zero behind which there is nothing else.
 QStringList valueTexts(const ValueType &type, AreaKind kind, const std::vector<quint32> &elements);
+/// The values in the elements as numbers; none of a Text.
+std::vector<double> valueNumbers(const ValueType &type, AreaKind kind, const std::vector<quint32> &elements);
+/// A number among those of such values, as valueTexts() writes it; one of single precision with six digits.
+QString numberText(const ValueType &type, double number);
+/// The mean of such values, with the digits that tell something; nothing longer than widestMean().
+QString meanText(const ValueType &type, double mean);
+int widestMean(const ValueType &type);
 /// Of one value, which may have two elements. Integers are decimal or, with 0x, hexadecimal; a float is one of
 /// single precision, to the last bit; a Text takes \xNN too. Throws TextError.
 std::vector<quint32> parseValue(const QString &text, const ValueType &type, AreaKind kind);

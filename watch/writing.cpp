@@ -15,7 +15,10 @@ const char *const resultKeys[] = {"verified",        "different", "written", "re
 class Writing
 {
 public:
-    Writing(Host &theHost, Link &theLink) : host(theHost), link(theLink) {}
+    Writing(Host &theHost, Link &theLink, std::size_t assignments, const ProgressHook &hook)
+        : host(theHost), link(theLink), all(assignments), progress(hook)
+    {
+    }
 
     /// Fills the result in. Returns whether the next one may be sent.
     bool send(WriteReport &report)
@@ -26,10 +29,13 @@ public:
         Step last;
         if (!host.write(variable, report.assignment.values))
             return false;
+        const int queued = host.writesQueued();
         while (host.writesQueued() && !link.isEnded() && link.isOpen()) {
             last = host.step();
             sent = sent || last.sent;
+            tellProgress(1 - double(host.writesQueued()) / queued);
         }
+        ++done;
         if (host.writesQueued()) {
             host.dropWrites();
             report.result = sent ? WriteResult::Unknown : WriteResult::NotSent;
@@ -52,7 +58,7 @@ public:
                 sent.push_back(report.assignment.tag.variable);
         const Time asked = link.now();
         if (!sent.empty() && isBackWithin(patience))
-            readAll(host, link, sent);
+            readAll(host, link, sent, progress);
         for (WriteReport &report : reports)
             judge(report, asked);
     }
@@ -79,8 +85,18 @@ private:
         report.result = report.holdsAssigned() ? WriteResult::Verified : WriteResult::Different;
     }
 
+    /// `ofThis`: the share of the assignment that is under way.
+    void tellProgress(double ofThis) const
+    {
+        if (progress)
+            progress("writing", [this, ofThis] { return (double(done) + ofThis) / double(all); });
+    }
+
     Host &host;
     Link &link;
+    const std::size_t all; ///< assignments
+    std::size_t done = 0;
+    const ProgressHook progress;
 };
 
 bool isReadBack(const WriteReport &report)
@@ -112,10 +128,11 @@ QString notAcknowledgedText(const WriteReport &report, const ReasonText &tell)
 
 } // namespace
 
-std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assignment> &assignments, Time patience)
+std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assignment> &assignments, Time patience,
+                                  const ProgressHook &progress)
 {
     std::vector<WriteReport> reports;
-    Writing writing(host, link);
+    Writing writing(host, link, assignments.size(), progress);
     bool goesOn = true;
     for (const Assignment &assignment : assignments) {
         WriteReport report;

@@ -3,6 +3,7 @@
 #define FGS_WATCH_WRITING_H
 
 #include "assignment.h"
+#include "progress.h"
 #include "reading.h"
 
 namespace fgs
@@ -31,8 +32,8 @@ struct WriteReport {
 /// refused, not acknowledged or cut off no further one is sent; those that were sent are read back, also over a
 /// lost link that is there again within `patience`. When the link's end comes (Link::endBy()) nothing more is sent
 /// at all. As many reports as assignments, in their order.
-std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assignment> &assignments,
-                                  Time patience);
+std::vector<WriteReport> writeAll(Host &host, Link &link, const std::vector<Assignment> &assignments, Time patience,
+                                  const ProgressHook &progress = ProgressHook());
 
 using ReasonText = std::function<QString(const Reason &)>;
 

@@ -28,6 +28,30 @@ TEST(RoundTrips, KnowTheirEndsAndTheirMean)
     EXPECT_EQ(times.mean(), 4ms);
 }
 
+TEST(RoundTrips, AreCountedByTheirBounds)
+{
+    RoundTrips times;
+    for (Time time : {Time(1), Time(100us), Time(100us + 1ns), Time(1ms), Time(10s), Time(10s + 1ns), Time(1h)})
+        times.add(time);
+    RoundTripCounts expected = {};
+    expected[0] = 2;  // to 0.1 ms
+    expected[1] = 1;  // to 0.25 ms
+    expected[3] = 1;  // to 1 ms
+    expected[15] = 1; // to 10 s
+    expected[16] = 2; // beyond
+    EXPECT_EQ(times.histogram(), expected);
+}
+
+TEST(BetterTimeout, IsProposedWhenTheSlowOnesComeNear)
+{
+    RoundTrips times;
+    EXPECT_EQ(betterTimeout(times, 1s), Time(0)) << "nothing is known";
+    for (int i = 0; i < 100; ++i)
+        times.add(200ms);
+    EXPECT_EQ(betterTimeout(times, 1s), Time(0));
+    EXPECT_EQ(betterTimeout(times, 400ms), Time(600ms));
+}
+
 TEST(RoundTrips, QuantilesAreAtMostSixPercentTooLong)
 {
     for (int unit : {1, 37, 1000, 123457}) {

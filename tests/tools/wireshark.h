@@ -2,10 +2,8 @@
 #ifndef TARN_TESTS_WIRESHARK_H
 #define TARN_TESTS_WIRESHARK_H
 
-#include <gtest/gtest.h>
+#include "support/shell.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -15,19 +13,8 @@
 using Fields = std::map<std::string, std::vector<std::string>>;
 
 #define NEEDS_TSHARK()                                                                                             \
-    if (std::system("tshark --version >/dev/null 2>&1") != 0)                                                      \
+    if (!isInstalled("tshark"))                                                                                    \
     GTEST_SKIP() << "tshark is missing: apt-get install tshark"
-
-inline std::string outputOf(const std::string &command)
-{
-    std::string output;
-    std::FILE *const pipe = ::popen(command.c_str(), "r");
-    char bytes[4096];
-    for (std::size_t count; (count = std::fread(bytes, 1, sizeof bytes, pipe)) > 0;)
-        output.append(bytes, count);
-    EXPECT_EQ(::pclose(pipe), 0) << command;
-    return output;
-}
 
 /// Packet by packet. An installed dissector is left aside, and two passes show what comes later too.
 inline std::vector<Fields> dissected(const std::string &file, const std::vector<std::string> &fields)

@@ -165,6 +165,26 @@ TEST_F(JsonTest, TheSummaryCountsEveryOutcome)
     EXPECT_EQ(made["outcomes"].size(), std::size_t(OutcomeCount));
 }
 
+TEST_F(JsonTest, TheSummaryTellsHowLongRoundTripsTake)
+{
+    Statistics statistics;
+    for (Time time : {3ms, 4ms, 700ms})
+        statistics.roundTrips.add(time);
+    const Time start = link.now() - 1s;
+    const Json made = jsonOf(statistics, {Format::Unsigned, clock, start, 1s}, link.now())["summary"];
+    EXPECT_EQ(made["roundTripMs"]["max"], 700.0);
+    EXPECT_EQ(made["roundTripMs"]["p99"], 700.0);
+    EXPECT_NEAR(made["roundTripMs"]["p50"].get<double>(), 4, 0.25);
+    const Json &counts = made["roundTrips"];
+    ASSERT_EQ(counts.size(), RoundTripBounds.size() + 1);
+    EXPECT_EQ(counts[5].dump(), R"({"upToMs":5.0,"count":2})");
+    EXPECT_EQ(counts[12].dump(), R"({"upToMs":1000.0,"count":1})");
+    EXPECT_EQ(counts[16].dump(), R"({"upToMs":null,"count":0})");
+    EXPECT_EQ(made["betterTimeoutMs"], 2100.0);
+    EXPECT_FALSE(jsonOf(statistics, {Format::Unsigned, clock, start, 2s}, link.now())["summary"].contains(
+        "betterTimeoutMs"));
+}
+
 TEST(JsonLine, IsOneLineOfUtf8WhateverTheTextHolds)
 {
     Json json;

@@ -180,6 +180,21 @@ TEST_F(ReadAll, EndsWhenAllIsRead)
     }
 }
 
+/// From request to request, also within one variable.
+TEST_F(ReadAll, TellsHowFarItIs)
+{
+    start({"5:0x2000", "6:0x100"});
+    std::vector<double> shares;
+    readAll(*host, link, variables, [&shares](const char *what, const std::function<double()> &share) {
+        EXPECT_STREQ(what, "reading");
+        shares.push_back(share());
+    });
+    EXPECT_GE(shares.size(), link.sent.size());
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+    EXPECT_EQ(shares.back(), 1);
+    EXPECT_TRUE(std::any_of(shares.begin(), shares.end(), [](double share) { return share > 0.3 && share < 0.7; }));
+}
+
 TEST_F(ReadAll, EndsWithALostLinkAndKeepsWhatHadCome)
 {
     start({"5:0x200", "6:0x200"});

@@ -3,6 +3,7 @@
 #define FGS_TOOL_DISPLAY_H
 
 #include "output.h"
+#include "table_view.h"
 #include "watch/poll_loop.h"
 
 #include <memory>
@@ -19,13 +20,19 @@ public:
     virtual void end() {}
 };
 
-/// A line for each variable whose values or quality have changed. Without `notes` no events as text; JSON has them
-/// always. The tags of both outlive them, and stand in the order of the readings.
+enum class LineForm { Text, Json, Csv };
+
+/// When lines are printed: at each change of values or quality, or once, at the end.
+enum class LineTime { Change, End };
+
+/// A line for each variable. Without `notes` no events as text; JSON has them always. The tags of both outlive
+/// them, and stand in the order of the readings.
 std::unique_ptr<Display> makeLines(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
-                                   bool json, bool notes);
-/// All variables with the ages of their values, drawn over and over; `stop` ends the poll when a key asks for it.
+                                   LineForm form, LineTime time, bool notes);
+/// All variables with the ages of their values, drawn over and over; keys change the view, and `stop` ends the poll
+/// when a key asks for it.
 std::unique_ptr<Display> makeTable(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
-                                   Stop &stop);
+                                   const TableView &view, Stop &stop);
 
 } // namespace fgs
 

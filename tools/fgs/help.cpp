@@ -18,6 +18,8 @@ const Example examples[] = {
     {"write", "  fgs write tcp:192.168.0.9:5020 5:100=1,2,0x1F       three words, read back and compared\n"},
     {"write", "  fgs write line.toml oven_sp=12.5                    in engineering units\n"},
     {"poll", "  fgs poll  /dev/pts/3 5:100x10 5:20:f32 --interval 200   a live table, until q or Ctrl-C\n"},
+    {"poll", "  fgs poll  --stats --for 60 /dev/ttyUSB0 5:100        how long answers take\n"},
+    {"poll", "  fgs poll  --csv --quiet /dev/ttyUSB0 5:100x2 > day.csv   each change, for a spreadsheet\n"},
     {"poll", "  fgs poll  line.toml                                 all that the file names\n"},
     {"plan", "  fgs plan  9600,8N1 5:100x4 5:120:f32 2:17x40        blocks, frames and cycle times of a list\n"},
     {"plan", "  fgs plan  line.toml --block 31                      the same of a file, with other blocks\n"},
@@ -87,7 +89,9 @@ Nothing is sent but reads of one word, and nothing at all where another host is 
 )";
 
 const char *const Keys = R"(
-Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; q ends.
+Keys in the live table: arrows, PgUp and PgDn, Home and End scroll; e puts each value in a row of its own, r adds
+the smallest, the mean and the largest since the start (of bits the share that is set), t the trend of the newest
+16; q ends. Old values do not count. What the screen is too narrow for is left out, never cut.
 )";
 
 const char *const Inputs = R"(

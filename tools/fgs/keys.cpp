@@ -20,7 +20,7 @@ const Sequence sequences[] = {
     {"b", Key::PageUp},    {"\x1b[6~", Key::PageDown}, {" ", Key::PageDown}, {"\x1b[H", Key::Home},
     {"\x1bOH", Key::Home}, {"\x1b[1~", Key::Home},     {"g", Key::Home},     {"\x1b[F", Key::End},
     {"\x1bOF", Key::End},  {"\x1b[4~", Key::End},      {"G", Key::End},      {"q", Key::Quit},
-    {"Q", Key::Quit},
+    {"Q", Key::Quit},      {"e", Key::Each},           {"r", Key::Range},    {"t", Key::Trend},
 };
 
 const char Escape = '\x1b';

@@ -8,7 +8,7 @@
 namespace fgs
 {
 
-enum class Key { Up, Down, PageUp, PageDown, Home, End, Quit };
+enum class Key { Up, Down, PageUp, PageDown, Home, End, Each, Range, Trend, Quit };
 
 /// The keys in what was read from the terminal, and takes them from it; the beginning of a longer sequence stays.
 /// Others are passed over.

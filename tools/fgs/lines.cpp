@@ -1,4 +1,5 @@
 #include "display.h"
+#include "watch/csv.h"
 #include "watch/json.h"
 
 namespace fgs
@@ -18,8 +19,9 @@ Reading notAskedYet()
 class Lines : public Display
 {
 public:
-    Lines(const std::vector<Tag> &theTags, const TextStyle &textStyle, const Link &theLink, bool withNotes)
-        : tags(theTags), style(textStyle), link(theLink), notes(withNotes)
+    Lines(const std::vector<Tag> &theTags, const TextStyle &textStyle, const Link &theLink, LineTime when,
+          bool withNotes)
+        : tags(theTags), style(textStyle), link(theLink), time(when), notes(withNotes)
     {
     }
 
@@ -29,7 +31,8 @@ public:
         for (std::size_t i : which)
             if (!readings[i].tellsSameAs(shown[i])) {
                 shown[i] = readings[i];
-                print(tags[i], readings[i], link.now());
+                if (time == LineTime::Change)
+                    print(tags[i], readings[i], link.now());
             }
         stdoutClosed = flushOutput() != 0;
     }
@@ -41,6 +44,12 @@ public:
     }
 
     bool isDone() const override { return stdoutClosed; }
+
+    void end() override
+    {
+        for (std::size_t i = 0; time == LineTime::End && i < shown.size(); ++i)
+            print(tags[i], shown[i], link.now());
+    }
 
 protected:
     virtual void print(const Tag &tag, const Reading &reading, Time now)
@@ -56,6 +65,7 @@ protected:
     const Link &link;
 
 private:
+    const LineTime time;
     const bool notes;
     std::vector<Reading> shown = {};
     bool stdoutClosed = false;
@@ -80,14 +90,37 @@ private:
     JsonStyle jsonStyle() const { return {style.format, style.clock, style.start}; }
 };
 
+class CsvLines : public Lines
+{
+public:
+    CsvLines(const std::vector<Tag> &theTags, const TextStyle &textStyle, const Link &theLink, LineTime when,
+             bool withNotes)
+        : Lines(theTags, textStyle, theLink, when, withNotes)
+    {
+        printCsv({csvHeader()});
+    }
+
+protected:
+    void print(const Tag &tag, const Reading &reading, Time now) override
+    {
+        printCsv(csvRows(tag, reading, style.format, style.clock, now));
+    }
+};
+
 } // namespace
 
 std::unique_ptr<Display> makeLines(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
-                                   bool json, bool notes)
+                                   LineForm form, LineTime time, bool notes)
 {
-    if (json)
-        return std::make_unique<JsonLines>(tags, style, link, notes);
-    return std::make_unique<Lines>(tags, style, link, notes);
+    switch (form) {
+    case LineForm::Json:
+        return std::make_unique<JsonLines>(tags, style, link, time, notes);
+    case LineForm::Csv:
+        return std::make_unique<CsvLines>(tags, style, link, time, notes);
+    case LineForm::Text:
+        break;
+    }
+    return std::make_unique<Lines>(tags, style, link, time, notes);
 }
 
 } // namespace fgs

@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include "completion.h"
 #include "failure.h"
 #include "help.h"
 #include "host/text_error.h"
@@ -173,15 +174,59 @@ void addScanOptions(CLI::App &app, Options &options)
     app.add_flag("--quiet", options.quiet, "No notes and no progress");
 }
 
+void addReadOptions(CLI::App &app, Options &options)
+{
+    app.add_flag("--csv", options.csv, "One row a value, for spreadsheets: time, variable, value, quality, reason")
+        ->excludes("--json");
+}
+
+struct ViewColumn {
+    const char *name;
+    bool TableView::*isShown;
+};
+
+const ViewColumn ViewColumns[] = {
+    {"each", &TableView::each}, {"range", &TableView::range}, {"trend", &TableView::trend}};
+
+void show(const std::string &name, TableView &view)
+{
+    for (const ViewColumn &column : ViewColumns)
+        if (name == column.name) {
+            view.*column.isShown = true;
+            return;
+        }
+    throw CLI::ValidationError("--show", "'" + name + "' is none of each, range, trend");
+}
+
+/// Names with commas between them.
+TableView viewOf(const std::string &names)
+{
+    TableView view;
+    std::istringstream list(names);
+    for (std::string name; std::getline(list, name, ',');)
+        show(name, view);
+    return view;
+}
+
 void addPollOptions(CLI::App &app, Options &options)
 {
+    addReadOptions(app, options);
+    app.add_option_function<std::string>(
+           "--show", [&options](const std::string &names) { options.view = viewOf(names); },
+           "In the live table: each (a row for each value), range (smallest, mean, largest), trend; as keys e, r, "
+           "t")
+        ->type_name("LIST");
     app.add_option_function<std::string>(
            "--for", [&options](const std::string &text) { options.seconds = secondsIn("--for", text); },
            "Ends after them")
         ->type_name("SECONDS");
-    app.add_option("--count", options.rounds, "Ends when every VAR was asked for that often")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000000000));
+    app.add_flag("--stats", options.stats, "At the end, and on SIGUSR1, how many round trips took how long");
+    CLI::Option *const count =
+        app.add_option("--count", options.rounds, "Ends when every VAR was asked for that often")
+            ->type_name("N")
+            ->check(CLI::Range(1, 1000000000));
+    app.add_flag("--once", options.once, "Asks for every VAR once, prints each in a line and ends")
+        ->excludes(count);
     addMilliseconds(app, "--interval", options.interval, 0, "From the start of one round to the next");
 }
 
@@ -213,7 +258,7 @@ struct Command {
 };
 
 const Command Commands[] = {
-    {Options::Read, "read", "Prints the values of variables.", "VAR", true, addNoOptions},
+    {Options::Read, "read", "Prints the values of variables.", "VAR", true, addReadOptions},
     {Options::Write, "write", "Writes values, then reads them back and compares.", "ASSIGNMENT", true,
      addNoOptions},
     {Options::Poll, "poll", "Reads variables round and round: a live table on a terminal, else a line a change.",
@@ -311,7 +356,7 @@ std::string commandNames()
 /// What is wrong, also where CLI11 does not name the argument.
 std::string faultOf(const CLI::App &app, const CLI::ParseError &error, const std::string &first)
 {
-    if (!app.get_subcommands().empty())
+    if (!app.get_subcommands().empty() || first.rfind("--completion", 0) == 0)
         return error.what();
     return (first.empty() ? "a command is missing" : "'" + first + "' is no command") + "; commands are " +
            commandNames() + " and help";
@@ -354,6 +399,71 @@ void refuseOptionsOfOthers(const CLI::App &app, const std::vector<std::string> &
     }
 }
 
+struct Shell {
+    const char *name;
+    std::string (*completion)(const std::vector<CompletedCommand> &commands);
+};
+
+const Shell Shells[] = {{"bash", bashCompletion}, {"zsh", zshCompletion}};
+
+std::vector<std::string> choicesOf(const std::string &option)
+{
+    std::vector<std::string> names;
+    if (option == "--format")
+        for (const auto &format : FormatNames)
+            names.push_back(format.first);
+    if (option == "--completion")
+        for (const Shell &shell : Shells)
+            names.emplace_back(shell.name);
+    if (option == "--show")
+        for (const ViewColumn &column : ViewColumns)
+            names.emplace_back(column.name);
+    return names;
+}
+
+/// Without what CLI11 adds for its checks.
+std::string placeholderOf(const CLI::Option &option)
+{
+    const std::string name = option.get_type_name();
+    return name.substr(0, name.find(':'));
+}
+
+CompletedCommand completedOf(const CLI::App &app, const std::string &name)
+{
+    CompletedCommand command{name, app.get_description(), {}};
+    for (const CLI::Option *option : app.get_options())
+        if (!option->get_lnames().empty()) {
+            const std::string optionName = "--" + option->get_lnames().front();
+            const bool takesValue = option->get_items_expected_max() > 0;
+            command.options.push_back({optionName, option->get_description(),
+                                       takesValue ? placeholderOf(*option) : "", choicesOf(optionName)});
+        }
+    return command;
+}
+
+std::string completionFor(const CLI::App &app, const std::string &shell)
+{
+    std::vector<CompletedCommand> commands{completedOf(app, "")};
+    for (const Command &command : Commands)
+        commands.push_back(completedOf(*app.get_subcommand(command.name), command.name));
+    for (const Shell &each : Shells)
+        if (shell == each.name)
+            return each.completion(commands);
+    throw CLI::ValidationError("--completion", "'" + shell + "' is none of bash, zsh");
+}
+
+void addCompletion(CLI::App &app)
+{
+    app.add_option_function<std::string>(
+           "--completion",
+           [&app](const std::string &shell) {
+               throw Finished{ExitOk, completionFor(app, shell)};
+           },
+           "Prints what completes the command line in a shell: bash or zsh")
+        ->type_name("SHELL")
+        ->trigger_on_parse();
+}
+
 bool isCommand(const std::string &name)
 {
     return std::any_of(std::begin(Commands), std::end(Commands),
@@ -379,6 +489,7 @@ Options parseArguments(int argc, const char *const *argv)
     Options options;
     CLI::App app("Reads, writes and watches controllers of the FGs series.", "fgs");
     app.set_version_flag("--version", "fgs " FGS_VERSION);
+    addCompletion(app);
     app.require_subcommand(1);
     for (const Command &command : Commands)
         addCommand(app, options, command);

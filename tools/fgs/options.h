@@ -4,6 +4,7 @@
 
 #include "formats/trace_settings.h"
 #include "host/host.h"
+#include "table_view.h"
 #include "watch/tag_file.h"
 
 #include <string>
@@ -35,11 +36,15 @@ struct Options {
     HostOptions host;
     Format format = Format::Unsigned;
     bool json = false;
+    bool csv = false;
     bool frames = false; ///< every one on stderr
     formats::TraceSettings trace;
     bool quiet = false;
     double seconds = 0;      ///< poll: ends after them; 0: does not
     int rounds = 0;          ///< poll: ends after them; 0: does not
+    bool stats = false;      ///< poll: how many round trips took how long
+    bool once = false;       ///< poll: one round, whose end alone is shown
+    TableView view;          ///< poll: of the live table, to begin with
     Time answer = Time(0);   ///< plan: of the controller, from a request to its reply
     Time interval = Time(0); ///< poll: from the start of one round to that of the next
     SearchOptions scan;

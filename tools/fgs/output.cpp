@@ -1,5 +1,8 @@
 #include "output.h"
 
+#include "watch/csv.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <QtCore/QStringList>
@@ -35,19 +38,33 @@ QString failuresText(const Statistics &statistics)
     return kinds.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(kinds.join(QStringLiteral(", ")));
 }
 
-QString roundTripsText(const RoundTrips &times, Time timeout)
+QString timeoutAdvice(const RoundTrips &times, Time timeout)
 {
-    QString text = QStringLiteral("\nround trip: min %1, mean %2, 99 % within %3, max %4")
-                       .arg(millisecondsText(times.min()), millisecondsText(times.mean()),
-                            millisecondsText(times.quantile(0.99)), millisecondsText(times.max()));
-    if (2 * times.quantile(0.99) < timeout)
-        return text;
-    return text + QStringLiteral("\nthe slow ones come near the time limit of %1 ms; try --timeout %2")
-                      .arg(wholeMilliseconds(timeout), wholeMilliseconds(3 * times.quantile(0.99)));
+    const Time better = betterTimeout(times, timeout);
+    return better == Time(0) ? QString()
+                             : QStringLiteral("\nthe slow ones come near the time limit of %1 ms; try --timeout %2")
+                                   .arg(wholeMilliseconds(timeout), wholeMilliseconds(better));
+}
+
+const int LongestBar = 40;
+
+/// A few are seen beside many.
+QString bar(quint64 count, quint64 most)
+{
+    const quint64 length = (count * LongestBar + most - 1) / most;
+    return QString(static_cast<int>(length), QLatin1Char('#'));
+}
+
+QString boundText(std::size_t bucket)
+{
+    const std::size_t last = RoundTripBounds.size();
+    const Time bound = RoundTripBounds[std::min(bucket, last - 1)];
+    return QStringLiteral("%1 %2 ms").arg(bucket < last ? "up to" : "over", 5).arg(milliseconds(bound), 5);
 }
 
 std::FILE *dataStream = stdout;
 int outputError = 0; ///< its first errno
+bool statusIsShown = false;
 
 void note(bool isWritten)
 {
@@ -180,7 +197,34 @@ QString summaryText(const Statistics &statistics, const TextStyle &style, Time n
         text += QStringLiteral("; link lost %1 times, opened again %2 times")
                     .arg(statistics.linkLost)
                     .arg(statistics.reconnects);
-    return statistics.roundTrips.count() ? text + roundTripsText(statistics.roundTrips, style.timeout) : text;
+    return text;
+}
+
+QString roundTripsText(const RoundTrips &times, Time timeout)
+{
+    return QStringLiteral("round trip: min %1, mean %2, 99 % within %3, max %4")
+               .arg(millisecondsText(times.min()), millisecondsText(times.mean()),
+                    millisecondsText(times.quantile(0.99)), millisecondsText(times.max())) +
+           timeoutAdvice(times, timeout);
+}
+
+QString histogramText(const RoundTrips &times, Time timeout)
+{
+    const RoundTripCounts &counts = times.histogram();
+    const auto isFilled = [](quint64 count) { return count > 0; };
+    const auto first = std::find_if(counts.begin(), counts.end(), isFilled);
+    const auto last = std::find_if(counts.rbegin(), counts.rend(), isFilled).base();
+    QString text = QStringLiteral("%1 round trips").arg(times.count());
+    for (auto each = first; each < last; ++each)
+        text += QStringLiteral("\n  %1 %2  %3")
+                    .arg(boundText(std::size_t(each - counts.begin())))
+                    .arg(*each, 9)
+                    .arg(bar(*each, *std::max_element(counts.begin(), counts.end())));
+    return text +
+           QStringLiteral("\n50 % within %1, 95 % within %2, 99 % within %3, max %4")
+               .arg(millisecondsText(times.quantile(0.50)), millisecondsText(times.quantile(0.95)),
+                    millisecondsText(times.quantile(0.99)), millisecondsText(times.max())) +
+           timeoutAdvice(times, timeout);
 }
 
 QString withoutControls(const QString &text)
@@ -208,13 +252,27 @@ void printText(const std::string &text)
     note(std::fwrite(text.data(), 1, text.size(), dataStream) == text.size());
 }
 
+void printCsv(const QStringList &rows)
+{
+    for (const QString &row : rows)
+        note(std::fputs((row + QLatin1String(CsvLineEnd)).toUtf8().constData(), dataStream) >= 0);
+}
+
 void printDataTo(std::FILE *stream)
 {
     dataStream = stream;
 }
 
+void showStatus(const QString &status)
+{
+    if (statusIsShown || !status.isEmpty())
+        std::fputs(("\r" + status.toLocal8Bit() + "\x1b[K").constData(), stderr);
+    statusIsShown = !status.isEmpty();
+}
+
 void printMessage(const QString &message)
 {
+    showStatus(QString());
     print(stderr, withoutControls(message).toLocal8Bit());
 }
 

@@ -32,6 +32,10 @@ QString rowText(const WriteReport &report, const TextStyle &style, Time now);
 /// "link lost: why; all values are stale; trying to open it again"
 QString eventText(const LineEvent &event);
 QString summaryText(const Statistics &statistics, const TextStyle &style, Time now);
+/// In a line; in another what to try if the times come near the limit. There is at least one, like below.
+QString roundTripsText(const RoundTrips &times, Time timeout);
+/// How many took how long, as bars, then as above.
+QString histogramText(const RoundTrips &times, Time timeout);
 
 /// What somebody else wrote may hold characters that would move the cursor: they become \xNN.
 QString withoutControls(const QString &text);
@@ -40,7 +44,10 @@ QString seconds(Time time);
 
 void printLine(const QString &line);       ///< to stdout, or where printDataTo() says
 void printText(const std::string &text);   ///< the same as it stands, with its line ends
+void printCsv(const QStringList &rows);    ///< there too, with the ends of lines that CSV has
 void printMessage(const QString &message); ///< to stderr
+/// A line on stderr, a terminal, that gives way to the next message; empty: it is gone.
+void showStatus(const QString &status);
 /// From now on data goes to this stream.
 void printDataTo(std::FILE *stream);
 /// 0, or once stdout takes nothing any more the errno that tells why.

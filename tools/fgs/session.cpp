@@ -89,6 +89,13 @@ void Session::warn(const LineEvent &event) const
         printMessage(QStringLiteral("fgs: ") + eventText(event));
 }
 
+void Session::tellRoundTrips() const
+{
+    const RoundTrips &times = host.statistics().roundTrips;
+    if (times.count() && (options.stats || !options.quiet))
+        printMessage((options.stats ? histogramText : roundTripsText)(times, options.host.timing.timeout));
+}
+
 int Session::end(int code) const
 {
     flushOutput(); // the rows come before what is said of them
@@ -101,6 +108,8 @@ int Session::end(int code) const
         printLine(lineOf(jsonOf(host.statistics(), jsonStyle(), link->now())));
     else if (!options.quiet)
         printMessage(summaryText(host.statistics(), textStyle(), link->now()));
+    if (!options.json)
+        tellRoundTrips();
     const bool isTraced = endTrace();
     return number ? ExitSignal + number : isLost ? ExitLink : code == ExitOk && !isTraced ? ExitOther : code;
 }

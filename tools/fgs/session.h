@@ -36,6 +36,9 @@ public:
 
     TextStyle textStyle() const { return {options.format, clock, options.host.timing.timeout, start}; }
 
+    /// Whether stderr has room for it.
+    bool showsProgress() const { return !options.quiet && !options.frames; }
+
     /// A row to stdout, as text or as JSON.
     template <typename... Content>
     void print(const Content &...content) const
@@ -51,10 +54,11 @@ public:
     int end(int code) const;
 
 private:
-    JsonStyle jsonStyle() const { return {options.format, clock, start}; }
+    JsonStyle jsonStyle() const { return {options.format, clock, start, options.host.timing.timeout}; }
     void warn(const LineEvent &event) const;
     void noteFrame(const TraceEntry &entry) const;
     bool endTrace() const;
+    void tellRoundTrips() const;
 
     std::function<void(const QString &)> tell = printMessage;
 };

@@ -12,6 +12,7 @@ namespace
 
 Stop *theStop;
 volatile std::sig_atomic_t received = 0;
+volatile std::sig_atomic_t asked = 0;
 
 void handle(int number)
 {
@@ -49,6 +50,18 @@ void stopOnSignals(Stop &stop)
 int stoppingSignal()
 {
     return received;
+}
+
+void answerQuestions()
+{
+    std::signal(SIGUSR1, [](int) { asked = 1; });
+}
+
+bool takeQuestion()
+{
+    const bool isAsked = asked;
+    asked = 0;
+    return isAsked;
 }
 
 } // namespace fgs

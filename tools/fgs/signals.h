@@ -13,6 +13,11 @@ void stopOnSignals(Stop &stop);
 /// The signal that has requested the stop; 0: none has.
 int stoppingSignal();
 
+/// From now on SIGUSR1 is a question that the next call of takeQuestion() sees, and no end.
+void answerQuestions();
+/// Whether there was one since the last call.
+bool takeQuestion();
+
 } // namespace fgs
 
 #endif

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <mutex>
+#include <optional>
 #include <poll.h>
 #include <QtCore/QRegularExpression>
 #include <thread>
@@ -16,12 +17,16 @@ namespace
 
 const int RedrawPause = 100; ///< ms
 const Time MarkedFor = 2s;   ///< after a change
+const int RowsForHelp = 10;  ///< of a screen that has room for the line about the keys
+const QString KeysHelp = QStringLiteral("keys: e a row for each value, r range (min, mean, max), t trend, q quit");
 
 /// One line of the table and of what it shows.
 struct Entry {
     Reading reading;
     QString reason;
     std::vector<Time> changedAt; ///< of each value; Never: not since the start
+    ValueStatistics statistics;
+    int rows = 0; ///< that it takes in the layout; 0: not counted yet
 };
 
 /// What both threads see, under its lock.
@@ -38,8 +43,9 @@ struct Board {
 class Table : public Display
 {
 public:
-    Table(const std::vector<Tag> &theTags, const TextStyle &textStyle, const Link &theLink, Stop &theStop)
-        : tags(theTags), style(textStyle), link(theLink), stop(theStop), drawer([this] { run(); })
+    Table(const std::vector<Tag> &theTags, const TextStyle &textStyle, const Link &theLink,
+          const TableView &theView, Stop &theStop)
+        : tags(theTags), style(textStyle), link(theLink), stop(theStop), view(theView), drawer([this] { run(); })
     {
     }
 
@@ -50,7 +56,7 @@ public:
         const std::lock_guard<std::mutex> guard(board.lock);
         board.entries.resize(readings.size());
         for (std::size_t i : which)
-            update(board.entries[i], readings[i]);
+            update(board.entries[i], tags[i], readings[i]);
     }
 
     void counted(const Statistics &statistics) override
@@ -85,8 +91,9 @@ public:
     }
 
 private:
-    void update(Entry &entry, const Reading &reading) const
+    void update(Entry &entry, const Tag &tag, const Reading &reading) const
     {
+        entry.statistics.add(tag, style.format, reading, link.now());
         entry.changedAt.resize(reading.values.size(), Never);
         const bool isFirst = entry.reading.values.size() != reading.values.size();
         for (std::size_t i = 0; i < reading.values.size() && !isFirst; ++i)
@@ -94,6 +101,7 @@ private:
                 entry.changedAt[i] = reading.time;
         entry.reading = reading;
         entry.reason = qualityText(reading, style);
+        entry.rows = 0;
     }
 
     void close()
@@ -154,10 +162,25 @@ private:
         case Key::End:
             top = INT_MAX / 2;
             break;
+        case Key::Each:
+            toggle(view.each);
+            break;
+        case Key::Range:
+            toggle(view.range);
+            break;
+        case Key::Trend:
+            toggle(view.trend);
+            break;
         case Key::Quit:
             stop.request();
             break;
         }
+    }
+
+    void toggle(bool &column)
+    {
+        column = !column;
+        layout.reset();
     }
 
     /// A terminal that takes nothing holds up this thread only.
@@ -173,47 +196,51 @@ private:
         return screen(Terminal::size(), true);
     }
 
-    QStringList screen(const Terminal::Size &size, bool colored)
+    QStringList screen(const Terminal::Size &size, bool isLive)
     {
-        const TableLayout layout(tags, style.format, size.columns);
-        const int total = totalRows(layout);
-        page = std::max(1, size.rows - 1 - int(statusLines(layout, size.columns, 0, total).size()));
+        const int total = layOut(size.columns);
+        const QStringList help =
+            isLive && size.rows >= RowsForHelp ? wrapped(KeysHelp, size.columns) : QStringList();
+        page = std::max(1, size.rows - 1 - int(statusLines(size.columns, 0, total).size() + help.size()));
         top = qBound(0, top, std::max(0, total - page));
-        QStringList lines{layout.header()};
-        appendRows(lines, layout, colored);
-        lines << statusLines(layout, size.columns, std::min(page, total), total);
+        QStringList lines{layout->header()};
+        appendRows(lines, isLive);
+        lines << statusLines(size.columns, std::min(page, total), total) << help;
         return lines.mid(lines.size() > size.rows ? 1 : 0, size.rows); // the header goes first
     }
 
-    int totalRows(const TableLayout &layout) const
+    /// Returns the rows of the whole table. What is known from the last time is not found out again.
+    int layOut(int columns)
     {
-        int rows = 0;
-        for (std::size_t i = 0; i < board.entries.size(); ++i)
-            rows += rowCount(layout, i);
-        return rows;
-    }
-
-    int rowCount(const TableLayout &layout, std::size_t index) const
-    {
-        const Entry &entry = board.entries[index];
-        return layout.rowCount(tags[index], entry.reading, entry.reason);
+        if (!layout || columns != layoutColumns) {
+            layout.emplace(tags, style.format, columns, view);
+            layoutColumns = columns;
+            for (Entry &entry : board.entries)
+                entry.rows = 0;
+        }
+        int total = 0;
+        for (std::size_t i = 0; i < board.entries.size(); ++i) {
+            Entry &entry = board.entries[i];
+            if (entry.rows == 0)
+                entry.rows = layout->rowCount(tags[i], entry.reading, entry.reason);
+            total += entry.rows;
+        }
+        return total;
     }
 
     /// The rows from `top` on.
-    void appendRows(QStringList &lines, const TableLayout &layout, bool colored) const
+    void appendRows(QStringList &lines, bool colored) const
     {
-        int row = 0;
+        int row = 0; // of the first of the entry
         const int bottom = top + page;
-        for (std::size_t index = 0; index < board.entries.size(); ++index) {
-            const Entry &entry = board.entries[index];
-            const int count = rowCount(layout, index);
-            if (row + count > top && row < bottom) {
-                const QStringList rows =
-                    layout.rows(tags[index], entry.reading, entry.reason, marksOf(entry), link.now());
-                for (int i = std::max(0, top - row); i < count && row + i < bottom; ++i)
-                    lines << (colored ? inColor(rows[i], entry.reading.quality) : rows[i]);
-            }
-            row += count;
+        for (std::size_t i = 0; i < board.entries.size() && row < bottom; row += board.entries[i++].rows) {
+            const Entry &entry = board.entries[i];
+            if (row + entry.rows <= top)
+                continue;
+            const RowRange range = {std::max(0, top - row), std::min(entry.rows, bottom - row)};
+            for (const QString &text : layout->rows(tags[i], entry.reading, entry.reason, marksOf(entry),
+                                                    link.now(), entry.statistics, range))
+                lines << (colored ? inColor(text, entry.reading.quality) : text);
         }
     }
 
@@ -236,11 +263,11 @@ private:
         return row.replace(marked, QStringLiteral("\x1b[1m\\1\x1b[0m"));
     }
 
-    QStringList statusLines(const TableLayout &layout, int columns, int shown, int total) const
+    QStringList statusLines(int columns, int shown, int total) const
     {
         QString status;
-        if (const int missing = layout.missingColumns())
-            status = QStringLiteral("too narrow for the values: %1 more columns needed; ").arg(missing);
+        if (const int missing = layout->missingColumns())
+            status = QStringLiteral("too narrow: %1 more columns needed; ").arg(missing);
         status += QStringLiteral("rows %1-%2 of %3").arg(total ? top + 1 : 0).arg(top + shown).arg(total);
         if (shown < total)
             status += QStringLiteral(" (arrows, page keys)");
@@ -258,6 +285,9 @@ private:
     Stop &stop;
     const bool noColor = !qEnvironmentVariableIsEmpty("NO_COLOR");
     Board board;
+    TableView view;
+    std::optional<TableLayout> layout; ///< of the view
+    int layoutColumns = 0;
     int top = 0;  ///< first row on the screen; the drawing thread's, like the next
     int page = 1; ///< rows on the screen
     std::atomic<bool> terminalGone{false};
@@ -268,9 +298,9 @@ private:
 } // namespace
 
 std::unique_ptr<Display> makeTable(const std::vector<Tag> &tags, const TextStyle &style, const Link &link,
-                                   Stop &stop)
+                                   const TableView &view, Stop &stop)
 {
-    return std::make_unique<Table>(tags, style, link, stop);
+    return std::make_unique<Table>(tags, style, link, view, stop);
 }
 
 } // namespace fgs

@@ -1,6 +1,7 @@
 #include "table_layout.h"
 
 #include "output.h"
+#include "sparkline.h"
 
 #include <algorithm>
 
@@ -12,6 +13,7 @@ namespace
 
 const int AgeWidth = 8; ///< "1234.567" seconds: over an hour the milliseconds go
 const QString Gap = QStringLiteral("  ");
+const QLatin1Char Space(' ');
 
 QString wireText(const Variable &variable)
 {
@@ -40,6 +42,13 @@ QString variableText(const Tag &tag)
     return tag.name.isEmpty() ? textOf(tag) : titleOf(tag) + QLatin1Char(' ') + textOf(tag);
 }
 
+/// The values in the elements from `first` on.
+QStringList textsOf(const Tag &tag, Format format, const Reading &reading, std::size_t first, std::size_t last)
+{
+    const auto begin = reading.values.begin();
+    return valueTexts(tag, format, {begin + long(first), begin + long(last)});
+}
+
 bool isAny(const std::vector<bool> &marked, std::size_t from, std::size_t count)
 {
     for (std::size_t i = from; i < std::min(from + count, marked.size()); ++i)
@@ -50,28 +59,55 @@ bool isAny(const std::vector<bool> &marked, std::size_t from, std::size_t count)
 
 } // namespace
 
-TableLayout::TableLayout(const std::vector<Tag> &tags, Format valueFormat, int screenColumns)
-    : format(valueFormat), columns(screenColumns)
+TableLayout::TableLayout(const std::vector<Tag> &tags, Format valueFormat, int screenColumns, const TableView &view)
+    : format(valueFormat), columns(screenColumns), isByValue(view.isByValue())
 {
     placeWidth = static_cast<int>(QStringLiteral("VARIABLE").size());
     for (const Tag &tag : tags) {
-        Tag last = tag; // a further row names one value, with its station
-        last.variable.count = tag.elementsPerValue(format);
-        last.variable.address += tag.variable.count - last.variable.count;
+        const int values = tag.variable.count / tag.elementsPerValue(format);
+        const Tag last = valueOf(tag, format, values - 1); // a further row names one value, with its station
         placeWidth = std::max({placeWidth, int(variableText(tag).size()), int(textOf(last).size())});
         wireWidth = std::max(wireWidth, int(wireText(last.variable).size()));
         widestValue = std::max(widestValue, cellWidth(tag, format) - 1);
+        rangeWidth = std::max(rangeWidth, widestMean(tag.scaling, tag.typeIn(format)));
     }
+    if (isByValue)
+        widestValue = std::max(widestValue, int(QStringLiteral("VALUE").size()) + 1);
+    fit(view);
+}
+
+/// Leaves out what the screen has no room for.
+void TableLayout::fit(const TableView &view)
+{
+    const auto widthIf = [](bool isShown, int width) { return isShown ? width : 0; };
+    rangeWidth = widthIf(view.range, rangeWidth);
+    trendWidth = widthIf(view.trend, ValueStatistics::NewestKept);
+    const auto lacking = [this] { return std::max(0, widestValue + behindValues() - valueColumns()); };
+    if (isByValue && lacking())
+        wireWidth = 0;
+    missing = lacking();
+    for (int *const width : {&trendWidth, &rangeWidth})
+        if (lacking())
+            *width = 0;
+}
+
+/// What the columns behind a value take, with a space in front of each.
+int TableLayout::behindValues() const
+{
+    return (rangeWidth ? 3 * (1 + rangeWidth) : 0) + (trendWidth ? 1 + trendWidth : 0);
 }
 
 int TableLayout::valueColumns() const
 {
-    return columns - AgeWidth - placeWidth - wireWidth - 3 * int(Gap.size());
+    const int gap = static_cast<int>(Gap.size());
+    return columns - AgeWidth - gap - placeWidth - gap - (wireWidth ? wireWidth + gap : 0);
 }
 
 /// A power of two, so that the addresses of further rows are easy to count; the space after the last is not needed.
 int TableLayout::cellsPerRow(const Tag &tag) const
 {
+    if (isByValue)
+        return 1;
     const int room = (valueColumns() + 1) / cellWidth(tag, format);
     int cells = 1;
     while (2 * cells <= room)
@@ -81,13 +117,20 @@ int TableLayout::cellsPerRow(const Tag &tag) const
 
 int TableLayout::missingColumns() const
 {
-    return std::max(0, widestValue - valueColumns());
+    return missing;
 }
 
 QString TableLayout::header() const
 {
     const QString names = joined(QStringLiteral("AGE s"), QStringLiteral("VARIABLE"), QStringLiteral("WIRE"));
-    return (names + QStringLiteral("VALUES (* changed)")).left(columns);
+    if (!isByValue)
+        return (names + QStringLiteral("VALUES (* changed)")).left(columns);
+    QString behind;
+    for (const char *const name : {"MIN", "MEAN", "MAX"})
+        behind += rangeWidth ? Space + QString::fromLatin1(name).rightJustified(rangeWidth) : QString();
+    if (trendWidth)
+        behind += Space + QStringLiteral("TREND");
+    return (names + QStringLiteral("VALUE").rightJustified(widestValue) + behind).left(columns);
 }
 
 int TableLayout::rowCount(const Tag &tag, const Reading &reading, const QString &reason) const
@@ -105,12 +148,6 @@ int TableLayout::valueRowCount(const Tag &tag, const Reading &reading) const
     return (values + perRow - 1) / perRow;
 }
 
-QStringList TableLayout::valueRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const
-{
-    return tag.typeIn(format).meaning == ValueType::Text ? textRows(tag, reading, marked)
-                                                         : numberRows(tag, reading, marked);
-}
-
 /// A text goes on in the next row.
 QStringList TableLayout::textRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const
 {
@@ -125,29 +162,44 @@ QStringList TableLayout::textRows(const Tag &tag, const Reading &reading, const 
     return made;
 }
 
-QStringList TableLayout::numberRows(const Tag &tag, const Reading &reading, const std::vector<bool> &marked) const
+/// A number is shown whole or not at all.
+QString TableLayout::numberRow(const Tag &tag, const Reading &reading, const std::vector<bool> &marked,
+                               int row) const
 {
-    const int perRow = cellsPerRow(tag), each = tag.elementsPerValue(format);
-    const QStringList texts = valueTexts(tag, format, reading.values);
-    QStringList made;
-    for (int i = 0; i < texts.size(); ++i) {
-        if (i % perRow == 0)
-            made << QString();
-        const bool isMarked = isAny(marked, std::size_t(i) * std::size_t(each), std::size_t(each));
-        const QString cell = (isMarked ? QStringLiteral("*") : QString()) + texts[i];
-        made.last() +=
-            (i % perRow == 0 ? QString() : QStringLiteral(" ")) + cell.rightJustified(cellWidth(tag, format) - 1);
+    const std::size_t each = std::size_t(tag.elementsPerValue(format)), perRow = std::size_t(cellsPerRow(tag));
+    const int width = isByValue ? widestValue : cellWidth(tag, format) - 1;
+    const std::size_t first = std::size_t(row) * perRow * each;
+    const std::size_t last = std::min(first + perRow * each, reading.values.size());
+    if (valueColumns() < width)
+        return QString();
+    QStringList cells;
+    for (const QString &text : textsOf(tag, format, reading, first, last)) {
+        const bool isMarked = isAny(marked, first + std::size_t(cells.size()) * each, each);
+        cells << ((isMarked ? QStringLiteral("*") : QString()) + text).rightJustified(width);
     }
-    if (valueColumns() < cellWidth(tag, format) - 1) // a number is shown whole or not at all
-        for (QString &row : made)
-            row.clear();
-    return made;
+    return cells.join(Space);
+}
+
+/// Of one value: the columns behind it.
+QString TableLayout::statisticsText(const Tag &tag, const ValueStatistics &statistics, std::size_t index) const
+{
+    const ValueType &type = tag.typeIn(format);
+    const ValueStatistics::Value value = statistics.of(index);
+    QString text;
+    if (value.count == 0)
+        return text;
+    if (rangeWidth)
+        for (const QString &number :
+             {numberText(tag.scaling, type, value.smallest), meanText(tag.scaling, type, value.mean),
+              numberText(tag.scaling, type, value.largest)})
+            text += Space + number.rightJustified(rangeWidth);
+    return trendWidth ? text + Space + sparkline(statistics.newestOf(index), sparkLevels()) : text;
 }
 
 QString TableLayout::joined(const QString &age, const QString &place, const QString &wire) const
 {
-    return age.rightJustified(AgeWidth) + Gap + place.leftJustified(placeWidth) + Gap +
-           wire.leftJustified(wireWidth) + Gap;
+    const QString named = age.rightJustified(AgeWidth) + Gap + place.leftJustified(placeWidth) + Gap;
+    return wireWidth ? named + wire.leftJustified(wireWidth) + Gap : named;
 }
 
 /// What stands before a further row of values.
@@ -156,30 +208,37 @@ QString TableLayout::furtherLead(const Tag &tag, int row) const
     const ValueType &type = tag.typeIn(format);
     if (type.meaning == ValueType::Text)
         return joined({}, {}, {});
-    Tag first = tag;
-    first.variable.count = tag.elementsPerValue(format);
-    first.variable.address += row * cellsPerRow(tag) * first.variable.count;
+    const Tag first = valueOf(tag, format, row * cellsPerRow(tag));
     return joined({}, textOf(first), wireText(first.variable));
 }
 
 QStringList TableLayout::rows(const Tag &tag, const Reading &reading, const QString &reason,
-                              const std::vector<bool> &marked, Time now) const
+                              const std::vector<bool> &marked, Time now, const ValueStatistics &statistics,
+                              const RowRange &range) const
 {
-    const QString lead = joined(ageText(reading, now), variableText(tag), wireText(tag.variable));
+    const bool isText = tag.typeIn(format).meaning == ValueType::Text;
+    const int values = valueRowCount(tag, reading);
+    const QStringList lines =
+        (isText ? textRows(tag, reading, marked) : QStringList()) + wrapped(reason, valueColumns());
+    const int behind = isText ? 0 : values; // rows that are not among the lines
     QStringList made;
-    for (const QString &row : valueRows(tag, reading, marked))
-        made << (made.isEmpty() ? lead : furtherLead(tag, int(made.size()))) + row;
-    for (const QString &line : wrapped(reason, valueColumns()))
-        made << (made.isEmpty() ? lead : joined({}, {}, {})) + line;
+    for (int row = range.first; row < std::min(range.last, behind + int(lines.size())); ++row) {
+        const QString lead = row == 0 ? joined(ageText(reading, now), variableText(tag), wireText(tag.variable))
+                             : row < values ? furtherLead(tag, row)
+                                            : joined({}, {}, {});
+        made << lead + (row >= behind ? lines[row - behind]
+                                      : numberRow(tag, reading, marked, row) +
+                                            statisticsText(tag, statistics, std::size_t(row)));
+    }
     return made;
 }
 
 QStringList wrapped(const QString &text, int columns)
 {
     QStringList lines;
-    for (const QString &word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+    for (const QString &word : text.split(Space, Qt::SkipEmptyParts)) {
         if (!lines.isEmpty() && lines.last().size() + 1 + word.size() <= columns)
-            lines.last() += QLatin1Char(' ') + word;
+            lines.last() += Space + word;
         else
             lines << word;
     }

@@ -91,9 +91,10 @@ Terminal::Size Terminal::size()
 
 bool Terminal::draw(const QStringList &lines)
 {
-    const QByteArray text = QByteArray(Home) +
-                            lines.join(QLatin1String(ClearToEndOfLine) + QStringLiteral("\r\n")).toLocal8Bit() +
-                            ClearToEndOfLine + ClearBelow;
+    QByteArray text(Home); // cleared in front: behind a full line it would take the last character
+    for (int i = 0; i < lines.size(); ++i)
+        text += QByteArray(i ? "\r\n" : "") + (i + 1 < lines.size() ? ClearToEndOfLine : ClearBelow) +
+                lines[i].toLocal8Bit();
     return writeAll(text.constData(), static_cast<std::size_t>(text.size()));
 }
 

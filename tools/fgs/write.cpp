@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "host/text_error.h"
+#include "progress.h"
 #include "session.h"
 
 namespace fgs
@@ -74,13 +75,19 @@ int exitCodeOf(const std::vector<WriteReport> &reports)
                                             : exitCodeOf(unread);
 }
 
+std::vector<WriteReport> writeAllVisibly(Session &session, const std::vector<Assignment> &assignments)
+{
+    Progress progress(*session.link, session.showsProgress());
+    return writeAll(session.host, *session.link, assignments, LinkReturn, progress.hook());
+}
+
 } // namespace
 
 int writeCommand(const Options &options, Stop &stop)
 {
     const std::vector<Assignment> assignments = parseAssignments(options);
     Session session(options, variablesOf(assignments), stop);
-    const std::vector<WriteReport> reports = writeAll(session.host, *session.link, assignments, LinkReturn);
+    const std::vector<WriteReport> reports = writeAllVisibly(session, assignments);
     for (const WriteReport &report : reports)
         session.print(report);
     return session.end(exitCodeOf(reports));

@@ -2,6 +2,7 @@
 #include "own_controller.h"
 #include "terminal.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <QtCore/QRegularExpression>
 #include <regex>
@@ -63,6 +64,15 @@ TEST(Table, ShowsEveryNumberWhole)
         EXPECT_LE(row.size(), 80u) << row;
     terminal.press("q");
     EXPECT_EQ(terminal.wait(), 0);
+}
+
+/// The last digit stands in the last column of the screen.
+TEST(Table, FillsTheScreenToItsLastColumn)
+{
+    OwnController controller;
+    holdWords(controller, 100, 4);
+    Terminal terminal(QStringLiteral("poll L 5:100x4"), controller.link(), 24, 58);
+    EXPECT_TRUE(terminal.untilItShows("50205  50316  50427  50538\n")) << terminal.screen().text();
 }
 
 TEST(Table, NamesItsColumns)
@@ -267,6 +277,93 @@ TEST(Table, LeavesTheSummaryBehind)
     terminal.press("q");
     EXPECT_EQ(terminal.wait(), 0);
     EXPECT_TRUE(terminal.screen().shows(" requests in ")) << terminal.screen().text();
+}
+
+/// Whether a row has all of these in their order.
+bool showsRow(const Screen &screen, const QString &form)
+{
+    const QRegularExpression row(form);
+    const std::vector<std::string> rows = screen.rows();
+    return std::any_of(rows.begin(), rows.end(), [&row](const std::string &each) {
+        return row.match(QString::fromStdString(each)).hasMatch();
+    });
+}
+
+TEST(Table, ShowsTheRangeOfEachValueWhenAKeyAsksForIt)
+{
+    OwnController controller;
+    controller.hold(1, 5, 100, 11111);
+    controller.hold(1, 5, 101, 22222);
+    Terminal terminal(QStringLiteral("poll L 5:100x2"), controller.link());
+    EXPECT_TRUE(terminal.untilItShows("11111"));
+    EXPECT_TRUE(terminal.untilItShows("e a row for each value"));
+    controller.hold(1, 5, 100, 33333);
+    EXPECT_TRUE(terminal.untilItShows("*33333"));
+    EXPECT_FALSE(terminal.screen().shows("MEAN"));
+    terminal.press("r");
+    const QString both = QStringLiteral("5:100x2@1 .* \\*?33333 +11111 +[0-9]+[.][0-9] +33333$");
+    EXPECT_TRUE(terminal.until([&](const Screen &screen) {
+        return screen.shows("MEAN") && showsRow(screen, both) &&
+               showsRow(screen, QStringLiteral("5:101@1 .* 22222 +22222 +22222.0 +22222$"));
+    })) << terminal.screen().text();
+    terminal.press("t");
+    EXPECT_TRUE(terminal.untilItShows("TREND"));
+    for (const std::string &row : terminal.screen().rows())
+        EXPECT_LE(QString::fromStdString(row).size(), 80) << row;
+    terminal.press("rt");
+    EXPECT_TRUE(
+        terminal.until([](const Screen &screen) { return !screen.shows("MEAN") && !screen.shows("TREND"); }));
+    terminal.press("e");
+    EXPECT_TRUE(terminal.until([](const Screen &screen) {
+        return showsRow(screen, QStringLiteral("5:101@1 .* 22222$")) && screen.shows("VALUE\n");
+    })) << terminal.screen().text();
+    terminal.press("q");
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_FALSE(terminal.screen().shows("keys:"));
+}
+
+TEST(Table, BeginsWithTheColumnsThatTheOptionNames)
+{
+    OwnController controller;
+    controller.hold(1, 5, 100, 11111);
+    Terminal terminal(QStringLiteral("poll L 5:100 --show range,trend"), controller.link());
+    EXPECT_TRUE(terminal.until([](const Screen &screen) {
+        return screen.shows("TREND") && showsRow(screen, QStringLiteral("11111 +11111 +11111.0 +11111 "));
+    })) << terminal.screen().text();
+}
+
+/// The controller takes its time until the progress is seen.
+TEST(Progress, IsShownAndGoesAway)
+{
+    std::atomic<bool> isSeen{false};
+    OwnController controller([&isSeen](const Request &, const QByteArray &good) {
+        if (!isSeen)
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        return Reply{good};
+    });
+    Terminal terminal(QStringLiteral("read L 5:0x65535"), controller.link(), 24, 80);
+    EXPECT_TRUE(terminal.until([](const Screen &screen) {
+        return showsRow(screen, QStringLiteral("^reading: [0-9]+ %, about [0-9]+ (s|min [0-9]+ s) left$"));
+    })) << terminal.screen().text();
+    isSeen = true;
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_FALSE(terminal.screen().shows("reading:")) << terminal.screen().text();
+    EXPECT_TRUE(terminal.screen().shows(" requests in "));
+}
+
+TEST(Progress, OfAWriteIsShownToo)
+{
+    std::atomic<bool> isSeen{false};
+    OwnController controller([&isSeen](const Request &, const QByteArray &good) {
+        if (!isSeen)
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        return Reply{good};
+    });
+    Terminal terminal(QStringLiteral("write L 2:0=1") + QStringLiteral(",1").repeated(499), controller.link());
+    EXPECT_TRUE(terminal.untilItShows("writing: ")) << terminal.screen().text();
+    isSeen = true;
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_FALSE(terminal.screen().shows("writing: ")) << terminal.screen().text();
 }
 
 TEST(Table, NeedsATerminalThatCanDraw)

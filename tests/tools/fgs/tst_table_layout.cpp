@@ -1,5 +1,6 @@
 // The rows of the live table: every number whole, on every screen.
 #include "tools/fgs/keys.h"
+#include "tools/fgs/sparkline.h"
 #include "tools/fgs/table_layout.h"
 
 #include <gtest/gtest.h>
@@ -147,6 +148,104 @@ TEST(TableLayout, GivesTheReasonWhereThereAreNoValues)
     EXPECT_EQ(made[0].toStdString(), "       -  5:1@1     0x08:1  - no reply");
 }
 
+ValueStatistics statisticsOf(const Tag &tag, const std::vector<std::vector<quint32>> &readings)
+{
+    ValueStatistics statistics;
+    Time now = 1s;
+    for (const std::vector<quint32> &values : readings) {
+        Reading one = reading("5:0", values);
+        one.time = now;
+        statistics.add(tag, Format::Unsigned, one, now);
+        now += 1s;
+    }
+    return statistics;
+}
+
+Rows rowsOf(const TableLayout &layout, const Tag &tag, const Reading &of, const ValueStatistics &statistics)
+{
+    Rows texts{layout.header().toStdString()};
+    for (const QString &row : layout.rows(tag, of, QString(), {}, Now, statistics))
+        texts.push_back(row.toStdString());
+    return texts;
+}
+
+TEST(TableView, EachValueHasARowOfItsOwn)
+{
+    const Tag tag{variable("5:9x3")};
+    const TableLayout layout({tag}, Format::Unsigned, 80, {true, false, false});
+    EXPECT_EQ(rowsOf(layout, tag, reading("5:9x3", {1, 22, 333}), {}),
+              (Rows{"   AGE s  VARIABLE  WIRE      VALUE", "   1.500  5:9x3@1   0x08:9        1",
+                    "          5:10@1    0x08:10      22", "          5:11@1    0x08:11     333"}));
+    EXPECT_EQ(layout.rowCount(tag, reading("5:9x3", {1, 22, 333}), QString()), 3);
+}
+
+TEST(TableView, ShowsTheRangeAndTheTrendOfEachValue)
+{
+    const Tag tag{variable("5:9x2")};
+    const ValueStatistics statistics = statisticsOf(tag, {{5, 60000}, {10, 60001}, {7, 60003}});
+    const TableLayout layout({tag}, Format::Unsigned, 90, {false, true, true});
+    const std::string levels[] = {sparkline({5, 10, 7}, sparkLevels()).toStdString(),
+                                  sparkline({60000, 60001, 60003}, sparkLevels()).toStdString()};
+    EXPECT_EQ(rowsOf(layout, tag, reading("5:9x2", {7, 60003}), statistics),
+              (Rows{"   AGE s  VARIABLE  WIRE      VALUE     MIN    MEAN     MAX TREND",
+                    "   1.500  5:9x2@1   0x08:9        7       5     7.3      10 " + levels[0],
+                    "          5:10@1    0x08:10   60003   60000 60001.3   60003 " + levels[1]}));
+}
+
+/// First the wire address goes, then the trend, then the range; nothing is cut.
+TEST(TableView, LeavesOutWholeColumnsOnANarrowScreen)
+{
+    const Tag tag{variable("10:65530")};
+    const ValueStatistics statistics = statisticsOf(tag, {{4294967295u}, {1}});
+    for (int columns = 1; columns <= 130; ++columns) {
+        const TableLayout layout({tag}, Format::Unsigned, columns, {false, true, true});
+        const std::string row = rowsOf(layout, tag, reading("10:65530", {4294967295u}), statistics)[1];
+        const auto has = [&row](const char *text) { return row.find(text) != std::string::npos; };
+        const bool range = has("2147483648.0"), wire = has("0x13:65530"), value = has("4294967295");
+        if (value) {
+            EXPECT_LE(QString::fromStdString(row).size(), columns) << row;
+        }
+        EXPECT_EQ(layout.missingColumns() > 0, columns < 89) << columns;
+        EXPECT_EQ(range, columns >= 72) << columns << row;
+        EXPECT_EQ(wire, columns >= 101) << columns << row;
+        EXPECT_EQ(value, columns >= 33) << columns << row;
+    }
+}
+
+TEST(TableView, ATextHasNoRange)
+{
+    const Tag tag = parseTag(QStringLiteral("5:1x3:text"));
+    const TableLayout layout({tag}, Format::Unsigned, 80, {false, true, true});
+    Reading text = reading("5:1", {0x5550, 0x504D, 0x3120});
+    text.variable = tag.variable;
+    EXPECT_EQ(rowsOf(layout, tag, text, statisticsOf(tag, {text.values}))[1],
+              "   1.500  5:1x3@1:text  0x08:1   PUMP 1");
+}
+
+/// A part of the rows is what it is in the whole.
+TEST(TableLayout, MakesTheRowsThatAreAskedFor)
+{
+    const Reading one = reading("5:0x37", std::vector<quint32>(37, 60000));
+    for (const bool each : {false, true}) {
+        const TableLayout layout({{one.variable}}, Format::Unsigned, 60, {each, false, false});
+        const QString reason = QStringLiteral("(stale: no reply, and more to say than fits into one row)");
+        const QStringList all = layout.rows({one.variable}, one, reason, {}, Now);
+        for (int first = 0; first < all.size(); ++first)
+            for (int last = first; last <= all.size(); ++last)
+                EXPECT_EQ(layout.rows({one.variable}, one, reason, {}, Now, {}, {first, last}),
+                          all.mid(first, last - first));
+    }
+}
+
+TEST(Sparkline, GoesFromTheLowestToTheHighestLevel)
+{
+    EXPECT_EQ(sparkline({0, 7, 3.5, 1}, BlockLevels).toStdString(), "▁█▄▂");
+    EXPECT_EQ(sparkline({-1, 3}, AsciiLevels).toStdString(), "_^");
+    EXPECT_EQ(sparkline({5, 5}, AsciiLevels).toStdString(), "--");
+    EXPECT_TRUE(sparkline({}, AsciiLevels).isEmpty());
+    EXPECT_EQ(sparkline({-3.4e38F, 3.4e38F}, AsciiLevels).toStdString(), "_^");
+}
+
 TEST(Wrapped, BreaksBetweenWords)
 {
     const QStringList lines = wrapped(QStringLiteral("incomplete: 12 of 25 bytes"), 14);
@@ -178,6 +277,7 @@ INSTANTIATE_TEST_SUITE_P(Sequences, Keys,
                                            Typed{"OfApplicationMode", "\x1bOA\x1bOF", {Key::Up, Key::End}, ""},
                                            Typed{"Pages", "\x1b[5~\x1b[6~", {Key::PageUp, Key::PageDown}, ""},
                                            Typed{"HomeAndEnd", "\x1b[1~\x1b[4~", {Key::Home, Key::End}, ""},
+                                           Typed{"Columns", "ert", {Key::Each, Key::Range, Key::Trend}, ""},
                                            Typed{"OtherLetters", "xyz", {}, ""},
                                            Typed{"BrokenAfterEscape", "\x1b", {}, "\x1b"},
                                            Typed{"BrokenAfterBracket", "\x1b[", {}, "\x1b["},
