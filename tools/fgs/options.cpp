@@ -231,7 +231,7 @@ void addCommand(CLI::App &app, Options &options, const Command &command)
     command.addOwnOptions(*sub, options);
 }
 
-/// "read, write, poll"
+/// "read, write, poll, plan"
 std::string commandNames()
 {
     std::string names;
