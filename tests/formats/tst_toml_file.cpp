@@ -103,6 +103,12 @@ TEST(TomlFile, TellsASyntaxErrorAlone)
     }
 }
 
+TEST(TomlFile, TakesNoLetterForABlank)
+{
+    for (const char *letter : {"\xCF\xA3", "\xC3\xA9", "\xE1\x9A\x81", "\xE2\x81\xA5"})
+        EXPECT_THROW(TomlFile("f", std::string("a = ") + letter + "-9\n"), TomlError) << letter;
+}
+
 TEST(TomlFile, OfAnyDepthIsReadOrRefused)
 {
     const std::string deep(100000, '[');

@@ -266,12 +266,12 @@ const Command Commands[] = {
     {Options::Plan, "plan",
      "Shows what the driver would send for variables, and what that costs the line; opens no link.", "VAR", false,
      addPlanOptions},
-    {Options::Decode, "decode", "Explains what was on a line: traces, and bytes in hexadecimal.", nullptr, false,
-     addDecodeOptions},
     {Options::Scan, "scan", "Finds the speed, the format and the stations of a line: listens, then asks.", nullptr,
      false, addScanOptions},
     {Options::Doctor, "doctor", "Looks for what keeps a line from working, and tells what to do.", nullptr, false,
      addDoctorOptions},
+    {Options::Decode, "decode", "Explains what was on a line: traces, and bytes in hexadecimal.", nullptr, false,
+     addDecodeOptions},
 };
 
 std::string whatText(const Command &command)
@@ -344,7 +344,7 @@ void addCommand(CLI::App &app, Options &options, const Command &command)
     command.addOwnOptions(*sub, options);
 }
 
-/// "read, write, poll"
+/// "read, write, poll, plan"
 std::string commandNames()
 {
     std::string names;

@@ -209,9 +209,13 @@ TEST_P(WrongUse, NamesTheArgumentAndTheRemedy)
 INSTANTIATE_TEST_SUITE_P(
     Arguments, WrongUse,
     ::testing::Values(
-        Wrong{"", 2, "fgs: a command is missing; commands are read, write, poll, scan, doctor and help" TAIL},
+        Wrong{
+            "", 2,
+            "fgs: a command is missing; commands are read, write, poll, plan, scan, doctor, decode and help" TAIL},
         Wrong{"read", 2, "fgs: LINK is required" TAIL}, Wrong{"read /dev/null", 2, "fgs: VAR is required" TAIL},
-        Wrong{"frob", 2, "fgs: 'frob' is no command; commands are read, write, poll, scan, doctor and help" TAIL},
+        Wrong{
+            "frob", 2,
+            "fgs: 'frob' is no command; commands are read, write, poll, plan, scan, doctor, decode and help" TAIL},
         Wrong{"read tcp:x 5:0", 2, "fgs: link 'tcp:x': not of the form tcp:HOST:PORT; write "},
         Wrong{"read /dev/x 5", 2, "fgs: variable '5': not of the form AREA:ADDRESS[xCOUNT][@STATION][:TYPE]; for"},
         Wrong{"read /dev/x 0:8", 2, "fgs: variable '0:8': 8 is not octal; addresses of areas 0 and 1"},
