@@ -75,7 +75,7 @@ std::string describeReply(const Request &request, Slice reply)
 {
     const std::string station = "station " + std::to_string(request.station);
     if (request.write)
-        return station + " acknowledges";
+        return station + (reply.u8(2) == WriteRefused ? " refuses" : " acknowledges");
     std::string text = station + " answers";
     Slice rest = reply.from(3);
     for (const Entry &entry : request.entries) {
