@@ -8,11 +8,6 @@ namespace
 
 const std::uint64_t RandomStream = 2;
 
-std::uint32_t cutToWidth(std::int64_t value, AreaKind kind)
-{
-    return std::uint32_t(std::uint64_t(value) & ((std::uint64_t(1) << bitsOf(kind)) - 1));
-}
-
 } // namespace
 
 Motion::Motion(const std::vector<unsigned> &stations, const std::vector<Range> &ranges, Values values,
