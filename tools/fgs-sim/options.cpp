@@ -257,7 +257,7 @@ void addCommandOptions(CLI::App &app, Options &options, std::vector<CommandText>
     add("missing", "Addresses that are not there: a request that touches one gets silence");
     add("refuse", "Addresses that refuse writes");
     const auto control = [&](const Texts &path) {
-        options.control = path.empty() ? defaultSocket() : path.front();
+        options.control = path.empty() || path.front().empty() ? defaultSocket() : path.front();
     };
     app.add_option_function<Texts>(
            "--control", control,
