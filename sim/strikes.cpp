@@ -16,7 +16,7 @@ void Strikes::order(const StrikeOrder &wanted)
 {
     for (StrikeOrder &earlier : waiting) {
         if (earlier.fault == wanted.fault && earlier.station == wanted.station) {
-            earlier.count += wanted.count;
+            earlier.count = std::min(earlier.count + wanted.count, MostStrikes);
             return;
         }
     }

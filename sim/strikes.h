@@ -10,9 +10,11 @@
 namespace fgssim
 {
 
+const std::int64_t MostStrikes = INT32_MAX; ///< of one order
+
 struct StrikeOrder {
     const LineFault *fault;
-    std::uint64_t count;             ///< of requests; at least one
+    std::int64_t count;              ///< of requests; at least one
     std::optional<unsigned> station; ///< whose requests; none: every station's
 };
 
@@ -27,7 +29,7 @@ public:
     /// The seed chooses the places at which faults strike.
     explicit Strikes(std::uint64_t seed);
 
-    /// One of the same fault and station is added to the one before.
+    /// One of the same fault and station is added to the one before; together they are MostStrikes at most.
     void order(const StrikeOrder &wanted);
     /// Drops the orders for the station; none: all.
     void cancel(std::optional<unsigned> station);

@@ -64,11 +64,13 @@ TEST(Strikes, WaitForAnExchangeTheyCanHappenTo)
 TEST(Strikes, OfOneKindAreAdded)
 {
     Strikes strikes(1);
-    for (std::uint64_t count : {2u, 3u})
+    for (std::int64_t count : {2, 3})
         strikes.order({lineFault("doubled"), count, 1u});
     strikes.order({lineFault("doubled"), 1, {}});
     ASSERT_EQ(strikes.orders().size(), 2u);
-    EXPECT_EQ(strikes.orders()[0].count, 5u);
+    EXPECT_EQ(strikes.orders()[0].count, 5);
+    strikes.order({lineFault("doubled"), MostStrikes, 1u});
+    EXPECT_EQ(strikes.orders()[0].count, MostStrikes);
 }
 
 TEST(Strikes, AreCancelledForAStationOrAll)

@@ -373,9 +373,7 @@ const Row &rowOf(const std::string &name)
 
 void requirePrintable(const std::string &text)
 {
-    const auto isControl = [](char letter) {
-        return letter != '\t' && std::iscntrl(static_cast<unsigned char>(letter));
-    };
+    const auto isControl = [](unsigned char letter) { return std::iscntrl(letter) && !std::isspace(letter); };
     if (std::any_of(text.begin(), text.end(), isControl))
         throw BadText("there are control characters in the command; write it as text in one line");
 }

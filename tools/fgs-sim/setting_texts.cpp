@@ -277,11 +277,11 @@ Time parseDuration(const std::string &text)
     return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
 }
 
-std::uint64_t parseRepetitions(const std::string &text)
+std::int64_t parseRepetitions(const std::string &text)
 {
     if (text.empty() || text.front() != 'x')
         throw BadText(quoted(text) + " does not say how often; write for instance x3");
-    return std::uint64_t(number(text.substr(1), "how often", 1, INT32_MAX));
+    return number(text.substr(1), "how often", 1, MostStrikes);
 }
 
 double parsePercent(const std::string &text)

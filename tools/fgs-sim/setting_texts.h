@@ -6,6 +6,7 @@
 #include "sim/motion.h"
 #include "sim/random_faults.h"
 #include "sim/serial_line.h"
+#include "sim/strikes.h"
 
 #include <stdexcept>
 #include <utility>
@@ -55,8 +56,8 @@ Time parseSeconds(const std::string &text);
 /// "10s", "1.5s" or "500ms": the same times.
 Time parseDuration(const std::string &text);
 
-/// "x3": 1 or more.
-std::uint64_t parseRepetitions(const std::string &text);
+/// "x3": 1 to MostStrikes.
+std::int64_t parseRepetitions(const std::string &text);
 
 /// "12.5": from 0 to 100.
 double parsePercent(const std::string &text);
