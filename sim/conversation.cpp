@@ -208,7 +208,7 @@ void Conversation::enqueue(Bytes bytes, Time wait, std::string what)
 void Conversation::replyLost(const char *cause)
 {
     ++simulation.counters.lost;
-    const std::string what = std::string("reply lost: ") + cause;
+    std::string what = std::string("reply lost: ") + cause;
     say(Log::Topic::Lost, [&] { return what; });
     tap(false, {}, what);
 }

@@ -333,7 +333,7 @@ Action helpCommand(const Words &words, const Stations &)
 {
     if (!words.empty() && words != Words{"faults"})
         throw BadText("there is 'help' and 'help faults'");
-    const std::string text = words.empty() ? commandHelp() : joined(faultNames(""), "\n");
+    std::string text = words.empty() ? commandHelp() : joined(faultNames(""), "\n");
     return [text](Simulation &, Time) { return text; };
 }
 

@@ -134,7 +134,7 @@ unsigned parseCount(const std::string &text, const Place &place)
 /// The sides of the equals sign: a place and what it is set to.
 Halves parseSides(const std::string &text)
 {
-    const Halves sides = halves(text, "=");
+    Halves sides = halves(text, "=");
     if (!sides.split)
         throw BadText(quoted(text) + " gives no value; write for instance 5:100=fixed:42");
     return sides;
