@@ -21,6 +21,11 @@ inline std::size_t dataLength(AreaKind kind, unsigned count)
 {
     return count * bitsOf(kind) / 8;
 }
+/// The value as an address holds it; negative ones are two's complement.
+inline std::uint32_t cutToWidth(std::int64_t value, AreaKind kind)
+{
+    return std::uint32_t(std::uint64_t(value) & ((std::uint64_t(1) << bitsOf(kind)) - 1));
+}
 std::string counted(unsigned count, AreaKind kind); ///< "1 bit", "2 words", "0 double words"
 
 struct Area {

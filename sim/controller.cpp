@@ -3,10 +3,38 @@
 namespace fgssim
 {
 
-Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start)
-    : stations(stationNumbers), memory(std::move(start))
+namespace
 {
-    for (unsigned station : stations)
+
+const unsigned MaxStation = 255;
+const unsigned Elsewhere = 5000; // addresses away
+
+Request ofStation(Request request, unsigned station)
+{
+    request.station = station;
+    return request;
+}
+
+Request elsewhere(Request read)
+{
+    for (Entry &entry : read.entries) {
+        const bool isAbove = entry.address + entry.count + Elsewhere <= AddressesPerArea;
+        entry.address = isAbove ? entry.address + Elsewhere : entry.address - Elsewhere;
+    }
+    return read;
+}
+
+Request otherQuestion(unsigned station)
+{
+    return {station, false, {{&areas()[7], 5, 40}}, {}};
+}
+
+} // namespace
+
+Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start)
+    : memory(std::move(start)), numbers(stationNumbers)
+{
+    for (unsigned station : numbers)
         present.set(station);
 }
 
@@ -25,21 +53,29 @@ Response Controller::handle(Slice frame)
 
 Response Controller::answer(const Request &request)
 {
-    if (request.write) {
-        store(request.station, request);
-        return {Response::Status::Answered, request, writeReply(request), {}};
-    }
-    const auto value = [&](const Area &area, unsigned address) {
-        return memory.value(request.station, area, address);
-    };
-    return {Response::Status::Answered, request, readReply(request, value), {}};
+    if (std::string cause = conditions.silenceAbout(request.station, request); !cause.empty())
+        return {Response::Status::Silenced, {}, {}, std::move(cause)};
+    if (!request.write)
+        return {Response::Status::Answered, request, replyTo(request), {}};
+    if (conditions.refuses(request.station, request))
+        return {Response::Status::Answered, request, refusal(request), {}};
+    store(request.station, request);
+    return {Response::Status::Answered, request, writeReply(request), {}};
+}
+
+Bytes Controller::replyTo(const Request &read) const
+{
+    return readReply(read,
+                     [&](const Area &area, unsigned address) { return memory.value(read.station, area, address); });
 }
 
 Response Controller::broadcast(const Request &request)
 {
     if (request.write) {
-        for (unsigned station : stations)
-            store(station, request);
+        for (unsigned station : numbers) {
+            if (conditions.silenceAbout(station, request).empty() && !conditions.refuses(station, request))
+                store(station, request);
+        }
     }
     return {Response::Status::Broadcast, request, {}, {}};
 }
@@ -49,6 +85,27 @@ void Controller::store(unsigned station, const Request &request)
     const Entry &entry = request.entries.front();
     for (std::size_t i = 0; i < request.values.size(); ++i)
         memory.store(station, *entry.area, entry.address + unsigned(i), request.values[i]);
+}
+
+Exchange Controller::exchangeOf(Slice frame, const Response &response) const
+{
+    const Request &request = response.request;
+    Exchange x;
+    x.request = frame.copy();
+    x.reply = response.reply;
+    x.station = {0};
+    x.command = {1};
+    x.number = {2};
+    x.hasCheck = !request.write;
+    x.otherShape = replyTo(otherQuestion(request.station));
+    x.stranger = x.reply;
+    x.stranger[0] = Byte(request.station % MaxStation + 1);
+    if (request.write)
+        return x;
+    markEntries(x, request);
+    x.stranger = replyTo(ofStation(request, x.stranger[0]));
+    x.sameShape = replyTo(elsewhere(request));
+    return x;
 }
 
 } // namespace fgssim

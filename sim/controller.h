@@ -2,7 +2,8 @@
 #ifndef SIM_CONTROLLER_H
 #define SIM_CONTROLLER_H
 
-#include "frame.h"
+#include "conditions.h"
+#include "exchange.h"
 #include "memory.h"
 
 namespace fgssim
@@ -11,13 +12,14 @@ namespace fgssim
 /// What became of a request.
 struct Response {
     enum class Status {
-        Answered,  ///< `reply` is to be sent
+        Answered,  ///< `reply` is to be sent; it may be a refusal
         Broadcast, ///< for all stations: a write was carried out, a read ignored; never answered
         Elsewhere, ///< for a station that is not here; never answered
-        Rejected   ///< nobody accepts it; `cause` says why; never answered
+        Rejected,  ///< nobody accepts it; `cause` says why; never answered
+        Silenced   ///< by the conditions; `cause` says by which; never answered
     };
     Status status;
-    Request request; ///< empty if elsewhere or rejected
+    Request request; ///< empty unless it is answered or for all stations
     Bytes reply;
     std::string cause;
 };
@@ -30,17 +32,24 @@ public:
 
     /// REQUIRES: a frame with a good CRC.
     Response handle(Slice frame);
+    /// The answered request with its reply and what else may be on the line with it.
+    Exchange exchangeOf(Slice frame, const Response &response) const;
     /// Moves the values by one step.
     void tick() { memory.tick(); }
+
+    Conditions conditions;
+    Memory memory;
+
+    const std::vector<unsigned> &stations() const { return numbers; }
 
 private:
     Response answer(const Request &request);
     Response broadcast(const Request &request);
     void store(unsigned station, const Request &request);
+    Bytes replyTo(const Request &read) const;
 
-    std::vector<unsigned> stations;
+    std::vector<unsigned> numbers;
     std::bitset<256> present;
-    Memory memory;
 };
 
 } // namespace fgssim

@@ -10,6 +10,16 @@ namespace
 
 const std::size_t MaxOutgoing = 32; // replies
 const std::size_t LoggedBytes = 64;
+const char *const NoRoom = "too many wait to be sent or read";
+const Time LongestLimit = std::chrono::seconds(10); // of a client, so that babble has an end
+
+std::string deliveredHex(const Delivery &delivery)
+{
+    Bytes all;
+    for (const Arrival &arrival : delivery)
+        all.insert(all.end(), arrival.bytes.begin(), arrival.bytes.end());
+    return all.empty() ? "nothing" : hex(all, LoggedBytes);
+}
 
 } // namespace
 
@@ -20,10 +30,16 @@ std::string summary(const Counters &counters)
     };
     std::string text = part("requests", counters.requests) + part(", replies", counters.replies) +
                        part(", rejected", counters.rejected) + part(", broadcasts", counters.broadcasts) +
-                       part(", other stations", counters.elsewhere) + part(", lost", counters.lost);
+                       part(", other stations", counters.elsewhere) + part(", unanswered", counters.unanswered) +
+                       part(", lost", counters.lost);
     for (std::size_t kind = 0; kind < FaultKinds; ++kind)
         text += (kind == 0 ? "; faults: " : ", ") + part(FaultNames[kind], counters.faults[kind]);
-    return text;
+    return text + part(", chosen", counters.strikes);
+}
+
+void Conversation::replyLost()
+{
+    replyLost(NoRoom);
 }
 
 template <typename Text>
@@ -46,6 +62,8 @@ Conversation::Conversation(Simulation &shared, const LineTimes &lineTimes, std::
 void Conversation::receive(Slice bytes, Time now)
 {
     latest = now;
+    if (simulation.isUnplugged(now))
+        return;
     requestEnd = std::max(requestEnd, now) + spent(bytes.size());
     handle(reassembler.receive(bytes, now));
 }
@@ -74,13 +92,14 @@ void Conversation::handle(const std::vector<Piece> &pieces)
 void Conversation::handleFrame(Slice frame)
 {
     ++simulation.counters.requests;
+    sendHeld();
     const Response response = simulation.controller.handle(frame);
     const auto received = [&] { return "<- " + hex(frame, LoggedBytes) + "  " + describe(response.request); };
     switch (response.status) {
     case Response::Status::Answered:
         say(Log::Topic::Frame, received);
         tap(true, frame, "");
-        sendReply(response);
+        sendReply(frame, response);
         break;
     case Response::Status::Broadcast:
         ++simulation.counters.broadcasts;
@@ -94,6 +113,12 @@ void Conversation::handleFrame(Slice frame)
         break;
     case Response::Status::Rejected:
         reject(response.cause, frame);
+        break;
+    case Response::Status::Silenced:
+        ++simulation.counters.unanswered;
+        say(Log::Topic::Unanswered,
+            [&] { return "unanswered: " + response.cause + ": " + hex(frame, LoggedBytes); });
+        tap(true, frame, "unanswered: " + response.cause);
         break;
     }
 }
@@ -114,7 +139,7 @@ bool Conversation::answerAsRecorded(Slice request)
     else
         for (const Replay::Sent &sent : *answer) {
             say(Log::Topic::Frame, [&] { return "-> " + hex(sent.bytes, LoggedBytes) + "  as recorded"; });
-            queueUp(sent.bytes, sent.after, "as recorded");
+            enqueue(sent.bytes, sent.after, "as recorded");
         }
     return true;
 }
@@ -126,14 +151,25 @@ void Conversation::reject(const std::string &cause, Slice bytes)
     tap(true, bytes, "rejected: " + cause);
 }
 
-void Conversation::sendReply(const Response &response)
+bool Conversation::hasRoom() const
 {
+    return outgoing.size() < MaxOutgoing;
+}
+
+void Conversation::sendReply(Slice frame, const Response &response)
+{
+    if (!simulation.strikes.orders().empty()) {
+        Exchange exchange = simulation.controller.exchangeOf(frame, response);
+        exchange.limit = std::min(times.lateBy, LongestLimit);
+        if (const std::optional<Strike> strike = simulation.strikes.take(exchange))
+            return sendStrike(*strike, exchange, response.request);
+    }
     if (const std::optional<RandomFault> fault = simulation.faults.choose())
         return sendFault(*fault, response);
     say(Log::Topic::Frame, [&] {
         return "-> " + hex(response.reply, LoggedBytes) + "  " + describeReply(response.request, response.reply);
     });
-    enqueue(response.reply, Time(0), "good");
+    send(response.reply, Time(0), "good");
 }
 
 void Conversation::sendFault(RandomFault fault, const Response &response)
@@ -149,28 +185,55 @@ void Conversation::sendFault(RandomFault fault, const Response &response)
     });
     if (reply.empty())
         return tap(false, {}, what);
-    enqueue(std::move(reply), fault == RandomFault::Late ? times.lateBy : Time(0), what);
+    send(std::move(reply), fault == RandomFault::Late ? times.lateBy : Time(0), what);
 }
 
-void Conversation::enqueue(Bytes reply, Time wait, std::string what)
+void Conversation::sendStrike(const Strike &strike, const Exchange &exchange, const Request &request)
 {
-    if (outgoing.size() >= MaxOutgoing)
-        return replyLost();
-    queueUp(std::move(reply), wait, std::move(what));
+    ++simulation.counters.strikes;
+    const std::string what = "fault " + strike.fault->name;
+    const Delivery delivery = strike.fault->deliver(exchange, strike.place);
+    say(Log::Topic::Fault, [&] { return what + ": " + describe(request) + " -> " + deliveredHex(delivery); });
+    isCut = isCut || strike.fault->cutsLink;
+    if (delivery.empty())
+        return tap(false, {}, what);
+    if (!hasRoom())
+        return replyLost(NoRoom);
+    ++simulation.counters.replies;
+    for (const Arrival &arrival : delivery) {
+        if (arrival.withNextRequest)
+            held.push_back({arrival.after, arrival.bytes, what});
+        else
+            enqueue(arrival.bytes, arrival.after, what);
+    }
 }
 
-void Conversation::queueUp(Bytes reply, Time wait, std::string what)
+/// What faults have kept for this request comes ahead of its reply.
+void Conversation::sendHeld()
+{
+    for (Held &each : std::exchange(held, {}))
+        enqueue(std::move(each.bytes), each.after, std::move(each.what));
+}
+
+void Conversation::send(Bytes reply, Time wait, std::string what)
+{
+    if (!hasRoom())
+        return replyLost(NoRoom);
+    ++simulation.counters.replies;
+    enqueue(std::move(reply), wait, std::move(what));
+}
+
+void Conversation::enqueue(Bytes bytes, Time wait, std::string what)
 {
     const Time start = std::max(requestEnd + times.delay + wait, replyEnd);
-    replyEnd = start + spent(reply.size());
-    outgoing.push_back({std::move(reply), start, 0, std::move(what)});
-    ++simulation.counters.replies;
+    replyEnd = start + spent(bytes.size());
+    outgoing.push_back({std::move(bytes), start, 0, std::move(what)});
 }
 
-void Conversation::replyLost()
+void Conversation::replyLost(const char *cause)
 {
     ++simulation.counters.lost;
-    std::string what = "reply lost: too many wait to be sent or read";
+    std::string what = std::string("reply lost: ") + cause;
     say(Log::Topic::Lost, [&] { return what; });
     tap(false, {}, what);
 }
@@ -178,6 +241,7 @@ void Conversation::replyLost()
 Bytes Conversation::takeDue(Time now)
 {
     latest = now;
+    const bool isLost = simulation.isUnplugged(now);
     Bytes due;
     while (!outgoing.empty()) {
         Outgoing &head = outgoing.front();
@@ -185,10 +249,13 @@ Bytes Conversation::takeDue(Time now)
             due.push_back(head.bytes[head.sent++]);
         if (head.sent < head.bytes.size())
             break;
-        tap(false, head.bytes, head.what);
+        if (isLost)
+            replyLost("the line is unplugged");
+        else
+            tap(false, head.bytes, head.what);
         outgoing.pop_front();
     }
-    return due;
+    return isLost ? Bytes() : due;
 }
 
 std::optional<Time> Conversation::nextEvent() const

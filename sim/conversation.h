@@ -7,8 +7,10 @@
 #include "random_faults.h"
 #include "reassembler.h"
 #include "replay.h"
+#include "strikes.h"
 
 #include <deque>
+#include <utility>
 
 namespace fgssim
 {
@@ -18,9 +20,11 @@ struct Counters {
     std::uint64_t replies = 0;    ///< handed out, damaged and late ones included
     std::uint64_t broadcasts = 0; ///< requests for every station
     std::uint64_t elsewhere = 0;  ///< requests for stations that are not here
-    std::uint64_t rejected = 0;   ///< refused requests and stretches of garbage
+    std::uint64_t rejected = 0;   ///< requests that nobody accepts, and stretches of garbage
+    std::uint64_t unanswered = 0; ///< for stations that are off, and missing addresses
     std::uint64_t lost = 0;       ///< replies for which there was no room: too many wait to be sent or read
     std::array<std::uint64_t, FaultKinds> faults{};
+    std::uint64_t strikes = 0; ///< faults of the table
 };
 
 std::string summary(const Counters &counters);
@@ -43,6 +47,10 @@ struct Simulation {
     Counters counters;
     Tap tap = {};
     std::optional<Replay> replay = {}; ///< answers in place of the controller
+    Strikes strikes{1};
+    Time unpluggedUntil = Time::min(); ///< before it nothing passes any line, neither in nor out
+
+    bool isUnplugged(Time now) const { return now < unpluggedUntil; }
 };
 
 class Conversation
@@ -60,6 +68,8 @@ public:
     std::optional<Time> nextEvent() const;
     /// The reply that was just handed out could not be sent.
     void replyLost();
+    /// Whether a fault has cut the link since the last call.
+    bool takeCut() { return std::exchange(isCut, false); }
 
 private:
     struct Outgoing {
@@ -68,14 +78,23 @@ private:
         std::size_t sent;
         std::string what;
     };
+    struct Held { // until the next request
+        Time after;
+        Bytes bytes;
+        std::string what;
+    };
     void handle(const std::vector<Piece> &pieces);
     void handleFrame(Slice frame);
     bool answerAsRecorded(Slice request);
     void reject(const std::string &cause, Slice bytes);
-    void sendReply(const Response &response);
+    void sendReply(Slice frame, const Response &response);
     void sendFault(RandomFault fault, const Response &response);
-    void enqueue(Bytes reply, Time wait, std::string what);
-    void queueUp(Bytes reply, Time wait, std::string what);
+    void sendStrike(const Strike &strike, const Exchange &exchange, const Request &request);
+    void sendHeld();
+    bool hasRoom() const;
+    void send(Bytes reply, Time wait, std::string what);
+    void enqueue(Bytes bytes, Time wait, std::string what);
+    void replyLost(const char *cause);
     Time spent(std::size_t bytes) const { return times.byteTime * std::int64_t(bytes); }
     /// `text` is called, and gives a string, only if the line is written.
     template <typename Text>
@@ -87,9 +106,11 @@ private:
     std::string name;
     Reassembler reassembler;
     std::deque<Outgoing> outgoing; // one after the other, as one line sends them
-    Time latest{0};                // the last time that was told
-    Time requestEnd{0};            // when the bytes received so far have passed the line
-    Time replyEnd{0};              // the same of the bytes to send
+    std::vector<Held> held;        // by faults
+    bool isCut = false;
+    Time latest{0};     // the last time that was told
+    Time requestEnd{0}; // when the bytes received so far have passed the line
+    Time replyEnd{0};   // the same of the bytes to send
 };
 
 } // namespace fgssim

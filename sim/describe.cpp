@@ -64,18 +64,23 @@ std::string describe(const Request &request)
     return text;
 }
 
+std::string describe(const Place &place)
+{
+    const std::string station = place.station ? " of station " + std::to_string(*place.station) : "";
+    return "area " + std::to_string(place.area->number) + " from " + addressText(*place.area, place.first) + ", " +
+           counted(place.count, place.area->kind) + station;
+}
+
 std::string describe(const Range &range)
 {
-    const std::string station = range.station ? " of station " + std::to_string(*range.station) : "";
-    return "area " + std::to_string(range.area->number) + " from " + addressText(*range.area, range.first) + ", " +
-           counted(range.count, range.area->kind) + station + ": " + describe(range.course);
+    return describe(static_cast<const Place &>(range)) + ": " + describe(range.course);
 }
 
 std::string describeReply(const Request &request, Slice reply)
 {
     const std::string station = "station " + std::to_string(request.station);
     if (request.write)
-        return station + " acknowledges";
+        return station + (reply.u8(2) == WriteRefused ? " refuses" : " acknowledges");
     std::string text = station + " answers";
     Slice rest = reply.from(3);
     for (const Entry &entry : request.entries) {

@@ -199,4 +199,9 @@ Bytes writeReply(const Request &request)
     return {Byte(request.station), WriteCommand, WriteAcknowledge};
 }
 
+Bytes refusal(const Request &request)
+{
+    return {Byte(request.station), WriteCommand, WriteRefused};
+}
+
 } // namespace fgssim

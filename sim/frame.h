@@ -4,6 +4,7 @@
 //   read reply           station FE N  N x (code count data...)            crcL crcH
 //   write request        station FF 01 code count addressL addressH data... crcL crcH
 //   write acknowledgement station FF 20
+//   refusal of a write   station FF 21
 //
 // Counts are in bits, words or double words. The data of a bit area is whole bytes, the lowest address in the
 // least significant bit; a word goes high byte first; a double word low word first, each word high byte first.
@@ -23,6 +24,7 @@ namespace fgssim
 const Byte ReadCommand = 0xFE;
 const Byte WriteCommand = 0xFF;
 const Byte WriteAcknowledge = 0x20;
+const Byte WriteRefused = 0x21;
 const unsigned MaxEntries = 6;
 const unsigned EveryStation = 0; ///< station number that means every station
 
@@ -68,6 +70,8 @@ using ValueSource = std::function<std::uint32_t(const Area &area, unsigned addre
 
 Bytes readReply(const Request &request, const ValueSource &value);
 Bytes writeReply(const Request &request);
+/// In place of writeReply(): the controller does not do it.
+Bytes refusal(const Request &request);
 
 } // namespace fgssim
 

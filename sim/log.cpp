@@ -17,10 +17,10 @@ struct Row {
 
 // By topic. The frames are more than a serial line of 115,200 baud carries.
 const Row Rows[] = {
-    {"state", Log::Level::Normal, 1000, 100}, {"connections", Log::Level::Normal, 20, 1},
-    {"rejected", Log::Level::Normal, 20, 1},  {"not for a station here", Log::Level::Normal, 20, 1},
-    {"faults", Log::Level::Normal, 100, 10},  {"replies lost", Log::Level::Normal, 20, 1},
-    {"frames", Log::Level::All, 5000, 2000},
+    {"state", Log::Level::Normal, 1000, 100},    {"connections", Log::Level::Normal, 20, 1},
+    {"rejected", Log::Level::Normal, 20, 1},     {"not for a station here", Log::Level::Normal, 20, 1},
+    {"unanswered", Log::Level::Normal, 20, 1},   {"faults", Log::Level::Normal, 100, 10},
+    {"replies lost", Log::Level::Normal, 20, 1}, {"frames", Log::Level::All, 5000, 2000},
 };
 
 const Row &rowOf(Log::Topic topic)

@@ -21,7 +21,7 @@ public:
         Normal, ///< all but frames
         All
     };
-    enum class Topic { State, Connection, Rejected, Elsewhere, Fault, Lost, Frame };
+    enum class Topic { State, Connection, Rejected, Elsewhere, Unanswered, Fault, Lost, Frame };
     using Sink = std::function<void(const std::string &line)>;
 
     Log(Level highest, Sink to) : level(highest), sink(std::move(to)) {}
@@ -49,7 +49,7 @@ private:
 
     Level level;
     Sink sink;
-    std::array<Flow, 7> flows; // by topic
+    std::array<Flow, 8> flows; // by topic
 };
 
 } // namespace fgssim

@@ -28,4 +28,14 @@ void Memory::store(unsigned station, const Area &area, unsigned address, std::ui
     page.values[address % PageSize] = value;
 }
 
+void Memory::set(unsigned station, const Range &range)
+{
+    motion.set(station, range);
+    for (unsigned address = range.first; address - range.first < range.count; ++address) {
+        const auto page = pages.find(pageKey(station, *range.area, address / PageSize));
+        if (page != pages.end())
+            page->second.written.reset(address % PageSize);
+    }
+}
+
 } // namespace fgssim

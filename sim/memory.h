@@ -18,6 +18,8 @@ public:
 
     std::uint32_t value(unsigned station, const Area &area, unsigned address) const;
     void store(unsigned station, const Area &area, unsigned address, std::uint32_t value);
+    /// The addresses move, even if they were written. The station of the range does not count.
+    void set(unsigned station, const Range &range);
     void tick() { motion.tick(); }
 
 private:

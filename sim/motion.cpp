@@ -8,11 +8,6 @@ namespace
 
 const std::uint64_t RandomStream = 2;
 
-std::uint32_t cutToWidth(std::int64_t value, AreaKind kind)
-{
-    return std::uint32_t(std::uint64_t(value) & ((std::uint64_t(1) << bitsOf(kind)) - 1));
-}
-
 } // namespace
 
 Motion::Motion(const std::vector<unsigned> &stations, const std::vector<Range> &ranges, Values values,
@@ -22,12 +17,12 @@ Motion::Motion(const std::vector<unsigned> &stations, const std::vector<Range> &
     for (const Range &range : ranges) {
         for (unsigned station : stations) {
             if (!range.station || *range.station == station)
-                add(station, range);
+                set(station, range);
         }
     }
 }
 
-void Motion::add(unsigned station, const Range &range)
+void Motion::set(unsigned station, const Range &range)
 {
     Moving entry{range, {}};
     if (range.course.shape == Course::Shape::Walk) {
@@ -35,13 +30,15 @@ void Motion::add(unsigned station, const Range &range)
             entry.walks.push_back(startOfWalk(range.course, random));
     }
     std::vector<Moving> &list = moving[station];
+    const auto isCovered = [&](const Moving &older) { return range.covers(older.range); };
+    list.erase(std::remove_if(list.begin(), list.end(), isCovered), list.end());
     list.insert(list.begin(), std::move(entry));
 }
 
 std::uint32_t Motion::value(unsigned station, const Area &area, unsigned address) const
 {
     for (const Moving &entry : moving[station]) {
-        if (entry.covers(area, address))
+        if (entry.range.covers(area, address))
             return cutToWidth(entry.value(address, ticks), area.kind);
     }
     return background.value(station, area, address);
@@ -57,11 +54,6 @@ void Motion::tick()
                 walk = nextOfWalk(entry.range.course, walk, random);
         }
     }
-}
-
-bool Motion::Moving::covers(const Area &area, unsigned address) const
-{
-    return &area == range.area && address >= range.first && address - range.first < range.count;
 }
 
 std::int64_t Motion::Moving::value(unsigned address, std::uint64_t now) const

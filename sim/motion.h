@@ -3,17 +3,13 @@
 #define SIM_MOTION_H
 
 #include "background.h"
-
-#include <optional>
+#include "place.h"
 
 namespace fgssim
 {
 
 /// One setting of the user.
-struct Range {
-    const Area *area;
-    unsigned first, count;           ///< addresses
-    std::optional<unsigned> station; ///< none: every station
+struct Range : Place {
     Course course;
 };
 
@@ -26,6 +22,8 @@ public:
 
     /// Cut to the width of the area.
     std::uint32_t value(unsigned station, const Area &area, unsigned address) const;
+    /// Where ranges overlap the later one counts. The station of the range does not.
+    void set(unsigned station, const Range &range);
     void tick();
 
 private:
@@ -33,10 +31,8 @@ private:
         Range range;
         std::vector<std::int64_t> walks; // one an address; empty unless the course is a walk
 
-        bool covers(const Area &area, unsigned address) const;
         std::int64_t value(unsigned address, std::uint64_t now) const;
     };
-    void add(unsigned station, const Range &range);
 
     Background background;
     Random random;

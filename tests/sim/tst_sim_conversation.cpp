@@ -215,11 +215,151 @@ TEST_F(ConversationTest, WaitingRepliesAreBounded)
     EXPECT_EQ(after(1s).size(), 32 * Acknowledgement.size());
 }
 
+TEST_F(ConversationTest, NothingPassesAnUnpluggedLine)
+{
+    LineTimes times;
+    times.delay = 10ms;
+    start({}, times);
+    conversation->receive(Read, now); // its reply would come after the line is unplugged
+    simulation->unpluggedUntil = now + 1s;
+    EXPECT_EQ(after(10ms), Bytes());
+    EXPECT_EQ(ask(Write), Bytes());
+    EXPECT_EQ(after(1s - 10ms - 1ns), Bytes());
+    EXPECT_EQ(ask(Write), Bytes());
+    now += 1ns; // plugged in again
+    EXPECT_EQ(ask(Read), Bytes());
+    EXPECT_EQ(after(10ms), Answer); // nothing was written meanwhile
+    EXPECT_EQ(counters().requests, 2u);
+    EXPECT_EQ(counters().lost, 1u);
+    EXPECT_EQ(lines, std::vector<std::string>{"line reply lost: the line is unplugged"});
+}
+
+TEST_F(ConversationTest, AReplyOnItsWayWhenTheLineIsUnpluggedIsCut)
+{
+    LineTimes times;
+    times.byteTime = 1ms;
+    start({}, times);
+    conversation->receive(Read, now);
+    EXPECT_EQ(after(13ms), Slice(Answer).first(4).copy());
+    simulation->unpluggedUntil = now + 2ms;
+    EXPECT_EQ(after(1ms), Bytes());
+    EXPECT_EQ(after(1s), Slice(Answer).from(5).copy());
+}
+
+TEST_F(ConversationTest, StationsThatAreOffAndMissingAddressesAreSilent)
+{
+    start({});
+    simulation->controller.conditions.off.set(1);
+    EXPECT_EQ(ask(Write), Bytes());
+    simulation->controller.conditions.off.reset(1);
+    EXPECT_EQ(ask(Read), Answer);
+    simulation->controller.conditions.missing.insert(1, {&areas()[5], 100, 1, {}});
+    EXPECT_EQ(ask(Read), Bytes());
+    EXPECT_EQ(counters().unanswered, 2u);
+    EXPECT_EQ(lines, (std::vector<std::string>{
+                         "line unanswered: station 1 is switched off: " + hex(Write),
+                         "line unanswered: an address is missing in 5:100@1: 01 FE 01 08 01 64 00 5A BE"}));
+}
+
+TEST_F(ConversationTest, ARefusalIsAReply)
+{
+    start({}, {}, Log::Level::All);
+    simulation->controller.conditions.refusing.insert(1, {&areas()[5], 100, 1, {}});
+    EXPECT_EQ(ask(Write), bytes("01 FF 21"));
+    EXPECT_EQ(counters().replies, 1u);
+    EXPECT_EQ(lines.back(), "line -> 01 FF 21  station 1 refuses");
+}
+
+TEST_F(ConversationTest, AChosenFaultStrikesSoManyRequests)
+{
+    start({});
+    simulation->strikes.order({lineFault("own echo ahead"), 2, {}});
+    EXPECT_EQ(after(ReplyDelay), Bytes());
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(ask(Read), Bytes());
+        EXPECT_EQ(after(ReplyDelay), Read + Answer);
+    }
+    EXPECT_EQ(ask(Read), Answer);
+    EXPECT_EQ(counters().strikes, 2u);
+    EXPECT_EQ(counters().replies, 3u);
+    EXPECT_EQ(lines.front(),
+              "line fault own echo ahead: station 1 reads area 5 from 100, 1 word -> " + hex(Read + Answer));
+}
+
+TEST_F(ConversationTest, AChosenFaultComesBeforeARandomOne)
+{
+    start(always(RandomFault::Silence));
+    simulation->strikes.order({lineFault("doubled"), 1, {}});
+    ask(Read);
+    EXPECT_EQ(after(ReplyDelay), Answer + Answer);
+    ask(Read);
+    EXPECT_EQ(after(ReplyDelay), Bytes());
+}
+
+TEST_F(ConversationTest, LateByOneTransactionIsLaterThanALateReply)
+{
+    LineTimes times;
+    times.lateBy = 300ms;
+    start({}, times);
+    simulation->strikes.order({lineFault("late by one transaction"), 1, {}});
+    ask(Read);
+    EXPECT_EQ(after(300ms), Bytes());
+    EXPECT_EQ(after(100ms), Answer);
+}
+
+TEST_F(ConversationTest, AReplyThatIsHeldBackComesAheadOfTheNextOne)
+{
+    start({});
+    simulation->strikes.order({lineFault("late, with the next request"), 1, {}});
+    EXPECT_EQ(ask(Read), Bytes());
+    EXPECT_EQ(after(1h), Bytes());
+    EXPECT_EQ(ask(Write), Bytes());
+    EXPECT_EQ(after(1ms), Answer + Acknowledgement);
+    EXPECT_EQ(conversation->nextEvent(), std::nullopt);
+}
+
+TEST_F(ConversationTest, BabbleHasAnEnd)
+{
+    LineTimes times;
+    times.lateBy = 1h;
+    start({}, times);
+    simulation->strikes.order({lineFault("babble past the limit"), 1, {}});
+    ask(Read);
+    EXPECT_EQ(after(1h).size(), 8 * std::size_t((10s + 4 * ReplyDelay) / 1ms - 1));
+    EXPECT_EQ(ask(Read), Answer);
+}
+
+TEST_F(ConversationTest, ALostLinkIsToldOnce)
+{
+    start({});
+    simulation->strikes.order({lineFault("link lost"), 1, {}});
+    EXPECT_FALSE(conversation->takeCut());
+    EXPECT_EQ(ask(Read), Bytes());
+    EXPECT_TRUE(conversation->takeCut());
+    EXPECT_FALSE(conversation->takeCut());
+}
+
+/// Each fault of the table, at a read and at a write, through a line.
+TEST_F(ConversationTest, EveryFaultOfTheTableStrikesWhatItCan)
+{
+    for (const LineFault &fault : lineFaults()) {
+        SCOPED_TRACE(fault.name);
+        start({});
+        simulation->strikes.order({&fault, 1, {}});
+        ask(Read);
+        ask(Write);
+        ask(sealed("01 FE 02 01 08 00 00 08 04 64 00"));
+        EXPECT_EQ(counters().strikes, 1u);
+        EXPECT_TRUE(simulation->strikes.orders().empty());
+    }
+}
+
 TEST(Summary, NamesEveryCounter)
 {
     Counters counters;
     counters.requests = 12;
     counters.faults[std::size_t(RandomFault::Noise)] = 3;
-    EXPECT_EQ(summary(counters), "requests 12, replies 0, rejected 0, broadcasts 0, other stations 0, lost 0; "
-                                 "faults: silence 0, late 0, crc 0, short 0, long 0, noise 3");
+    EXPECT_EQ(summary(counters),
+              "requests 12, replies 0, rejected 0, broadcasts 0, other stations 0, unanswered 0, "
+              "lost 0; faults: silence 0, late 0, crc 0, short 0, long 0, noise 3, chosen 0");
 }

@@ -56,8 +56,8 @@ TEST(Course, WalkStaysInsideAndKeepsItsStep)
 
 TEST(Motion, RangesCoverTheirAddressesAndStations)
 {
-    const Motion motion = motionOf({{&area(5), 100, 3, {}, {Course::Shape::Fixed, 7, 7, 1}},
-                                    {&area(5), 101, 1, 2u, {Course::Shape::Fixed, 9, 9, 1}}});
+    const Motion motion = motionOf({{{&area(5), 100, 3, {}}, {Course::Shape::Fixed, 7, 7, 1}},
+                                    {{&area(5), 101, 1, 2u}, {Course::Shape::Fixed, 9, 9, 1}}});
     EXPECT_EQ(motion.value(1, area(5), 99), 0u);
     EXPECT_EQ(motion.value(1, area(5), 100), 7u);
     EXPECT_EQ(motion.value(1, area(5), 102), 7u);
@@ -69,22 +69,22 @@ TEST(Motion, RangesCoverTheirAddressesAndStations)
 
 TEST(Motion, NegativeValuesAreCutToTheWidth)
 {
-    const Motion motion = motionOf({{&area(5), 0, 1, {}, {Course::Shape::Fixed, -2, -2, 1}},
-                                    {&area(10), 0, 1, {}, {Course::Shape::Fixed, -2, -2, 1}}});
+    const Motion motion = motionOf({{{&area(5), 0, 1, {}}, {Course::Shape::Fixed, -2, -2, 1}},
+                                    {{&area(10), 0, 1, {}}, {Course::Shape::Fixed, -2, -2, 1}}});
     EXPECT_EQ(motion.value(1, area(5), 0), 0xFFFEu);
     EXPECT_EQ(motion.value(1, area(10), 0), 0xFFFFFFFEu);
 }
 
 TEST(Motion, RampsMoveWithTheTicks)
 {
-    Motion motion = motionOf({{&area(1), 0, 1, {}, {Course::Shape::Ramp, 0, 1, 1}}});
+    Motion motion = motionOf({{{&area(1), 0, 1, {}}, {Course::Shape::Ramp, 0, 1, 1}}});
     for (unsigned tick = 0; tick < 5; ++tick, motion.tick())
         EXPECT_EQ(motion.value(1, area(1), 0), tick % 2) << tick;
 }
 
 TEST(Motion, TheSeedDecidesTheWalks)
 {
-    const std::vector<Range> ranges = {{&area(5), 0, 50, {}, {Course::Shape::Walk, 0, 60000, 100}}};
+    const std::vector<Range> ranges = {{{&area(5), 0, 50, {}}, {Course::Shape::Walk, 0, 60000, 100}}};
     const auto run = [&](std::uint64_t seed) {
         Motion motion = motionOf(ranges, seed);
         for (int i = 0; i < 20; ++i)

@@ -13,7 +13,7 @@ const fgssim::FaultRates Percent = {2, 1, 1, 1, 1, 1};
 fgssim::Range rising(int areaType, int address, int length, std::int64_t to)
 {
     const fgssim::Course course = {fgssim::Course::Shape::Ramp, 0, to, 1};
-    return {&fgssim::areas()[std::size_t(areaType)], unsigned(address), unsigned(length), std::nullopt, course};
+    return {{&fgssim::areas()[std::size_t(areaType)], unsigned(address), unsigned(length), std::nullopt}, course};
 }
 
 /// All values of the controller's groups are the number of the tick.

@@ -23,6 +23,8 @@ void Channel::receive(const char *bytes, std::size_t count)
 {
     conversation.receive(Slice(reinterpret_cast<const Byte *>(bytes), count), now());
     sendDue();
+    if (conversation.takeCut() && cut)
+        cut();
 }
 
 void Channel::sendDue()

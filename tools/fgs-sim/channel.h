@@ -23,6 +23,8 @@ public:
             QObject *parent = nullptr);
 
     void receive(const char *bytes, std::size_t count);
+    /// What a fault that cuts the link does; without it there is silence. Nothing is used behind it.
+    void onCut(std::function<void()> use) { cut = std::move(use); }
 
     /// Most bytes to be read from a link at once.
     static const std::size_t ChunkSize = 4096;
@@ -33,6 +35,7 @@ private:
 
     Conversation conversation;
     Write write;
+    std::function<void()> cut;
     QTimer timer;
 };
 

@@ -5,11 +5,15 @@
 //           [--fault KIND=PERCENT]... [--faults PERCENT] [--late-by MS] [--delay MS] [--pace BAUD[,8E1]]
 //           [--seed N] [--for SECONDS] [--log quiet|normal|all | --frames]
 //           [--trace FILE.pcapng [--trace-limit SIZE]] [--replay FILE.pcapng [--replay-fast]]
+//           [--missing PLACE]... [--refuse PLACE]... [--control[=SOCKETPATH]]
+//   fgs-sim ctl [--socket PATH] COMMAND...
 //
 // The first line on stdout is where the controller can be reached, as fgs takes it: a device path or tcp:HOST:PORT.
 // The log and the final summary go to stderr. Exit code: 0 ended as asked (by a signal or --for), 1 other, 2 wrong
 // usage, 3 the link cannot be opened or was lost. README.md beside this file tells the rest.
 #include "channel.h"
+#include "control.h"
+#include "ctl.h"
 #include "endpoint.h"
 #include "line_trace.h"
 #include "log_times.h"
@@ -51,16 +55,16 @@ Simulation makeSimulation(const Options &options)
             Log(options.log, writeLog),
             {},
             {},
-            openReplay(options)};
+            openReplay(options),
+            Strikes(options.seed)};
 }
 
 /// stdout belongs to the trace if that goes there.
-void announce(const Endpoint &link, bool isOnStdout)
+void announce(const std::string &text, bool isOnStdout)
 {
     std::FILE *const stream = isOnStdout ? stdout : stderr;
-    if (std::fprintf(stream, "%s\n", link.address().c_str()) < 0 || std::fflush(stream) != 0)
-        throw std::runtime_error("cannot write " + link.address() +
-                                 " to the standard output: " + std::strerror(errno));
+    if (std::fprintf(stream, "%s\n", text.c_str()) < 0 || std::fflush(stream) != 0)
+        throw std::runtime_error("cannot write " + text + " to the standard output: " + std::strerror(errno));
 }
 
 /// What runs, where, and what the user has set.
@@ -72,6 +76,8 @@ void tellStart(Log &log, const Options &options, const Endpoint &link)
             : "replaying " + options.replay + " on " + link.address());
     for (const Range &range : options.ranges)
         say("set " + describe(range));
+    for (const Command &command : options.commands)
+        say(command.text);
 }
 
 std::optional<LineTrace> openTrace(const formats::TraceSettings &settings)
@@ -130,7 +136,14 @@ int run(const Options &options)
                            QCoreApplication::instance(), &QCoreApplication::quit);
     if (trace)
         trace->nameLine(lineOf(options, *link));
-    announce(*link, !options.trace.isToStdout());
+    for (const Command &command : options.commands)
+        command.carryOut(simulation, now());
+    std::optional<Control> control;
+    if (options.control)
+        control.emplace(simulation, *options.control);
+    announce(link->address(), !options.trace.isToStdout());
+    if (options.control)
+        announce("control " + *options.control, !options.trace.isToStdout());
     tellStart(simulation.log, options, *link);
     const int code = QCoreApplication::exec();
     simulation.log.flush();
@@ -158,6 +171,8 @@ int main(int argc, char **argv)
 {
     occupyStandardStreams();
     try {
+        if (argc > 1 && std::strcmp(argv[1], "ctl") == 0)
+            return runCtl(parseCtlArguments(argc - 1, argv + 1));
         const Options options = parseArguments(argc, argv); // before Qt may change the form of numbers
         int nameOnly = 1;                                   // the arguments are not for Qt
         QCoreApplication app(nameOnly, argv);

@@ -2,8 +2,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdlib>
 #include <numeric>
 #include <sstream>
+#include <unistd.h>
 
 namespace fgssim
 {
@@ -19,12 +21,28 @@ const char *const Description = R"(Examples:
   fgs-sim --set 5:100x10=ramp:0..500/5 --set 1:17@2=fixed:1
   fgs-sim --faults 2 --fault silence=10 --late-by 800 --seed 7 --log all
   fgs-sim --replay line.pcapng               answers as the controller in a trace did
+  fgs-sim --missing 5:2000x100 --refuse 5:10 --control
+  fgs-sim ctl station 1 off                  tells one that runs with --control; see fgs-sim ctl --help
 
 A simulated controller of the FGs series: fourteen register areas for each station, values that move,
 faults at given rates. It answers reads and writes and meets everything malformed with silence.
 The first line on stdout is where it can be reached, as fgs takes it: a device or tcp:HOST:PORT. The log
 and the final summary go to stderr.
 Exit code: 0 ended as asked, 1 other, 2 wrong usage, 3 the link cannot be opened or was lost.
+)";
+
+const std::string CtlDescription = R"(Examples:
+  fgs-sim ctl set 5:100=7
+  fgs-sim ctl set 5:100x10@2=ramp:0..500/5
+  fgs-sim ctl station 3 off
+  fgs-sim ctl unplug 10s
+  fgs-sim ctl fault own echo ahead x3
+  fgs-sim ctl status
+
+Tells an fgs-sim that runs with --control what to do, and prints its answer.
+Exit code: 0 done, 1 refused, 2 wrong usage, 3 no fgs-sim is there.
+
+Commands:
 )";
 
 using Texts = std::vector<std::string>;
@@ -110,7 +128,8 @@ void addValueOptions(CLI::App &app, Options &options)
         ->type_name("LIST");
     addTexts(
         app, "--set", [&](const std::string &text) { options.ranges.push_back(parseRange(text)); },
-        "What addresses hold: fixed:V, ramp:A..B[/STEP] or walk:A..B[/STEP], of decimal or 0x numbers; addresses "
+        "What addresses hold: [fixed:]V, ramp:A..B[/STEP] or walk:A..B[/STEP], of decimal or 0x numbers; "
+        "addresses "
         "are\n"
         "decimal, octal in areas 0 and 1; neither they nor counts are hexadecimal: 5:0x64 is 64 words from address "
         "0;\n"
@@ -242,6 +261,48 @@ void addLogOptions(CLI::App &app, Options &options)
         ->excludes(log);
 }
 
+/// Options that are commands, carried out at the start.
+struct CommandText {
+    std::string option, argument;
+};
+
+void addCommandOptions(CLI::App &app, Options &options, std::vector<CommandText> &texts)
+{
+    const auto add = [&](const std::string &name, const char *help) {
+        addTexts(
+            app, "--" + name,
+            [&texts, name](const std::string &text) {
+                texts.push_back({name, text});
+            },
+            help)
+            ->type_name("AREA:ADDRESS[xCOUNT][@STATION]");
+    };
+    add("missing", "Addresses that are not there: a request that touches one gets silence");
+    add("refuse", "Addresses that refuse writes");
+    const auto control = [&](const Texts &path) {
+        options.control = path.empty() || path.front().empty() ? defaultSocket() : path.front();
+    };
+    app.add_option_function<Texts>(
+           "--control", control,
+           "Takes commands from 'fgs-sim ctl' while it runs, at a socket that is the second line on\n"
+           "stdout; without SOCKETPATH at one of the user's")
+        ->type_name("[=SOCKETPATH]")
+        ->expected(0, 1);
+}
+
+std::vector<Command> parsedCommands(const std::vector<CommandText> &texts, const Options &options)
+{
+    std::vector<Command> commands;
+    for (const CommandText &each : texts) {
+        try {
+            commands.push_back(parseCommand(each.option + " " + each.argument, options.stations));
+        } catch (const BadText &bad) {
+            throw CLI::ValidationError("--" + each.option, bad.what());
+        }
+    }
+    return commands;
+}
+
 void requireStations(const Options &options)
 {
     for (const Range &range : options.ranges) {
@@ -253,11 +314,12 @@ void requireStations(const Options &options)
 }
 
 // The library cannot tell "--pty=" from "--pty"; a script with an empty variable means the former.
-void requirePath(int argc, const char *const *argv)
+void requirePath(int argc, const char *const *argv, const std::string &option, const std::string &example)
 {
-    const auto isEmpty = [](const char *argument) { return std::string(argument) == "--pty="; };
+    const auto isEmpty = [&](const char *argument) { return argument == option + "="; };
     if (std::any_of(argv, argv + argc, isEmpty))
-        throw CLI::ValidationError("--pty", "the path is empty; write for instance --pty=/tmp/plc, or --pty alone");
+        throw CLI::ValidationError(option, "the path is empty; write for instance " + option + "=" + example +
+                                               ", or " + option + " alone");
 }
 
 // The library's own words for an option that is there twice do not say so.
@@ -268,10 +330,15 @@ std::string complaintOf(const CLI::ParseError &error)
     return twice == std::string::npos ? text : text.substr(0, twice) + " is given more than once";
 }
 
+Finished wrongUsage(const CLI::App &app, const std::string &complaint)
+{
+    return {ExitUsage, app.get_name() + ": " + complaint + "\n" + app.get_name() + " --help lists the options.\n"};
+}
+
 Finished finished(const CLI::App &app, const CLI::ParseError &error)
 {
     if (error.get_exit_code() != 0)
-        return {ExitUsage, "fgs-sim: " + complaintOf(error) + "\nfgs-sim --help lists the options.\n"};
+        return wrongUsage(app, complaintOf(error));
     std::ostringstream out, complaint;
     app.exit(error, out, complaint);
     return {0, out.str()};
@@ -283,6 +350,7 @@ Options parseArguments(int argc, const char *const *argv)
 {
     Options options;
     FaultSettings faults;
+    std::vector<CommandText> commands;
     CLI::App app(Description, "fgs-sim");
     app.set_version_flag("--version", "fgs-sim " FGS_SIM_VERSION);
     addLinkOptions(app, options);
@@ -292,17 +360,47 @@ Options parseArguments(int argc, const char *const *argv)
     addReplayOptions(app, options);
     addLogOptions(app, options);
     addTraceOptions(app, options.trace);
+    addCommandOptions(app, options, commands);
     try {
-        requirePath(argc, argv);
+        requirePath(argc, argv, "--pty", "/tmp/plc");
+        requirePath(argc, argv, "--control", "/tmp/plc.socket");
         app.parse(argc, argv);
         options.faults = ratesOf(faults);
         requireStations(options);
+        options.commands = parsedCommands(commands, options);
         if (const std::string fault = formats::faultOf(options.trace); !fault.empty())
-            throw Finished{ExitUsage, "fgs-sim: " + fault + "\nfgs-sim --help lists the options.\n"};
+            throw wrongUsage(app, fault);
     } catch (const CLI::ParseError &error) {
         throw finished(app, error);
     }
     return options;
+}
+
+CtlOptions parseCtlArguments(int argc, const char *const *argv)
+{
+    CtlOptions options = {defaultSocket(), {}};
+    CLI::App app(CtlDescription + commandHelp(), "fgs-sim ctl");
+    Texts words;
+    app.add_option("COMMAND", words, "What to do, in one or more words")->required()->type_name("");
+    app.add_option("--socket", options.socket,
+                   "Where the fgs-sim listens (default: where it does after --control without a path)")
+        ->type_name("PATH");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        throw finished(app, error);
+    }
+    for (const std::string &word : words)
+        options.command += (options.command.empty() ? "" : " ") + word;
+    return options;
+}
+
+std::string defaultSocket()
+{
+    const char *const folder = std::getenv("XDG_RUNTIME_DIR");
+    if (folder && *folder)
+        return std::string(folder) + "/fgs-sim.socket";
+    return "/tmp/fgs-sim-" + std::to_string(::getuid()) + ".socket";
 }
 
 } // namespace fgssim

@@ -2,9 +2,8 @@
 #ifndef FGS_SIM_OPTIONS_H
 #define FGS_SIM_OPTIONS_H
 
+#include "commands.h"
 #include "formats/trace_settings.h"
-#include "setting_texts.h"
-#include "sim/conversation.h"
 
 #include <variant>
 
@@ -31,8 +30,10 @@ struct Options {
     Time duration{0}; ///< ends by itself after it; 0: does not
     Log::Level log = Log::Level::Normal;
     formats::TraceSettings trace;
-    std::string replay;       ///< a trace to answer from; empty: none
-    bool replayInTime = true; ///< with the times of the trace
+    std::string replay;                 ///< a trace to answer from; empty: none
+    bool replayInTime = true;           ///< with the times of the trace
+    std::vector<Command> commands;      ///< to be carried out at the start
+    std::optional<std::string> control; ///< path of the socket for further ones; none: there is none
 };
 
 /// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
@@ -43,6 +44,18 @@ struct Finished {
 
 /// Throws Finished for help, version and every error.
 Options parseArguments(int argc, const char *const *argv);
+
+/// `fgs-sim ctl [--socket PATH] COMMAND...`
+struct CtlOptions {
+    std::string socket;
+    std::string command;
+};
+
+/// The arguments behind "ctl", which is argv[0]. Throws Finished likewise.
+CtlOptions parseCtlArguments(int argc, const char *const *argv);
+
+/// Of the user: in $XDG_RUNTIME_DIR, or else in /tmp.
+std::string defaultSocket();
 
 } // namespace fgssim
 

@@ -75,12 +75,12 @@ Halves halves(const std::string &text, const std::string &separator)
 void addStations(const std::string &text, std::bitset<MaxStation + 1> &stations)
 {
     const Halves ends = halves(text, "-");
-    const std::int64_t first = number(ends.left, "station", 1, MaxStation);
-    const std::int64_t last = ends.split ? number(ends.right, "station", 1, MaxStation) : first;
+    const unsigned first = parseStation(ends.left);
+    const unsigned last = ends.split ? parseStation(ends.right) : first;
     if (last < first)
         throw BadText("stations " + quoted(text) + " run backwards; write the smaller one first");
-    for (std::int64_t station = first; station <= last; ++station)
-        stations.set(std::size_t(station));
+    for (unsigned station = first; station <= last; ++station)
+        stations.set(station);
 }
 
 struct Limits {
@@ -114,8 +114,8 @@ std::int64_t parseValue(const std::string &text, AreaKind kind)
 Course parseCourse(const std::string &text, AreaKind kind)
 {
     const Halves parts = halves(text, ":");
-    if (parts.left == "fixed" && parts.split) {
-        const std::int64_t value = parseValue(parts.right, kind);
+    if (parts.left == "fixed" || !parts.split) {
+        const std::int64_t value = parseValue(parts.split ? parts.right : parts.left, kind);
         return {Course::Shape::Fixed, value, value, 1};
     }
     const Halves stepped = halves(parts.right, "/");
@@ -126,16 +126,39 @@ Course parseCourse(const std::string &text, AreaKind kind)
             parseValue(ends.right, kind), stepped.split ? number(stepped.right, "step", 1, UINT32_MAX) : 1};
 }
 
-void parsePlace(const std::string &text, Range &range)
+unsigned parseCount(const std::string &text, const Place &place)
 {
-    const Halves parts = halves(text, ":");
-    if (!parts.split)
-        throw BadText(quoted(text) + " names no address; write AREA:ADDRESS, for instance 5:100");
-    range.area = &areas()[std::size_t(number(parts.left, "area", 0, std::int64_t(areas().size()) - 1))];
-    const Halves sized = halves(parts.right, "x");
-    range.first = parseAddress(sized.left, *range.area);
-    const std::int64_t room = AddressesPerArea - range.first;
-    range.count = sized.split ? unsigned(number(sized.right, "count", 1, room)) : 1;
+    return unsigned(number(text, "count", 1, AddressesPerArea - place.first));
+}
+
+/// The sides of the equals sign: a place and what it is set to.
+Halves parseSides(const std::string &text)
+{
+    Halves sides = halves(text, "=");
+    if (!sides.split)
+        throw BadText(quoted(text) + " gives no value; write for instance 5:100=fixed:42");
+    return sides;
+}
+
+std::vector<std::uint32_t> parseValues(const std::string &text, AreaKind kind)
+{
+    std::vector<std::uint32_t> values;
+    Halves list{{}, text, true};
+    while (list.split) {
+        list = halves(list.right, ",");
+        values.push_back(cutToWidth(parseValue(list.left, kind), kind));
+    }
+    return values;
+}
+
+Setting valuesAt(Place place, bool isCounted, std::vector<std::uint32_t> values)
+{
+    if (!isCounted)
+        place.count = parseCount(std::to_string(values.size()), place);
+    if (values.size() > place.count)
+        throw BadText(std::to_string(values.size()) + " values do not fit into " +
+                      counted(place.count, place.area->kind));
+    return {place, std::move(values)};
 }
 
 bool isNumericHost(const std::string &host)
@@ -151,6 +174,11 @@ bool isSerialLine(const std::string &text)
 }
 
 } // namespace
+
+unsigned parseStation(const std::string &text)
+{
+    return unsigned(number(text, "station", 1, MaxStation));
+}
 
 std::vector<unsigned> parseStations(const std::string &text)
 {
@@ -168,23 +196,59 @@ std::vector<unsigned> parseStations(const std::string &text)
     return stations;
 }
 
+std::string stationsText(const std::vector<unsigned> &stations)
+{
+    std::string text;
+    for (std::size_t i = 0, last = 0; i < stations.size(); i = last + 1) {
+        for (last = i; last + 1 < stations.size() && stations[last + 1] == stations[last] + 1;)
+            ++last;
+        text += (i == 0 ? "" : ",") + std::to_string(stations[i]) +
+                (last == i       ? ""
+                 : last == i + 1 ? ","
+                                 : "-") +
+                (last == i ? "" : std::to_string(stations[last]));
+    }
+    return text;
+}
+
 std::uint64_t parseSeed(const std::string &text)
 {
     return std::uint64_t(number(text, "seed", 0, INT64_MAX));
 }
 
+Place parsePlace(const std::string &text)
+{
+    const Halves sides = halves(text, "@");
+    const Halves parts = halves(sides.left, ":");
+    if (!parts.split)
+        throw BadText(quoted(sides.left) + " names no address; write AREA:ADDRESS, for instance 5:100");
+    Place place{};
+    place.area = &areas()[std::size_t(number(parts.left, "area", 0, std::int64_t(areas().size()) - 1))];
+    const Halves sized = halves(parts.right, "x");
+    place.first = parseAddress(sized.left, *place.area);
+    place.count = sized.split ? parseCount(sized.right, place) : 1;
+    if (sides.split)
+        place.station = parseStation(sides.right);
+    return place;
+}
+
 Range parseRange(const std::string &text)
 {
-    const Halves sides = halves(text, "=");
-    if (!sides.split)
-        throw BadText(quoted(text) + " gives no value; write for instance 5:100=fixed:42");
-    Range range{};
-    const Halves place = halves(sides.left, "@");
-    parsePlace(place.left, range);
-    if (place.split)
-        range.station = unsigned(number(place.right, "station", 1, MaxStation));
-    range.course = parseCourse(sides.right, range.area->kind);
-    return range;
+    const Halves sides = parseSides(text);
+    const Place place = parsePlace(sides.left);
+    return {place, parseCourse(sides.right, place.area->kind)};
+}
+
+Setting parseSetting(const std::string &text)
+{
+    const Halves sides = parseSides(text);
+    const Place place = parsePlace(sides.left);
+    if (sides.right.find(',') != std::string::npos)
+        return valuesAt(place, halves(sides.left, "x").split, parseValues(sides.right, place.area->kind));
+    const Course course = parseCourse(sides.right, place.area->kind);
+    if (course.shape != Course::Shape::Fixed)
+        return {place, course};
+    return {place, std::vector<std::uint32_t>{cutToWidth(course.from, place.area->kind)}};
 }
 
 Time parseMilliseconds(const std::string &text, std::int64_t least)
@@ -198,6 +262,26 @@ Time parseSeconds(const std::string &text)
     if (!(seconds >= 0.001 && seconds <= 1e6))
         throw BadText("time in seconds " + quoted(text) + " is not a number from 0.001 to 1000000");
     return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
+}
+
+// Not as parseSeconds() does it, which depends on the locale: a program that runs has the user's.
+Time parseDuration(const std::string &text)
+{
+    double value = 0;
+    const char *const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    const std::string unit(rest, end);
+    const double seconds = unit == "s" ? value : unit == "ms" ? value / 1000 : NAN;
+    if (error != std::errc() || !(seconds >= 0.001 && seconds <= 1e6))
+        throw BadText(quoted(text) + " is no time from 1ms to 1000000s; write for instance 10s or 500ms");
+    return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
+}
+
+std::int64_t parseRepetitions(const std::string &text)
+{
+    if (text.empty() || text.front() != 'x')
+        throw BadText(quoted(text) + " does not say how often; write for instance x3");
+    return number(text.substr(1), "how often", 1, MostStrikes);
 }
 
 double parsePercent(const std::string &text)

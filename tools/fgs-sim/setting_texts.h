@@ -6,9 +6,11 @@
 #include "sim/motion.h"
 #include "sim/random_faults.h"
 #include "sim/serial_line.h"
+#include "sim/strikes.h"
 
 #include <stdexcept>
 #include <utility>
+#include <variant>
 
 namespace fgssim
 {
@@ -19,20 +21,43 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// 1 to 255
+unsigned parseStation(const std::string &text);
+
 /// "1,2,5-9": ascending and each once.
 std::vector<unsigned> parseStations(const std::string &text);
+
+/// The same back: "1,2,5-9".
+std::string stationsText(const std::vector<unsigned> &stations);
 
 /// 0 or more
 std::uint64_t parseSeed(const std::string &text);
 
-/// "AREA:ADDRESS[xCOUNT][@STATION]=fixed:VALUE | ramp:FROM..TO[/STEP] | walk:FROM..TO[/STEP]"
+/// "AREA:ADDRESS[xCOUNT][@STATION]"
+Place parsePlace(const std::string &text);
+
+/// "PLACE=[fixed:]VALUE | ramp:FROM..TO[/STEP] | walk:FROM..TO[/STEP]"
 Range parseRange(const std::string &text);
+
+/// What a place is set to: values, repeated until it is full, or a course.
+struct Setting {
+    Place place;
+    std::variant<std::vector<std::uint32_t>, Course> content;
+};
+/// As parseRange() has it, or "PLACE=VALUE,VALUE...", with an address for each value if the count is left out.
+Setting parseSetting(const std::string &text);
 
 /// From `least` to an hour.
 Time parseMilliseconds(const std::string &text, std::int64_t least);
 
 /// "2.5": from a millisecond to 1,000,000 seconds.
 Time parseSeconds(const std::string &text);
+
+/// "10s", "1.5s" or "500ms": the same times.
+Time parseDuration(const std::string &text);
+
+/// "x3": 1 to MostStrikes.
+std::int64_t parseRepetitions(const std::string &text);
 
 /// "12.5": from 0 to 100.
 double parsePercent(const std::string &text);

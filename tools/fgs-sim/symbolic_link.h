@@ -2,24 +2,10 @@
 #ifndef FGS_SIM_SYMBOLIC_LINK_H
 #define FGS_SIM_SYMBOLIC_LINK_H
 
-#include "descriptor.h"
-
-#include <string>
+#include "path_claim.h"
 
 namespace fgssim
 {
-
-/// The only use of a path among all running fgs-sim, whether a link stands there or not. It is the name of an
-/// abstract socket, so that it ends with the process, however that ends.
-class PathClaim
-{
-public:
-    /// Throws EndpointError, which names the process, if another fgs-sim has it.
-    explicit PathClaim(const std::string &path);
-
-private:
-    const Descriptor socket;
-};
 
 class SymbolicLink
 {

@@ -68,6 +68,7 @@ private:
             return sendBounded(socket, bytes, count);
         };
         auto *channel = new Channel(simulation, times, write, peer + " ", &socket);
+        channel->onCut([&socket] { socket.abort(); });
         QObject::connect(&socket, &QTcpSocket::readyRead, channel,
                          [&socket, channel] { receiveChunk(socket, *channel); });
         QObject::connect(&socket, &QTcpSocket::disconnected, channel, [this, &socket, peer] {
