@@ -61,8 +61,9 @@ Spans inOrder(Spans spans)
 
 Spans united(Spans spans)
 {
+    const Spans ordered = inOrder(std::move(spans));
     Spans all;
-    for (const Span &span : inOrder(std::move(spans)))
+    for (const Span &span : ordered)
         if (!all.empty() && all.back().touches(span))
             all.back().end = std::max(all.back().end, span.end);
         else

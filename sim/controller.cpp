@@ -46,8 +46,8 @@ Response Controller::handle(Slice frame)
     try {
         const Request request = parseRequest(frame);
         return station == EveryStation ? broadcast(request) : answer(request);
-    } catch (const Refusal &refusal) {
-        return {Response::Status::Rejected, {}, {}, refusal.what()};
+    } catch (const Refusal &cause) {
+        return {Response::Status::Rejected, {}, {}, cause.what()};
     }
 }
 

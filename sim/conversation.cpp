@@ -263,8 +263,8 @@ std::optional<Time> Conversation::nextEvent() const
     const std::optional<Time> silent = reassembler.deadline();
     if (outgoing.empty())
         return silent;
-    const Time send = outgoing.front().start + spent(outgoing.front().sent + 1);
-    return silent ? std::min(*silent, send) : send;
+    const Time nextByte = outgoing.front().start + spent(outgoing.front().sent + 1);
+    return silent ? std::min(*silent, nextByte) : nextByte;
 }
 
 } // namespace fgssim

@@ -32,13 +32,13 @@ void Strikes::cancel(std::optional<unsigned> station)
 std::optional<Strike> Strikes::take(const Exchange &exchange)
 {
     const unsigned station = exchange.request[0];
-    for (auto order = waiting.begin(); order != waiting.end(); ++order) {
-        const int places = order->fault->places(exchange);
-        if (places == 0 || order->station.value_or(station) != station)
+    for (auto each = waiting.begin(); each != waiting.end(); ++each) {
+        const int places = each->fault->places(exchange);
+        if (places == 0 || each->station.value_or(station) != station)
             continue;
-        const Strike strike = {order->fault, random.below(places)};
-        if (--order->count == 0)
-            waiting.erase(order);
+        const Strike strike = {each->fault, random.below(places)};
+        if (--each->count == 0)
+            waiting.erase(each);
         return strike;
     }
     return std::nullopt;

@@ -106,7 +106,7 @@ private:
         const TomlPlace place = table.place();
         std::vector<TomlTable> tags = table.tables("tag");
         for (TomlTable &each : tags)
-            group.tags.push_back(tag(each, station));
+            group.tags.push_back(takeTag(each, station));
         if (tags.empty())
             toml.fault(place, "the group has no variable",
                        "add one: [[group.tag]], name = \"...\", variable = \"5:100\"");
@@ -114,7 +114,7 @@ private:
         return group;
     }
 
-    Tag tag(TomlTable &table, int station)
+    Tag takeTag(TomlTable &table, int station)
     {
         const std::optional<Text> name = table.requiredText("name", "name = \"oven_temp\"");
         Tag tag;

@@ -120,7 +120,7 @@ Action getCommand(const Words &words, const Stations &all)
     const Stations at = stationsOf(place, all);
     if (at.size() * place.count > MostValues)
         throw BadText("more than " + std::to_string(MostValues) + " values; ask for fewer, or for one station");
-    return [place, at](Simulation &simulation, Time) {
+    return [place, at](const Simulation &simulation, Time) {
         Words lines;
         for (unsigned station : at)
             lines.push_back(valuesText(simulation.controller.memory, place, station));
@@ -157,9 +157,8 @@ Action changeSet(const SetChange &change, const Words &words, const Stations &al
 {
     const Place place = takePlace(words, all);
     return [change, place, at = stationsOf(place, all)](Simulation &simulation, Time) {
-        AddressSet &set = simulation.controller.conditions.*change.set;
         for (unsigned station : at)
-            (set.*change.change)(station, place);
+            ((simulation.controller.conditions.*change.set).*change.change)(station, place);
         return change.answer + describe(place);
     };
 }
@@ -281,10 +280,10 @@ Action faultCommand(const Words &words, const Stations &all)
 std::vector<Place> joinedPlaces(const std::vector<Place> &places, std::size_t stations)
 {
     using Row = std::tuple<int, unsigned, unsigned>;
-    const auto rowOf = [](const Place &place) { return Row(place.area->number, place.first, place.count); };
+    const auto numbersOf = [](const Place &place) { return Row(place.area->number, place.first, place.count); };
     std::map<Row, std::vector<Place>> rows;
     for (const Place &place : places)
-        rows[rowOf(place)].push_back(place);
+        rows[numbersOf(place)].push_back(place);
     std::vector<Place> all;
     for (auto &[row, same] : rows) {
         if (same.size() == stations)
@@ -326,7 +325,7 @@ std::string statusText(const Simulation &simulation, const Stations &all, Time n
 Action statusCommand(const Words &words, const Stations &all)
 {
     requireNothing(words);
-    return [all](Simulation &simulation, Time now) { return statusText(simulation, all, now); };
+    return [all](const Simulation &simulation, Time now) { return statusText(simulation, all, now); };
 }
 
 Action helpCommand(const Words &words, const Stations &)

@@ -46,7 +46,8 @@ int listeningSocket(const std::string &path)
     if (fd < 0 || ::fchmod(fd, S_IRUSR | S_IWUSR) != 0 || ::bind(fd, address.get(), address.size()) != 0 ||
         ::listen(fd, MaxClients) != 0) {
         const int cause = errno;
-        ::close(fd);
+        if (fd >= 0)
+            ::close(fd);
         refusePath(Failure, path, std::strerror(cause));
     }
     return fd;

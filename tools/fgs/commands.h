@@ -10,7 +10,7 @@ namespace fgs
 int readCommand(const Options &options, Stop &stop);
 int writeCommand(const Options &options, Stop &stop);
 int pollCommand(const Options &options, Stop &stop);
-int decodeCommand(const Options &options, Stop &stop);
+int decodeCommand(const Options &options, const Stop &stop);
 /// Opens no link and waits for nothing.
 int planCommand(const Options &options);
 int scanCommand(const Options &options, const Stop &stop);

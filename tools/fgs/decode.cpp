@@ -234,7 +234,7 @@ private:
 
 } // namespace
 
-int decodeCommand(const Options &options, Stop &stop)
+int decodeCommand(const Options &options, const Stop &stop)
 {
     const int code = Decoder(options, stop).run();
     return stoppingSignal() ? ExitSignal + stoppingSignal() : code;

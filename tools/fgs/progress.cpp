@@ -28,8 +28,8 @@ QString progressText(const char *what, double share, Time elapsed)
     QString text = QStringLiteral("%1: %2 %").arg(QLatin1String(what)).arg(std::floor(100 * share));
     if (share <= 0)
         return text;
-    const double seconds = std::chrono::duration<double>(elapsed).count();
-    return text + QStringLiteral(", about %1 left").arg(durationText(seconds * (1 - share) / share));
+    const double spent = std::chrono::duration<double>(elapsed).count();
+    return text + QStringLiteral(", about %1 left").arg(durationText(spent * (1 - share) / share));
 }
 
 Progress::Progress(const Link &theLink, bool isWanted)
