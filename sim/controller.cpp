@@ -3,8 +3,8 @@
 namespace fgssim
 {
 
-Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start)
-    : stations(stationNumbers), memory(std::move(start))
+Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start, const Framing &theFrames)
+    : frames(&theFrames), stations(stationNumbers), memory(std::move(start))
 {
     for (unsigned station : stations)
         present.set(station);
@@ -12,11 +12,11 @@ Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start
 
 Response Controller::handle(Slice frame)
 {
-    const unsigned station = frame.u8(0);
+    const unsigned station = frames->stationOf(frame);
     if (station != EveryStation && !present[station])
         return {Response::Status::Elsewhere, {}, {}, {}};
     try {
-        const Request request = parseRequest(frame);
+        const Request request = frames->parseRequest(frame);
         return station == EveryStation ? broadcast(request) : answer(request);
     } catch (const Refusal &refusal) {
         return {Response::Status::Rejected, {}, {}, refusal.what()};
@@ -27,12 +27,12 @@ Response Controller::answer(const Request &request)
 {
     if (request.write) {
         store(request.station, request);
-        return {Response::Status::Answered, request, writeReply(request), {}};
+        return {Response::Status::Answered, request, frames->writeReply(request), {}};
     }
     const auto value = [&](const Area &area, unsigned address) {
         return memory.value(request.station, area, address);
     };
-    return {Response::Status::Answered, request, readReply(request, value), {}};
+    return {Response::Status::Answered, request, frames->readReply(request, value), {}};
 }
 
 Response Controller::broadcast(const Request &request)

@@ -2,7 +2,7 @@
 #ifndef SIM_CONTROLLER_H
 #define SIM_CONTROLLER_H
 
-#include "frame.h"
+#include "framing.h"
 #include "memory.h"
 
 namespace fgssim
@@ -26,9 +26,11 @@ class Controller
 {
 public:
     /// Station numbers are 1..255.
-    Controller(const std::vector<unsigned> &stationNumbers, Memory start);
+    Controller(const std::vector<unsigned> &stationNumbers, Memory start,
+               const Framing &frames = ControllerFraming);
 
-    /// REQUIRES: a frame with a good CRC.
+    const Framing &framing() const { return *frames; }
+    /// REQUIRES: a frame with a good check.
     Response handle(Slice frame);
     /// Moves the values by one step.
     void tick() { memory.tick(); }
@@ -38,6 +40,7 @@ private:
     Response broadcast(const Request &request);
     void store(unsigned station, const Request &request);
 
+    const Framing *frames;
     std::vector<unsigned> stations;
     std::bitset<256> present;
     Memory memory;

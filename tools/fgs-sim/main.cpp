@@ -1,6 +1,6 @@
 // fgs-sim, a simulated controller of the FGs series.
 //
-//   fgs-sim [--pty[=LINKPATH] | --serial DEVICE[:BAUD[,8E1]] | --tcp [HOST:]PORT] [--stations LIST]
+//   fgs-sim [--pty[=LINKPATH] | --serial DEVICE[:BAUD[,8E1]] | --tcp [HOST:]PORT] [--stations LIST] [--remote]
 //           [--set AREA:ADDRESS[xCOUNT][@STATION]=VALUE]... [--values still|moving|pattern] [--tick MS]
 //           [--fault KIND=PERCENT]... [--faults PERCENT] [--late-by MS] [--delay MS] [--pace BAUD[,8E1]]
 //           [--seed N] [--for SECONDS] [--log quiet|normal|all | --frames]
@@ -37,10 +37,11 @@ void writeLog(const std::string &line)
 Simulation makeSimulation(const Options &options)
 {
     Motion motion(options.stations, options.ranges, options.values, options.seed);
-    return {Controller(options.stations, Memory(std::move(motion))),
-            FaultChooser(options.faults, options.seed),
-            Log(options.log, writeLog),
-            {}};
+    return {
+        Controller(options.stations, Memory(std::move(motion)), options.remote ? RemoteFraming : ControllerFraming),
+        FaultChooser(options.faults, options.seed),
+        Log(options.log, writeLog),
+        {}};
 }
 
 /// stdout belongs to the trace if that goes there.
@@ -56,7 +57,8 @@ void announce(const Endpoint &link, bool isOnStdout)
 void tellStart(Log &log, const Options &options, const Endpoint &link)
 {
     const auto say = [&](const std::string &line) { log.write(Log::Topic::State, now(), [&] { return line; }); };
-    say("simulating " + std::to_string(options.stations.size()) + " station(s) on " + link.address());
+    say("simulating " + std::to_string(options.stations.size()) + " station(s) on " + link.address() +
+        (options.remote ? ", by remote frames" : ""));
     for (const Range &range : options.ranges)
         say("set " + describe(range));
 }
