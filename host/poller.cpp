@@ -402,7 +402,8 @@ void Poller::mark(const Step &step, int station, int area, int address, int byte
 void Poller::note(TraceEntry::Event event, FrameView bytes, Outcome outcome, int replyAt) const
 {
     if (trace)
-        trace({event, link.now(), bytes, outcome, replyAt, event == TraceEntry::Received ? remoteRequest : QByteArray()});
+        trace({event, link.now(), bytes, outcome, replyAt,
+               event == TraceEntry::Received ? remoteRequest : QByteArray()});
 }
 
 } // namespace fgs
