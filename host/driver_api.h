@@ -12,8 +12,8 @@ namespace fgs
 /// All names that the host takes from the driver.
 #define FGS_DRIVER_NAMES(name)                                                                                     \
     name(SetComInfo) name(RegistCallBackFuncIntf) name(ReCreatReadVarList) name(AddListReadVar)                    \
-        name(AddListOnceReadVar) name(ComCommunication) name(DataCom) name(GetRegisterData) name(SetRegisterData)  \
-            name(CurrentRWVar) name(iRet_ValidStar) name(iRet_ValidLen)
+        name(AddListWriteVar) name(AddListOnceReadVar) name(ComCommunication) name(DataCom) name(GetRegisterData)  \
+            name(SetRegisterData) name(CurrentRWVar) name(iRet_ValidStar) name(iRet_ValidLen)
 
 /// Pointers to them. There is one driver in a process, so all tables stand for the same one.
 struct DriverApi {

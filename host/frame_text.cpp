@@ -1,5 +1,7 @@
 #include "frame_text.h"
 
+#include "remote_frame.h"
+
 #include <QtCore/QStringList>
 
 namespace fgs
@@ -65,10 +67,101 @@ QString describeWrite(FrameView frame)
              area && data.size > 0 ? describeValues(*area, data) : QStringLiteral("?"));
 }
 
+// ---- remote frames
+
+QString nameOfRemoteStation(FrameView frame)
+{
+    return nameOfStation(frame.from(RemoteStationAt));
+}
+
+/// Null if the frame names none.
+const Area *remoteArea(FrameView frame)
+{
+    return areaOf(frame.be16(RemoteAreaAt));
+}
+
+FrameView remoteData(FrameView frame)
+{
+    return {frame.bytes + RemoteHeaderSize, frame.size - RemoteReadSize};
+}
+
+/// "area 5 100x4", counting values; so many bytes are read or written.
+QString describeRemotePlace(FrameView frame, int values)
+{
+    const Area *const area = remoteArea(frame);
+    const quint32 address = quint32(frame.be16(RemoteAddressAt)) << 16 | quint32(frame.be16(RemoteAddressAt + 2));
+    const bool isKnown = area && address < quint32(AddressCount);
+    return QStringLiteral("area %1 %2x%3")
+        .arg(frame.be16(RemoteAreaAt))
+        .arg(isKnown ? addressText(area->number, static_cast<int>(address)) : QString::number(address))
+        .arg(values);
+}
+
+/// Values that a remote read asks for; of an unknown area its length.
+int remoteValues(FrameView frame)
+{
+    const Area *const area = remoteArea(frame);
+    const int length = frame.be16(RemoteLengthAt);
+    return area ? remoteReadElements(*area, length) * addressesPerElement(*area) : length;
+}
+
+/// The data of a write: a byte a bit, otherwise least significant byte first.
+QString describeWritten(FrameView frame)
+{
+    const Area *const area = remoteArea(frame);
+    const FrameView data = remoteData(frame);
+    const int width = !area || area->kind == AreaKind::Bit ? 1 : bytesPerElement(*area);
+    QStringList values;
+    for (int i = 0; i + width <= data.size; i += width)
+        values << (width == 1   ? QString::number(data.at(i))
+                   : width == 2 ? number(data.le16(i), 4)
+                                : number(data.le16(i + 2), 4) + number(data.le16(i), 4));
+    return values.join(QLatin1Char(' '));
+}
+
+int writtenValues(FrameView frame)
+{
+    const Area *const area = remoteArea(frame);
+    return remoteData(frame).size / (!area || area->kind == AreaKind::Bit ? 1 : bytesPerElement(*area));
+}
+
+QString describeRemoteRequest(FrameView frame)
+{
+    const QString head =
+        QStringLiteral("link %1, %2, remote").arg(frame.at(RemoteLinkAt)).arg(nameOfRemoteStation(frame));
+    return frame.size > RemoteReadSize
+               ? QStringLiteral("%1 write %2 = %3")
+                     .arg(head, describeRemotePlace(frame, writtenValues(frame)), describeWritten(frame))
+               : QStringLiteral("%1 read %2").arg(head, describeRemotePlace(frame, remoteValues(frame)));
+}
+
+QString hexOf(FrameView bytes)
+{
+    QStringList all;
+    for (int i = 0; i < bytes.size; ++i)
+        all << number(bytes.at(i), 2);
+    return all.join(QLatin1Char(' '));
+}
+
 } // namespace
+
+QString describeRemoteReply(FrameView reply, FrameView request)
+{
+    const QString head = QStringLiteral(" (reply begins %1)").arg(hexOf({reply.bytes, RemoteReplyDataAt}));
+    if (request.size > RemoteReadSize)
+        return nameOfRemoteStation(request) + QStringLiteral(", write done") + head;
+    const Area *const area = remoteArea(request);
+    const int size = area ? remoteReadElements(*area, request.be16(RemoteLengthAt)) * bytesPerElement(*area) : 0;
+    return QStringLiteral("%1, %2: %3")
+               .arg(nameOfRemoteStation(request), describeRemotePlace(request, remoteValues(request)),
+                    area ? describeValues(*area, {reply.bytes + RemoteReplyDataAt, size}) : QStringLiteral("?")) +
+           head;
+}
 
 QString describeRequest(FrameView frame)
 {
+    if (isRemoteRequest(frame))
+        return describeRemoteRequest(frame);
     const int entries = frame.size > CountAt ? frame.at(CountAt) : 0;
     if (entries < 1 || frame.size < EntriesAt + entries * RequestEntrySize)
         return QStringLiteral("not a request");

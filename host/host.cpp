@@ -1,5 +1,6 @@
 #include "host.h"
 
+#include "remote_frame.h"
 #include "text_error.h"
 
 #include <algorithm>
@@ -13,9 +14,11 @@ namespace fgs
 namespace
 {
 
-const int WriteQueueLimit = 1024;  ///< what comes on top the driver drops
-const int ControllerWriteMode = 2; ///< host writes go to the controller
-const int Patience = 3;            ///< jobs given up before a station rests
+const int WriteQueueLimit = 1024;       ///< what comes on top the driver drops
+const int ControllerWriteMode = 2;      ///< host writes go to the controller
+const int Patience = 3;                 ///< jobs given up before a station rests
+const int NotTwice = 0, AsItStands = 1; ///< modes of AddListOnceReadVar() and AddListWriteVar()
+const int UnusedLink = -1;              ///< no record has it
 
 Host *theHost; ///< the driver's callback has no context of its own
 
@@ -69,6 +72,15 @@ std::set<int> stationsOf(const std::vector<Variable> &variables)
     return stations;
 }
 
+/// The count of a remote frame is wide enough for any block of bits, but its length byte limits writes.
+Storage storageOf(const std::vector<Variable> &variables, const HostOptions &options)
+{
+    Storage storage = storageFor(variables, options.blockWords);
+    if (options.remoteLink)
+        storage.blockWords = qBound(MinBlockWords, options.blockWords, MaxRemoteBlockWords);
+    return storage;
+}
+
 /// Whether the station did what it should; to refuse is that too.
 bool isGood(Outcome outcome)
 {
@@ -89,15 +101,19 @@ Spans rotatedAfter(const Span &last, Spans blocks)
 
 Host::Host(const DriverApi &theDriver, Link &theLink, const std::vector<Variable> &variables,
            const HostOptions &options)
-    : driver(theDriver), link(theLink), storage(storageFor(variables, options.blockWords)),
-      poller(theDriver, theLink, info, options.timing), health(Patience, options.firstRest, options.longestRest),
-      suspects(storage.blockWords, options.firstRest, options.longestSilence)
+    : driver(theDriver), link(theLink), storage(storageOf(variables, options)),
+      remoteLink(options.remoteLink.value_or(0)), poller(theDriver, theLink, info, options.timing),
+      health(Patience, options.firstRest, options.longestRest),
+      suspects(storage.blockWords, options.firstRest, options.longestSilence,
+               options.remoteLink ? 1 : MaxEntries - 1)
 {
     info.blockWords = storage.blockWords;
     info.defaultStation = storage.station;
     info.stationMode = storage.perStation;
     info.retryLimit = options.retries;
     info.writeMode = ControllerWriteMode;
+    info.remoteMode = options.remoteLink.has_value();
+    info.localLinkNo = isRemote() ? UnusedLink : 0; // or the driver would not take the replies for remote ones
     if (theHost)
         throw std::logic_error("this process has a host already: the driver is one, and serves one host at a time");
     theHost = this;
@@ -135,8 +151,14 @@ void Host::readSoon(const std::vector<Variable> &bits)
         if (areaOf(variable.area)->kind != AreaKind::Bit)
             throw TextError(
                 QStringLiteral("variable '%1': only bits can be read once; poll the others").arg(textOf(variable)));
-    for (const RW_VAR &wish : onceWishes(bits, storage))
-        waiting.push_back(wish);
+    if (isRemote())
+        for (const Span &block : exactBlocks(united(spansOf(bits)), {}, storage.blockWords)) {
+            waiting.push_back(blockOf(block));
+            waiting.back().hostAddr = 0;
+        }
+    else
+        for (const RW_VAR &wish : onceWishes(bits, storage))
+            waiting.push_back(wish);
     readNextOnce();
 }
 
@@ -146,15 +168,20 @@ void Host::readNextOnce()
     if (onceUnderWay || waiting.empty())
         return;
     onceUnderWay = true;
-    driver.AddListOnceReadVar(&waiting.front(), 0);
+    driver.AddListOnceReadVar(&waiting.front(), isRemote() ? AsItStands : NotTwice);
 }
 
 /// The driver's callback, out of DataCom().
 void Host::onceReadEnded(int, int, int, int)
 {
-    if (theHost->onceUnderWay) // otherwise it is what a host before has left
-        theHost->waiting.pop_front();
-    theHost->onceUnderWay = false;
+    theHost->endOnceRead();
+}
+
+void Host::endOnceRead()
+{
+    if (onceUnderWay) // otherwise it is what a host before has left
+        waiting.pop_front();
+    onceUnderWay = false;
 }
 
 /// Of a station that does not answer none is read.
@@ -178,21 +205,38 @@ std::vector<quint32> Host::values(const Variable &variable) const
 
 // ---- writing
 
-/// Values that one SetRegisterData() takes. It splits words into blocks itself; double words it would split in
-/// their middle.
+/// Values in one record of the driver's queue, which is one request.
+int Host::itemsPerRecord(const Variable &variable) const
+{
+    const AreaKind kind = areaOf(variable.area)->kind;
+    return kind == AreaKind::Bit ? 1 : kind == AreaKind::Word ? storage.blockWords : storage.blockWords / 2;
+}
+
+/// Values to queue at once. SetRegisterData() splits bits and words into records itself; double words it would
+/// split in their middle.
 int Host::itemsPerWrite(const Variable &variable) const
 {
-    return areaOf(variable.area)->kind == AreaKind::DoubleWord ? storage.blockWords / 2 : variable.count;
+    const bool splits = isRemote() || areaOf(variable.area)->kind == AreaKind::DoubleWord;
+    return splits ? itemsPerRecord(variable) : variable.count;
 }
 
 /// Records that a write takes in the driver's queue.
 int Host::recordsOf(const Variable &variable) const
 {
-    const AreaKind kind = areaOf(variable.area)->kind;
-    const int items = kind == AreaKind::Bit    ? 1
-                      : kind == AreaKind::Word ? storage.blockWords
-                                               : itemsPerWrite(variable);
+    const int items = itemsPerRecord(variable);
     return (variable.count + items - 1) / items;
+}
+
+/// Returns how many records the driver's queue holds then.
+int Host::queue(const Variable &part, QByteArray values)
+{
+    if (isRemote()) {
+        RW_VAR record = remoteWrite(part, values, remoteLink);
+        return driver.AddListWriteVar(&record, NotTwice);
+    }
+    const bool isInWords = areaOf(part.area)->kind == AreaKind::DoubleWord;
+    return driver.SetRegisterData(QString(), part.area, addressText(part.area, part.address), part.station, &values,
+                                  isInWords ? 2 * part.count : part.count, 0, 0);
 }
 
 bool Host::write(const Variable &variable, const std::vector<quint32> &values)
@@ -208,11 +252,9 @@ bool Host::write(const Variable &variable, const std::vector<quint32> &values)
     const int most = itemsPerWrite(variable);
     for (int done = 0; done < variable.count; done += most) {
         const int count = std::min(most, variable.count - done);
-        QByteArray bytes =
-            toBytes(values, static_cast<std::size_t>(done), static_cast<std::size_t>(count), bytesPerValue(area));
-        queued = driver.SetRegisterData(QString(), area.number, addressText(area.number, variable.address + done),
-                                        variable.station, &bytes,
-                                        area.kind == AreaKind::DoubleWord ? 2 * count : count, 0, 0);
+        queued = queue(
+            {variable.area, variable.address + done, count, variable.station},
+            toBytes(values, static_cast<std::size_t>(done), static_cast<std::size_t>(count), bytesPerValue(area)));
     }
     queuedWrites[variable.station] += queued - before; // a write of a place that already waits takes its place
     return true;
@@ -261,17 +303,20 @@ void Host::listen()
 void Host::limitAttempts()
 {
     const Protocol *const next = driver.ComCommunication();
-    if (!next || next->frame.at(CommandAt) != char(ReadCommand))
+    if (!next || isWrite(*next))
         return;
     const bool isCyclic = next->var.hostAddr < 0;
     const bool isProbe = isCyclic && (pass == Pass::Sample || (pass == Pass::Probe && !isThorough));
-    if (isProbe || health.isProbed(next->var.station) || (isCyclic && suspects.isDoubted(currentBlocks())))
+    if (isProbe || health.isProbed(next->var.station) ||
+        (isCyclic && suspects.isDoubted(isRemote() ? Spans{remoteSpanOf(*next)} : currentBlocks())))
         info.retryCount = info.retryLimit;
 }
 
 /// What the last cyclic request reads, without what is read to keep another block company.
 Spans Host::currentBlocks() const
 {
+    if (isRemote())
+        return {poller.remotelyRead()};
     Spans blocks;
     for (const RW_VAR &var : *driver.CurrentRWVar)
         if (var.hostAddr != CompanionMark && areaOf(var.areaType))
@@ -283,6 +328,8 @@ void Host::endJob(const Step &step)
 {
     if (step.isWrite)
         --queuedWrites[step.station];
+    else if (isRemote() && !step.isCyclic)
+        endOnceRead(); // no callback tells of remote reads
     if (!isSilence(step.outcome))
         everAnswered.set(static_cast<std::size_t>(step.station));
     if (step.outcome == Outcome::Good)
@@ -364,9 +411,16 @@ void Host::dropQueued(int failedStation)
             lostWrites += count;
             count = 0;
         }
-    onceUnderWay = false; // if it is still queued, the driver does not take it twice
+    onceUnderWay = onceUnderWay && waitsInDriver(failedStation);
     if (health.isSilent(failedStation))
         dropOnceReads(failedStation);
+}
+
+/// Whether the one-shot read is certainly still queued. A local one need not be known: the driver does not take it
+/// twice.
+bool Host::waitsInDriver(int failedStation) const
+{
+    return isRemote() && storage.perStation && !waiting.empty() && waiting.front().station != failedStation;
 }
 
 void Host::dropOne(int station)
@@ -446,7 +500,7 @@ void Host::beginRound()
     pass = Pass::Poll;
     listed = health.awake();
     isExact = needsExact();
-    if (isExact)
+    if (isExact || isRemote())
         listExactly();
     else
         listJoined();
@@ -475,10 +529,16 @@ void Host::listExactly()
 /// A block that is too short to be asked alone, between two silent places, is not asked alone.
 void Host::appendPolled(std::vector<RW_VAR> &list, const Span &block) const
 {
-    const Span wide = widenedAway(block, suspects.barriers());
-    list.push_back(exactBlock(wide));
-    if (isTooShort(wide))
+    const Span wide = isRemote() ? block : widenedAway(block, suspects.barriers());
+    list.push_back(blockOf(wide));
+    if (needsCompanion(wide))
         appendCompanion(list, block.station);
+}
+
+/// As the driver's cyclic list takes it.
+RW_VAR Host::blockOf(const Span &span) const
+{
+    return isRemote() ? remoteRead(inRemoteUnits(span, suspects.barriers()), remoteLink) : exactBlock(span);
 }
 
 void Host::appendCompanion(std::vector<RW_VAR> &list, int station) const
@@ -497,8 +557,9 @@ void Host::beginProbe(const Probe &probe)
     isThorough = probe.thorough;
     std::vector<RW_VAR> list;
     for (const Span &block : probe.blocks)
-        list.push_back(exactBlock(block));
-    if (std::any_of(probe.blocks.begin(), probe.blocks.end(), isTooShort))
+        list.push_back(blockOf(block));
+    if (std::any_of(probe.blocks.begin(), probe.blocks.end(),
+                    [this](const Span &block) { return needsCompanion(block); }))
         appendCompanion(list, probe.blocks.front().station);
     hand(list);
 }
@@ -507,7 +568,7 @@ void Host::beginSample(int station)
 {
     pass = Pass::Sample;
     isExact = true;
-    hand({exactBlock(nextSample(station))});
+    hand({blockOf(nextSample(station))});
 }
 
 /// What the station has answered of late; as long as it does not answer, another part of what is wanted each time,
@@ -530,7 +591,7 @@ void Host::hand(const std::vector<RW_VAR> &blocks)
     driver.ReCreatReadVarList(&nothing);
     for (RW_VAR block : blocks)
         driver.AddListReadVar(&block);
-    jobsLeft = requestsFor(blocks);
+    jobsLeft = isRemote() ? static_cast<int>(blocks.size()) : requestsFor(blocks);
 }
 
 // ---- what can be told
@@ -579,8 +640,10 @@ bool Host::isGivenUp(int station) const
 
 bool Host::isUnderWay(const Variable &variable) const
 {
-    if (!poller.isUnderWay() || poller.inFlight()->frame.at(CommandAt) != char(ReadCommand))
+    if (!poller.isUnderWay() || isWrite(*poller.inFlight()))
         return false;
+    if (isRemote())
+        return remoteSpanOf(*poller.inFlight()).overlaps(spanOf(variable));
     const QList<RW_VAR> &blocks = *driver.CurrentRWVar;
     return std::any_of(blocks.begin(), blocks.end(),
                        [wanted = spanOf(variable)](const RW_VAR &block) { return spanOf(block).overlaps(wanted); });

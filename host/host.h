@@ -10,11 +10,13 @@
 
 #include <bitset>
 #include <deque>
+#include <optional>
 
 namespace fgs
 {
 
 struct HostOptions {
+    std::optional<int> remoteLink;      ///< everything goes by remote frames, with this link number, from 0 to 255
     int blockWords = DefaultBlockWords; ///< most words that one block reads
     int retries = 2;                    ///< of a failing request, before the driver gives it up
     Timing timing;
@@ -84,6 +86,7 @@ private:
         Sample ///< one short request that is to show if a station answers at all
     };
 
+    bool isRemote() const { return info.remoteMode != 0; }
     bool isGivenUp(int station) const;
     bool isTroubled() const { return isExact || health.isTroubled() || !suspects.isQuiet(); }
     Spans currentBlocks() const;
@@ -114,12 +117,19 @@ private:
     void dropOnceReads(int station);
     void dropOne(int station);
     void dropQueued(int failedStation);
+    RW_VAR blockOf(const Span &span) const;
+    bool needsCompanion(const Span &block) const { return !isRemote() && isTooShort(block); }
+    void endOnceRead();
+    bool waitsInDriver(int failedStation) const;
+    int itemsPerRecord(const Variable &variable) const;
     int recordsOf(const Variable &variable) const;
     int itemsPerWrite(const Variable &variable) const;
+    int queue(const Variable &part, QByteArray values);
 
     const DriverApi driver;
     Link &link;
     const Storage storage;
+    const int remoteLink;     ///< in remote frames
     COMINFO info = COMINFO(); ///< the driver keeps its address
     Poller poller;
     StationHealth health;

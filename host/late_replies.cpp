@@ -1,5 +1,7 @@
 #include "late_replies.h"
 
+#include "remote_frame.h"
+
 #include <algorithm>
 
 namespace fgs
@@ -21,6 +23,12 @@ bool sameShape(const QByteArray &a, const QByteArray &b)
             return false;
     }
     return true;
+}
+
+/// A remote reply repeats nothing of its request: every one of the same length may be it, of whatever station.
+bool looksAlike(const Protocol &a, const Protocol &b)
+{
+    return isRemote(a) ? a.replyLen == b.replyLen : sameShape(a.frame, b.frame);
 }
 
 } // namespace
@@ -48,10 +56,9 @@ bool LateReplies::answeredAfterTries(const Protocol &request, Time until)
 
 void LateReplies::noteWrite(const Protocol &request)
 {
-    const char station = request.frame.at(StationAt);
+    const int station = stationOf(request);
     for (Question &question : questions)
-        if ((station == 0 || question.request.frame.at(StationAt) == station) &&
-            question.request.frame != request.frame)
+        if ((station == 0 || stationOf(question.request) == station) && question.request.frame != request.frame)
             question.beforeWrite = true;
 }
 
@@ -59,7 +66,7 @@ const LateReplies::Question *LateReplies::blocking(const Protocol &request, Time
 {
     questions.remove_if([now](const Question &question) { return question.until <= now || question.owed == 0; });
     for (const Question &question : questions)
-        if (sameShape(question.request.frame, request.frame) &&
+        if (looksAlike(question.request, request) &&
             (question.beforeWrite || question.request.frame != request.frame))
             return &question;
     return nullptr;
@@ -68,8 +75,14 @@ const LateReplies::Question *LateReplies::blocking(const Protocol &request, Time
 bool LateReplies::areOwedBy(int station, Time now) const
 {
     return std::any_of(questions.begin(), questions.end(), [station, now](const Question &question) {
-        return question.request.frame.at(StationAt) == char(station) && question.owed > 0 && question.until > now;
+        return stationOf(question.request) == station && question.owed > 0 && question.until > now;
     });
+}
+
+bool LateReplies::areOwed(Time now) const
+{
+    return std::any_of(questions.begin(), questions.end(),
+                       [now](const Question &question) { return question.owed > 0 && question.until > now; });
 }
 
 void LateReplies::answered(const Question *question)

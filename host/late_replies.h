@@ -16,8 +16,10 @@ namespace fgs
 using DataStarts = std::array<int, MaxEntries>;
 
 /// A reply repeats the areas and counts of its request but not the addresses, so a late one passes for the answer
-/// to another question of the same shape. Such a question waits until the late reply has come or is no longer
-/// expected. The same question may be repeated at once: a late reply answers it too, unless a write came between.
+/// to another question of the same shape; a remote reply repeats nothing, so it
+/// passes for that to any question with a reply of its length. Such a question waits until the late reply has come
+/// or is no longer expected. The same question may be repeated at once: a late reply answers it too, unless a write
+/// came between.
 class LateReplies
 {
 public:
@@ -40,6 +42,8 @@ public:
     const Question *blocking(const Protocol &request, Time now);
     /// Whether an answer of the station may still come.
     bool areOwedBy(int station, Time now) const;
+    /// Whether any answer may still come.
+    bool areOwed(Time now) const;
     /// One of its answers came.
     void answered(const Question *question);
 

@@ -16,8 +16,9 @@ struct Storage {
 
 const int MinBlockWords = 4;
 const int DefaultBlockWords = 64;
-const int MaxBlockWords = 255; ///< a frame counts in one byte
-const int MaxBitBytes = 31;    ///< it counts bits
+const int MaxBlockWords = 255;       ///< a frame counts in one byte
+const int MaxRemoteBlockWords = 116; ///< a remote write, of 22 bytes more, counts its bytes in one byte
+const int MaxBitBytes = 31;          ///< it counts bits
 
 /// A reply with two data bytes is as long as its request and begins like it, so an echo would pass for it: a block
 /// of fewer elements is not asked alone.

@@ -1,5 +1,7 @@
 #include "poller.h"
 
+#include "remote_frame.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -15,6 +17,9 @@ bool isAnswer(Outcome outcome)
 {
     return outcome == Outcome::Good || outcome == Outcome::BadCheck || outcome == Outcome::Refused;
 }
+
+/// As many bytes as the answer has are there and are not it. After so long a pause nothing more is waited for.
+const Time PauseInReply = 50ms;
 
 } // namespace
 
@@ -58,7 +63,7 @@ Step Poller::stopped() const
     Step left;
     left.kind = Step::Stopped;
     if (request) {
-        left.isWrite = request->frame.at(CommandAt) == char(WriteCommand);
+        left.isWrite = isWrite(*request);
         left.isCyclic = !left.isWrite && request->var.hostAddr < 0;
         left.station = request->var.station;
     }
@@ -235,13 +240,15 @@ Outcome Poller::converse()
 {
     ++stats.requests;
     note(TraceEntry::Sent, {request->frame.constData(), request->frameLen});
-    if (request->frame.at(CommandAt) == char(WriteCommand))
+    if (isWrite(*request))
         lateReplies.noteWrite(*request);
     std::copy(std::begin(*driver.iRet_ValidStar), std::end(*driver.iRet_ValidStar), dataStarts.begin());
     finder.expect(*request, dataStarts);
     sentAt = link.now();
     longestPause = Time(0);
-    unaskedAnswers.sent(request->frame.at(StationAt) & 0xFF, sentAt, sentAt - lastByte);
+    if (isRemote(*request))
+        noteRemote();
+    unaskedAnswers.sent(*request, sentAt, sentAt - lastByte);
     if (!link.send(request->frame.constData(), request->frameLen))
         return Outcome::LinkLost;
     if (request->replyLen == 0)
@@ -249,6 +256,15 @@ Outcome Poller::converse()
     const bool found = await(deadline());
     stats.underWay = !found && link.isOpen() && link.isEnded() && link.now() < deadline();
     return judge(found);
+}
+
+/// What a remote reply does not repeat.
+void Poller::noteRemote()
+{
+    if (trace)
+        remoteRequest = request->frame;
+    if (!isWrite(*request))
+        readSpan = remoteSpanOf(*request);
 }
 
 /// Of the answer to the request in flight.
@@ -276,6 +292,8 @@ bool Poller::await(Time limit)
             longestPause = std::max(longestPause, lastByte - before);
         if (finder.take(count))
             return true;
+        if (finder.isFullOfOthers())
+            limit = std::min(limit, lastByte + PauseInReply);
         if (lastByte >= limit)
             return false;
     }
@@ -295,14 +313,14 @@ Outcome Poller::judge(bool found) const
         return finder.sawOtherStation() ? Outcome::OtherStation : Outcome::NoReply;
     if (finder.sawBeginning())
         return Outcome::Incomplete;
-    const bool hasCheck = request->frame.at(CommandAt) == char(ReadCommand); // an acknowledgement has none
+    const bool hasCheck = isRemote(*request) || !isWrite(*request); // an acknowledgement has none
     return hasCheck && size == request->replyLen ? Outcome::BadCheck : Outcome::Garbled;
 }
 
 /// Counts the request, tells the driver, and marks the values that were stored or given up.
 void Poller::finish(Step &step)
 {
-    const bool marks = !step.isWrite && request->replyLen != 0 && request->dataStart == 0;
+    const bool marks = !step.isWrite && request->replyLen != 0 && (request->dataStart == 0 || isRemote(*request));
     bool isSure = true; // that an answer is the one to this try
     if (!isAnswer(step.outcome) && !finder.sawPart())
         lateReplies.expect(*request, dataStarts, link.now() + timing.late);
@@ -362,17 +380,23 @@ int Poller::handOver(FrameView bytes)
 
 void Poller::markCurrent(const Step &step)
 {
+    if (settings.remoteMode)
+        return mark(step, readSpan.station, readSpan.area, variableOf(readSpan).address,
+                    readSpan.size() * bytesPerElement(*areaOf(readSpan.area)));
     const QList<RW_VAR> &vars = *driver.CurrentRWVar;
-    const Time now = step.outcome == Outcome::Good ? lastByte : link.now();
     for (int i = 0; i < static_cast<int>(vars.size()); ++i) {
         const RW_VAR &var = vars.at(i);
-        const int bytes = (*driver.iRet_ValidLen)[i];
-        if (step.outcome == Outcome::Good)
-            fresh.stored(var.station, var.areaType, var.address, bytes, now);
-        else if (var.hostAddr != CompanionMark)
-            fresh.failed(var.station, var.areaType, var.address, bytes, now, step.outcome, step.received,
-                         step.expected);
+        if (step.outcome == Outcome::Good || var.hostAddr != CompanionMark)
+            mark(step, var.station, var.areaType, var.address, (*driver.iRet_ValidLen)[i]);
     }
+}
+
+void Poller::mark(const Step &step, int station, int area, int address, int bytes)
+{
+    if (step.outcome == Outcome::Good)
+        fresh.stored(station, area, address, bytes, lastByte);
+    else
+        fresh.failed(station, area, address, bytes, link.now(), step.outcome, step.received, step.expected);
 }
 
 void Poller::note(TraceEntry::Event event, FrameView bytes, Outcome outcome, int replyAt) const
@@ -380,7 +404,8 @@ void Poller::note(TraceEntry::Event event, FrameView bytes, Outcome outcome, int
     if (!trace)
         return;
     const bool hasCome = event != TraceEntry::Sent && bytes.size > 0;
-    trace({event, hasCome ? lastByte : link.now(), bytes, outcome, replyAt});
+    trace({event, hasCome ? lastByte : link.now(), bytes, outcome, replyAt,
+           event == TraceEntry::Received ? remoteRequest : QByteArray()});
 }
 
 } // namespace fgs

@@ -6,6 +6,7 @@
 #include "freshness.h"
 #include "late_replies.h"
 #include "reply_finder.h"
+#include "spans.h"
 #include "trace.h"
 #include "unasked_answers.h"
 
@@ -50,8 +51,9 @@ struct Step {
 /// frames are passed over; a reply is handed over only if it repeats the station, areas and counts of the request;
 /// no transaction takes longer than its time limits. What the driver gets instead of a reply makes it repeat the
 /// request or give it up, as COMINFO says. A refusal is repeated too: it has no check code, and differs from an
-/// acknowledgement in one bit. A lost link costs the driver nothing: the request waits for the next one. Once the
-/// link has ended, nothing is sent or waited for.
+/// acknowledgement in one bit. A remote reply repeats nothing of its request: there, length and check code
+/// are all that is compared, and the more is waited for late replies. A lost link costs the driver nothing: the
+/// request waits for the next one. Once the link has ended, nothing is sent or waited for.
 ///
 /// Use it on one thread, the driver's polling thread.
 class Poller
@@ -70,6 +72,9 @@ public:
     bool isUnderWay() const { return stats.underWay != 0; }
     /// The request in flight, sent or not; null if there is none.
     const Protocol *inFlight() const { return request; }
+
+    /// What the last read that was sent on the remote path reads.
+    const Span &remotelyRead() const { return readSpan; }
 
     /// Listens whether more answers come than were asked for, for as long as a doubled one may take. Nothing if the
     /// last request was sent into a long silence.
@@ -114,6 +119,8 @@ private:
     int handOver(FrameView bytes);
     void tellDriver(Step &step, bool isTimed);
     void markCurrent(const Step &step);
+    void mark(const Step &step, int station, int area, int address, int bytes);
+    void noteRemote();
     void note(TraceEntry::Event event, FrameView bytes, Outcome outcome = Outcome::Good, int replyAt = 0) const;
 
     const DriverApi driver;
@@ -130,6 +137,8 @@ private:
     QByteArray reply;
     Protocol *request = nullptr; ///< in flight
     DataStarts dataStarts = {};  ///< of its reply
+    QByteArray remoteRequest;    ///< the last request on the remote path, while there is a trace
+    Span readSpan{};             ///< by the last read on the remote path
     Time sentAt{0};
     Time lastByte{0};          ///< seen on the line
     Time longestPause{0};      ///< between the bytes of the answer

@@ -1,5 +1,7 @@
 #include "reply_finder.h"
 
+#include "remote_frame.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -10,10 +12,11 @@ void ReplyFinder::expect(const Protocol &given, const DataStarts &dataStarts)
 {
     size = front = 0;
     found = refused = otherAnswer = otherStation = false;
+    request.isRemote = fgs::isRemote(given);
     request.frame = given.frame.constData();
     request.frameLen = given.frameLen;
     request.replyLen = given.replyLen;
-    request.entries = isReadReply() ? std::min<int>(request.frame[CountAt], MaxEntries) : 0;
+    request.entries = !request.isRemote && isReadReply() ? std::min<int>(request.frame[CountAt], MaxEntries) : 0;
     // A single read has its header after the head, and leaves dataStarts alone if it is one of words.
     for (int i = 0; i < request.entries; ++i)
         request.headers[i] = i == 0 ? EntriesAt : dataStarts[static_cast<std::size_t>(i)] - ReplyHeaderSize;
@@ -77,9 +80,27 @@ bool ReplyFinder::search()
     return false;
 }
 
+/// What begins like an echo is waited for until it is one or something else.
+bool ReplyFinder::takeRemote()
+{
+    while (isEcho(front))
+        front += request.frameLen;
+    const int here = size - front;
+    if (here < request.frameLen && std::memcmp(buffer + front, request.frame, size_t(here)) == 0)
+        return false;
+    for (int at = front; at <= front + MostNoise && at + request.replyLen <= size; ++at)
+        if (hasGoodCheck({buffer + at, request.replyLen})) {
+            front = at;
+            return true;
+        }
+    return false;
+}
+
 bool ReplyFinder::take(int count)
 {
     size += count;
+    if (request.isRemote)
+        return found = takeRemote();
     for (;;) {
         if (isEcho(front))
             front += request.frameLen;
@@ -97,7 +118,7 @@ bool ReplyFinder::wouldPass() const
     const FrameView rest = reply();
     if (rest.size != request.replyLen)
         return false;
-    if (rest.size == AcknowledgeSize)
+    if (rest.size == AcknowledgeSize && !request.isRemote)
         return rest.at(CommandAt) == WriteCommand && rest.at(CountAt) == Acknowledged;
     return hasGoodCheck(rest);
 }

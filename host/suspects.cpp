@@ -17,7 +17,8 @@ const int MostFailures = 50; ///< of probes; then a part of a block that does no
 
 } // namespace
 
-Suspects::Suspects(int words, Time first, Time longest) : blockWords(words), firstRest(first), longestRest(longest)
+Suspects::Suspects(int words, Time first, Time longest, int most)
+    : blockWords(words), mostBlocks(most), firstRest(first), longestRest(longest)
 {
 }
 
@@ -291,7 +292,8 @@ std::optional<Probe> Suspects::probeOf(Search &search)
     Spans holes = silentPlaces();
     holes.insert(holes.end(), silentGaps.begin(), silentGaps.end());
     const auto isLarge = [this, &holes](const Task &task) {
-        return !task.isLast() && exactBlocks(task.spans, holes, blockWords).size() >= MaxEntries;
+        return !task.isLast() &&
+               exactBlocks(task.spans, holes, blockWords).size() > static_cast<std::size_t>(mostBlocks);
     };
     while (isLarge(search.tasks.back())) {
         const Task task = search.tasks.back();

@@ -2,6 +2,7 @@
 #ifndef FGS_HOST_SUSPECTS_H
 #define FGS_HOST_SUSPECTS_H
 
+#include "frame.h"
 #include "line_event.h"
 #include "probe_budget.h"
 #include "spans.h"
@@ -35,8 +36,9 @@ struct Probe {
 class Suspects
 {
 public:
-    /// A silent place is probed after `first`, then after twice as long, and so on up to `longest`.
-    Suspects(int blockWords, Time first, Time longest);
+    /// A silent place is probed after `first`, then after twice as long, and so on up to `longest`. A probe has so
+    /// many blocks at most.
+    Suspects(int blockWords, Time first, Time longest, int mostBlocks = MaxEntries - 1);
 
     /// These are polled from now on. What is known of silent places and gaps stays.
     void watch(const Spans &wanted);
@@ -127,7 +129,7 @@ private:
     void holdSearches(int station);
     void markGood(const Span &block);
 
-    const int blockWords;
+    const int blockWords, mostBlocks;
     const Time firstRest, longestRest;
     Spans wanted;
     std::vector<Doubt> doubts;

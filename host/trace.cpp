@@ -2,8 +2,6 @@
 
 #include "frame_text.h"
 
-#include <QtCore/QByteArray>
-
 namespace fgs
 {
 
@@ -25,8 +23,11 @@ QString meaning(const TraceEntry &entry)
         return QString::fromLatin1(nameOf(entry.outcome));
     if (entry.bytes.size == 0)
         return QStringLiteral("none expected");
+    const FrameView reply = entry.bytes.from(entry.replyAt);
     const QString skipped = QStringLiteral("%1 bytes skipped; ").arg(entry.replyAt);
-    return (entry.replyAt ? skipped : QString()) + describeReply(entry.bytes.from(entry.replyAt));
+    return (entry.replyAt ? skipped : QString()) +
+           (entry.asked.isEmpty() ? describeReply(reply)
+                                  : describeRemoteReply(reply, {entry.asked.constData(), int(entry.asked.size())}));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "outcome.h"
 
 #include <functional>
+#include <QtCore/QByteArray>
 
 namespace fgs
 {
@@ -22,6 +23,8 @@ struct TraceEntry {
     FrameView bytes;
     Outcome outcome; ///< of Received
     int replyAt;     ///< of Received and Good: where the reply starts in bytes
+    QByteArray asked =
+        QByteArray(); ///< of Received on the remote path: the request, of which the reply repeats nothing
 };
 
 using TraceHook = std::function<void(const TraceEntry &)>;

@@ -1,5 +1,7 @@
 #include "unasked_answers.h"
 
+#include "remote_frame.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -14,9 +16,8 @@ bool isSame(FrameView a, FrameView b)
     return a.size == b.size && std::memcmp(a.bytes, b.bytes, static_cast<std::size_t>(a.size)) == 0;
 }
 
-/// Bytes of the good answer at the front; 0 if there is none. An acknowledgement has no check code, so it counts
-/// only where nothing but answers is in front of it.
-int answerSize(FrameView bytes, bool isFrameStart)
+/// An acknowledgement has no check code, so it counts only where nothing but answers is in front of it.
+int localAnswerSize(FrameView bytes, bool isFrameStart)
 {
     const int size = replySize(bytes);
     if (size == 0 || size > bytes.size)
@@ -25,25 +26,38 @@ int answerSize(FrameView bytes, bool isFrameStart)
     return isGood ? size : 0;
 }
 
+} // namespace
+
+/// Bytes of the good answer at the front; 0 if there is none.
+int UnaskedAnswers::answerSize(FrameView all, bool isFrameStart) const
+{
+    if (remoteSizes[0] == 0)
+        return localAnswerSize(all, isFrameStart);
+    for (int each : remoteSizes)
+        if (each != 0 && each <= all.size && hasGoodCheck({all.bytes, each}))
+            return each;
+    return 0;
+}
+
 /// Calls `take` for each good answer in the bytes.
 template <typename Take>
-void eachAnswer(FrameView bytes, Take take)
+void UnaskedAnswers::eachAnswer(FrameView all, Take take) const
 {
     bool isFrameStart = true;
-    for (int at = 0; at < bytes.size;) {
-        const int size = answerSize(bytes.from(at), isFrameStart);
-        isFrameStart = size > 0;
-        if (size > 0)
-            take(FrameView{bytes.bytes + at, size});
-        at += std::max(1, size);
+    for (int at = 0; at < all.size;) {
+        const int found = answerSize(all.from(at), isFrameStart);
+        isFrameStart = found > 0;
+        if (found > 0)
+            take(FrameView{all.bytes + at, found});
+        at += std::max(1, found);
     }
 }
 
-} // namespace
-
-void UnaskedAnswers::sent(int station, Time now, Time silent)
+void UnaskedAnswers::sent(const Protocol &request, Time now, Time silent)
 {
-    stations.set(static_cast<std::size_t>(station));
+    stations.set(static_cast<std::size_t>(stationOf(request)));
+    if (isRemote(request) && request.replyLen != 0 && request.replyLen != remoteSizes[0])
+        remoteSizes = {request.replyLen, remoteSizes[0]};
     lastSent = now;
     if (silent >= std::max(LongSilence, silence(now)))
         syncTime = now;
@@ -74,6 +88,8 @@ void UnaskedAnswers::collect(FrameView more)
 
 bool UnaskedAnswers::isUnasked(FrameView frame, const LateReplies &lateReplies, Time now) const
 {
+    if (remoteSizes[0] != 0)
+        return !lateReplies.areOwed(now);
     const int station = frame.at(StationAt);
     return stations.test(static_cast<std::size_t>(station)) && !lateReplies.areOwedBy(station, now);
 }

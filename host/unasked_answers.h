@@ -4,6 +4,7 @@
 
 #include "late_replies.h"
 
+#include <array>
 #include <bitset>
 
 namespace fgs
@@ -13,6 +14,9 @@ namespace fgs
 /// told from that to the next question of its shape if it comes after it was asked; then every answer may be the
 /// one to the question before, until the line has been silent for a while. What gives it away is that more answers
 /// come than were asked for. From then on the line is to be silent for longer before each request.
+///
+/// A remote reply does not say what it answers: there, bytes of the length of the last two replies with a good
+/// check code are one.
 ///
 /// Values are in doubt from the last request on that was sent into a long silence. But if that was the last one of
 /// all, and its answer comes again, nothing is.
@@ -25,8 +29,8 @@ public:
     /// For how long a line is suspicious after the last such answer.
     static constexpr Time AlertTime = 60s;
 
-    /// A request goes to the station now, the line having been silent for so long.
-    void sent(int station, Time now, Time silence);
+    /// A request goes out now, the line having been silent for so long.
+    void sent(const Protocol &request, Time now, Time silence);
     /// The request was answered; these bytes came ahead of the answer and behind it.
     void answered(FrameView request, FrameView ahead, FrameView behind);
     /// The request was not answered, so that what comes now may belong to it.
@@ -51,10 +55,14 @@ public:
     bool isUnsure() const { return lastSent != syncTime; }
 
 private:
+    int answerSize(FrameView all, bool isFrameStart) const;
+    template <typename Take>
+    void eachAnswer(FrameView all, Take take) const;
     bool isUnasked(FrameView frame, const LateReplies &lateReplies, Time now) const;
 
-    std::bitset<256> stations; ///< that were asked
-    char bytes[4096] = {};     ///< longer than the longest answer
+    std::bitset<256> stations;        ///< that were asked
+    std::array<int, 2> remoteSizes{}; ///< of the replies to the last two requests, on the remote path; otherwise 0
+    char bytes[4096] = {};            ///< longer than the longest answer
     int size = 0;
     int aheadSize = 0;     ///< the first of the bytes came ahead of the answer
     bool collects = false; ///< the last request was answered

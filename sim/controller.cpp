@@ -31,8 +31,8 @@ Request otherQuestion(unsigned station)
 
 } // namespace
 
-Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start)
-    : memory(std::move(start)), numbers(stationNumbers)
+Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start, const Framing &theFrames)
+    : memory(std::move(start)), frames(&theFrames), numbers(stationNumbers)
 {
     for (unsigned station : numbers)
         present.set(station);
@@ -40,11 +40,11 @@ Controller::Controller(const std::vector<unsigned> &stationNumbers, Memory start
 
 Response Controller::handle(Slice frame)
 {
-    const unsigned station = frame.u8(0);
+    const unsigned station = frames->stationOf(frame);
     if (station != EveryStation && !present[station])
         return {Response::Status::Elsewhere, {}, {}, {}};
     try {
-        const Request request = parseRequest(frame);
+        const Request request = frames->parseRequest(frame);
         return station == EveryStation ? broadcast(request) : answer(request);
     } catch (const Refusal &cause) {
         return {Response::Status::Rejected, {}, {}, cause.what()};
@@ -60,13 +60,13 @@ Response Controller::answer(const Request &request)
     if (conditions.refuses(request.station, request))
         return {Response::Status::Answered, request, refusal(request), {}};
     store(request.station, request);
-    return {Response::Status::Answered, request, writeReply(request), {}};
+    return {Response::Status::Answered, request, frames->writeReply(request), {}};
 }
 
 Bytes Controller::replyTo(const Request &read) const
 {
-    return readReply(read,
-                     [&](const Area &area, unsigned address) { return memory.value(read.station, area, address); });
+    return frames->readReply(
+        read, [&](const Area &area, unsigned address) { return memory.value(read.station, area, address); });
 }
 
 Response Controller::broadcast(const Request &request)

@@ -4,6 +4,7 @@
 
 #include "conditions.h"
 #include "exchange.h"
+#include "framing.h"
 #include "memory.h"
 
 namespace fgssim
@@ -28,9 +29,11 @@ class Controller
 {
 public:
     /// Station numbers are 1..255.
-    Controller(const std::vector<unsigned> &stationNumbers, Memory start);
+    Controller(const std::vector<unsigned> &stationNumbers, Memory start,
+               const Framing &frames = ControllerFraming);
 
-    /// REQUIRES: a frame with a good CRC.
+    const Framing &framing() const { return *frames; }
+    /// REQUIRES: a frame with a good check.
     Response handle(Slice frame);
     /// The answered request with its reply and what else may be on the line with it.
     Exchange exchangeOf(Slice frame, const Response &response) const;
@@ -48,6 +51,7 @@ private:
     void store(unsigned station, const Request &request);
     Bytes replyTo(const Request &read) const;
 
+    const Framing *frames;
     std::vector<unsigned> numbers;
     std::bitset<256> present;
 };

@@ -55,7 +55,8 @@ void Conversation::tap(bool isRequest, Slice bytes, const std::string &what) con
 }
 
 Conversation::Conversation(Simulation &shared, const LineTimes &lineTimes, std::string prefix)
-    : simulation(shared), times(lineTimes), name(std::move(prefix)), reassembler(lineTimes.silence)
+    : simulation(shared), times(lineTimes), name(std::move(prefix)),
+      reassembler(lineTimes.silence, shared.controller.framing())
 {
 }
 
@@ -167,7 +168,8 @@ void Conversation::sendReply(Slice frame, const Response &response)
     if (const std::optional<RandomFault> fault = simulation.faults.choose())
         return sendFault(*fault, response);
     say(Log::Topic::Frame, [&] {
-        return "-> " + hex(response.reply, LoggedBytes) + "  " + describeReply(response.request, response.reply);
+        return "-> " + hex(response.reply, LoggedBytes) + "  " +
+               describeReply(response.request, response.reply, simulation.controller.framing().entryHead);
     });
     send(response.reply, Time(0), "good");
 }

@@ -16,7 +16,7 @@ namespace fgssim
 {
 
 struct Counters {
-    std::uint64_t requests = 0;   ///< frames with a good CRC
+    std::uint64_t requests = 0;   ///< frames with a good check
     std::uint64_t replies = 0;    ///< handed out, damaged and late ones included
     std::uint64_t broadcasts = 0; ///< requests for every station
     std::uint64_t elsewhere = 0;  ///< requests for stations that are not here

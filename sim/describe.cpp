@@ -76,7 +76,7 @@ std::string describe(const Range &range)
     return describe(static_cast<const Place &>(range)) + ": " + describe(range.course);
 }
 
-std::string describeReply(const Request &request, Slice reply)
+std::string describeReply(const Request &request, Slice reply, std::size_t entryHead)
 {
     const std::string station = "station " + std::to_string(request.station);
     if (request.write)
@@ -86,8 +86,8 @@ std::string describeReply(const Request &request, Slice reply)
     for (const Entry &entry : request.entries) {
         const std::size_t length = dataLength(entry.area->kind, entry.count);
         text += (&entry == &request.entries.front() ? " " : "; ") + place(entry) + ":" +
-                valuesOfReply(entry, rest.from(2).first(length));
-        rest = rest.from(2 + length);
+                valuesOfReply(entry, rest.from(entryHead).first(length));
+        rest = rest.from(entryHead + length);
     }
     return text;
 }

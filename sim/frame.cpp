@@ -179,16 +179,24 @@ Request parseRequest(Slice frame)
     return frame.u8(1) == ReadCommand ? parseRead(frame) : parseWrite(frame);
 }
 
+Bytes entryData(const Entry &entry, const ValueSource &value)
+{
+    Bytes data;
+    if (entry.area->kind == AreaKind::Bit)
+        putBits(data, entry, value);
+    else
+        putValues(data, entry, value);
+    return data;
+}
+
 Bytes readReply(const Request &request, const ValueSource &value)
 {
     Bytes frame = {Byte(request.station), ReadCommand, Byte(request.entries.size())};
     for (const Entry &entry : request.entries) {
         frame.push_back(entry.area->code);
         frame.push_back(Byte(entry.count));
-        if (entry.area->kind == AreaKind::Bit)
-            putBits(frame, entry, value);
-        else
-            putValues(frame, entry, value);
+        const Bytes data = entryData(entry, value);
+        frame.insert(frame.end(), data.begin(), data.end());
     }
     appendCrc(frame);
     return frame;

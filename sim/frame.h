@@ -68,6 +68,8 @@ Request parseRequest(Slice frame);
 /// The value of one address.
 using ValueSource = std::function<std::uint32_t(const Area &area, unsigned address)>;
 
+/// The data of one entry of a read reply.
+Bytes entryData(const Entry &entry, const ValueSource &value);
 Bytes readReply(const Request &request, const ValueSource &value);
 Bytes writeReply(const Request &request);
 /// In place of writeReply(): the controller does not do it.

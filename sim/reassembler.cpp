@@ -1,8 +1,5 @@
 #include "reassembler.h"
 
-#include "crc.h"
-#include "frame.h"
-
 namespace fgssim
 {
 
@@ -19,14 +16,6 @@ struct Head {
     std::string cause;  // unless it is one
 };
 
-std::string wrongCrc(Slice frame)
-{
-    const std::size_t covered = frame.size() - CrcLength;
-    Bytes right = frame.first(covered).copy();
-    appendCrc(right);
-    return "bad CRC " + hex(frame.from(covered)) + ", computed " + hex(Slice(right).from(covered));
-}
-
 std::string tooShort(Slice rest, const Extent &extent)
 {
     const bool known = extent.state == Extent::State::Known;
@@ -34,16 +23,16 @@ std::string tooShort(Slice rest, const Extent &extent)
            " bytes, then silence";
 }
 
-Head judge(Slice rest)
+Head judge(const Framing &frames, Slice rest)
 {
-    const Extent extent = requestExtent(rest);
+    const Extent extent = frames.extent(rest);
     if (extent.state == Extent::State::Impossible)
         return {Head::State::Garbage, 0, extent.cause};
     if (extent.state == Extent::State::Open || rest.size() < extent.length)
         return {Head::State::Incomplete, 0, tooShort(rest, extent)};
     const Slice frame = rest.first(extent.length);
-    if (!hasGoodCrc(frame))
-        return {Head::State::Garbage, 0, wrongCrc(frame)};
+    if (const std::string fault = frames.checkFault(frame); !fault.empty())
+        return {Head::State::Garbage, 0, fault};
     return {Head::State::Frame, extent.length, {}};
 }
 
@@ -78,7 +67,7 @@ void Reassembler::cut(bool ended, std::vector<Piece> &pieces)
 {
     Slice rest = buffer;
     while (!rest.empty()) {
-        const Head head = judge(rest);
+        const Head head = judge(frames, rest);
         if (head.state == Head::State::Incomplete && !ended)
             break;
         if (head.state == Head::State::Frame) {

@@ -1,12 +1,12 @@
 // Cuts the stream of received bytes into request frames and what is none.
 //
-// The length of a request is known from its first bytes. Where none can start, or where the CRC is bad, one
+// The length of a request is known from its first bytes. Where none can start, or where its check is bad, one
 // byte is skipped and the next start is tried, so that a request behind garbage is found. A silence ends
 // what is incomplete: it is skipped in the same way.
 #ifndef SIM_REASSEMBLER_H
 #define SIM_REASSEMBLER_H
 
-#include "bytes.h"
+#include "framing.h"
 #include "line_times.h"
 
 #include <optional>
@@ -24,7 +24,10 @@ struct Piece {
 class Reassembler
 {
 public:
-    explicit Reassembler(Time silenceLength) : silence(silenceLength) {}
+    explicit Reassembler(Time silenceLength, const Framing &theFrames = ControllerFraming)
+        : frames(theFrames), silence(silenceLength)
+    {
+    }
 
     std::vector<Piece> receive(Slice bytes, Time now);
     /// What a silence ends; nothing before deadline().
@@ -37,6 +40,7 @@ private:
     void skip(Byte byte, const std::string &cause, std::vector<Piece> &pieces);
     void endGarbage(std::vector<Piece> &pieces);
 
+    const Framing &frames;
     Time silence;
     Time lastReceived{0};
     Bytes buffer;  // shorter than the longest request between two calls

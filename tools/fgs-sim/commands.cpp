@@ -173,9 +173,20 @@ Action presentCommand(const Words &words, const Stations &all)
     return changeSet({&Conditions::missing, &AddressSet::erase, "present: "}, words, all);
 }
 
+/// Remote frames have no refusal, and the faults of the table are made of the controller's frames.
+void requireControllerFrames(const Simulation &simulation)
+{
+    if (&simulation.controller.framing() != &ControllerFraming)
+        throw BadText("there is no such thing with --remote");
+}
+
 Action refuseCommand(const Words &words, const Stations &all)
 {
-    return changeSet({&Conditions::refusing, &AddressSet::insert, "refuses writes: "}, words, all);
+    const Action change = changeSet({&Conditions::refusing, &AddressSet::insert, "refuses writes: "}, words, all);
+    return [change](Simulation &simulation, Time now) {
+        requireControllerFrames(simulation);
+        return change(simulation, now);
+    };
 }
 
 Action acceptCommand(const Words &words, const Stations &all)
@@ -267,6 +278,7 @@ Action faultCommand(const Words &words, const Stations &all)
         };
     }
     return [order, whose](Simulation &simulation, Time) {
+        requireControllerFrames(simulation);
         simulation.strikes.order(order);
         return order.fault->name + ": the next " +
                (order.count == 1 ? "request" : std::to_string(order.count) + " requests") + whose +

@@ -1,6 +1,6 @@
 // fgs-sim, a simulated controller of the FGs series.
 //
-//   fgs-sim [--pty[=LINKPATH] | --serial DEVICE[:BAUD[,8E1]] | --tcp [HOST:]PORT] [--stations LIST]
+//   fgs-sim [--pty[=LINKPATH] | --serial DEVICE[:BAUD[,8E1]] | --tcp [HOST:]PORT] [--stations LIST] [--remote]
 //           [--set AREA:ADDRESS[xCOUNT][@STATION]=VALUE]... [--values still|moving|pattern] [--tick MS]
 //           [--fault KIND=PERCENT]... [--faults PERCENT] [--late-by MS] [--delay MS] [--pace BAUD[,8E1]]
 //           [--seed N] [--for SECONDS] [--log quiet|normal|all | --frames]
@@ -50,13 +50,14 @@ std::optional<Replay> openReplay(const Options &options)
 Simulation makeSimulation(const Options &options)
 {
     Motion motion(options.stations, options.ranges, options.values, options.seed);
-    return {Controller(options.stations, Memory(std::move(motion))),
-            FaultChooser(options.faults, options.seed),
-            Log(options.log, writeLog),
-            {},
-            {},
-            openReplay(options),
-            Strikes(options.seed)};
+    return {
+        Controller(options.stations, Memory(std::move(motion)), options.remote ? RemoteFraming : ControllerFraming),
+        FaultChooser(options.faults, options.seed),
+        Log(options.log, writeLog),
+        {},
+        {},
+        openReplay(options),
+        Strikes(options.seed)};
 }
 
 /// stdout belongs to the trace if that goes there.
@@ -71,9 +72,10 @@ void announce(const std::string &text, bool isOnStdout)
 void tellStart(Log &log, const Options &options, const Endpoint &link)
 {
     const auto say = [&](const std::string &line) { log.write(Log::Topic::State, now(), [&] { return line; }); };
-    say(options.replay.empty()
-            ? "simulating " + std::to_string(options.stations.size()) + " station(s) on " + link.address()
-            : "replaying " + options.replay + " on " + link.address());
+    const std::string doing = options.replay.empty()
+                                  ? "simulating " + std::to_string(options.stations.size()) + " station(s)"
+                                  : "replaying " + options.replay;
+    say(doing + " on " + link.address() + (options.remote ? ", by remote frames" : ""));
     for (const Range &range : options.ranges)
         say("set " + describe(range));
     for (const Command &command : options.commands)

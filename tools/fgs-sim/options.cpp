@@ -18,6 +18,7 @@ const char *const Description = R"(Examples:
   fgs-sim --pty=/tmp/plc                     the same, with a symbolic link to it
   fgs-sim --tcp 5020 --stations 1,2,5-9      TCP on 127.0.0.1, seven stations
   fgs-sim --serial /dev/ttyUSB0:19200,8E1    a serial device
+  fgs-sim --remote                           the far end of remote access, for fgs --remote
   fgs-sim --set 5:100x10=ramp:0..500/5 --set 1:17@2=fixed:1
   fgs-sim --faults 2 --fault silence=10 --late-by 800 --seed 7 --log all
   fgs-sim --replay line.pcapng               answers as the controller in a trace did
@@ -126,6 +127,10 @@ void addValueOptions(CLI::App &app, Options &options)
         app, "--stations", [&](const std::string &text) { options.stations = parseStations(text); },
         "The stations that it has (default 1)")
         ->type_name("LIST");
+    app.add_flag(
+        "--remote", options.remote,
+        "Is the far end of remote access: answers the sum-checked remote frames, of any link number, instead of\n"
+        "the controller protocol");
     addTexts(
         app, "--set", [&](const std::string &text) { options.ranges.push_back(parseRange(text)); },
         "What addresses hold: [fixed:]V, ramp:A..B[/STEP] or walk:A..B[/STEP], of decimal or 0x numbers; "

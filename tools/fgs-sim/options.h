@@ -20,6 +20,7 @@ struct PtyAddress {
 
 struct Options {
     std::variant<PtyAddress, SerialAddress, TcpAddress> link;
+    bool remote = false; ///< answers remote frames instead of the controller protocol
     std::vector<unsigned> stations = {1};
     std::vector<Range> ranges;
     Values values = Values::Moving;

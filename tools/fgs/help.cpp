@@ -38,6 +38,8 @@ fgs help COMMAND tells the arguments of one command.
 
 const char *const LinkForm = R"(
 LINK is DEVICE[:BAUD[,8E1]] (without settings 19200,8E1) or tcp:HOST:PORT.
+With --remote the far end serves links, told by LINKNO, from 0 to 255. Its replies repeat nothing of the request:
+while a late one may still come, nothing is asked whose reply has the same length, so a short --late saves time.
 )";
 
 const char *const Files = R"(

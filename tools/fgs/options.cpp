@@ -26,6 +26,7 @@ Format formatNamed(const std::string &name)
     return found->second;
 }
 
+const int DefaultRemoteLink = 1, MaxRemoteLink = 255; ///< a frame has a byte for it
 const int MostMilliseconds = 3600000;
 
 Time millisecondsIn(const std::string &name, const std::string &text, int lowest)
@@ -64,6 +65,24 @@ void addMilliseconds(CLI::App &app, const std::string &name, Time &time, int low
         ->type_name("MS");
 }
 
+int linkNumberIn(const std::string &text)
+{
+    bool isWhole = false;
+    const int number = QString::fromStdString(text).toInt(&isWhole);
+    if (!isWhole || number < 0 || number > MaxRemoteLink)
+        throw CLI::ValidationError("--remote",
+                                   "'" + text + "' is no link number from 0 to " + std::to_string(MaxRemoteLink));
+    return number;
+}
+
+void addRemote(CLI::App &app, Options &options)
+{
+    app.add_option_function<std::string>(
+           "--remote", [&options](const std::string &text) { options.host.remoteLink = linkNumberIn(text); },
+           "By remote frames, with this link number" + defaultText(DefaultRemoteLink))
+        ->type_name("[=LINKNO]");
+}
+
 /// Of every command.
 void addPlaceOptions(CLI::App &app, Options &options, bool needsLink)
 {
@@ -77,7 +96,8 @@ void addPlaceOptions(CLI::App &app, Options &options, bool needsLink)
         ->type_name("N")
         ->check(CLI::Range(0, MaxStation));
     app.add_option("--block", options.host.blockWords,
-                   "Most words that one block reads, with bits at most 31" + defaultText(options.host.blockWords))
+                   "Most words that one block reads, with bits at most 31; with --remote at most 116 of either" +
+                       defaultText(options.host.blockWords))
         ->type_name("WORDS")
         ->check(CLI::Range(MinBlockWords, MaxBlockWords));
     addMilliseconds(app, "--gap", options.host.timing.gap, 0, "Least silence before a request");
@@ -92,6 +112,7 @@ void addLinkOptions(CLI::App &app, Options &options)
                    "How often a failing request is repeated" + defaultText(options.host.retries))
         ->type_name("N")
         ->check(CLI::Range(0, 1000));
+    addRemote(app, options);
 }
 
 std::uint64_t traceLimitIn(const std::string &text)
@@ -482,6 +503,17 @@ std::vector<std::string> withHelpAsOption(std::vector<std::string> arguments)
     return arguments;
 }
 
+/// "--remote" as "--remote=1", because CLI11 would take the LINK behind it for the number.
+std::vector<std::string> withRemoteNumber(std::vector<std::string> arguments)
+{
+    if (std::find(arguments.begin(), arguments.end(), "--remote=") != arguments.end())
+        throw Finished{ExitUsage,
+                       "fgs: --remote=: '' is no link number from 0 to " + std::to_string(MaxRemoteLink)};
+    std::replace(arguments.begin(), arguments.end(), std::string("--remote"),
+                 "--remote=" + std::to_string(DefaultRemoteLink));
+    return arguments;
+}
+
 } // namespace
 
 Options parseArguments(int argc, const char *const *argv)
@@ -493,7 +525,7 @@ Options parseArguments(int argc, const char *const *argv)
     app.require_subcommand(1);
     for (const Command &command : Commands)
         addCommand(app, options, command);
-    std::vector<std::string> arguments = withHelpAsOption({argv + 1, argv + std::max(1, argc)});
+    std::vector<std::string> arguments = withRemoteNumber(withHelpAsOption({argv + 1, argv + std::max(1, argc)}));
     refuseOptionsOfOthers(app, arguments);
     const std::string first = arguments.empty() ? "" : arguments.front();
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 wants them
