@@ -153,13 +153,14 @@ private:
     /// One or two bytes, as the reply that is waited for begins.
     std::optional<FramePart> beginningOfReply(FrameView there, int at) const
     {
-        const bool isWrite = line.waiting == Shape::WriteRequest;
-        if (line.wantsRequest || there.size > CountAt || (!isWrite && line.waiting != Shape::ReadRequest) ||
+        const bool awaitsWrite = line.waiting == Shape::WriteRequest;
+        if (line.wantsRequest || there.size > CountAt || (!awaitsWrite && line.waiting != Shape::ReadRequest) ||
             there.at(StationAt) != line.waitingStation)
             return std::nullopt;
-        if (there.size > CommandAt && there.at(CommandAt) != (isWrite ? WriteCommand : ReadCommand))
+        if (there.size > CommandAt && there.at(CommandAt) != (awaitsWrite ? WriteCommand : ReadCommand))
             return std::nullopt;
-        return FramePart{isWrite ? Shape::WriteReply : Shape::ReadReply, at, there.size, EntriesAt, false, false};
+        return FramePart{
+            awaitsWrite ? Shape::WriteReply : Shape::ReadReply, at, there.size, EntriesAt, false, false};
     }
 
     const FrameView bytes;

@@ -65,8 +65,10 @@ Response Controller::answer(const Request &request)
 
 Bytes Controller::replyTo(const Request &read) const
 {
-    return frames->readReply(
-        read, [&](const Area &area, unsigned address) { return memory.value(read.station, area, address); });
+    const ValueSource value = [&](const Area &area, unsigned address) {
+        return memory.value(read.station, area, address);
+    };
+    return frames->readReply(read, value);
 }
 
 Response Controller::broadcast(const Request &request)

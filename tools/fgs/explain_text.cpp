@@ -235,9 +235,9 @@ private:
 
     void local()
     {
-        const bool isWrite = frame.size > CommandAt && frame.at(CommandAt) == WriteCommand;
+        const bool writes = frame.size > CommandAt && frame.at(CommandAt) == WriteCommand;
         station(StationAt);
-        row(CommandAt, 1, isWrite ? "write" : "read");
+        row(CommandAt, 1, writes ? "write" : "read");
         if (!has(CountAt, 1))
             return;
         const int number = frame.at(CountAt);
