@@ -138,11 +138,17 @@ bool Conversation::answerAsRecorded(Slice request)
     else if (outgoing.size() >= MaxOutgoing)
         replyLost();
     else
-        for (const Replay::Sent &sent : *answer) {
-            say(Log::Topic::Frame, [&] { return "-> " + hex(sent.bytes, LoggedBytes) + "  as recorded"; });
-            enqueue(sent.bytes, sent.after, "as recorded");
-        }
+        sendRecorded(*answer);
     return true;
+}
+
+void Conversation::sendRecorded(const Replay::Answer &answer)
+{
+    ++simulation.counters.replies;
+    for (const Replay::Sent &sent : answer) {
+        say(Log::Topic::Frame, [&] { return "-> " + hex(sent.bytes, LoggedBytes) + "  as recorded"; });
+        enqueue(sent.bytes, sent.after, "as recorded");
+    }
 }
 
 void Conversation::reject(const std::string &cause, Slice bytes)

@@ -86,6 +86,7 @@ private:
     void handle(const std::vector<Piece> &pieces);
     void handleFrame(Slice frame);
     bool answerAsRecorded(Slice request);
+    void sendRecorded(const Replay::Answer &answer);
     void reject(const std::string &cause, Slice bytes);
     void sendReply(Slice frame, const Response &response);
     void sendFault(RandomFault fault, const Response &response);
