@@ -140,6 +140,35 @@ std::optional<TomlValue<int>> TomlTable::integer(const std::string &key, int low
     return {};
 }
 
+std::optional<TomlValue<bool>> TomlTable::flag(const std::string &key)
+{
+    const toml::node *const node = content->find(key);
+    if (!node)
+        return {};
+    if (const auto *const value = node->as_boolean())
+        return TomlValue<bool>{value->get(), placeIn(node->source())};
+    content->refuse(*node, "'" + key + "' is neither true nor false", "write " + key + " = true, without quotes");
+    return {};
+}
+
+std::vector<TomlValue<std::string>> TomlTable::texts(const std::string &key)
+{
+    const toml::node *const node = content->find(key);
+    std::vector<TomlValue<std::string>> found;
+    const auto take = [&](const toml::node &each) {
+        if (const auto *const value = each.as_string())
+            found.push_back({value->get(), placeIn(each.source())});
+        else
+            content->refuse(each, "'" + key + "' is neither a text nor a list of texts",
+                            "write " + key + " = \"...\" or " + key + " = [\"...\", \"...\"]");
+    };
+    if (node && node->is_array() && !node->as_array()->empty())
+        std::for_each(node->as_array()->begin(), node->as_array()->end(), take);
+    else if (node)
+        take(*node);
+    return found;
+}
+
 std::vector<TomlTable> TomlTable::tables(const std::string &key)
 {
     const toml::node *const node = content->find(key);
@@ -159,9 +188,26 @@ std::vector<TomlTable> TomlTable::tables(const std::string &key)
 
 std::optional<TomlValue<std::string>> TomlTable::requiredText(const std::string &key, const std::string &example)
 {
-    if (!content->table.contains(key))
-        content->refuse(content->table, "'" + key + "' is missing", "add a line like " + example);
+    require(key, example);
     return text(key);
+}
+
+bool TomlTable::require(const std::string &key, const std::string &example)
+{
+    if (!holds(key))
+        content->refuse(content->table, "'" + key + "' is missing", "add a line like " + example);
+    return holds(key);
+}
+
+bool TomlTable::holds(const std::string &key) const
+{
+    return content->table.contains(key);
+}
+
+bool TomlTable::holdsNumber(const std::string &key) const
+{
+    const toml::node *const node = content->table.get(key);
+    return node && node->is_number();
 }
 
 void TomlTable::refuseOthers()
