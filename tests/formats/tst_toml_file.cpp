@@ -76,6 +76,12 @@ TEST(TomlFile, GivesFlagsAndLists)
                               "write none = \"...\" or none = [\"...\", \"...\"]");
 }
 
+TEST(TomlFile, ABracketBeforeNoKeyIsAFault)
+{
+    for (const char *text : {"[$a]", "[\x01]", "[[=]]"})
+        EXPECT_THROW(TomlFile("f", text), TomlError) << text;
+}
+
 TEST(TomlFile, GivesTablesInEitherForm)
 {
     TomlFile file("f", Oven);
