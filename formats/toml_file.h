@@ -47,10 +47,19 @@ public:
     /// An integer or a float; neither infinite nor no number.
     std::optional<TomlValue<double>> number(const std::string &key);
     std::optional<TomlValue<int>> integer(const std::string &key, int lowest, int highest);
+    std::optional<TomlValue<bool>> flag(const std::string &key);
+    /// A text, or each of a list of texts.
+    std::vector<TomlValue<std::string>> texts(const std::string &key);
     /// The tables of [[key]], or of an array of inline tables.
     std::vector<TomlTable> tables(const std::string &key);
     /// As text(); a fault if there is none. The example is a whole line of the file.
     std::optional<TomlValue<std::string>> requiredText(const std::string &key, const std::string &example);
+
+    /// Whether there is one of this name; if not, that is a fault. The example is a whole line of the file.
+    bool require(const std::string &key, const std::string &example);
+    // Whether there is one, and one of numbers. This is not asking for it.
+    bool holds(const std::string &key) const;
+    bool holdsNumber(const std::string &key) const;
 
     /// Every key that was not asked for is a fault; to be called once all were.
     void refuseOthers();

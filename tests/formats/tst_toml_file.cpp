@@ -44,6 +44,44 @@ TEST(TomlFile, GivesValuesWithTheirPlaces)
     EXPECT_EQ(faultsOf(file), "");
 }
 
+TEST(TomlFile, GivesFlagsAndLists)
+{
+    TomlFile file("f", "loop = true\ndo = [\"a\", \"b\"]\nplace = \"c\"\ntime = 1.5\nnone = []\n");
+    TomlTable root = file.root();
+    EXPECT_TRUE(root.flag("loop")->value);
+    EXPECT_FALSE(root.flag("other"));
+    const auto many = root.texts("do");
+    ASSERT_EQ(many.size(), 2u);
+    EXPECT_EQ(many[1].value, "b");
+    EXPECT_EQ(many[1].place.column, 12u);
+    ASSERT_EQ(root.texts("place").size(), 1u);
+    EXPECT_EQ(root.texts("place")[0].value, "c");
+    EXPECT_TRUE(root.texts("other").empty());
+    EXPECT_TRUE(root.holds("place"));
+    EXPECT_FALSE(root.holds("other"));
+    EXPECT_TRUE(root.holdsNumber("time"));
+    EXPECT_FALSE(root.holdsNumber("place"));
+    EXPECT_FALSE(root.holdsNumber("other"));
+    EXPECT_TRUE(root.require("time", ""));
+    EXPECT_EQ(faultsOf(file), "");
+    EXPECT_FALSE(root.require("every", "every = \"5s\""));
+    root.flag("time");
+    root.texts("loop");
+    root.texts("none");
+    EXPECT_EQ(faultsOf(file), "f:1:1: 'every' is missing; add a line like every = \"5s\"\n"
+                              "f:1:8: 'loop' is neither a text nor a list of texts; "
+                              "write loop = \"...\" or loop = [\"...\", \"...\"]\n"
+                              "f:4:8: 'time' is neither true nor false; write time = true, without quotes\n"
+                              "f:5:8: 'none' is neither a text nor a list of texts; "
+                              "write none = \"...\" or none = [\"...\", \"...\"]");
+}
+
+TEST(TomlFile, ABracketBeforeNoKeyIsAFault)
+{
+    for (const char *text : {"[$a]", "[\x01]", "[[=]]"})
+        EXPECT_THROW(TomlFile("f", text), TomlError) << text;
+}
+
 TEST(TomlFile, GivesTablesInEitherForm)
 {
     TomlFile file("f", Oven);

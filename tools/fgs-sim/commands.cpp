@@ -66,14 +66,6 @@ void requireStation(std::optional<unsigned> station, const Stations &stations)
                       stationsText(stations));
 }
 
-/// Spaces in a place do not count.
-Place takePlace(const Words &words, const Stations &stations)
-{
-    const Place place = parsePlace(joined(words, ""));
-    requireStation(place.station, stations);
-    return place;
-}
-
 Stations stationsOf(const Place &place, const Stations &all)
 {
     return place.station ? Stations{*place.station} : all;
@@ -116,7 +108,7 @@ std::string valuesText(const Memory &memory, Place place, unsigned station)
 
 Action getCommand(const Words &words, const Stations &all)
 {
-    const Place place = takePlace(words, all);
+    const Place place = parsePlace(joined(words, ""), all);
     const Stations at = stationsOf(place, all);
     if (at.size() * place.count > MostValues)
         throw BadText("more than " + std::to_string(MostValues) + " values; ask for fewer, or for one station");
@@ -155,7 +147,7 @@ struct SetChange {
 
 Action changeSet(const SetChange &change, const Words &words, const Stations &all)
 {
-    const Place place = takePlace(words, all);
+    const Place place = parsePlace(joined(words, ""), all);
     return [change, place, at = stationsOf(place, all)](Simulation &simulation, Time) {
         for (unsigned station : at)
             ((simulation.controller.conditions.*change.set).*change.change)(station, place);
@@ -399,6 +391,13 @@ Command parseCommand(const std::string &text, const Stations &stations)
     const Row &row = rowOf(words.empty() ? "" : words.front());
     words.erase(words.begin());
     return {whole, row.changes, row.parse(words, stations)};
+}
+
+Place parsePlace(const std::string &text, const Stations &stations)
+{
+    const Place place = parsePlace(joined(wordsOf(text), ""));
+    requireStation(place.station, stations);
+    return place;
 }
 
 std::string commandHelp()

@@ -5,7 +5,7 @@
 //           [--fault KIND=PERCENT]... [--faults PERCENT] [--late-by MS] [--delay MS] [--pace BAUD[,8E1]]
 //           [--seed N] [--for SECONDS] [--log quiet|normal|all | --frames]
 //           [--trace FILE.pcapng [--trace-limit SIZE]] [--replay FILE.pcapng [--replay-fast]]
-//           [--missing PLACE]... [--refuse PLACE]... [--control[=SOCKETPATH]]
+//           [--missing PLACE]... [--refuse PLACE]... [--scenario FILE.toml] [--control[=SOCKETPATH]]
 //   fgs-sim ctl [--socket PATH] COMMAND...
 //
 // The first line on stdout is where the controller can be reached, as fgs takes it: a device path or tcp:HOST:PORT.
@@ -80,6 +80,8 @@ void tellStart(Log &log, const Options &options, const Endpoint &link)
         say("set " + describe(range));
     for (const Command &command : options.commands)
         say(command.text);
+    if (options.scenario)
+        say("scenario " + options.scenarioFile + ", seed " + std::to_string(options.seed));
 }
 
 std::optional<LineTrace> openTrace(const formats::TraceSettings &settings)
@@ -122,6 +124,21 @@ void every(Time interval, Use use)
     timer->start(std::chrono::duration_cast<std::chrono::milliseconds>(interval));
 }
 
+/// Carries the scenario out from now on, until the program ends.
+void follow(const Scenario &scenario, Simulation &simulation)
+{
+    auto *const timer = new QTimer(QCoreApplication::instance());
+    timer->setSingleShot(true);
+    timer->setTimerType(Qt::PreciseTimer);
+    const auto step = [timer, &simulation, run = std::make_shared<ScenarioRun>(scenario, now())] {
+        run->advance(simulation, now());
+        if (const std::optional<Time> next = run->nextEvent())
+            timer->start(std::chrono::ceil<std::chrono::milliseconds>(std::max(*next - now(), Time(0))));
+    };
+    QObject::connect(timer, &QTimer::timeout, timer, step);
+    step();
+}
+
 int run(const Options &options)
 {
     Simulation simulation = makeSimulation(options); // first: the new trace may overwrite the one to replay
@@ -147,6 +164,8 @@ int run(const Options &options)
     if (options.control)
         announce("control " + *options.control, !options.trace.isToStdout());
     tellStart(simulation.log, options, *link);
+    if (options.scenario)
+        follow(*options.scenario, simulation);
     const int code = QCoreApplication::exec();
     simulation.log.flush();
     std::fprintf(stderr, "%s\n", summary(simulation.counters).c_str());

@@ -1,5 +1,8 @@
 #include "options.h"
 
+#include "formats/toml_file.h"
+#include "scenario_file.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
@@ -22,6 +25,7 @@ const char *const Description = R"(Examples:
   fgs-sim --set 5:100x10=ramp:0..500/5 --set 1:17@2=fixed:1
   fgs-sim --faults 2 --fault silence=10 --late-by 800 --seed 7 --log all
   fgs-sim --replay line.pcapng               answers as the controller in a trace did
+  fgs-sim --scenario bad-night.toml          does by itself what the file says, and when
   fgs-sim --missing 5:2000x100 --refuse 5:10 --control
   fgs-sim ctl station 1 off                  tells one that runs with --control; see fgs-sim ctl --help
 
@@ -295,6 +299,45 @@ void addCommandOptions(CLI::App &app, Options &options, std::vector<CommandText>
         ->expected(0, 1);
 }
 
+void addScenarioOption(CLI::App &app, Options &options)
+{
+    addText(
+        app, "--scenario",
+        [&](const std::string &text) {
+            if (text.empty())
+                throw BadText("the name is empty");
+            options.scenarioFile = text;
+        },
+        "Commands and values at the times that this file names, from the start on; --stations and --seed count\n"
+        "more than what it says of them")
+        ->type_name("FILE.toml")
+        ->excludes(app.get_option("--replay"));
+}
+
+ScenarioFile scenarioIn(const std::string &path, const std::optional<std::vector<unsigned>> &stations)
+{
+    try {
+        return readScenario(path, stations);
+    } catch (const BadText &bad) {
+        throw CLI::ValidationError("--scenario", std::string(bad.what()) + "; name a file of TOML");
+    } catch (const formats::TomlError &error) {
+        throw Finished{ExitUsage, std::string(error.what()) + "\n"};
+    }
+}
+
+/// The other options are for the stations of the scenario, too.
+void takeScenario(const CLI::App &app, Options &options)
+{
+    if (options.scenarioFile.empty())
+        return;
+    const bool areGiven = app.count("--stations") > 0;
+    ScenarioFile file = scenarioIn(options.scenarioFile, areGiven ? std::optional(options.stations) : std::nullopt);
+    options.stations = file.stations;
+    if (app.count("--seed") == 0)
+        options.seed = file.seed.value_or(options.seed);
+    options.scenario = std::move(file.scenario);
+}
+
 std::vector<Command> parsedCommands(const std::vector<CommandText> &texts, const Options &options)
 {
     std::vector<Command> commands;
@@ -366,10 +409,12 @@ Options parseArguments(int argc, const char *const *argv)
     addLogOptions(app, options);
     addTraceOptions(app, options.trace);
     addCommandOptions(app, options, commands);
+    addScenarioOption(app, options);
     try {
         requirePath(argc, argv, "--pty", "/tmp/plc");
         requirePath(argc, argv, "--control", "/tmp/plc.socket");
         app.parse(argc, argv);
+        takeScenario(app, options);
         options.faults = ratesOf(faults);
         requireStations(options);
         options.commands = parsedCommands(commands, options);

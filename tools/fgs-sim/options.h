@@ -4,6 +4,7 @@
 
 #include "commands.h"
 #include "formats/trace_settings.h"
+#include "scenario.h"
 
 #include <variant>
 
@@ -34,6 +35,8 @@ struct Options {
     std::string replay;                 ///< a trace to answer from; empty: none
     bool replayInTime = true;           ///< with the times of the trace
     std::vector<Command> commands;      ///< to be carried out at the start
+    std::string scenarioFile;           ///< where the scenario is from
+    std::optional<Scenario> scenario;   ///< its seed and stations are above, unless the user named others
     std::optional<std::string> control; ///< path of the socket for further ones; none: there is none
 };
 

@@ -1,5 +1,6 @@
 #include "setting_texts.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <bitset>
 #include <charconv>
@@ -56,6 +57,31 @@ unsigned parseAddress(const std::string &text, const Area &area)
         throw BadText("address " + quoted(text) + " is not " + (area.base == 8 ? "an octal" : "a decimal") +
                       " number from 0 to " + addressText(area, AddressesPerArea - 1));
     return unsigned(address);
+}
+
+struct Unit {
+    const char *name;
+    double seconds;
+};
+const Unit Units[] = {{"h", 3600}, {"m", 60}, {"s", 1}, {"ms", 0.001}}; // in the order of a text
+
+// "1m30s": each unit at most once; not a number (NaN) if the text is no such time. Not as fraction() does it, which
+// depends on the locale: a program that runs has the user's.
+double secondsOf(const std::string &text)
+{
+    const char *at = text.data(), *const end = at + text.size();
+    double sum = at == end ? NAN : 0;
+    for (const Unit *unit = Units; at != end; ++unit) {
+        double value = 0;
+        const auto [behind, error] = std::from_chars(at, end, value);
+        at = std::find_if_not(behind, end, [](char letter) { return letter >= 'a' && letter <= 'z'; });
+        unit = std::find_if(unit, std::end(Units),
+                            [name = std::string(behind, at)](const Unit &each) { return each.name == name; });
+        if (error != std::errc() || !(value >= 0) || unit == std::end(Units))
+            return NAN;
+        sum += value * unit->seconds;
+    }
+    return sum;
 }
 
 // The text before and after the first separator.
@@ -264,16 +290,12 @@ Time parseSeconds(const std::string &text)
     return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
 }
 
-// Not as parseSeconds() does it, which depends on the locale: a program that runs has the user's.
-Time parseDuration(const std::string &text)
+Time parseDuration(const std::string &text, Time least)
 {
-    double value = 0;
-    const char *const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, value);
-    const std::string unit(rest, end);
-    const double seconds = unit == "s" ? value : unit == "ms" ? value / 1000 : NAN;
-    if (error != std::errc() || !(seconds >= 0.001 && seconds <= 1e6))
-        throw BadText(quoted(text) + " is no time from 1ms to 1000000s; write for instance 10s or 500ms");
+    const double seconds = secondsOf(text);
+    if (!(seconds >= std::chrono::duration<double>(least).count() && seconds <= 1e6))
+        throw BadText(quoted(text) + " is no time from " + (least == Time(0) ? "0s" : "1ms") +
+                      " to 1000000s; write for instance 10s, 1m30s or 500ms");
     return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
 }
 

@@ -53,8 +53,8 @@ Time parseMilliseconds(const std::string &text, std::int64_t least);
 /// "2.5": from a millisecond to 1,000,000 seconds.
 Time parseSeconds(const std::string &text);
 
-/// "10s", "1.5s" or "500ms": the same times.
-Time parseDuration(const std::string &text);
+/// "10s", "1.5s", "500ms" or "1m30s", of h, m, s and ms: the same times, or also none if `least` is 0.
+Time parseDuration(const std::string &text, Time least = std::chrono::milliseconds(1));
 
 /// "x3": 1 to MostStrikes.
 std::int64_t parseRepetitions(const std::string &text);

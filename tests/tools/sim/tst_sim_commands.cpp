@@ -115,6 +115,8 @@ TEST_F(Commands, UnplugForAWhile)
     EXPECT_EQ(status(), "stations 1-3");
     EXPECT_EQ(ask(ReadOne).size(), 9u);
     EXPECT_EQ(tell("unplug 1.5 s"), "unplugged for 1500ms");
+    EXPECT_EQ(tell("unplug 1m30s"), "unplugged for 90s");
+    EXPECT_EQ(tell("unplug 1h 0.5ms"), "unplugged for 3600001ms"); // told rounded up
 }
 
 TEST_F(Commands, UnplugUntilPlug)
@@ -248,9 +250,12 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"station 3-4 off", "station 4 is not simulated; --stations has 1-3"},
         Bad{"station off 3",
             "which station is to be on or off? Write for instance 'station 3 off', or 'station 1,5-9 on'"},
-        Bad{"unplug 10", "'10' is no time from 1ms to 1000000s; write for instance 10s or 500ms"},
-        Bad{"unplug 0s", "'0s' is no time from 1ms to 1000000s; write for instance 10s or 500ms"},
-        Bad{"unplug nans", "'nans' is no time from 1ms to 1000000s; write for instance 10s or 500ms"},
+        Bad{"unplug 10", "'10' is no time from 1ms to 1000000s; write for instance 10s, 1m30s or 500ms"},
+        Bad{"unplug 0s", "'0s' is no time from 1ms to 1000000s; write for instance 10s, 1m30s or 500ms"},
+        Bad{"unplug nans", "'nans' is no time from 1ms to 1000000s; write for instance 10s, 1m30s or 500ms"},
+        Bad{"unplug 30s1m", "'30s1m' is no time from 1ms to 1000000s; write for instance 10s, 1m30s or 500ms"},
+        Bad{"unplug 1m-1s", "'1m-1s' is no time from 1ms to 1000000s; write for instance 10s, 1m30s or 500ms"},
+        Bad{"unplug 1m30", "'1m30' is no time from 1ms to 1000000s; write for instance 10s, 1m30s or 500ms"},
         Bad{"fault", "which fault? 'help faults' lists them"},
         Bad{"fault x3", "which fault? 'help faults' lists them"},
         Bad{"fault nothing", "there is no fault 'nothing'; 'help faults' lists them"},

@@ -100,6 +100,23 @@ TEST_F(ControlTest, SetsValuesWhileItRuns)
     EXPECT_NE(program.logLineWith("command: set 5:100=0x1234,0x5678"), "");
 }
 
+/// A scenario may be helped by hand.
+TEST_F(ControlTest, GoesTogetherWithAScenario)
+{
+    const std::string file = folder.path / "night.toml";
+    std::ofstream(file) << "[[at]]\ntime = 0\ndo = \"station 1 off\"\n"
+                           "[[at]]\ntime = 0.2\nevery = 0.1\ntimes = 2\ndo = \"set 5:100=0x1234,0x5678\"\n";
+    Program program({"--tcp", "0", "--scenario", file, "--values", "still", "--control=" + socket});
+    Client client(openTcp(program.outputLine()));
+    EXPECT_NE(program.logLineWith("scenario " + file + ", seed 1"), "");
+    EXPECT_NE(program.logLineWith("scenario: station 1 off"), "");
+    EXPECT_NE(program.logLineWith("scenario: set 5:100=0x1234,0x5678"), "");
+    EXPECT_NE(program.logLineWith("scenario: all is done"), "");
+    EXPECT_EQ(tell({"station 1 on"}).code, 0);
+    EXPECT_EQ(client.ask(ReadTwo, AnswerTwo.size()), AnswerTwo);
+    EXPECT_EQ(program.interrupted(), 0);
+}
+
 TEST_F(ControlTest, ARefusalEndsWithOne)
 {
     Program program({"--tcp", "0", "--control=" + socket});

@@ -75,6 +75,29 @@ TEST(Options, Everything)
     EXPECT_EQ(options.log, Log::Level::All);
 }
 
+TEST(Options, AScenarioBringsItsStationsAndItsSeed)
+{
+    const std::string example = "--scenario " TARN_SOURCE_DIR "/docs/bad-night.toml";
+    const Options options = parse(example + " --missing 5:7@2 --set 5:1@3=1");
+    ASSERT_TRUE(options.scenario);
+    EXPECT_EQ(options.scenario->period, std::chrono::minutes(2));
+    EXPECT_EQ(options.stations, (std::vector<unsigned>{1, 2, 3}));
+    EXPECT_EQ(options.seed, 7u);
+    const Options others = parse("--seed 9 --stations 1-4 " + example);
+    EXPECT_EQ(others.stations, (std::vector<unsigned>{1, 2, 3, 4}));
+    EXPECT_EQ(others.seed, 9u);
+    EXPECT_FALSE(parse("").scenario);
+}
+
+TEST(Options, WhatIsWrongInAScenarioIsToldWithItsPlace)
+{
+    const std::string file = TARN_SOURCE_DIR "/docs/bad-night.toml";
+    const Finished finished = finish("--stations 1,2 --scenario " + file);
+    EXPECT_EQ(finished.code, ExitUsage);
+    EXPECT_EQ(finished.text, file + ":8:6: station 3 is not simulated; --stations has 1,2\n" + file +
+                                 ":11:6: station 3 is not simulated; --stations has 1,2\n");
+}
+
 TEST(Options, HelpStartsWithExamplesAndNamesEveryOption)
 {
     const Finished help = finish("--help");
@@ -82,7 +105,7 @@ TEST(Options, HelpStartsWithExamplesAndNamesEveryOption)
     EXPECT_EQ(help.text.rfind("Examples:", 0), 0u);
     for (const char *option :
          {"--pty", "--serial", "--tcp", "--stations", "--set", "--values", "--tick", "--seed", "--fault ",
-          "--faults", "--late-by", "--delay", "--pace", "--for", "--log", "--version"})
+          "--faults", "--late-by", "--delay", "--pace", "--for", "--log", "--scenario", "--version"})
         EXPECT_NE(help.text.find(option), std::string::npos) << option;
 }
 
@@ -163,6 +186,9 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"--pty=", "--pty: the path is empty; write for instance --pty=/tmp/plc, or --pty alone"},
         Wrong{"--delay -5", "--delay: time in milliseconds '-5' is not a whole number from 0 to 3600000"},
         Wrong{"--seed -1", "--seed: seed '-1' is not a whole number from 0 to 9223372036854775807"},
+        Wrong{"--replay x --scenario y", "--replay excludes --scenario"},
+        Wrong{"--scenario /nothing",
+              "--scenario: '/nothing' cannot be read: No such file or directory; name a file of TOML"},
         Wrong{"--log loud", "--log: 'loud' is none of quiet, normal, all"}));
 
 TEST(SettingTexts, Stations)
