@@ -1,6 +1,7 @@
 // Links over real descriptors: a pseudo-terminal and TCP on the loopback.
 #include "far_ends.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <QtCore/QFile>
@@ -123,9 +124,11 @@ TEST_F(SerialLink, LeavesNothingBehindWhenItComesBackAThousandTimes)
         ASSERT_TRUE(link->open()) << link->error().toStdString();
         ASSERT_TRUE(link->send("a", 1));
         EXPECT_EQ(device.receive(1), "a");
+        const int kept = ::open(QFile::encodeName(device.address()).constData(), O_RDWR | O_NOCTTY); // its number
         device.hangUp();
         EXPECT_EQ(link->receive(buffer, 1, Time::max()), -1);
         EXPECT_FALSE(link->open()) << "the device is gone";
+        ::close(kept);
     };
     comeBack();
     const long before = leftovers();
