@@ -69,8 +69,14 @@ driver_tests() {
     done
 }
 
-need_for_build() {
+# For everything but the gateway.
+need_for_tools() {
     need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev
+}
+
+need_for_build() {
+    need_for_tools
+    need pkg-config libmosquitto-dev libprotozero-dev libmicrohttpd-dev prometheus-cpp-dev libsqlite3-dev
 }
 
 # quietly COMMAND...: shows the output only if the command fails.

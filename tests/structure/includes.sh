@@ -8,14 +8,16 @@ allowed() {
     formats) echo 'formats' ;;
     host) echo 'host' ;;
     watch) echo 'formats host watch' ;;
+    gateway) echo 'formats host watch gateway' ;;
     sim) echo 'sim' ;;
     tools/fgs) echo 'formats host watch tools tools/fgs' ;;
+    tools/fgs-gateway) echo 'formats host watch gateway tools tools/fgs-gateway' ;;
     tools/fgs-sim) echo 'formats sim tools tools/fgs-sim' ;;
     esac
 }
 
 status=0
-for folder in formats host watch sim tools/fgs tools/fgs-sim; do
+for folder in formats host watch gateway sim tools/fgs tools/fgs-sim; do
     for header in $(grep -hoE '^#include ("[^"]+|<tarn_[^>]+)' "$folder"/*.cpp "$folder"/*.h | cut -d' ' -f2 | tr -d '"<' | sort -u); do
         case $header in
         */*) from=${header%/*} ;;

@@ -1,0 +1,70 @@
+// Between the line's thread and the network's: neither waits for the other.
+#ifndef FGS_GATEWAY_MAILBOX_H
+#define FGS_GATEWAY_MAILBOX_H
+
+#include "sample.h"
+
+#include <deque>
+#include <mutex>
+
+namespace fgs
+{
+
+/// An event that poll() can wait for.
+class Bell
+{
+public:
+    /// Throws std::runtime_error if the system has no descriptor left.
+    Bell();
+    ~Bell();
+    Bell(const Bell &) = delete;
+    Bell &operator=(const Bell &) = delete;
+
+    /// Any thread.
+    void ring();
+    /// Takes all rings back.
+    void hush();
+    int descriptor() const { return event; }
+
+private:
+    const int event;
+};
+
+/// Bounded: when `most` snapshots wait, the oldest one is thinned. Of a tag with a newer value behind it the old
+/// one is dropped and counted, what is left of it joins the next. So the newest value of every tag always arrives.
+class Mailbox
+{
+public:
+    explicit Mailbox(std::size_t most = 1024) : mostSnapshots(most) {}
+
+    // The line's thread.
+    void post(Snapshot snapshot);
+    void post(const LineState &state);
+    void post(const LineEvent &event, Epoch when);
+
+    // The network's thread.
+    std::vector<Snapshot> takeSnapshots(); ///< oldest first
+    LineState state() const;
+    struct Event {
+        LineEvent event;
+        Epoch when;
+    };
+    /// Oldest first; of more than 256 the oldest are dropped.
+    std::vector<Event> takeEvents();
+    quint64 dropped() const; ///< values
+
+    int descriptor() const { return bell.descriptor(); } ///< readable when something was posted; take*() ends that
+
+private:
+    const std::size_t mostSnapshots;
+    mutable std::mutex mutex;
+    Bell bell;
+    std::deque<Snapshot> snapshots;
+    std::deque<Event> events;
+    LineState newest;
+    quint64 droppedValues = 0;
+};
+
+} // namespace fgs
+
+#endif

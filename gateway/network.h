@@ -1,0 +1,52 @@
+// The network's loop: takes what the line tells, keeps the broker told, takes commands, answers HTTP.
+#ifndef FGS_GATEWAY_NETWORK_H
+#define FGS_GATEWAY_NETWORK_H
+
+#include "mailbox.h"
+#include "metrics.h"
+#include "orders.h"
+#include "settings.h"
+
+#include <functional>
+#include <memory>
+
+namespace fgs
+{
+
+/// One thread, beside the line's and the one of the MQTT library. Bounded whatever the broker does: without a spool
+/// only the newest value of each tag waits, with one the rest waits on the disk.
+class Network
+{
+public:
+    struct Wiring {
+        Mailbox &mailbox;
+        OrderDesk &orders;
+        std::function<void(const std::string &)> tell; ///< a line for people
+        bool readOnly = false;
+    };
+
+    /// Throws TextError if HTTP cannot listen or a file of TLS cannot be read.
+    Network(const GatewaySettings &theSettings, const Wiring &theWiring);
+    ~Network();
+
+    /// Works on what there is, and waits at most until `wait` is over or `wake` is readable.
+    void step(milliseconds wait, int wake);
+    /// Tells the broker that it ends: farewell, then a clean disconnect, within the limit.
+    void end(milliseconds limit);
+
+    /// The difference to the settings before: the connection stays unless broker, name or layout are others. Throws
+    /// TextError as the constructor; then the old ones go on. Mailbox and orders have been emptied or are new if
+    /// the tags are others.
+    void apply(const GatewaySettings &settings);
+
+    GatewayFigures figures() const;
+    int httpPort() const; ///< 0: no HTTP
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> parts;
+};
+
+} // namespace fgs
+
+#endif

@@ -1,0 +1,46 @@
+// Records that the broker has not acknowledged, on the disk: bounded in bytes and age.
+#ifndef FGS_GATEWAY_SPOOL_H
+#define FGS_GATEWAY_SPOOL_H
+
+#include "layout.h"
+
+namespace fgs
+{
+
+/// What is added is on the disk after the next commit(), once a second: a kill loses no more. What goes wrong with
+/// the disk ends the spooling with a message, and is tried again every minute; nothing is thrown.
+class Spool
+{
+public:
+    using Number = std::int64_t; ///< ascending
+
+    /// A damaged file, or one of another layout, is set aside (renamed, with a message) and a new one begun.
+    /// `layout` is a name for what the contents are. Messages for people go to `tell`.
+    Spool(const SpoolSettings &theSettings, const std::string &layout,
+          std::function<void(const std::string &)> theTell);
+    ~Spool(); ///< commits
+
+    /// In memory until the next commit(). One that is acknowledged before never goes to the disk.
+    Number add(const Record &record);
+    void acknowledged(Number number);
+    /// Writes what was added and removes what was acknowledged, in one transaction; drops the oldest beyond the
+    /// bounds.
+    void commit(Epoch now);
+
+    struct Kept {
+        Number number;
+        Record record;
+    };
+    /// The oldest behind `after`, at most so many.
+    std::vector<Kept> oldest(Number after, int most);
+
+    bool isWorking() const;
+    std::int64_t bytes() const; ///< of the records, not of the file
+    std::int64_t records() const;
+    Epoch oldestTime() const; ///< 0: there is none
+    quint64 dropped() const;  ///< records, beyond the bounds or while the disk did not take them
+};
+
+} // namespace fgs
+
+#endif
