@@ -25,10 +25,8 @@ target_include_directories(bench-driver PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(bench-driver PUBLIC bench-plain TarnFGs::TarnFGs)
 
 add_library(bench-operations STATIC operations.cpp driver_operations.cpp list_operations.cpp check_operations.cpp
-  host_operations.cpp libmodbus_operations.cpp qt_operations.cpp server.cpp
-  ${PROJECT_SOURCE_DIR}/tools/fgs/line_trace.cpp)
+  host_operations.cpp libmodbus_operations.cpp qt_operations.cpp server.cpp)
 tarn_host_language(bench-operations)
-target_compile_definitions(bench-operations PRIVATE FGS_VERSION="${PROJECT_VERSION}")
 target_link_libraries(bench-operations PUBLIC bench-driver bench-model fgs-watch tarn-sim tarn-formats PkgConfig::MODBUS ${SERIALBUS}
   ${BENCH_SERIALPORT})
 

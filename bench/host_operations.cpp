@@ -5,7 +5,6 @@
 #include "server.h"
 #include "sim/controller.h"
 #include "support/virtual_link.h"
-#include "tools/fgs/line_trace.h"
 
 #include <QtCore/QTemporaryDir>
 
@@ -113,7 +112,7 @@ struct LinePolling {
 struct TracedLinePolling : LinePolling {
     TracedLinePolling(int blocks, int words)
         : LinePolling(blocks, words), clock(link),
-          trace({folder.filePath(QStringLiteral("trace")).toStdString()}, {"line", ""})
+          trace({folder.filePath(QStringLiteral("trace")).toStdString()}, "bench", {"line", ""})
     {
         polling.recordTo(trace, clock);
     }

@@ -1,6 +1,6 @@
 #include "commands.h"
 #include "explain.h"
-#include "failure.h"
+#include "tools/failure.h"
 #include "formats/pcapng_reader.h"
 #include "formats/text_trace.h"
 #include "input_file.h"

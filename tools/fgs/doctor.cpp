@@ -1,10 +1,11 @@
 #include "commands.h"
-#include "failure.h"
 #include "host/text_error.h"
 #include "output.h"
 #include "search_text.h"
 #include "signals.h"
+#include "tools/failure.h"
 #include "watch/doctor_json.h"
+#include "watch/doctor_text.h"
 
 #include <algorithm>
 
@@ -13,26 +14,6 @@ namespace fgs
 
 namespace
 {
-
-const int MarkColumns = 13, NameColumns = 13;
-
-QString cell(const char *text, int columns)
-{
-    return QString::fromLatin1(text).leftJustified(columns);
-}
-
-const char *textOf(Mark mark)
-{
-    static const char *const texts[] = {"ok", "FOUND", "not checked"};
-    return texts[static_cast<int>(mark)];
-}
-
-void print(const CheckResult &finding)
-{
-    printLine(cell(textOf(finding.mark), MarkColumns) + cell(finding.check, NameColumns) + finding.text);
-    if (!finding.remedy.isEmpty())
-        printLine(cell("", MarkColumns + NameColumns) + QStringLiteral("-> ") + finding.remedy);
-}
 
 /// Of the link's kind, or without a link of all.
 void printChecks(const QString &link)
@@ -43,7 +24,7 @@ void printChecks(const QString &link)
         if (link.isEmpty())
             printLine(isSerial ? QStringLiteral("of a serial device:") : QStringLiteral("of tcp:HOST:PORT:"));
         for (const CheckText &check : checksOf(isSerial))
-            printLine(cell(check.name, NameColumns) + QString::fromLatin1(check.about));
+            printLine(lineOf(check));
     }
 }
 
@@ -90,7 +71,8 @@ int doctorCommand(const Options &options, const Stop &stop)
         if (options.json)
             printLine(lineOf(jsonOf(finding)));
         else
-            print(finding);
+            for (const QString &line : linesOf(finding))
+                printLine(line);
     }
     if (options.json)
         printLine(lineOf(countsOf(findings)));

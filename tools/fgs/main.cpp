@@ -1,5 +1,5 @@
 #include "commands.h"
-#include "failure.h"
+#include "tools/failure.h"
 #include "host/text_error.h"
 #include "output.h"
 #include "signals.h"

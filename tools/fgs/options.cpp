@@ -1,7 +1,7 @@
 #include "options.h"
 
 #include "completion.h"
-#include "failure.h"
+#include "tools/failure.h"
 #include "help.h"
 #include "host/text_error.h"
 

@@ -227,16 +227,6 @@ QString histogramText(const RoundTrips &times, Time timeout)
            timeoutAdvice(times, timeout);
 }
 
-QString withoutControls(const QString &text)
-{
-    QString shown;
-    for (const QChar letter : text)
-        shown += letter.category() == QChar::Other_Control && letter != QLatin1Char('\n')
-                     ? QStringLiteral("\\x%1").arg(letter.unicode(), 2, 16, QLatin1Char('0'))
-                     : QString(letter);
-    return shown;
-}
-
 QString seconds(Time time)
 {
     return QString::number(std::chrono::duration<double>(time).count(), 'f', 3);

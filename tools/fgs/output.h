@@ -2,6 +2,7 @@
 #ifndef FGS_TOOL_OUTPUT_H
 #define FGS_TOOL_OUTPUT_H
 
+#include "tools/controls.h"
 #include "watch/wall_clock.h"
 #include "watch/writing.h"
 
@@ -37,8 +38,6 @@ QString roundTripsText(const RoundTrips &times, Time timeout);
 /// How many took how long, as bars, then as above.
 QString histogramText(const RoundTrips &times, Time timeout);
 
-/// What somebody else wrote may hold characters that would move the cursor: they become \xNN.
-QString withoutControls(const QString &text);
 /// "1.234"
 QString seconds(Time time);
 

@@ -1,5 +1,5 @@
 #include "commands.h"
-#include "failure.h"
+#include "tools/failure.h"
 #include "host/frame_text.h"
 #include "output.h"
 #include "watch/json.h"

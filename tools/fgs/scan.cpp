@@ -1,5 +1,5 @@
 #include "commands.h"
-#include "failure.h"
+#include "tools/failure.h"
 #include "host/device_trouble.h"
 #include "host/held_device.h"
 #include "output.h"

@@ -32,7 +32,8 @@ std::unique_ptr<LineTrace> openTrace(const Options &options)
         return nullptr;
     if (options.trace.isToStdout())
         printDataTo(stderr);
-    return std::make_unique<LineTrace>(options.trace, interfaceOf(QString::fromStdString(options.link)));
+    return std::make_unique<LineTrace>(options.trace, "fgs " FGS_VERSION,
+                                       interfaceOf(QString::fromStdString(options.link)));
 }
 
 bool isNoAnswer(const Reason &reason)

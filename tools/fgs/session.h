@@ -2,8 +2,8 @@
 #ifndef FGS_TOOL_SESSION_H
 #define FGS_TOOL_SESSION_H
 
-#include "failure.h"
-#include "line_trace.h"
+#include "tools/failure.h"
+#include "watch/line_trace.h"
 #include "options.h"
 #include "output.h"
 #include "watch/json.h"

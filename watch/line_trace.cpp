@@ -1,6 +1,5 @@
 #include "line_trace.h"
 
-#include "failure.h"
 #include "host/devices.h"
 
 namespace fgs
@@ -32,12 +31,17 @@ formats::Interface interfaceOf(const QString &link)
                   : formats::Interface{link.toStdString(), ""};
 }
 
-LineTrace::LineTrace(const formats::TraceSettings &settings, const formats::Interface &line)
-try : recorder(settings, "fgs " FGS_VERSION) {
-    recorder.addInterface(line);
+LineTrace::LineTrace(const formats::TraceSettings &settings, const std::string &application,
+                     const formats::Interface &line)
+try : recorder(settings, application), interface(recorder.addInterface(line)) {
 } catch (const formats::TraceError &error) {
-    throw Failure(ExitOther, QStringLiteral("the trace '%1' %2")
-                                 .arg(QString::fromStdString(settings.path), QString::fromLocal8Bit(error.what())));
+    throw std::runtime_error("the trace '" + settings.path + "' " + error.what());
+}
+
+void LineTrace::changeLine(const formats::Interface &line)
+{
+    interface = recorder.addInterface(line);
+    nextLook = Time(0);
 }
 
 /// Two clocks are not read for each frame.
@@ -56,7 +60,7 @@ void LineTrace::record(const TraceEntry &entry, const WallClock &clock)
     if (entry.bytes.size == 0 && entry.outcome == Outcome::Good)
         return;
     const std::string_view bytes(entry.bytes.bytes, static_cast<std::size_t>(entry.bytes.size));
-    recorder.record({0, sinceEpoch(entry.time, clock).count(),
+    recorder.record({interface, sinceEpoch(entry.time, clock).count(),
                      entry.event == TraceEntry::Sent ? formats::Direction::Outbound : formats::Direction::Inbound,
                      bytes, commentOf(entry)});
 }

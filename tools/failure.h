@@ -1,3 +1,4 @@
+// How the programs end.
 #ifndef FGS_TOOL_FAILURE_H
 #define FGS_TOOL_FAILURE_H
 
