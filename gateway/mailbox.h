@@ -4,6 +4,7 @@
 
 #include "sample.h"
 
+#include <algorithm>
 #include <deque>
 #include <mutex>
 
@@ -35,7 +36,7 @@ private:
 class Mailbox
 {
 public:
-    explicit Mailbox(std::size_t most = 1024) : mostSnapshots(most) {}
+    explicit Mailbox(std::size_t most = 1024) : mostSnapshots(std::max(most, std::size_t(1))) {}
 
     // The line's thread.
     void post(Snapshot snapshot);
@@ -44,7 +45,7 @@ public:
 
     // The network's thread.
     std::vector<Snapshot> takeSnapshots(); ///< oldest first
-    LineState state() const;
+    LineState state() const;               ///< to be asked for after what is taken: it does not silence the bell
     struct Event {
         LineEvent event;
         Epoch when;
@@ -53,13 +54,20 @@ public:
     std::vector<Event> takeEvents();
     quint64 dropped() const; ///< values
 
-    int descriptor() const { return bell.descriptor(); } ///< readable when something was posted; take*() ends that
+    int descriptor() const
+    {
+        return bell.descriptor();
+    } ///< readable when something was posted; both take*() end that
 
 private:
+    void count(const Snapshot &snapshot);
+    void thinOldest();
+
     const std::size_t mostSnapshots;
     mutable std::mutex mutex;
     Bell bell;
     std::deque<Snapshot> snapshots;
+    std::vector<std::uint32_t> waiting; ///< samples in them, by tag
     std::deque<Event> events;
     LineState newest;
     quint64 droppedValues = 0;

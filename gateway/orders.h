@@ -5,6 +5,9 @@
 #include "mailbox.h"
 #include "watch/writing.h"
 
+#include <map>
+#include <optional>
+
 namespace fgs
 {
 
@@ -22,6 +25,9 @@ struct OrderEnd {
     std::vector<std::size_t> supersededTags;
 };
 
+/// Of an assignment that nobody tries.
+WriteReport notSent(const Assignment &assignment);
+
 /// Bounded by its user. Both threads.
 class OrderDesk
 {
@@ -31,20 +37,33 @@ public:
     /// on.
     void put(Order order);
     std::vector<OrderEnd> takeEnds();
-    std::size_t waiting() const;
+    std::size_t waiting() const;                                 ///< those under way not counted
     int endsDescriptor() const { return endsBell.descriptor(); } ///< readable when an order has ended
 
     // The line's thread.
-    std::optional<Order> take(); ///< the oldest with something left to write
-    void finish(OrderEnd end);
+    std::optional<Order> take(); ///< the oldest, without what was superseded; it is under way until finish()
+    void finish(OrderEnd end);   ///< with the reports of what take() gave, in its order
     bool hasOrders() const;
 
 private:
+    struct Standing {
+        Order order;
+        std::vector<bool> isSuperseded; ///< for each assignment
+
+        bool hasSomethingLeft() const;
+        Order left() const;
+        /// With a report for each assignment, from those of what was left.
+        OrderEnd whole(OrderEnd end) const;
+    };
+    static void supersede(Standing &before, const Order &order);
+    void endSuperseded();
+    void tell(OrderEnd end);
+
     mutable std::mutex mutex;
     Bell endsBell;
-    std::deque<Order> orders;
-    std::deque<OrderEnd> ends;
-    std::map<quint64, std::vector<std::size_t>> superseded; ///< tags of orders under way, by number
+    std::deque<Standing> waits; ///< each has something left to write
+    std::map<quint64, Standing> underWay;
+    std::vector<OrderEnd> ends;
 };
 
 } // namespace fgs

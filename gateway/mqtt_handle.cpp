@@ -1,0 +1,146 @@
+#include "mqtt_handle.h"
+
+#include "host/text_error.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace fgs
+{
+
+namespace
+{
+
+void startLibrary()
+{
+    static const int started = mosquitto_lib_init();
+    Q_UNUSED(started);
+}
+
+std::ifstream opened(const std::string &file, const char *what)
+{
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream)
+        throw TextError(QStringLiteral("cannot read %1 %2: %3")
+                            .arg(QLatin1String(what), QString::fromStdString(file),
+                                 QString::fromLocal8Bit(std::strerror(errno))));
+    return stream;
+}
+
+/// The first line.
+std::string passwordIn(const std::string &file)
+{
+    std::string password;
+    std::ifstream stream = opened(file, "password_file");
+    std::getline(stream, password);
+    if (!password.empty() && password.back() == '\r')
+        password.pop_back();
+    return password;
+}
+
+void setUser(mosquitto *handle, const BrokerSettings &settings)
+{
+    if (settings.user.empty())
+        return;
+    if (settings.passwordFile.empty())
+        mosquitto_username_pw_set(handle, settings.user.c_str(), nullptr);
+    else
+        mosquitto_username_pw_set(handle, settings.user.c_str(), passwordIn(settings.passwordFile).c_str());
+}
+
+const char *orNull(const std::string &text)
+{
+    return text.empty() ? nullptr : text.c_str();
+}
+
+/// Without it OpenSSL asks on the terminal.
+int noPassPhrase(char *, int, int, void *)
+{
+    return 0;
+}
+
+void setTls(mosquitto *handle, const TlsSettings &tls)
+{
+    opened(tls.authorities, "ca");
+    if (!tls.certificate.empty()) {
+        opened(tls.certificate, "certificate");
+        opened(tls.key, "key");
+    }
+    if (mosquitto_tls_set(handle, tls.authorities.c_str(), nullptr, orNull(tls.certificate), orNull(tls.key),
+                          noPassPhrase) != MOSQ_ERR_SUCCESS)
+        throw TextError(QStringLiteral("cannot use the files of [broker.tls]: a certificate needs its key"));
+}
+
+std::string refusalText(int code, const BrokerSettings &settings, const std::string &broker)
+{
+    switch (code) {
+    case 1: return broker + " does not speak MQTT 3.1.1";
+    case 2: return broker + " refuses the client id '" + settings.clientId + "'; check client_id";
+    case 3: return broker + " is not available";
+    case 4: return broker + " refuses the password; check user and password_file";
+    case 5: return broker + " does not let this gateway in; check user, password_file and the broker's access list";
+    default: return broker + " refuses the connection with code " + std::to_string(code);
+    }
+}
+
+std::string lossText(const ConnectionEnd &end, const BrokerSettings &settings, const std::string &broker)
+{
+    if (!end.wasConnected)
+        return broker + " closes the connection before it answers; check port and tls";
+    return broker + " has closed the connection; it ended, or another client has the id '" + settings.clientId + "'";
+}
+
+std::string resultText(const ConnectionEnd &end, const BrokerSettings &settings, const std::string &broker)
+{
+    switch (end.result) {
+    case MOSQ_ERR_ERRNO: return "cannot reach " + broker + ": " + std::strerror(end.systemError);
+    case MOSQ_ERR_EAI: return "cannot reach " + broker + ": its name is not known; check host";
+    case MOSQ_ERR_KEEPALIVE: return broker + (end.wasConnected ? " no longer answers" : " does not answer");
+    case MOSQ_ERR_CONN_LOST:
+    case MOSQ_ERR_NO_CONN: return lossText(end, settings, broker);
+    default: return broker + ": " + mosquitto_strerror(end.result);
+    }
+}
+
+} // namespace
+
+MqttHandle makeMqttHandle(const BrokerSettings &settings, void *user)
+{
+    startLibrary();
+    MqttHandle handle(mosquitto_new(settings.clientId.c_str(), true, user));
+    if (!handle)
+        throw TextError(QStringLiteral("no memory for the connection to the broker"));
+    mosquitto_threaded_set(handle.get(), true);
+    mosquitto_max_inflight_messages_set(handle.get(), unsigned(settings.mostInFlight));
+    setUser(handle.get(), settings);
+    if (settings.tls)
+        setTls(handle.get(), *settings.tls);
+    return handle;
+}
+
+void setWill(mosquitto *handle, const Message &will)
+{
+    if (!will.topic.empty())
+        mosquitto_will_set(handle, will.topic.c_str(), int(will.payload.size()), will.payload.data(), will.qos,
+                           will.isRetained);
+}
+
+std::string nameOf(const BrokerAddress &address)
+{
+    const bool isIpv6 = address.host.find(':') != std::string::npos;
+    return "broker " + (isIpv6 ? '[' + address.host + ']' : address.host) + ':' + std::to_string(address.port);
+}
+
+std::string textOf(const ConnectionEnd &end, const BrokerSettings &settings, const BrokerAddress &address)
+{
+    const std::string broker = nameOf(address);
+    if (end.refusal)
+        return refusalText(end.refusal, settings, broker);
+    if (!end.tlsError.empty())
+        return "no TLS with " + broker + ": " + end.tlsError + "; check ca, certificate and key";
+    return resultText(end, settings, broker);
+}
+
+} // namespace fgs

@@ -1,0 +1,131 @@
+#include "orders.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace fgs
+{
+
+namespace
+{
+
+bool names(const Order &order, std::size_t tag)
+{
+    return std::find(order.tags.begin(), order.tags.end(), tag) != order.tags.end();
+}
+
+} // namespace
+
+void OrderDesk::put(Order order)
+{
+    const std::lock_guard lock(mutex);
+    for (Standing &before : waits)
+        supersede(before, order);
+    endSuperseded();
+    std::vector<bool> none(order.assignments.size(), false);
+    waits.push_back({std::move(order), std::move(none)});
+}
+
+std::vector<OrderEnd> OrderDesk::takeEnds()
+{
+    const std::lock_guard lock(mutex);
+    endsBell.hush();
+    return std::exchange(ends, {});
+}
+
+std::size_t OrderDesk::waiting() const
+{
+    const std::lock_guard lock(mutex);
+    return waits.size();
+}
+
+std::optional<Order> OrderDesk::take()
+{
+    const std::lock_guard lock(mutex);
+    if (waits.empty())
+        return std::nullopt;
+    Standing &oldest = waits.front();
+    Order order = oldest.left();
+    underWay[order.number] = std::move(oldest);
+    waits.pop_front();
+    return order;
+}
+
+void OrderDesk::finish(OrderEnd end)
+{
+    const std::lock_guard lock(mutex);
+    if (const auto standing = underWay.extract(end.number))
+        end = standing.mapped().whole(std::move(end));
+    tell(std::move(end));
+}
+
+bool OrderDesk::hasOrders() const
+{
+    const std::lock_guard lock(mutex);
+    return !waits.empty();
+}
+
+void OrderDesk::supersede(Standing &before, const Order &order)
+{
+    for (std::size_t i = 0; i < before.order.tags.size(); ++i)
+        before.isSuperseded[i] = before.isSuperseded[i] || names(order, before.order.tags[i]);
+}
+
+void OrderDesk::endSuperseded()
+{
+    const auto over = std::stable_partition(waits.begin(), waits.end(),
+                                            [](const Standing &standing) { return standing.hasSomethingLeft(); });
+    std::for_each(over, waits.end(), [this](const Standing &standing) {
+        OrderEnd end;
+        end.number = standing.order.number;
+        end.superseded = true;
+        tell(standing.whole(std::move(end)));
+    });
+    waits.erase(over, waits.end());
+}
+
+void OrderDesk::tell(OrderEnd end)
+{
+    ends.push_back(std::move(end));
+    endsBell.ring();
+}
+
+bool OrderDesk::Standing::hasSomethingLeft() const
+{
+    return std::find(isSuperseded.begin(), isSuperseded.end(), false) != isSuperseded.end();
+}
+
+Order OrderDesk::Standing::left() const
+{
+    Order rest;
+    rest.number = order.number;
+    for (std::size_t i = 0; i < order.assignments.size(); ++i)
+        if (!isSuperseded[i]) {
+            rest.tags.push_back(order.tags[i]);
+            rest.assignments.push_back(order.assignments[i]);
+        }
+    return rest;
+}
+
+OrderEnd OrderDesk::Standing::whole(OrderEnd end) const
+{
+    std::vector<WriteReport> ofLeft = std::exchange(end.reports, {});
+    auto next = ofLeft.begin();
+    for (std::size_t i = 0; i < order.assignments.size(); ++i) {
+        const bool isReported = !isSuperseded[i] && next != ofLeft.end();
+        end.reports.push_back(isReported ? std::move(*next++) : notSent(order.assignments[i]));
+        if (isSuperseded[i])
+            end.supersededTags.push_back(order.tags[i]);
+    }
+    return end;
+}
+
+WriteReport notSent(const Assignment &assignment)
+{
+    WriteReport report;
+    report.assignment = assignment;
+    report.held.variable = assignment.tag.variable;
+    return report;
+}
+
+} // namespace fgs
