@@ -47,13 +47,27 @@ if(NOT CMAKE_CROSSCOMPILING AND NOT TARN_SANITIZE)
     RENAME _fgs COMPONENT tools)
 endif()
 
+# The gateway, its service, and examples beside its documentation.
+set(TARN_UNIT_DIR lib/systemd/system CACHE STRING "Where systemd's units go; a package has /lib/systemd/system")
+if(TARGET fgs-gateway)
+  install(TARGETS fgs-gateway RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT gateway)
+  install(FILES packaging/gateway/fgs-gateway@.service DESTINATION ${TARN_UNIT_DIR} COMPONENT gateway)
+  install(FILES packaging/gateway/README packaging/gateway/60-fgs-gateway.rules packaging/gateway/password.conf
+      packaging/gateway/press7.toml
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnfgs-gateway/examples COMPONENT gateway)
+endif()
+
 # Man pages, whose options come from the programs' own help: where the programs run.
 find_program(TARN_PERL perl)
 if(CMAKE_CROSSCOMPILING OR TARN_SANITIZE OR NOT TARN_PERL)
   return()
 endif()
 string(TIMESTAMP TARN_DATE "%Y-%m-%d" UTC)
-foreach(program fgs fgs-sim)
+set(TARN_DOCUMENTED fgs fgs-sim)
+if(TARGET fgs-gateway)
+  list(APPEND TARN_DOCUMENTED fgs-gateway)
+endif()
+foreach(program ${TARN_DOCUMENTED})
   set(page ${CMAKE_BINARY_DIR}/packaging/${program}.1)
   configure_file(packaging/${program}.1.in ${page}.in @ONLY)
   add_custom_command(OUTPUT ${page}.gz
@@ -61,6 +75,21 @@ foreach(program fgs fgs-sim)
     COMMAND gzip -9nf ${page}
     DEPENDS ${program} ${page}.in packaging/manpage VERBATIM)
   list(APPEND TARN_MAN_PAGES ${page}.gz)
+  set(component tools)
+  if(program STREQUAL fgs-gateway)
+    set(component gateway)
+  endif()
+  install(FILES ${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
 endforeach()
+if(TARGET fgs-gateway)
+  set(page ${CMAKE_BINARY_DIR}/packaging/fgs-gateway.toml.5)
+  set(source ${CMAKE_CURRENT_SOURCE_DIR}/docs/gateway.md)
+  configure_file(packaging/fgs-gateway.toml.5.in ${page}.in @ONLY)
+  add_custom_command(OUTPUT ${page}.gz
+    COMMAND ${TARN_PERL} ${CMAKE_CURRENT_SOURCE_DIR}/packaging/settings-manpage ${source} ${page}.in > ${page}
+    COMMAND gzip -9nf ${page}
+    DEPENDS ${source} ${page}.in packaging/settings-manpage VERBATIM)
+  list(APPEND TARN_MAN_PAGES ${page}.gz)
+  install(FILES ${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT gateway)
+endif()
 add_custom_target(man ALL DEPENDS ${TARN_MAN_PAGES})
-install(FILES ${TARN_MAN_PAGES} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)

@@ -1,4 +1,4 @@
-# Debian packages, one a component: libtarnfgs1, libtarnfgs-dev, tarnfgs-tools. ./package drives it.
+# Debian packages, one a component: libtarnfgs1, libtarnfgs-dev, tarnfgs-tools, tarnfgs-gateway. ./package drives it.
 
 set(runtime libtarnfgs${PROJECT_VERSION_MAJOR})
 set(CPACK_GENERATOR DEB)
@@ -41,14 +41,28 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "Tools: fgs reads, writes and polls a control
 Wireshark shows what they record.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS wireshark)
 
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_NAME tarnfgs-gateway)
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_GATEWAY_DESCRIPTION "Gateway to a broker: fgs-gateway publishes the values of a line by MQTT, as
+JSON or Sparkplug B, and writes what it is told to and may.")
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_SUGGESTS "tarnfgs-tools, mosquitto")
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_CONTROL_EXTRA
+  ${CMAKE_CURRENT_SOURCE_DIR}/packaging/gateway/postinst ${CMAKE_CURRENT_SOURCE_DIR}/packaging/gateway/prerm
+  ${CMAKE_CURRENT_SOURCE_DIR}/packaging/gateway/postrm)
+
 # The libraries of the target are not those of a machine that only cross-compiles.
 if(NOT CMAKE_CROSSCOMPILING)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_GATEWAY_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
 else()
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
     "libc6 (>= 2.4), libgcc-s1 (>= 3.5), libqt5core5a (>= 5.15.1), libstdc++6 (>= 11)")
+  string(APPEND CPACK_DEBIAN_GATEWAY_PACKAGE_DEPENDS ", libc6 (>= 2.34), libgcc-s1 (>= 3.5), libgnutls30 (>= 3.7.0), "
+    "libmicrohttpd12 (>= 0.9.75), libmosquitto1 (>= 2.0.11), libprometheus-cpp-core1.0 (>= 1.0.1), "
+    "libqt5core5a (>= 5.15.1), libqt5serialport5 (>= 5.15.0), libsqlite3-0 (>= 3.40.0), libstdc++6 (>= 12)")
 endif()
 
 string(TIMESTAMP TARN_CHANGED "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -67,6 +81,10 @@ set(CPACK_COMPONENTS_ALL runtime development)
 if(TARGET fgs AND TARGET fgs-sim)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   tarn_package_documents(tools tarnfgs-tools)
+endif()
+if(TARGET fgs-gateway)
+  list(APPEND CPACK_COMPONENTS_ALL gateway)
+  tarn_package_documents(gateway tarnfgs-gateway)
 endif()
 
 include(CPack)

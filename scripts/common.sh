@@ -76,7 +76,7 @@ need_for_tools() {
 
 need_for_build() {
     need_for_tools
-    need pkg-config libmosquitto-dev libprotozero-dev libmicrohttpd-dev prometheus-cpp-dev libsqlite3-dev
+    need pkg-config libmosquitto-dev libprotozero-dev libmicrohttpd-dev libgnutls28-dev prometheus-cpp-dev libsqlite3-dev
 }
 
 # quietly COMMAND...: shows the output only if the command fails.

@@ -407,10 +407,11 @@ Doctor::Result Doctor::roundTrips()
                                   milliseconds(longest), milliseconds(plan.probe.patience));
     if (lost > 0)
         return {Mark::Found, text,
-                QStringLiteral("check plugs, termination and shield; a longer --timeout shows if "
-                               "answers are late")};
+                QStringLiteral("check plugs, termination and shield; a longer %1 shows if answers are late")
+                    .arg(plan.timeoutSetting)};
     if (longest > plan.probe.patience / 2)
-        return {Mark::Found, text, QStringLiteral("set --timeout to %1 at least").arg(2 * longest / 1ms + 1)};
+        return {Mark::Found, text,
+                QStringLiteral("set %1 to %2 at least").arg(plan.timeoutSetting).arg(2 * longest / 1ms + 1)};
     return {Mark::Ok, text};
 }
 

@@ -20,6 +20,7 @@ struct DoctorPlan {
     ProbeSettings probe;       ///< its patience is the time limit that round trips are compared with
     Time listen = 1s;          ///< to the silent line
     int rounds = 10;           ///< questions for the round trips
+    QString timeoutSetting = QStringLiteral("--timeout"); ///< what the user calls the time limit
 };
 
 enum class Mark {

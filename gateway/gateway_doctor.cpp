@@ -1,0 +1,355 @@
+#include "gateway_doctor.h"
+
+#include "broker_probe.h"
+#include "certificates.h"
+#include "host/text_error.h"
+
+#include <cerrno>
+#include <cstring>
+#include <netdb.h>
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QStringList>
+#include <set>
+#include <sys/socket.h>
+#include <sys/statvfs.h>
+#include <sys/timex.h>
+#include <unistd.h>
+
+namespace fgs
+{
+
+namespace
+{
+
+const Epoch Plausible = 1704067200000; ///< 2024-01-01: before it, a clock has never been set
+
+/// "name: why; what to do" as text and remedy.
+std::pair<QString, QString> split(const QString &message)
+{
+    const int at = static_cast<int>(message.indexOf(QLatin1String("; ")));
+    return at < 0 ? std::make_pair(message, QString()) : std::make_pair(message.left(at), message.mid(at + 2));
+}
+
+TcpAddress tcpOf(const BrokerAddress &address)
+{
+    return {QString::fromStdString(address.host), address.port};
+}
+
+/// One that the controllers have, if the file names a word.
+Variable wordIn(const std::vector<Variable> &variables, const Variable &otherwise)
+{
+    for (const Variable &variable : variables)
+        if (areaOf(variable.area)->kind == AreaKind::Word)
+            return {variable.area, variable.address, 1, variable.station};
+    return otherwise;
+}
+
+QString nameText(const BrokerAddress &address)
+{
+    return QString::fromStdString(nameOf(address));
+}
+
+QString systemText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+/// 0, or the errno that tells why nobody can listen there.
+int listenError(const HttpSettings &http)
+{
+    addrinfo hints = {};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_PASSIVE | AI_NUMERICHOST;
+    addrinfo *found = nullptr;
+    if (::getaddrinfo(http.address.c_str(), std::to_string(http.port).c_str(), &hints, &found) != 0)
+        return EADDRNOTAVAIL;
+    const int one = 1;
+    const int socket = ::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
+    const bool isFree = ::bind(socket, found->ai_addr, found->ai_addrlen) == 0 && ::listen(socket, 1) == 0;
+    const int error = isFree ? 0 : errno;
+    ::close(socket);
+    ::freeaddrinfo(found);
+    return error;
+}
+
+std::int64_t roomIn(const QString &folder)
+{
+    struct statvfs disk = {};
+    if (::statvfs(folder.toLocal8Bit().constData(), &disk) != 0)
+        return 0;
+    return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
+}
+
+QString megabytes(std::int64_t bytes)
+{
+    return QStringLiteral("%1 MB").arg(bytes >> 20);
+}
+
+} // namespace
+
+ClockState thisClock()
+{
+    timex state = {};
+    const int result = ::adjtimex(&state);
+    return {QDateTime::currentMSecsSinceEpoch(), result != TIME_ERROR && (state.status & STA_UNSYNC) == 0};
+}
+
+struct GatewayDoctor::Check {
+    const char *name;
+    Result (GatewayDoctor::*look)();
+};
+
+const GatewayDoctor::Check GatewayDoctor::Checks[] = {{"file", &GatewayDoctor::read},
+                                                      {"clock", &GatewayDoctor::time},
+                                                      {"certificates", &GatewayDoctor::certificates},
+                                                      {"broker name", &GatewayDoctor::hostNames},
+                                                      {"broker", &GatewayDoctor::connections},
+                                                      {"login", &GatewayDoctor::login},
+                                                      {"publish", &GatewayDoctor::publish},
+                                                      {"will", &GatewayDoctor::will},
+                                                      {"spool", &GatewayDoctor::spool},
+                                                      {"HTTP", &GatewayDoctor::http}};
+
+GatewayDoctor::GatewayDoctor(QString theFile, const ClockState &theClock, DoctorSystem &theSystem,
+                             const Stop &theStop)
+    : file(std::move(theFile)), clock(theClock), system(theSystem), stop(theStop)
+{
+}
+
+GatewayDoctor::~GatewayDoctor() = default;
+
+std::vector<CheckResult> GatewayDoctor::run(const Doctor::Observer &observer)
+{
+    std::vector<CheckResult> findings;
+    for (const Check &check : Checks) {
+        observer(check.name);
+        const Result result = look(check);
+        findings.push_back({check.name, result.mark, result.text, result.remedy});
+    }
+    watcher.reset();
+    actor.reset();
+    if (settings)
+        examineLine(observer, findings);
+    return findings;
+}
+
+GatewayDoctor::Result GatewayDoctor::look(const Check &check)
+{
+    const bool isIndependent = &check < Checks + 2;
+    if (!settings && !isIndependent)
+        return {Mark::NotChecked, QStringLiteral("the file cannot be used")};
+    const Result result = stop.isRequested() ? Result{} : (this->*check.look)();
+    return stop.isRequested() ? Result{Mark::NotChecked, QStringLiteral("interrupted")} : result;
+}
+
+void GatewayDoctor::examineLine(const Doctor::Observer &observer, std::vector<CheckResult> &findings)
+{
+    DoctorPlan plan;
+    plan.link = settings->link;
+    plan.probe.place = wordIn(settings->variables(), plan.probe.place);
+    plan.probe.patience = settings->host.timing.timeout;
+    std::set<int> stations;
+    for (const Variable &variable : settings->variables())
+        stations.insert(variable.station);
+    plan.stations.assign(stations.begin(), stations.end());
+    plan.timeoutSetting = QStringLiteral("timeout_ms");
+    for (const CheckResult &finding : Doctor(plan, system, stop).run(observer))
+        findings.push_back(finding);
+}
+
+GatewayDoctor::Result GatewayDoctor::read()
+{
+    try {
+        settings.emplace(readGatewaySettings(file));
+    } catch (const TextError &error) {
+        return {Mark::Found, QString::fromUtf8(error.what()),
+                QStringLiteral("mend it; fgs-gateway --check %1 tells when it is right").arg(file)};
+    }
+    return {Mark::Ok, QStringLiteral("%1 tags in %2 groups, gateway '%3'")
+                          .arg(settings->tags.size())
+                          .arg(settings->groups.size())
+                          .arg(QString::fromStdString(settings->name))};
+}
+
+GatewayDoctor::Result GatewayDoctor::time()
+{
+    const QString now =
+        QDateTime::fromMSecsSinceEpoch(clock.now).toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss 'UTC'"));
+    const QString remedy =
+        QStringLiteral("sudo timedatectl set-ntp true, or chrony; times of values and the age of commands "
+                       "depend on the clock");
+    if (clock.now < Plausible)
+        return {Mark::Found, now + QStringLiteral(": the clock has never been set"), remedy};
+    if (!clock.isSynchronised)
+        return {Mark::Found, now + QStringLiteral(", but nothing keeps the clock synchronised"), remedy};
+    return {Mark::Ok, now + QStringLiteral(", synchronised")};
+}
+
+GatewayDoctor::Result GatewayDoctor::certificates()
+{
+    if (!settings->broker.tls)
+        return {Mark::NotChecked, QStringLiteral("the file has no [broker.tls]")};
+    const std::vector<CertificateFault> faults = faultsOf(*settings->broker.tls, clock.now);
+    if (faults.empty())
+        return {Mark::Ok, QStringLiteral("readable, and valid until ") +
+                              QDateTime::fromMSecsSinceEpoch(validUntil(*settings->broker.tls))
+                                  .toUTC()
+                                  .toString(QStringLiteral("yyyy-MM-dd"))};
+    QStringList texts, remedies;
+    for (const CertificateFault &fault : faults) {
+        texts << fault.text;
+        remedies << fault.remedy;
+    }
+    remedies.removeDuplicates();
+    return {Mark::Found, texts.join(QStringLiteral("; ")), remedies.join(QStringLiteral("; "))};
+}
+
+GatewayDoctor::Result GatewayDoctor::hostNames()
+{
+    for (const BrokerAddress &address : settings->broker.addresses)
+        if (const QString error = system.lookUp(tcpOf(address), stop); !error.isEmpty()) {
+            const auto [text, remedy] = split(error);
+            return {Mark::Found, text, remedy.isEmpty() ? QStringLiteral("check host in [broker]") : remedy};
+        }
+    return {Mark::Ok, QStringLiteral("every host of [broker] has an address")};
+}
+
+GatewayDoctor::Result GatewayDoctor::connections()
+{
+    QStringList faults;
+    for (const BrokerAddress &address : settings->broker.addresses) {
+        const std::unique_ptr<Link> link = system.connectTo(tcpOf(address));
+        link->endBy(&stop);
+        if (link->open())
+            reachable.push_back(address);
+        else
+            faults << nameText(address) + QStringLiteral(": ") + split(link->error()).first;
+    }
+    if (faults.isEmpty())
+        return {Mark::Ok, QStringLiteral("%1 takes connections").arg(nameText(reachable.front()))};
+    return {Mark::Found, faults.join(QStringLiteral("; ")),
+            QStringLiteral("check that the broker runs and listens there, host and port in [broker], and firewalls "
+                           "between")};
+}
+
+/// A client id of its own does not throw a running gateway out.
+BrokerSettings GatewayDoctor::brokerAs(const char *suffix) const
+{
+    BrokerSettings broker = settings->broker;
+    broker.clientId += suffix;
+    return broker;
+}
+
+/// Below what the gateway may publish; in Sparkplug's own topics it would disturb.
+std::string GatewayDoctor::testTopic() const
+{
+    return (isSparkplug() ? "fgs" : settings->layout.base) + '/' + settings->name + "/doctor";
+}
+
+GatewayDoctor::Result GatewayDoctor::notConnected() const
+{
+    return {Mark::NotChecked, reachable.empty() ? QStringLiteral("no broker takes connections")
+                                                : QStringLiteral("the broker does not let the gateway in")};
+}
+
+GatewayDoctor::Result GatewayDoctor::login()
+{
+    if (reachable.empty())
+        return notConnected();
+    watcherSettings = brokerAs("-doctor");
+    actorSettings = brokerAs("-doctor-will");
+    try {
+        watcher = std::make_unique<BrokerProbe>(watcherSettings, reachable.front(), stop);
+        actor = std::make_unique<BrokerProbe>(actorSettings, reachable.front(), stop);
+    } catch (const TextError &error) {
+        return {Mark::Found, QString::fromUtf8(error.what()),
+                QStringLiteral("check password_file and [broker.tls], and who may read the files")};
+    }
+    const Message will{testTopic(), "will", 1, false};
+    for (std::unique_ptr<BrokerProbe> *each : {&watcher, &actor})
+        if (!(*each)->connect(each == &actor ? will : Message{})) {
+            const auto [text, remedy] = split(QString::fromStdString((*each)->error()));
+            watcher.reset();
+            actor.reset();
+            return {Mark::Found, text, remedy.isEmpty() ? QStringLiteral("look into the broker's log") : remedy};
+        }
+    return {Mark::Ok,
+            settings->broker.user.empty()
+                ? QStringLiteral("accepted, without a user")
+                : QStringLiteral("user '%1' is accepted").arg(QString::fromStdString(settings->broker.user))};
+}
+
+/// Of something that did not come back.
+GatewayDoctor::Result GatewayDoctor::unheard(const char *what) const
+{
+    const QString topic = QString::fromStdString(testTopic());
+    if (isSparkplug())
+        return {Mark::NotChecked, QStringLiteral("the broker does not let this user try it on %1").arg(topic)};
+    return {Mark::Found, QStringLiteral("%1 on %2 does not arrive").arg(QLatin1String(what), topic),
+            QStringLiteral("let the user write BASE/GATEWAY/# in the broker's access list")};
+}
+
+GatewayDoctor::Result GatewayDoctor::publish()
+{
+    if (!watcher)
+        return notConnected();
+    if (!watcher->subscribe(testTopic()))
+        return {Mark::NotChecked, QStringLiteral("the broker does not let this user read %1, to see what arrives")
+                                      .arg(QString::fromStdString(testTopic()))};
+    isHeard = actor->publish({testTopic(), "test", 1, false}) && watcher->receives("test");
+    return isHeard ? Result{Mark::Ok,
+                            QStringLiteral("a message on %1 arrives").arg(QString::fromStdString(testTopic()))}
+                   : unheard("a message");
+}
+
+GatewayDoctor::Result GatewayDoctor::will()
+{
+    if (!watcher)
+        return notConnected();
+    if (!isHeard)
+        return {Mark::NotChecked, QStringLiteral("what is published cannot be seen")};
+    actor->cut();
+    return watcher->receives("will")
+               ? Result{Mark::Ok, QStringLiteral("the broker publishes it when a connection breaks off")}
+               : unheard("the will of a connection that broke off");
+}
+
+GatewayDoctor::Result GatewayDoctor::spool()
+{
+    if (!settings->spool)
+        return {Mark::NotChecked, QStringLiteral("the file has no [spool]")};
+    const QFileInfo info(QString::fromStdString(settings->spool->file));
+    const QString folder = info.absolutePath();
+    const QString place = info.exists() ? info.absoluteFilePath() : folder;
+    if (::access(folder.toLocal8Bit().constData(), W_OK | X_OK) != 0 ||
+        ::access(place.toLocal8Bit().constData(), R_OK | W_OK) != 0)
+        return {Mark::Found, QStringLiteral("'%1' cannot be written: %2").arg(place, systemText(errno)),
+                QStringLiteral("make the folder, give it to the user of the gateway, or mend file in [spool]")};
+    const std::int64_t needed = settings->spool->mostBytes - info.size(), room = roomIn(folder);
+    const QString text = QStringLiteral("%1 are free in '%2'").arg(megabytes(room), folder);
+    if (room < needed)
+        return {Mark::Found, text + QStringLiteral(", and %1 may be needed").arg(megabytes(needed)),
+                QStringLiteral("make room, or a smaller megabytes in [spool]")};
+    return {Mark::Ok, text};
+}
+
+GatewayDoctor::Result GatewayDoctor::http()
+{
+    if (!settings->http)
+        return {Mark::NotChecked, QStringLiteral("the file has no [http]")};
+    const QString place =
+        QStringLiteral("%1:%2").arg(QString::fromStdString(settings->http->address)).arg(settings->http->port);
+    const int error = listenError(*settings->http);
+    if (error == EADDRINUSE)
+        return {Mark::Found, place + QStringLiteral(" is in use"),
+                QStringLiteral("if this gateway is not running, choose another port as listen in [http]")};
+    if (error != 0)
+        return {Mark::Found, QStringLiteral("nobody can listen on %1: %2").arg(place, systemText(error)),
+                QStringLiteral("mend listen in [http]: an address of this computer and a free port")};
+    return {Mark::Ok, place + QStringLiteral(" is free")};
+}
+
+} // namespace fgs

@@ -1,0 +1,36 @@
+#include "commands.h"
+
+#include "console.h"
+#include "gateway/settings.h"
+#include "tools/failure.h"
+
+namespace fgs
+{
+
+namespace
+{
+
+GatewaySettings settingsOf(const Options &options)
+{
+    return readGatewaySettings(QString::fromStdString(options.file));
+}
+
+} // namespace
+
+int checkCommand(const Options &options)
+{
+    const GatewaySettings settings = settingsOf(options);
+    printLine(QStringLiteral("%1: no faults; gateway '%2' with %3 tags in %4 groups")
+                  .arg(QString::fromStdString(options.file), QString::fromStdString(settings.name))
+                  .arg(settings.tags.size())
+                  .arg(settings.groups.size()));
+    return ExitOk;
+}
+
+int initCommand(const Options &options)
+{
+    printLine(initialSettings(QString::fromStdString(options.link)).trimmed());
+    return ExitOk;
+}
+
+} // namespace fgs
