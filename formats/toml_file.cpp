@@ -189,6 +189,19 @@ std::vector<TomlTable> TomlTable::tables(const std::string &key)
     return found;
 }
 
+std::optional<TomlTable> TomlTable::table(const std::string &key, const std::string &example)
+{
+    const toml::node *const node = content->find(key);
+    if (!node)
+        return {};
+    if (!node->is_table()) {
+        content->refuse(*node, "'" + key + "' is no table", "write it like " + example);
+        return {};
+    }
+    content->document.contents.push_back({*node->as_table(), content->document});
+    return TomlTable(&content->document.contents.back());
+}
+
 std::optional<TomlValue<std::string>> TomlTable::requiredText(const std::string &key, const std::string &example)
 {
     require(key, example);
@@ -211,6 +224,23 @@ bool TomlTable::holdsNumber(const std::string &key) const
 {
     const toml::node *const node = content->table.get(key);
     return node && node->is_number();
+}
+
+bool TomlTable::holdsFlag(const std::string &key) const
+{
+    const toml::node *const node = content->table.get(key);
+    return node && node->is_boolean();
+}
+
+TomlPlace TomlTable::placeOf(const std::string &key) const
+{
+    const toml::node *const node = content->table.get(key);
+    return node ? placeIn(node->source()) : place();
+}
+
+void TomlTable::leaveAlone(const std::vector<std::string> &keys)
+{
+    content->known.insert(content->known.end(), keys.begin(), keys.end());
 }
 
 void TomlTable::refuseOthers()

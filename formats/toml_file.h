@@ -52,15 +52,22 @@ public:
     std::vector<TomlValue<std::string>> texts(const std::string &key);
     /// The tables of [[key]], or of an array of inline tables.
     std::vector<TomlTable> tables(const std::string &key);
+    /// The table of [key], or an inline one. The example is how one is written.
+    std::optional<TomlTable> table(const std::string &key, const std::string &example);
     /// As text(); a fault if there is none. The example is a whole line of the file.
     std::optional<TomlValue<std::string>> requiredText(const std::string &key, const std::string &example);
 
     /// Whether there is one of this name; if not, that is a fault. The example is a whole line of the file.
     bool require(const std::string &key, const std::string &example);
-    // Whether there is one, and one of numbers. This is not asking for it.
+    // Whether there is one, and of which kind. This is not asking for it.
     bool holds(const std::string &key) const;
     bool holdsNumber(const std::string &key) const;
+    bool holdsFlag(const std::string &key) const;
+    /// Of its value; of the table if there is none.
+    TomlPlace placeOf(const std::string &key) const;
 
+    /// The table may hold them, too; whatever they are is right.
+    void leaveAlone(const std::vector<std::string> &keys);
     /// Every key that was not asked for is a fault; to be called once all were.
     void refuseOthers();
 
