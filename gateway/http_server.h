@@ -22,14 +22,16 @@ class HttpServer
 public:
     using Handler = std::function<HttpReply(const std::string &path)>;
 
-    /// Answers GET and HEAD of the handler's paths. Port 0 is a free one. Throws TextError, which says why it
-    /// cannot listen and what to do.
-    HttpServer(const std::string &address, int port, Handler theHandler);
+    /// Answers GET and HEAD with what the handler says of the path; it tells unknown paths by status 404. Port 0 is
+    /// a free one. At most 32 connections at a time, others wait; one on which nothing happens that long is closed.
+    /// Throws TextError, which says why it cannot listen and what to do.
+    HttpServer(const std::string &address, int port, Handler theHandler,
+               std::chrono::seconds longestIdle = std::chrono::seconds(10));
     ~HttpServer();
 
     int port() const;
     int descriptor() const;                        ///< readable when step() has something to do
-    std::chrono::milliseconds longestWait() const; ///< until step() is due all the same
+    std::chrono::milliseconds longestWait() const; ///< until step() is due all the same; max(): never
     void step();
 
 private:

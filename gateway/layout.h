@@ -66,6 +66,8 @@ public:
     /// The samples as records, those of one time and one key together, in the order of time.
     virtual std::vector<Record> records(const std::vector<const Sample *> &samples) const = 0;
     virtual Message live(const Record &record, Epoch now) = 0;
+    /// Whether history of the key can be told now; if not, its records wait until it can.
+    virtual bool takesHistory(const std::string & /*key*/) const { return true; }
     /// Of a record that was kept. None if nothing of it can be told any more.
     virtual std::optional<Message> history(const Record &record, Epoch now) = 0;
     /// What is sent again and again without a change; asked for every minute.
@@ -73,7 +75,7 @@ public:
     /// Before an intended end.
     virtual std::vector<Message> farewell(const Picture &picture, Epoch now) = 0;
 
-    virtual Incoming incoming(const Received &message) const = 0;
+    virtual Incoming incoming(const Received &message) = 0;
     /// None if the layout has no place for answers.
     virtual std::optional<Message> answer(const CommandAnswer &answer, Epoch now) = 0;
 };

@@ -25,7 +25,7 @@ struct GatewayFigures {
     bool hasSpool = false;
 };
 
-/// The text format of Prometheus, 0.0.4.
+/// The text format of Prometheus, 0.0.4. Without a spool there are no metrics of one.
 std::string metricsText(const GatewayFigures &figures);
 
 /// Whether the gateway does its work: line and broker up. The text is JSON, for people and probes.

@@ -149,6 +149,7 @@ TEST_F(MqttClientTest, TellsThatAnotherClientMayHaveItsId)
     MqttUser first(settings("same"));
     first.stepUntilConnected();
     MqttUser second(settings("same"));
+    second.stepUntilConnected();
     first.stepUntil([&] { return !first.ends.empty(); });
     EXPECT_PRED2(contains, first.ends[0], "another client has the id 'same'");
 }

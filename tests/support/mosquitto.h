@@ -92,9 +92,9 @@ public:
     void makeCertificate(const std::string &authority, const std::string &name) const
     {
         if (::access(file(authority + ".crt").c_str(), R_OK) != 0)
-            openssl("req -x509 -newkey rsa:2048 -nodes -days 30 -subj /CN=" + authority + " -keyout " +
+            openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 30 -subj /CN=" + authority + " -keyout " +
                     file(authority + ".key") + " -out " + file(authority + ".crt"));
-        openssl("req -newkey rsa:2048 -nodes -subj /CN=" + name + " -keyout " + file(name + ".key") + " -out " +
+        openssl("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " + file(name + ".key") + " -out " +
                 file(name + ".csr"));
         std::ofstream(file("extensions")) << "subjectAltName=IP:127.0.0.1,DNS:localhost\n";
         openssl("x509 -req -days 30 -in " + file(name + ".csr") + " -CA " + file(authority + ".crt") + " -CAkey " +

@@ -1,0 +1,76 @@
+#include "set_aside.h"
+
+#include <array>
+#include <ctime>
+#include <filesystem>
+#include <set>
+
+namespace fgs
+{
+
+namespace
+{
+
+namespace files = std::filesystem;
+
+const std::size_t MostSetAside = 3;
+const std::array<const char *, 3> Companions = {"-wal", "-journal", "-shm"};
+
+std::string stampOf(std::time_t time)
+{
+    std::tm parts = {};
+    ::gmtime_r(&time, &parts);
+    std::array<char, 32> text = {};
+    const std::size_t size = std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &parts);
+    return std::string(text.data(), size);
+}
+
+std::string freeName(const std::string &prefix)
+{
+    std::time_t time = std::time(nullptr);
+    while (files::exists(prefix + stampOf(time)))
+        ++time;
+    return prefix + stampOf(time);
+}
+
+bool isCompanion(const std::string &name)
+{
+    return name.find('-', name.rfind('.') + sizeof "damaged-") != std::string::npos;
+}
+
+void removeAll(const files::path &path)
+{
+    files::remove(path);
+    for (const char *companion : Companions)
+        files::remove(path.string() + companion);
+}
+
+void removeOldest(const files::path &prefix)
+{
+    const files::path folder = prefix.has_parent_path() ? prefix.parent_path() : files::path(".");
+    const std::string start = prefix.filename();
+    std::set<files::path> found; // by their time
+    for (const files::directory_entry &entry : files::directory_iterator(folder)) {
+        const std::string name = entry.path().filename();
+        if (name.compare(0, start.size(), start) == 0 && !isCompanion(name))
+            found.insert(entry.path());
+    }
+    for (; found.size() > MostSetAside; found.erase(found.begin()))
+        removeAll(*found.begin());
+}
+
+} // namespace
+
+std::string setAside(const std::string &path)
+{
+    const std::string prefix = path + ".damaged-";
+    const std::string name = freeName(prefix);
+    files::rename(path, name);
+    for (const char *companion : Companions)
+        if (files::exists(path + companion))
+            files::rename(path + companion, name + companion);
+    removeOldest(prefix);
+    return name;
+}
+
+} // namespace fgs
