@@ -8,8 +8,8 @@ namespace
 {
 
 const char *const Template =
-    R"(# A gateway from one line to an MQTT broker; docs/gateway.md and fgs-gateway.toml(5) tell more. Keys behind a # have
-# what holds without them, or an example.
+    R"(# A gateway from one line to an MQTT broker; docs/gateway.md and fgs-gateway.toml(5) tell more. Keys behind a # show
+# what holds without them, or are examples.
 
 # name = "press7"               # stands in topics; without it the name of this file
 link = "%1"

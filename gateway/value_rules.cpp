@@ -23,11 +23,16 @@ bool isNumber(const Tag &tag)
     return tag.kind() != AreaKind::Bit && tag.type->meaning != ValueType::Text;
 }
 
-/// In the fewest digits that mean the same number.
+/// In the fewest digits that mean the same number; without an exponent, which integers cannot have, unless it is
+/// far beyond all of them.
 std::string digitsOf(double number)
 {
     char text[400];
-    return {text, std::to_chars(text, text + sizeof text, number, std::chars_format::fixed).ptr};
+    const bool isShort = std::abs(number) < 1e15;
+    const std::to_chars_result end = isShort
+                                         ? std::to_chars(text, text + sizeof text, number, std::chars_format::fixed)
+                                         : std::to_chars(text, text + sizeof text, number);
+    return {text, end.ptr};
 }
 
 milliseconds pauseIn(TomlTable &table, const char *key, milliseconds inherited)
