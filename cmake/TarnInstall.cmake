@@ -59,7 +59,7 @@ endif()
 
 # Man pages, whose options come from the programs' own help: where the programs run.
 find_program(TARN_PERL perl)
-if(CMAKE_CROSSCOMPILING OR TARN_SANITIZE OR NOT TARN_PERL)
+if(TARN_SANITIZE OR NOT TARN_PERL OR (CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR))
   return()
 endif()
 string(TIMESTAMP TARN_DATE "%Y-%m-%d" UTC)
@@ -71,7 +71,8 @@ foreach(program ${TARN_DOCUMENTED})
   set(page ${CMAKE_BINARY_DIR}/packaging/${program}.1)
   configure_file(packaging/${program}.1.in ${page}.in @ONLY)
   add_custom_command(OUTPUT ${page}.gz
-    COMMAND ${TARN_PERL} ${CMAKE_CURRENT_SOURCE_DIR}/packaging/manpage $<TARGET_FILE:${program}> ${page}.in > ${page}
+    COMMAND ${TARN_PERL} ${CMAKE_CURRENT_SOURCE_DIR}/packaging/manpage ${page}.in ${CMAKE_CROSSCOMPILING_EMULATOR}
+      $<TARGET_FILE:${program}> > ${page}
     COMMAND gzip -9nf ${page}
     DEPENDS ${program} ${page}.in packaging/manpage VERBATIM)
   list(APPEND TARN_MAN_PAGES ${page}.gz)

@@ -78,7 +78,7 @@ install(FILES packaging/lintian-overrides
   DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME ${runtime} COMPONENT runtime)
 
 set(CPACK_COMPONENTS_ALL runtime development)
-if(TARGET fgs AND TARGET fgs-sim)
+if(TARGET fgs AND TARGET fgs-sim AND NOT CMAKE_CROSSCOMPILING)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   tarn_package_documents(tools tarnfgs-tools)
 endif()

@@ -1,0 +1,368 @@
+// The gateway as a program, between a simulated controller and a real broker.
+#include "support/mosquitto.h"
+#include "support/mqtt_user.h"
+#include "support/process.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <QtCore/QDateTime>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <sys/un.h>
+
+namespace
+{
+
+struct Ended {
+    int code;
+    std::string out, log;
+};
+
+std::string programOf(const char *name)
+{
+    return std::string(TARN_BINARY_DIR "/") + name;
+}
+
+Ended run(const std::vector<std::string> &arguments)
+{
+    Process process(programOf("fgs-gateway"), arguments);
+    const std::string out = process.restOfOutput(), log = process.restOfLog();
+    return {process.wait(), out, log};
+}
+
+bool has(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+const char OneGroup[] = R"([[group]]
+name = "oven"
+tag = [
+    { name = "temp", variable = "5:100:s16", scale = 0.1 },
+    { name = "sp", variable = "5:101:s16", scale = 0.1, write = { min = 0, max = 250, step = 0.5 } },
+]
+)";
+
+/// A file for the gateway "press7", and a controller that holds 5:100=201 and 5:101=1000.
+class Line
+{
+public:
+    Line()
+        : simulator(programOf("fgs-sim"), {"--tcp", "0", "--log", "quiet", "--values", "still", "--set",
+                                           "5:100=201", "--set", "5:101=1000"}),
+          link(simulator.outputLine())
+    {
+        write(OneGroup);
+    }
+
+    void write(const std::string &groups, const std::string &brokerLines = {}) const
+    {
+        std::ofstream(file) << "name = \"press7\"\nlink = \"" << link
+                            << "\"\n[broker]\nhost = \"127.0.0.1\"\nport = " << port << '\n'
+                            << brokerLines << groups;
+    }
+
+    const TemporaryFolder folder;
+    const std::string file = folder.path / "file.toml";
+    int port = 1; ///< of the broker
+
+private:
+    Process simulator;
+
+public:
+    const std::string link;
+};
+
+QJsonObject objectIn(const std::string &json)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(json)).object();
+}
+
+/// With a broker, and somebody who listens.
+class FgsGateway : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        NEED_MOSQUITTO();
+        broker.start();
+        line.port = broker.port();
+        line.write(OneGroup);
+        user = std::make_unique<MqttUser>(brokerSettings({broker.port()}, "listener"),
+                                          std::vector<std::string>{"fgs/press7/#"});
+        user->stepUntilConnected();
+    }
+
+    /// The first message of the topic, old or new, of which it is so.
+    template <typename Condition>
+    QJsonObject await(const std::string &topic, const Condition &isSo)
+    {
+        for (;; user->step())
+            for (const fgs::Received &message : user->received)
+                if (message.topic == "fgs/press7/" + topic && isSo(objectIn(message.payload)))
+                    return objectIn(message.payload);
+    }
+    QJsonObject awaitState(const char *state)
+    {
+        return await("status", [state](const QJsonObject &message) {
+            return message.value(QStringLiteral("state")).toString() == QLatin1String(state);
+        });
+    }
+    /// A value in the full state of the group.
+    void awaitValue(const char *name, double value)
+    {
+        await("oven/state", [name, value](const QJsonObject &message) {
+            return message.value(QStringLiteral("values")).toObject().value(QLatin1String(name)).toDouble(-1) ==
+                   value;
+        });
+    }
+    /// What the program says about something.
+    static std::string awaitMessage(Process &gateway, const std::string &part)
+    {
+        std::string message;
+        do
+            message = gateway.logLine();
+        while (!has(message, part));
+        return message;
+    }
+
+    void send(const std::string &id, const std::string &set)
+    {
+        user->tell({"fgs/press7/cmd", R"({"id":")" + id + R"(","ts":)" +
+                                          std::to_string(QDateTime::currentMSecsSinceEpoch()) + R"(,"set":)" + set +
+                                          "}"});
+    }
+    /// The final one.
+    std::string awaitAnswer(const std::string &id)
+    {
+        const auto isFinal = [&id](const QJsonObject &answer) {
+            return answer.value(QStringLiteral("id")).toString().toStdString() == id &&
+                   answer.value(QStringLiteral("result")).toString() != QStringLiteral("accepted");
+        };
+        return await("ack", isFinal).value(QStringLiteral("result")).toString().toStdString();
+    }
+    int logins() const
+    {
+        const std::string log = broker.log();
+        int count = 0;
+        for (std::size_t at = log.find(" as fgs-gateway-press7"); at != std::string::npos;
+             at = log.find(" as fgs-gateway-press7", at + 1))
+            ++count;
+        return count;
+    }
+
+    Mosquitto broker;
+    Line line;
+    std::unique_ptr<MqttUser> user;
+};
+
+TEST_F(FgsGateway, CarriesValuesAndCommandsUntilItIsEnded)
+{
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitState("online");
+    awaitValue("temp", 20.1);
+    awaitValue("sp", 100);
+
+    await("status", [](const QJsonObject &message) {
+        return message.value(QStringLiteral("link")).toString() == QStringLiteral("up");
+    });
+    send("1", R"({"sp":120.5})");
+    EXPECT_EQ(awaitAnswer("1"), "verified");
+    send("2", R"({"sp":251})");
+    EXPECT_EQ(awaitAnswer("2"), "refused");
+    send("3", R"({"temp":1})");
+    EXPECT_EQ(awaitAnswer("3"), "refused");
+
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    awaitState("offline");
+}
+
+TEST_F(FgsGateway, WritesNothingWhenItMayOnlyRead)
+{
+    Process gateway(programOf("fgs-gateway"), {"--read-only", line.file});
+    awaitValue("sp", 100);
+    send("1", R"({"sp":120.5})");
+    EXPECT_EQ(awaitAnswer("1"), "refused");
+    gateway.signal(SIGINT);
+    EXPECT_EQ(gateway.wait(), 0);
+}
+
+TEST_F(FgsGateway, TakesAFileThatWasChangedOverTheSameConnection)
+{
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitValue("temp", 20.1);
+
+    line.write(std::string("[[group]]\nname = \"oven\"\ndeadband = 5\n") + std::string(OneGroup).substr(27));
+    gateway.signal(SIGHUP);
+    EXPECT_TRUE(has(awaitMessage(gateway, line.file), "applies"));
+
+    line.write(std::string(OneGroup) +
+               "[[group]]\nname = \"more\"\ntag = [{ name = \"x\", variable = \"5:100\" }]\n");
+    gateway.signal(SIGHUP);
+    EXPECT_TRUE(has(awaitMessage(gateway, line.file), "applies"));
+    await("more/state", [](const QJsonObject &message) {
+        return message.value(QStringLiteral("values")).toObject().value(QStringLiteral("x")).toDouble() == 201;
+    });
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    EXPECT_EQ(logins(), 1);
+}
+
+TEST_F(FgsGateway, RefusesAFileWithFaultsAndGoesOn)
+{
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitValue("temp", 20.1);
+    line.write("[[group]]\nname = \"oven\"\ntag = [{ name = \"temp\", variable = \"99:1\" }, { nome = 1 }]\n");
+    gateway.signal(SIGHUP);
+    EXPECT_TRUE(has(awaitMessage(gateway, line.file), "is refused"));
+    EXPECT_TRUE(has(awaitMessage(gateway, ":8:"), "99"));
+    send("1", R"({"sp":99.5})");
+    EXPECT_EQ(awaitAnswer("1"), "verified");
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    EXPECT_EQ(logins(), 1);
+}
+
+/// The service manager.
+class Manager
+{
+public:
+    explicit Manager(const std::string &path) : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+        EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+        ::setenv("NOTIFY_SOCKET", path.c_str(), 1);
+        ::setenv("WATCHDOG_USEC", "100000", 1);
+    }
+    Manager(const Manager &) = delete;
+    Manager &operator=(const Manager &) = delete;
+    ~Manager()
+    {
+        ::unsetenv("NOTIFY_SOCKET");
+        ::unsetenv("WATCHDOG_USEC");
+        ::close(socket);
+    }
+
+    /// Passes others over.
+    void await(const std::string &beginning) const
+    {
+        char text[4096];
+        ssize_t size = 0;
+        do
+            size = std::max<ssize_t>(0, ::recv(socket, text, sizeof text, 0));
+        while (std::string(text, std::size_t(size)).compare(0, beginning.size(), beginning) != 0);
+    }
+
+private:
+    const int socket;
+};
+
+TEST_F(FgsGateway, TellsTheServiceManager)
+{
+    const Manager manager(line.folder.path / "notify");
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    manager.await("READY=1");
+    manager.await("WATCHDOG=1");
+    manager.await("STATUS=line up, broker up");
+    gateway.signal(SIGHUP);
+    manager.await("RELOADING=1\nMONOTONIC_USEC=");
+    manager.await("READY=1");
+    manager.await("WATCHDOG=1");
+    gateway.signal(SIGTERM);
+    manager.await("STOPPING=1");
+    EXPECT_EQ(gateway.wait(), 0);
+}
+
+TEST_F(FgsGateway, EndsAtOnceAtASecondSignal)
+{
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitState("online");
+    broker.freeze(); // so that the farewell is waited for
+    gateway.signal(SIGTERM);
+    gateway.signal(SIGINT);
+    const int code = gateway.wait();
+    EXPECT_TRUE(code == -SIGINT || code == -SIGTERM || code == 0) << code; // 0: the first was done before
+    broker.thaw();
+}
+
+TEST_F(FgsGateway, RecordsTheLine)
+{
+    const std::string trace = line.folder.path / "line.pcapng";
+    Process gateway(programOf("fgs-gateway"), {"--trace", trace, line.file});
+    awaitValue("temp", 20.1);
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    Process decode(programOf("fgs"), {"decode", trace});
+    EXPECT_TRUE(has(decode.restOfOutput(), "read area 5"));
+    EXPECT_EQ(decode.wait(), 0);
+}
+
+TEST_F(FgsGateway, FindsNothingWrongWithLineAndBroker)
+{
+    const Ended doctor = run({"--doctor", "--json", line.file});
+    for (const char *name : {"file", "broker", "login", "publish", "will", "stations", "round trips"})
+        EXPECT_TRUE(has(doctor.out, std::string(R"("check":")") + name + R"(","mark":"ok")")) << name << doctor.out;
+    EXPECT_TRUE(has(doctor.out, R"({"doctor":{)"));
+    EXPECT_TRUE(has(run({"--doctor", line.file}).out, "not checked  certificates"));
+}
+
+TEST(FgsGatewayFiles, AreCheckedForAllFaultsAtOnce)
+{
+    const Line line;
+    const Ended good = run({"--check", line.file});
+    EXPECT_EQ(good.code, 0) << good.log;
+    EXPECT_TRUE(has(good.out, "2 tags in 1 group"));
+
+    line.write("[[group]]\nname = \"cmd\"\ntag = [{ name = \"temp\", variable = \"99:1\" }]\n", "hots = 1\n");
+    const Ended bad = run({"--check", line.file});
+    EXPECT_EQ(bad.code, 2);
+    EXPECT_EQ(bad.out, "");
+    for (const char *part : {"hots", "cmd", "99"})
+        EXPECT_TRUE(has(bad.log, part)) << part << bad.log;
+}
+
+TEST(FgsGatewayFiles, OfInitAreReadBack)
+{
+    const Line line;
+    const Ended made = run({"--init", line.link});
+    EXPECT_EQ(made.code, 0) << made.log;
+    EXPECT_TRUE(has(made.out, "link = \"" + line.link + "\""));
+    std::ofstream(line.file) << made.out;
+    EXPECT_EQ(run({"--check", line.file}).code, 0);
+    EXPECT_EQ(run({"--init", "tcp:nowhere"}).code, 2);
+}
+
+TEST(FgsGatewayOptions, HaveTheirFaultsTold)
+{
+    const std::pair<std::vector<std::string>, const char *> cases[] = {
+        {{}, "the file is missing; fgs-gateway --init LINK"},
+        {{"--check", "--plan", "x.toml"}, "exclude each other; choose one"},
+        {{"--json", "x.toml"}, "--json goes with --plan and --doctor only"},
+        {{"--check", "--read-only", "x.toml"}, "--read-only is of a running gateway"},
+        {{"--plan", "--trace", "x", "x.toml"}, "--trace is of a running gateway"},
+        {{"--trace-limit", "10M", "x.toml"}, "--trace"},
+        {{"--init", "/dev/ttyS0", "x.toml"}, "--init reads no file"},
+        {{"--nonsense", "x.toml"}, "--nonsense"},
+        {{"/nonexistent.toml"}, "/nonexistent.toml"}};
+    for (const auto &[arguments, text] : cases) {
+        const Ended ended = run(arguments);
+        EXPECT_EQ(ended.code, 2) << text;
+        EXPECT_TRUE(has(ended.log, text)) << ended.log;
+        EXPECT_EQ(ended.out, "");
+    }
+}
+
+TEST(FgsGatewayOptions, AreHelpedWith)
+{
+    const Ended help = run({"--help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_EQ(help.out.find("Examples:"), 0u);
+    for (const char *part : {"--doctor", "SIGHUP", "Exit code:"})
+        EXPECT_TRUE(has(help.out, part)) << part;
+    EXPECT_EQ(run({"--version"}).out.find("fgs-gateway "), 0u);
+}
+
+} // namespace
