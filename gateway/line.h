@@ -19,9 +19,11 @@ public:
     struct Wiring {
         Mailbox &mailbox;
         OrderDesk &orders;
-        std::function<void()> alive = [] {}; ///< called between two requests, at least every 50 ms of a pause
-        TraceHook trace = {};                ///< every frame
-        bool readOnly = false;               ///< orders end as not sent
+        /// Called between two requests, at least every 50 ms of a pause and every 100 ms while the link is lost;
+        /// not while an order waits for a lost link, 5 s at most.
+        std::function<void()> alive = [] {};
+        TraceHook trace = {};  ///< every frame
+        bool readOnly = false; ///< orders end as not sent
     };
 
     /// All of them outlive it. The link is not open yet: a link that cannot be opened is tried again, as one that
@@ -30,6 +32,12 @@ public:
 
     /// Until the link's end (Link::endBy()). What is ordered then ends as not sent.
     void run();
+
+private:
+    const GatewaySettings &settings;
+    Link &link;
+    const WallClock &clock;
+    const Wiring wiring;
 };
 
 } // namespace fgs

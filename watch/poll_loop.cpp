@@ -9,7 +9,8 @@ namespace fgs
 namespace
 {
 
-const Time IdlePause = 10ms; ///< when the driver has nothing to send
+const Time IdlePause = 10ms;    ///< when the driver has nothing to send
+const Time LongestPause = 50ms; ///< without a look at what else there is to do
 
 std::vector<std::size_t> indicesOf(const std::vector<Variable> &variables)
 {
@@ -66,6 +67,7 @@ void PollLoop::run()
         readings.push_back(readingOf(host, link, variable));
     observer.updated(readings, all);
     while (!isOver()) {
+        letOthersWork();
         step();
         if (rounds.endsAt(link.now()) && !isOver())
             pauseBetweenRounds();
@@ -85,7 +87,35 @@ void PollLoop::step()
     if (std::exchange(lineHasChanged, false))
         update(all);
     else if (step.kind == Step::Exchanged && step.ended)
-        update(ofStation[step.station]);
+        update(touched(step.station));
+}
+
+void PollLoop::letOthersWork()
+{
+    if (!observer.betweenRequests())
+        return;
+    host.poll(variables);
+    update(all);
+}
+
+/// Those of the station whose readings the last transaction may have changed.
+std::vector<std::size_t> PollLoop::touched(int station) const
+{
+    std::vector<std::size_t> indices;
+    const auto found = ofStation.find(station);
+    if (found != ofStation.end())
+        std::copy_if(found->second.begin(), found->second.end(), std::back_inserter(indices),
+                     [this](std::size_t index) { return !isUntouched(index); });
+    return indices;
+}
+
+/// A good value stays as it is until it is asked for again. What changes without that is an event.
+bool PollLoop::isUntouched(std::size_t index) const
+{
+    if (readings[index].quality != Quality::Good)
+        return false;
+    const Age age = host.ageOf(variables[index]);
+    return age.stored == readings[index].time && age.outcome == Outcome::Good;
 }
 
 void PollLoop::update(const std::vector<std::size_t> &which)
@@ -110,8 +140,10 @@ bool PollLoop::refresh(std::size_t index)
 void PollLoop::pauseBetweenRounds()
 {
     const Time due = rounds.lastBegun() + plan.interval;
-    while (link.now() < due && !isOver())
-        link.pauseUntil(due);
+    while (link.now() < due && !isOver()) {
+        link.pauseUntil(std::min(due, link.now() + LongestPause));
+        letOthersWork();
+    }
     rounds.beginAt(link.now());
 }
 

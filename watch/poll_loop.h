@@ -22,6 +22,9 @@ public:
     virtual void happened(const LineEvent &event) = 0;
     /// After every transaction.
     virtual void counted(const Statistics &) {}
+    /// Time for other work: between two requests, and at least every 50 ms of a pause between two rounds. Returns
+    /// whether it has used the host; then the variables are polled again, and what it has read is told.
+    virtual bool betweenRequests() { return false; }
     /// Whether it wants no more.
     virtual bool isDone() const { return false; }
 };
@@ -50,6 +53,9 @@ public:
 private:
     bool isOver() const;
     void step();
+    void letOthersWork();
+    std::vector<std::size_t> touched(int station) const;
+    bool isUntouched(std::size_t index) const;
     void update(const std::vector<std::size_t> &which);
     bool refresh(std::size_t index);
     void pauseBetweenRounds();

@@ -33,6 +33,9 @@ public:
     std::vector<LineEvent::EventKind> events;
     std::size_t doneAfter = 0;
 
+protected:
+    Time now() const { return link.now(); }
+
 private:
     const FakeLink &link;
 };
@@ -163,6 +166,78 @@ TEST_F(PollLoopTest, WhatMayBeWrongIsNotGoodWhenThePollingEnds)
     EXPECT_EQ(recorder.events, std::vector<LineEvent::EventKind>{LineEvent::UnaskedAnswers});
     EXPECT_EQ(recorder.last[0].quality, Quality::Stale);
     EXPECT_EQ(recorder.last[0].reason.outcome, Outcome::OtherReply);
+}
+
+/// Has work of its own now and then.
+class Worker : public Recorder
+{
+public:
+    using Recorder::Recorder;
+
+    bool betweenRequests() override
+    {
+        calledAt.push_back(now());
+        return work && work();
+    }
+
+    std::function<bool()> work;
+    std::vector<Time> calledAt;
+};
+
+class PollLoopWithWork : public PollLoopTest
+{
+protected:
+    void work(const PollPlan &plan) { PollLoop(*host, link, variables, plan, worker).run(); }
+
+    Worker worker{link};
+};
+
+TEST_F(PollLoopWithWork, LeavesRoomBeforeEachRequest)
+{
+    start({"5:0", "5:1000", "5:2000", "5:3000", "5:4000", "5:5000", "5:6000"});
+    std::vector<std::size_t> sentBefore;
+    worker.work = [this, &sentBefore] {
+        sentBefore.push_back(link.sent.size());
+        return false;
+    };
+    work({0s, 2});
+    EXPECT_EQ(sentBefore, (std::vector<std::size_t>{0, 1, 2, 3}));
+}
+
+TEST_F(PollLoopWithWork, LeavesRoomInAPauseToo)
+{
+    start({"5:0"});
+    work({3s, 2});
+    EXPECT_GE(worker.calledAt.size(), 60u);
+    for (std::size_t i = 1; i < worker.calledAt.size(); ++i)
+        EXPECT_LE(worker.calledAt[i] - worker.calledAt[i - 1], 50ms + 7ms) << "a request may come before the pause";
+    ASSERT_EQ(link.sentAt.size(), 2u);
+    EXPECT_EQ(link.sentAt[1] - link.sentAt[0], 3s);
+}
+
+/// In the pause after the first round it reads the second variable, which has changed.
+TEST_F(PollLoopWithWork, TellsWhatOthersHaveReadAndPollsOn)
+{
+    start({"5:0", "5:2000@2"});
+    worker.work = [this, isDone = false]() mutable {
+        if (isDone || link.sent.size() != 2)
+            return false;
+        isDone = true;
+        link.controller.at(2, areaOf(5)->code, 2000) = 77;
+        readAll(*host, link, {variables[1]});
+        return true;
+    };
+    link.endBy(nullptr, link.now() + 2900ms);
+    work({1s, 0});
+    EXPECT_EQ(link.sent.size(), 2u + 1u + 4u);
+    const auto told =
+        std::find_if(worker.updates.begin(), worker.updates.end(), [](const Recorder::Update &update) {
+            return update.reading.values == std::vector<quint32>{77};
+        });
+    ASSERT_NE(told, worker.updates.end());
+    EXPECT_LT(told->time, link.sentAt[3]) << "before the next round";
+    EXPECT_GT(worker.last[0].time, link.now() - 1s);
+    EXPECT_GT(worker.last[1].time, link.now() - 1s);
 }
 
 class ReadAll : public WatchTest
