@@ -2,65 +2,33 @@
 #ifndef FGS_GATEWAY_COMMAND_H
 #define FGS_GATEWAY_COMMAND_H
 
+#include "command_answer.h"
+#include "command_memory.h"
+#include "order_maker.h"
 #include "orders.h"
+#include "rate_limit.h"
 #include "settings.h"
 
 #include <array>
+#include <deque>
+#include <map>
 #include <string>
-#include <unordered_map>
 
 namespace fgs
 {
 
-/// Why a command was refused or failed, as answers and metrics name it.
-enum class CommandFailure {
-    None,
-    Retained,        ///< "retained"
-    TooLarge,        ///< "tooLarge"
-    NotJson,         ///< "notJson": or without what a command must have
-    NoId,            ///< "noId"
-    TooOld,          ///< "tooOld", "fromTheFuture" counts as it
-    ReadOnly,        ///< "readOnly": the gateway writes nothing
-    UnknownTag,      ///< "unknownTag"
-    NotAllowed,      ///< "notAllowed"
-    WrongType,       ///< "wrongType"
-    OutOfRange,      ///< "outOfRange"
-    OffStep,         ///< "offStep"
-    TooMany,         ///< "tooMany": the rate, or too many wait
-    LinkDown,        ///< "linkDown"
-    StationDown,     ///< "stationDown"
-    DeviceRefused,   ///< "deviceRefused": the controller answered so
-    NotAcknowledged, ///< "notAcknowledged": given up; it may have been carried out
-    NotRead,         ///< "notRead": acknowledged, but not read back
-    Different,       ///< "different": the controller holds another value
-    NotSent          ///< "notSent": another part of the command failed before, or the gateway ended
-};
-const int CommandFailureCount = 20;
-/// "outOfRange"
-const char *keyOf(CommandFailure failure);
-
-enum class CommandResult { Verified, Failed, Expired, Superseded, Refused, Accepted, Rebirth };
-/// "verified"
-const char *keyOf(CommandResult result);
-
-struct TagAnswer {
-    std::string name;
-    CommandResult result = CommandResult::Refused;
-    CommandFailure failure = CommandFailure::None;
-    std::string message;        ///< for people, empty if there is nothing to say
-    std::optional<Sample> held; ///< what was read back
-};
-
-struct CommandAnswer {
-    std::string id; ///< empty: the command has none
-    CommandResult result = CommandResult::Refused;
-    CommandFailure failure = CommandFailure::None;
-    std::string message;
-    std::vector<TagAnswer> tags;
-};
-
 /// Takes commands, checks them, hands them to the line, and gives one final answer for each id. The network's
 /// thread; times are given.
+///
+/// The checks, in this order: not retained, size, JSON, id, age, read-only gateway; of each tag known, allowed,
+/// type, range, step; rate, link, stations. All tags are checked before anything is ordered, and each wrong one is
+/// named in the answer; its first one of the checks is the command's reason.
+///
+/// An id that was answered gets the same answer again, and nothing is written; so does one whose answer is due
+/// still, by that answer. An id under way gets Accepted. The last 1,000 answered ids are known, and all under way.
+///
+/// What has not begun when the command's age reaches the limit expires; where ages are not looked at, after the
+/// default limit from its arrival on.
 class CommandDesk
 {
 public:
@@ -72,17 +40,49 @@ public:
     /// Takes the ends of orders over, and ends what has waited too long.
     void step(Epoch now, milliseconds steady);
 
-    /// The answers that are due, oldest first; they stay until dropAnswer(). Bounded: the oldest are dropped.
+    /// The answers that are due, oldest first; they stay until dropAnswer(). Of more than 1,000 the oldest are
+    /// dropped, but never the first, which may be on its way.
     const std::deque<CommandAnswer> &answers() const { return due; }
     void dropAnswer() { due.pop_front(); }
+    quint64 answersDropped() const { return dropped; } ///< beyond the bound
     /// Whether a rebirth was asked for since the last call.
     bool takeRebirth();
 
-    quint64 commands() const { return taken; }
+    quint64 commands() const { return taken; } ///< all, also repeated ones
+    /// Commands that were refused, failed or expired (TooOld), each by its one reason.
     quint64 failures(CommandFailure failure) const { return failed[static_cast<std::size_t>(failure)]; }
 
 private:
+    struct UnderWay {
+        CommandAnswer answer; ///< as far as it is known
+        std::vector<std::size_t> tags;
+        milliseconds limit{0}; ///< to begin
+        bool isWithdrawn = false;
+    };
+
+    void refuseUnread(const std::string &json, bool isRetained) const;
+    void refuseByAge(const Command &command, Epoch now) const;
+    void refuseByRate(milliseconds steady);
+    void carryOut(const Command &command, CommandAnswer &answer, const LineState &line, Epoch now,
+                  milliseconds steady);
+    void put(Order order, const CommandAnswer &answer, milliseconds limit);
+    milliseconds patience(const Command &command, Epoch now) const;
+    void repeat(const CommandAnswer &asked);
+    void finish(const OrderEnd &end, Epoch now);
+    void conclude(const CommandAnswer &answer);
+    void tell(const CommandAnswer &answer);
+
+    const GatewaySettings &settings;
+    OrderDesk &orders;
+    const bool writesNothing;
+    const OrderMaker maker;
+    RateLimit rate;
+    CommandMemory memory;
+    std::map<quint64, UnderWay> underWay; ///< by the numbers of their orders
+    quint64 lastNumber = 0;
+    bool rebirthWanted = false;
     std::deque<CommandAnswer> due;
+    quint64 dropped = 0;
     quint64 taken = 0;
     std::array<quint64, CommandFailureCount> failed = {};
 };

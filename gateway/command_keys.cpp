@@ -1,4 +1,4 @@
-#include "command.h"
+#include "command_answer.h"
 
 namespace fgs
 {

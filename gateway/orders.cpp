@@ -26,6 +26,20 @@ void OrderDesk::put(Order order)
     waits.push_back({std::move(order), std::move(none)});
 }
 
+bool OrderDesk::withdraw(quint64 number)
+{
+    const std::lock_guard lock(mutex);
+    const auto found = std::find_if(waits.begin(), waits.end(),
+                                    [number](const Standing &standing) { return standing.order.number == number; });
+    if (found == waits.end())
+        return false;
+    OrderEnd end;
+    end.number = number;
+    tell(found->whole(std::move(end)));
+    waits.erase(found);
+    return true;
+}
+
 std::vector<OrderEnd> OrderDesk::takeEnds()
 {
     const std::lock_guard lock(mutex);
