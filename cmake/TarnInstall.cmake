@@ -53,7 +53,7 @@ if(TARGET fgs-gateway)
   install(TARGETS fgs-gateway RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT gateway)
   install(FILES packaging/gateway/fgs-gateway@.service DESTINATION ${TARN_UNIT_DIR} COMPONENT gateway)
   install(FILES packaging/gateway/README packaging/gateway/60-fgs-gateway.rules packaging/gateway/password.conf
-      packaging/gateway/press7.toml
+      docs/gateway.toml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnfgs-gateway/examples COMPONENT gateway)
 endif()
 

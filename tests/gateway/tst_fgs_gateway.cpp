@@ -335,12 +335,40 @@ TEST(FgsGatewayFiles, OfInitAreReadBack)
     EXPECT_EQ(run({"--init", "tcp:nowhere"}).code, 2);
 }
 
+TEST(FgsGatewayFiles, ArePlannedAndTriedWithoutABroker)
+{
+    const Line line;
+    const Ended plan = run({"--plan", line.file});
+    EXPECT_EQ(plan.code, 0) << plan.log;
+    EXPECT_TRUE(has(plan.out, "5:100x2"));
+    EXPECT_EQ(run({"--plan", "--json", line.file}).out.find(R"({"plan":)"), 0u);
+
+    const Ended test = run({"--test", line.file});
+    EXPECT_EQ(test.code, 0) << test.log;
+    EXPECT_TRUE(has(test.out, "fgs/press7/oven"));
+    EXPECT_TRUE(has(test.out, R"("temp":20.1)")) << test.out;
+    EXPECT_TRUE(has(run({"--test", "--json", line.file}).out, R"("topic":"fgs/press7/oven)"));
+}
+
+TEST(FgsGatewayFiles, OfALinkThatCannotBeOpenedAreNotTried)
+{
+    const Line line;
+    const int closed = boundToLoopback(0);
+    std::ofstream(line.file) << "link = \"tcp:127.0.0.1:" << portOf(closed)
+                             << "\"\n[broker]\nhost = \"127.0.0.1\"\n"
+                             << OneGroup;
+    const Ended test = run({"--test", line.file});
+    EXPECT_EQ(test.code, 3);
+    EXPECT_TRUE(has(test.log, "cannot open link"));
+    ::close(closed);
+}
+
 TEST(FgsGatewayOptions, HaveTheirFaultsTold)
 {
     const std::pair<std::vector<std::string>, const char *> cases[] = {
         {{}, "the file is missing; fgs-gateway --init LINK"},
         {{"--check", "--plan", "x.toml"}, "exclude each other; choose one"},
-        {{"--json", "x.toml"}, "--json goes with --plan and --doctor only"},
+        {{"--json", "x.toml"}, "--json goes with --plan, --test and --doctor only"},
         {{"--check", "--read-only", "x.toml"}, "--read-only is of a running gateway"},
         {{"--plan", "--trace", "x", "x.toml"}, "--trace is of a running gateway"},
         {{"--trace-limit", "10M", "x.toml"}, "--trace"},

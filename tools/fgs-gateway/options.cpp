@@ -24,7 +24,7 @@ struct Command {
 const Command Commands[] = {
     {Options::Check, "--check", "Tells all that is wrong with the file, and opens nothing", false},
     {Options::Plan, "--plan", "Shows blocks, frames, cycle time and messages, and opens nothing", true},
-    {Options::Test, "--test", "Reads once and prints what would be published, without a broker", false},
+    {Options::Test, "--test", "Reads once and prints what would be published, without a broker", true},
     {Options::Doctor, "--doctor", "Looks for what keeps file, broker and line from working", true}};
 
 struct Given {
@@ -64,7 +64,7 @@ void addOptions(CLI::App &app, Options &options, Given &given)
     addCommands(app, given);
     app.add_option("--init", options.link, "Prints a file with comments for a gateway on this link")
         ->type_name("LINK");
-    app.add_flag("--json", options.json, "Of --plan and --doctor: JSON");
+    app.add_flag("--json", options.json, "Of --plan, --test and --doctor: JSON, an object a line");
     app.add_flag("--read-only", options.readOnly, "Writes nothing, whatever the file allows");
     addTraceOptions(app, options.trace);
 }
@@ -89,7 +89,7 @@ std::string faultOf(const Options &options)
     if (!options.file.empty() && options.command == Options::Init)
         return "--init reads no file; write fgs-gateway --init LINK > " + options.file;
     if (options.json && !hasJson(options.command))
-        return "--json goes with --plan and --doctor only; leave it out";
+        return "--json goes with --plan, --test and --doctor only; leave it out";
     if (options.readOnly && !isRun)
         return "--read-only is of a running gateway; leave it out, nothing is written here";
     if (options.trace.isWanted() && !isRun)

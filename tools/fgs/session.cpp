@@ -2,7 +2,6 @@
 
 #include "signals.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace fgs
@@ -34,17 +33,6 @@ std::unique_ptr<LineTrace> openTrace(const Options &options)
         printDataTo(stderr);
     return std::make_unique<LineTrace>(options.trace, "fgs " FGS_VERSION,
                                        interfaceOf(QString::fromStdString(options.link)));
-}
-
-bool isNoAnswer(const Reason &reason)
-{
-    return reason.kind != Reason::Failed || reason.outcome == Outcome::NoReply ||
-           reason.outcome == Outcome::LinkLost;
-}
-
-bool isRefusal(const Reason &reason)
-{
-    return reason.kind == Reason::Failed && reason.outcome == Outcome::Refused;
 }
 
 } // namespace
@@ -113,22 +101,6 @@ int Session::end(int code) const
         tellRoundTrips();
     const bool isTraced = endTrace();
     return number ? ExitSignal + number : isLost ? ExitLink : code == ExitOk && !isTraced ? ExitOther : code;
-}
-
-ExitCode exitCodeOf(const std::vector<Reading> &readings)
-{
-    const auto count = [&readings](auto isCounted) {
-        return static_cast<std::size_t>(std::count_if(readings.begin(), readings.end(), isCounted));
-    };
-    const std::size_t good = count([](const Reading &each) { return each.quality == Quality::Good; });
-    const std::size_t silent = count([](const Reading &each) { return isNoAnswer(each.reason); });
-    const std::size_t refused = count([](const Reading &each) { return isRefusal(each.reason); });
-    const bool someValue = count([](const Reading &each) { return each.quality != Quality::Unknown; }) > 0;
-    if (good == readings.size())
-        return ExitOk;
-    if (someValue)
-        return ExitPartial;
-    return silent == readings.size() ? ExitNoReply : refused == readings.size() ? ExitRefused : ExitBadReply;
 }
 
 } // namespace fgs

@@ -2,11 +2,11 @@
 #ifndef FGS_TOOL_SESSION_H
 #define FGS_TOOL_SESSION_H
 
-#include "tools/failure.h"
-#include "watch/line_trace.h"
 #include "options.h"
 #include "output.h"
+#include "tools/reading_codes.h"
 #include "watch/json.h"
+#include "watch/line_trace.h"
 
 #include <functional>
 
@@ -62,9 +62,6 @@ private:
 
     std::function<void(const QString &)> tell = printMessage;
 };
-
-/// Ok if all are good; otherwise what the reasons of those that are not amount to.
-ExitCode exitCodeOf(const std::vector<Reading> &readings);
 
 } // namespace fgs
 
