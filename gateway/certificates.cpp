@@ -113,7 +113,7 @@ void judgeAuthorities(const TlsSettings &tls, Epoch now)
 {
     judgeDates(tls.authorities, now);
     for (const Certificate &each : certificatesIn(tls.authorities))
-        if (unsigned critical = 0; gnutls_x509_crt_get_ca_status(each.get(), &critical) != 0)
+        if (unsigned critical = 0; gnutls_x509_crt_get_ca_status(each.get(), &critical) > 0)
             return;
     throw Refused{{quoted(tls.authorities) + QStringLiteral(" holds no certificate of an authority"),
                    QStringLiteral("ca names the certificate that the broker's one was signed with")}};

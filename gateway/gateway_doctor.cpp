@@ -100,10 +100,11 @@ ClockState thisClock()
 struct GatewayDoctor::Check {
     const char *name;
     Result (GatewayDoctor::*look)();
+    bool needsFile = true;
 };
 
-const GatewayDoctor::Check GatewayDoctor::Checks[] = {{"file", &GatewayDoctor::read},
-                                                      {"clock", &GatewayDoctor::time},
+const GatewayDoctor::Check GatewayDoctor::Checks[] = {{"file", &GatewayDoctor::read, false},
+                                                      {"clock", &GatewayDoctor::time, false},
                                                       {"certificates", &GatewayDoctor::certificates},
                                                       {"broker name", &GatewayDoctor::hostNames},
                                                       {"broker", &GatewayDoctor::connections},
@@ -138,8 +139,7 @@ std::vector<CheckResult> GatewayDoctor::run(const Doctor::Observer &observer)
 
 GatewayDoctor::Result GatewayDoctor::look(const Check &check)
 {
-    const bool isIndependent = &check < Checks + 2;
-    if (!settings && !isIndependent)
+    if (!settings && check.needsFile)
         return {Mark::NotChecked, QStringLiteral("the file cannot be used")};
     const Result result = stop.isRequested() ? Result{} : (this->*check.look)();
     return stop.isRequested() ? Result{Mark::NotChecked, QStringLiteral("interrupted")} : result;

@@ -13,7 +13,10 @@ namespace
 using fgs::CheckResult;
 using fgs::Mark;
 
-const fgs::Epoch Now = QDateTime::currentMSecsSinceEpoch();
+fgs::Epoch now()
+{
+    return QDateTime::currentMSecsSinceEpoch();
+}
 
 class GatewayDoctor : public ::testing::Test
 {
@@ -22,7 +25,7 @@ protected:
 
     /// The rest of the file stands in front of it.
     std::vector<CheckResult> examine(const std::string &brokerLines, const std::string &others = {},
-                                     const fgs::ClockState &clock = {Now, true})
+                                     const fgs::ClockState &clock = {now(), true})
     {
         std::ofstream(file) << "link = \"tcp:127.0.0.1:" << portOf(closed)
                             << "\"\n[broker]\nhost = \"127.0.0.1\"\nport = " << broker.port() << '\n'
@@ -88,7 +91,7 @@ TEST_F(GatewayDoctor, TellsAFileThatCannotBeUsedAndGoesOnWithoutIt)
 TEST_F(GatewayDoctor, FindsAClockThatIsNotKept)
 {
     broker.start();
-    expectFound(examine("", "", {Now, false}), "clock", "synchronised", "timedatectl");
+    expectFound(examine("", "", {now(), false}), "clock", "synchronised", "timedatectl");
     expectFound(examine("", "", {86400000, true}), "clock", "never been set", "timedatectl");
 }
 
@@ -147,8 +150,8 @@ TEST_F(GatewayDoctor, LooksAtCertificates)
                 "PEM");
     const fgs::Epoch month = 31LL * 86400000;
     const std::string good = tls("authority.crt", "client.crt", "client.key");
-    expectFound(examine("", good, {Now + month, true}), "certificates", "has run out", "new one");
-    expectFound(examine("", good, {Now - month, true}), "certificates", "is valid from", "clock");
+    expectFound(examine("", good, {now() + month, true}), "certificates", "has run out", "new one");
+    expectFound(examine("", good, {now() - month, true}), "certificates", "is valid from", "clock");
 }
 
 TEST_F(GatewayDoctor, FindsWhatIsInTheWayOfSpoolAndHttp)
