@@ -652,6 +652,8 @@ bool Host::isUnderWay(const Variable &variable) const
 std::vector<Variable> Host::silentPlaces(const Variable &variable) const
 {
     std::vector<Variable> places;
+    if (suspects.isQuiet()) // as nearly always: this is asked for every value
+        return places;
     for (const Span &span : common({spanOf(variable)}, suspects.silentPlaces()))
         places.push_back(variableOf(span));
     return places;
