@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <QtCore/QFile>
 
 using namespace fgs;
 
@@ -258,6 +259,18 @@ TEST(AFileWithEveryKey, IsOneOfNamedVariablesToo)
     EXPECT_EQ(file.link, QStringLiteral("tcp:10.0.0.9:5020"));
     EXPECT_EQ(file.tags().size(), 6u);
     EXPECT_FALSE(file.tags().at(4).type) << "of the format of the run";
+}
+
+TEST(TheExample, IsAGatewaysFileAndShownInTheDocument)
+{
+    QFile document(QStringLiteral(TARN_SOURCE_DIR "/docs/gateway.md")),
+        file(QStringLiteral(TARN_SOURCE_DIR "/docs/gateway.toml"));
+    ASSERT_TRUE(document.open(QIODevice::ReadOnly) && file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(document.readAll().contains("```toml\n" + file.readAll() + "```\n"));
+    const GatewaySettings settings = readGatewaySettings(file.fileName());
+    EXPECT_EQ(settings.name, "press7");
+    EXPECT_EQ(settings.tags.size(), 5u);
+    EXPECT_EQ(readTagFile(file.fileName()).tags().size(), 5u) << "fgs takes it, too";
 }
 
 TEST(AFileWithoutMore, HasTheDefaults)
