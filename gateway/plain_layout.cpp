@@ -218,7 +218,7 @@ public:
 
     std::vector<Message> farewell(const Picture &, Epoch now) override { return {offline(now)}; }
 
-    Incoming incoming(const Received &message) const override
+    Incoming incoming(const Received &message) override
     {
         Incoming incoming;
         if (message.topic == root + "/cmd") {
