@@ -68,8 +68,8 @@ struct MqttClient::Shared {
     std::thread thread;
 
     // The client's thread.
-    std::size_t tries = 0;      ///< the next address
-    std::size_t vainTries = 0;  ///< since a connection lasted
+    std::size_t tries = 0;     ///< the next address
+    std::size_t vainTries = 0; ///< since a connection lasted
     std::minstd_rand random{std::random_device()()};
 
     mutable std::mutex mutex; ///< of what follows
@@ -89,8 +89,8 @@ struct MqttClient::Shared {
     Clock::time_point endBy = Clock::time_point::max();
 };
 
-/// One try, and the connection that comes of it. The client's thread; the callbacks come on it too, but for logged(),
-/// which may come on the user's.
+/// One try, and the connection that comes of it. The client's thread; the callbacks come on it too, but for
+/// logged(), which may come on the user's.
 class MqttClient::Connection
 {
 public:
@@ -146,20 +146,20 @@ void MqttClient::Connection::connect(const Message &will)
 
 void MqttClient::Connection::setCallbacks()
 {
-    mosquitto_connect_callback_set(handle.get(), [](mosquitto *, void *user, int code) { of(user).connected(code); });
+    mosquitto_connect_callback_set(handle.get(),
+                                   [](mosquitto *, void *user, int code) { of(user).connected(code); });
     mosquitto_disconnect_callback_set(handle.get(),
                                       [](mosquitto *, void *user, int result) { of(user).disconnected(result); });
     mosquitto_publish_callback_set(handle.get(),
                                    [](mosquitto *, void *user, int message) { of(user).acknowledged(message); });
-    mosquitto_subscribe_callback_set(handle.get(), [](mosquitto *, void *user, int, int topics, const int *granted) {
-        of(user).subscribed(topics, granted);
-    });
+    mosquitto_subscribe_callback_set(
+        handle.get(),
+        [](mosquitto *, void *user, int, int topics, const int *granted) { of(user).subscribed(topics, granted); });
     mosquitto_message_callback_set(handle.get(), [](mosquitto *, void *user, const mosquitto_message *message) {
         of(user).shared.arrived(*message);
     });
-    mosquitto_log_callback_set(handle.get(), [](mosquitto *, void *user, int level, const char *text) {
-        of(user).logged(level, text);
-    });
+    mosquitto_log_callback_set(
+        handle.get(), [](mosquitto *, void *user, int level, const char *text) { of(user).logged(level, text); });
 }
 
 void MqttClient::Connection::loop()
@@ -343,7 +343,6 @@ void MqttClient::stop(milliseconds limit)
         shared->changed.notify_all();
     }
     shared->thread.join();
-    takeNews();
 }
 
 int MqttClient::publish(const Message &message)

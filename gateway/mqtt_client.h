@@ -54,7 +54,7 @@ public:
     /// The answer to WillWanted: the will of this try. One without a topic is none.
     void connect(const Message &will);
     /// A clean DISCONNECT once all is acknowledged, or after the limit. A look-up of a name that is under way is
-    /// waited for. No news comes afterwards.
+    /// waited for. The news until then can be taken afterwards.
     void stop(milliseconds limit);
 
     /// The number that Acknowledged will name. 0, and nothing is done, unless isConnected() and hasRoom().

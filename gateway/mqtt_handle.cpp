@@ -76,12 +76,18 @@ void setTls(mosquitto *handle, const TlsSettings &tls)
 std::string refusalText(int code, const BrokerSettings &settings, const std::string &broker)
 {
     switch (code) {
-    case 1: return broker + " does not speak MQTT 3.1.1";
-    case 2: return broker + " refuses the client id '" + settings.clientId + "'; check client_id";
-    case 3: return broker + " is not available";
-    case 4: return broker + " refuses the password; check user and password_file";
-    case 5: return broker + " does not let this gateway in; check user, password_file and the broker's access list";
-    default: return broker + " refuses the connection with code " + std::to_string(code);
+    case 1:
+        return broker + " does not speak MQTT 3.1.1";
+    case 2:
+        return broker + " refuses the client id '" + settings.clientId + "'; check client_id";
+    case 3:
+        return broker + " is not available";
+    case 4:
+        return broker + " refuses the password; check user and password_file";
+    case 5:
+        return broker + " does not let this gateway in; check user, password_file and the broker's access list";
+    default:
+        return broker + " refuses the connection with code " + std::to_string(code);
     }
 }
 
@@ -89,18 +95,24 @@ std::string lossText(const ConnectionEnd &end, const BrokerSettings &settings, c
 {
     if (!end.wasConnected)
         return broker + " closes the connection before it answers; check port and tls";
-    return broker + " has closed the connection; it ended, or another client has the id '" + settings.clientId + "'";
+    return broker + " has closed the connection; it ended, or another client has the id '" + settings.clientId +
+           "'";
 }
 
 std::string resultText(const ConnectionEnd &end, const BrokerSettings &settings, const std::string &broker)
 {
     switch (end.result) {
-    case MOSQ_ERR_ERRNO: return "cannot reach " + broker + ": " + std::strerror(end.systemError);
-    case MOSQ_ERR_EAI: return "cannot reach " + broker + ": its name is not known; check host";
-    case MOSQ_ERR_KEEPALIVE: return broker + (end.wasConnected ? " no longer answers" : " does not answer");
+    case MOSQ_ERR_ERRNO:
+        return "cannot reach " + broker + ": " + std::strerror(end.systemError);
+    case MOSQ_ERR_EAI:
+        return "cannot reach " + broker + ": its name is not known; check host";
+    case MOSQ_ERR_KEEPALIVE:
+        return broker + (end.wasConnected ? " no longer answers" : " does not answer");
     case MOSQ_ERR_CONN_LOST:
-    case MOSQ_ERR_NO_CONN: return lossText(end, settings, broker);
-    default: return broker + ": " + mosquitto_strerror(end.result);
+    case MOSQ_ERR_NO_CONN:
+        return lossText(end, settings, broker);
+    default:
+        return broker + ": " + mosquitto_strerror(end.result);
     }
 }
 

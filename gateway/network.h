@@ -4,6 +4,7 @@
 
 #include "mailbox.h"
 #include "metrics.h"
+#include "mqtt_client.h"
 #include "orders.h"
 #include "settings.h"
 
@@ -23,9 +24,11 @@ public:
         OrderDesk &orders;
         std::function<void(const std::string &)> tell; ///< a line for people
         bool readOnly = false;
+        ReconnectPauses pauses = ReconnectPauses();
     };
 
-    /// Throws TextError if HTTP cannot listen or a file of TLS cannot be read.
+    /// Throws TextError if HTTP cannot listen, a file of TLS or the password cannot be read, or the layout cannot
+    /// be made.
     Network(const GatewaySettings &theSettings, const Wiring &theWiring);
     ~Network();
 
@@ -34,9 +37,10 @@ public:
     /// Tells the broker that it ends: farewell, then a clean disconnect, within the limit.
     void end(milliseconds limit);
 
-    /// The difference to the settings before: the connection stays unless broker, name or layout are others. Throws
-    /// TextError as the constructor; then the old ones go on. Mailbox and orders have been emptied or are new if
-    /// the tags are others.
+    /// The difference to the settings before: the connection stays unless broker, name or layout are others, or
+    /// with Sparkplug the tags. Throws TextError as the constructor; then the old ones go on. If the tags are
+    /// others, the line's loop of before has ended, and the one for them begins afterwards: what waits in mailbox
+    /// and order desk is taken with the old tags.
     void apply(const GatewaySettings &settings);
 
     GatewayFigures figures() const;

@@ -166,9 +166,11 @@ TEST_F(MqttClientTest, ShowsThePasswordThatIsInTheFileAtEachTry)
     withUser.passwordFile = file;
     MqttUser user(withUser);
     user.stepUntil([&] { return !user.ends.empty(); });
-    EXPECT_EQ(user.ends[0], name() + " does not let this gateway in; check user, password_file and the broker's access list");
+    EXPECT_EQ(user.ends[0],
+              name() + " does not let this gateway in; check user, password_file and the broker's access list");
     std::filesystem::remove(file);
-    user.stepUntil([&] { return user.ends.back() == "cannot read password_file " + file + ": No such file or directory"; });
+    user.stepUntil(
+        [&] { return user.ends.back() == "cannot read password_file " + file + ": No such file or directory"; });
     std::ofstream(file) << "secret\n";
     user.stepUntilConnected();
 }
@@ -246,19 +248,27 @@ TEST_F(MqttTlsTest, ReadsACertificateThatWasRenewedAtTheNextTry)
     user.stepUntilConnected();
 }
 
-/// 3.1.1 knows no other answer to PUBLISH; a subscription has one.
-TEST_F(MqttClientTest, IsToldOfARefusedSubscriptionButNotOfARefusedMessage)
+/// Both are acknowledged all the same: 3.1.1 knows no other answer to PUBLISH.
+TEST_F(MqttClientTest, HearsNothingOfWhatTheAccessListForbids)
 {
     std::ofstream(broker.file("acl")) << "topic read open\ntopic write open\n";
     broker.configuration += "acl_file " + broker.file("acl") + "\n";
     broker.start();
     MqttUser user(settings(), {"closed", "open"});
     user.stepUntilConnected();
-    EXPECT_EQ(user.refusedTopics, "closed");
     user.tell(message("closed", "acknowledged all the same"));
     user.tell(message("open", "arrives"));
     user.stepUntil([&] { return !user.received.empty(); });
     EXPECT_EQ(user.received[0].payload, "arrives");
+}
+
+TEST(MqttClientWithABadBroker, NamesTheSubscriptionsThatAreRefused)
+{
+    FakeBroker broker;
+    broker.granted = 0x80;
+    MqttUser user(brokerSettings({broker.port()}, "gateway"), {"plant/cmd"});
+    user.stepUntilConnected();
+    EXPECT_EQ(user.refusedTopics, "plant/cmd");
 }
 
 /// The broker keeps its port and the connection, and answers nothing any more.
@@ -293,7 +303,8 @@ TEST(MqttClientWithABadBroker, SaysWhyItIsRefused)
     FakeBroker broker;
     const std::string name = "broker 127.0.0.1:" + std::to_string(broker.port());
     const std::vector<std::string> texts = {" does not speak MQTT 3.1.1",
-                                            " refuses the client id 'gateway'; check client_id", " is not available",
+                                            " refuses the client id 'gateway'; check client_id",
+                                            " is not available",
                                             " refuses the password; check user and password_file",
                                             " does not let this gateway in",
                                             " refuses the connection with code 77"};

@@ -1,5 +1,5 @@
-// What a broker is not supposed to do: refuses, never acknowledges, goes silent, breaks off. It writes down what it is
-// sent. MQTT 3.1.1 as far as a gateway uses it.
+// What a broker is not supposed to do: refuses, never acknowledges, goes silent, breaks off. It writes down what it
+// is sent. MQTT 3.1.1 as far as a gateway uses it.
 #ifndef TARN_TESTS_FAKE_BROKER_H
 #define TARN_TESTS_FAKE_BROKER_H
 
@@ -36,12 +36,13 @@ public:
 
     int port() const { return portOf(listener); }
 
-    std::atomic<int> answer{0};            ///< the code of CONNACK
-    std::atomic<bool> acknowledges{true};  ///< with PUBACK
-    std::atomic<bool> isSilent{false};     ///< answers nothing at all, as one that cannot be reached any more
-    std::atomic<int> breakAfter{-1};       ///< breaks the connection off instead of taking so many PUBLISH further
-    std::atomic<int> connects{0};          ///< CONNECT so far
-    std::atomic<int> disconnects{0};       ///< DISCONNECT so far
+    std::atomic<int> answer{0};           ///< the code of CONNACK
+    std::atomic<int> granted{1};          ///< the code of SUBACK, for one topic
+    std::atomic<bool> acknowledges{true}; ///< with PUBACK
+    std::atomic<bool> isSilent{false};    ///< answers nothing at all, as one that cannot be reached any more
+    std::atomic<int> breakAfter{-1};      ///< breaks the connection off instead of taking so many PUBLISH further
+    std::atomic<int> connects{0};         ///< CONNECT so far
+    std::atomic<int> disconnects{0};      ///< DISCONNECT so far
     std::atomic<int> pings{0};
 
     std::vector<Sent> sent() const
@@ -118,11 +119,18 @@ private:
         case 1:
             ++connects;
             return reply(socket, {'\x20', '\x02', '\0', char(answer.load())}) && answer == 0;
-        case 3: return takePublish(socket, head, body);
-        case 8: return reply(socket, {'\x90', '\x03', body[0], body[1], '\x01'});
-        case 12: ++pings; return reply(socket, {'\xD0', '\0'});
-        case 14: ++disconnects; return false;
-        default: return true;
+        case 3:
+            return takePublish(socket, head, body);
+        case 8:
+            return reply(socket, {'\x90', '\x03', body[0], body[1], char(granted.load())});
+        case 12:
+            ++pings;
+            return reply(socket, {'\xD0', '\0'});
+        case 14:
+            ++disconnects;
+            return false;
+        default:
+            return true;
         }
     }
 

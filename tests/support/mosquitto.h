@@ -65,7 +65,8 @@ public:
     void start()
     {
         std::ofstream(file("mosquitto.conf")) << "listener " << port() << " 127.0.0.1\nuser root\n"
-                                              << "max_queued_messages 0\n" << configuration;
+                                              << "max_queued_messages 0\n"
+                                              << configuration;
         process = startServer({program("sbin/mosquitto"), "-c", file("mosquitto.conf")}, file("mosquitto.log"));
         while (!listens() && !hasEnded())
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
@@ -92,10 +93,10 @@ public:
     void makeCertificate(const std::string &authority, const std::string &name) const
     {
         if (::access(file(authority + ".crt").c_str(), R_OK) != 0)
-            openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 30 -subj /CN=" + authority + " -keyout " +
-                    file(authority + ".key") + " -out " + file(authority + ".crt"));
-        openssl("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " + file(name + ".key") + " -out " +
-                file(name + ".csr"));
+            openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 30 -subj /CN=" +
+                    authority + " -keyout " + file(authority + ".key") + " -out " + file(authority + ".crt"));
+        openssl("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " +
+                file(name + ".key") + " -out " + file(name + ".csr"));
         std::ofstream(file("extensions")) << "subjectAltName=IP:127.0.0.1,DNS:localhost\n";
         openssl("x509 -req -days 30 -in " + file(name + ".csr") + " -CA " + file(authority + ".crt") + " -CAkey " +
                 file(authority + ".key") + " -CAcreateserial -extfile " + file("extensions") + " -out " +
@@ -141,8 +142,8 @@ private:
 };
 
 /// Skips the test where mosquitto is missing.
-#define NEED_MOSQUITTO()                                                                                              \
-    if (!Mosquitto::isThere())                                                                                        \
+#define NEED_MOSQUITTO()                                                                                           \
+    if (!Mosquitto::isThere())                                                                                     \
     GTEST_SKIP() << "no mosquitto in " TARN_SERVERS "; scripts/servers unpacks it"
 
 #endif

@@ -93,8 +93,12 @@ private:
             isSubscribed = false;
             ends.push_back(item.text);
             break;
-        case News::Acknowledged: acknowledged.push_back(item.message); break;
-        case News::Arrived: received.push_back(item.received); break;
+        case News::Acknowledged:
+            acknowledged.push_back(item.message);
+            break;
+        case News::Arrived:
+            received.push_back(item.received);
+            break;
         }
     }
 

@@ -1,0 +1,415 @@
+#include "network.h"
+
+#include "http_server.h"
+#include "log.h"
+#include "sender.h"
+#include "settings_difference.h"
+
+#include <algorithm>
+#include <climits>
+#include <poll.h>
+
+namespace fgs
+{
+
+namespace
+{
+
+const milliseconds CommitPeriod{1000};
+const milliseconds ChangeTime{1000}; ///< for the farewell to a connection that is given up
+const milliseconds HostGone{200};    ///< for the death before a host that is gone
+
+using Clock = std::chrono::steady_clock;
+
+milliseconds steadyNow()
+{
+    return std::chrono::duration_cast<milliseconds>(Clock::now().time_since_epoch());
+}
+
+Epoch epochNow()
+{
+    const auto since = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<milliseconds>(since).count();
+}
+
+Sender::Moment thisMoment()
+{
+    return {epochNow(), steadyNow()};
+}
+
+std::string contentsOf(LayoutKind layout)
+{
+    return layout == LayoutKind::Plain ? "plain" : "sparkplug";
+}
+
+/// Until one of them is readable, or the time is over.
+void waitFor(const std::vector<int> &descriptors, milliseconds wait)
+{
+    std::vector<pollfd> wanted;
+    for (int descriptor : descriptors)
+        if (descriptor >= 0)
+            wanted.push_back({descriptor, POLLIN, 0});
+    const std::int64_t limit = std::clamp<std::int64_t>(wait.count(), 0, INT_MAX);
+    ::poll(wanted.data(), wanted.size(), int(limit));
+}
+
+} // namespace
+
+struct Network::Parts {
+    using Settings = std::shared_ptr<const GatewaySettings>;
+
+    Parts(const GatewaySettings &theSettings, const Wiring &theWiring);
+
+    void makeContent(std::unique_ptr<Layout> newLayout);
+    void makeSpool();
+    void makeSender();
+    std::unique_ptr<HttpServer> makeHttp(const GatewaySettings &from);
+    HttpReply page(const std::string &path) const;
+
+    void wait(milliseconds longest, int wake) const;
+    void work();
+    void takeLine();
+    void takeNews();
+    void take(const MqttClient::News &item);
+    void connected(const std::string &broker);
+    void subscribed(const std::string &refused);
+    void arrived(const Received &message);
+    void hostLost();
+    void stepCommands();
+    void logAnswersBehind(std::size_t known);
+    void commit();
+    void sayGoodbye(milliseconds limit);
+    void leave(milliseconds limit);
+    void apply(const GatewaySettings &after);
+    GatewayFigures figures() const;
+
+    Wiring wiring;
+    Log log;
+    Settings settings;
+    Settings contentSettings; ///< those that layout, reporter and desk refer to
+    std::unique_ptr<Layout> layout;
+    std::unique_ptr<Reporter> reporter;
+    std::unique_ptr<CommandDesk> desk;
+    std::unique_ptr<Spool> spool;
+    std::unique_ptr<MqttClient> client;
+    std::unique_ptr<Sender> sender;
+    std::unique_ptr<HttpServer> http;
+    bool isSubscribed = false;
+    milliseconds nextCommit{0};
+    quint64 acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
+    quint64 overrunTold = 0;
+};
+
+Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
+    : wiring(theWiring), log(theWiring.tell), settings(std::make_shared<const GatewaySettings>(theSettings)),
+      client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses)), http(makeHttp(theSettings))
+{
+    contentSettings = settings;
+    makeContent(makeLayout(*settings));
+    makeSpool();
+    makeSender();
+    client->start();
+}
+
+void Network::Parts::makeContent(std::unique_ptr<Layout> newLayout)
+{
+    layout = std::move(newLayout);
+    reporter = std::make_unique<Reporter>(contentSettings->tags);
+    desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly);
+}
+
+void Network::Parts::makeSpool()
+{
+    if (settings->spool)
+        spool = std::make_unique<Spool>(*settings->spool, contentsOf(settings->layout.kind),
+                                        [this](const std::string &text) { log.say(text); });
+}
+
+void Network::Parts::makeSender()
+{
+    if (sender)
+        acknowledgedBefore += sender->acknowledgedMessages();
+    const int perSecond = settings->spool ? settings->spool->historyPerSecond : 0;
+    sender = std::make_unique<Sender>(Sender::Parts{*client, *layout, *reporter, *desk, spool.get(), perSecond});
+}
+
+std::unique_ptr<HttpServer> Network::Parts::makeHttp(const GatewaySettings &from)
+{
+    if (!from.http)
+        return nullptr;
+    return std::make_unique<HttpServer>(from.http->address, from.http->port,
+                                        [this](const std::string &path) { return page(path); });
+}
+
+HttpReply Network::Parts::page(const std::string &path) const
+{
+    if (path == "/metrics")
+        return {200, "text/plain; version=0.0.4; charset=utf-8", metricsText(figures())};
+    if (path != "/healthz")
+        return {404, "text/plain; charset=utf-8", "there are /metrics and /healthz\n"};
+    const Health health = healthOf(figures());
+    return {health.isOk ? 200 : 503, "application/json", health.text};
+}
+
+void Network::Parts::wait(milliseconds longest, int wake) const
+{
+    milliseconds limit = std::min(longest, sender->patience(steadyNow()));
+    if (spool)
+        limit = std::min(limit, nextCommit - steadyNow());
+    if (http)
+        limit = std::min(limit, http->longestWait());
+    waitFor({wake, wiring.mailbox.descriptor(), wiring.orders.endsDescriptor(), client->descriptor(),
+             http ? http->descriptor() : -1},
+            limit);
+}
+
+void Network::Parts::work()
+{
+    takeLine();
+    takeNews();
+    stepCommands();
+    sender->send(wiring.mailbox.state(), thisMoment());
+    commit();
+    if (http)
+        http->step();
+    log.step(steadyNow());
+}
+
+void Network::Parts::takeLine()
+{
+    for (const Snapshot &snapshot : wiring.mailbox.takeSnapshots())
+        reporter->take(snapshot, steadyNow());
+    for (const Mailbox::Event &event : wiring.mailbox.takeEvents())
+        log.say(textOf(event.event));
+}
+
+void Network::Parts::takeNews()
+{
+    for (const MqttClient::News &item : client->takeNews())
+        take(item);
+    if (client->overrun() == overrunTold)
+        return;
+    overrunTold = client->overrun();
+    log.saySeldom("messages come faster than they can be looked at; some were dropped", steadyNow());
+}
+
+void Network::Parts::take(const MqttClient::News &item)
+{
+    using News = MqttClient::News;
+    switch (item.kind) {
+    case News::WillWanted:
+        client->connect(layout->will(epochNow()));
+        break;
+    case News::Connected:
+        connected(item.text);
+        break;
+    case News::Subscribed:
+        subscribed(item.text);
+        break;
+    case News::Disconnected:
+        isSubscribed = false;
+        sender->stop();
+        log.saySeldom(item.text, steadyNow());
+        break;
+    case News::Acknowledged:
+        sender->acknowledged(item.message);
+        break;
+    case News::Arrived:
+        arrived(item.received);
+        break;
+    }
+}
+
+void Network::Parts::connected(const std::string &broker)
+{
+    log.say("connected to " + broker);
+    const std::vector<std::string> topics = layout->subscriptions();
+    client->subscribe(topics);
+    if (topics.empty())
+        subscribed({});
+}
+
+void Network::Parts::subscribed(const std::string &refused)
+{
+    if (!refused.empty())
+        log.saySeldom("the broker does not let this gateway read " + refused + "; check its access list",
+                      steadyNow());
+    isSubscribed = true;
+    sender->begin();
+}
+
+void Network::Parts::arrived(const Received &message)
+{
+    const Incoming incoming = layout->incoming(message);
+    if (incoming.kind == Incoming::HostState && !incoming.isHostOnline)
+        hostLost();
+    if (incoming.kind != Incoming::Command && incoming.kind != Incoming::Rebirth)
+        return;
+    const std::size_t known = desk->answers().size();
+    desk->take(incoming.command, message.isRetained, wiring.mailbox.state(), epochNow(), steadyNow());
+    logAnswersBehind(known);
+}
+
+/// A session that was born dies; one that only waits for the host goes elsewhere if there is an elsewhere.
+void Network::Parts::hostLost()
+{
+    const bool wasTold = sender->isTold();
+    if (!wasTold && settings->broker.addresses.size() < 2)
+        return;
+    log.saySeldom("the primary host is offline; leaving the broker", steadyNow());
+    if (wasTold)
+        sayGoodbye(HostGone);
+    client->walkOn();
+}
+
+void Network::Parts::stepCommands()
+{
+    const std::size_t known = desk->answers().size();
+    desk->step(epochNow(), steadyNow());
+    logAnswersBehind(known);
+    if (desk->takeRebirth())
+        sender->wantBirths();
+}
+
+void Network::Parts::logAnswersBehind(std::size_t known)
+{
+    for (std::size_t i = known; i < desk->answers().size(); ++i)
+        log.say(desk->answers()[i], steadyNow());
+}
+
+void Network::Parts::commit()
+{
+    const milliseconds steady = steadyNow();
+    if (!spool || steady < nextCommit)
+        return;
+    spool->commit(epochNow());
+    nextCommit = steady + CommitPeriod;
+}
+
+/// The last words, as far as there is room for them within the limit.
+void Network::Parts::sayGoodbye(milliseconds limit)
+{
+    const milliseconds end = steadyNow() + limit;
+    sender->beginFarewell(wiring.mailbox.state(), thisMoment());
+    while (!sender->sendFarewell() && steadyNow() < end) {
+        waitFor({client->descriptor()}, end - steadyNow());
+        for (const MqttClient::News &item : client->takeNews())
+            if (item.kind == MqttClient::News::Acknowledged)
+                sender->acknowledged(item.message);
+    }
+}
+
+void Network::Parts::leave(milliseconds limit)
+{
+    const milliseconds end = steadyNow() + limit;
+    sayGoodbye(limit / 2);
+    client->stop(std::max(end - steadyNow(), milliseconds(0)));
+    takeNews();
+    isSubscribed = false;
+    sender->stop();
+}
+
+void Network::Parts::apply(const GatewaySettings &after)
+{
+    const SettingsDifference difference = differenceOf(*settings, after);
+    std::unique_ptr<Layout> newLayout = difference.content ? makeLayout(after) : nullptr;
+    std::unique_ptr<MqttClient> newClient =
+        difference.connection ? std::make_unique<MqttClient>(after.broker, wiring.pauses) : nullptr;
+    if (difference.http)
+        http = makeHttp(after);
+    work();
+    if (newClient)
+        leave(ChangeTime);
+    const Snapshot values = reporter->newest();
+    settings = std::make_shared<const GatewaySettings>(after);
+    if (newLayout) {
+        droppedBefore += reporter->replaced();
+        contentSettings = settings;
+        makeContent(std::move(newLayout));
+        if (!difference.tags)
+            reporter->take(values, steadyNow());
+    }
+    if (difference.spool) {
+        droppedBefore += spool ? spool->dropped() : 0;
+        spool.reset();
+        makeSpool();
+    }
+    if (newClient)
+        client = std::move(newClient);
+    makeSender();
+    if (difference.connection)
+        client->start();
+    else if (isSubscribed)
+        sender->begin();
+}
+
+GatewayFigures Network::Parts::figures() const
+{
+    GatewayFigures made;
+    const Epoch now = epochNow();
+    made.line = wiring.mailbox.state();
+    made.isBrokerUp = client->isConnected();
+    made.acknowledged = acknowledgedBefore + sender->acknowledgedMessages();
+    made.dropped = droppedBefore + wiring.mailbox.dropped() + reporter->replaced() + desk->answersDropped();
+    made.tags = reporter->newest().size();
+    for (const Sample &sample : reporter->newest()) {
+        made.staleTags += sample.quality != Quality::Good;
+        if (sample.quality != Quality::Unknown)
+            made.oldestValueAge = std::max(made.oldestValueAge, double(now - sample.time) / 1000);
+    }
+    made.commands = desk->commands();
+    for (std::size_t i = 0; i < made.commandFailures.size(); ++i)
+        made.commandFailures[i] = desk->failures(CommandFailure(i));
+    made.hasSpool = spool != nullptr;
+    if (!spool)
+        return made;
+    made.dropped += spool->dropped();
+    made.spoolBytes = spool->bytes();
+    const Epoch oldest = spool->oldestTime();
+    made.spoolOldestAge = oldest ? double(now - oldest) / 1000 : 0;
+    return made;
+}
+
+Network::Network(const GatewaySettings &theSettings, const Wiring &theWiring)
+    : parts(std::make_unique<Parts>(theSettings, theWiring))
+{
+}
+
+Network::~Network() = default;
+
+void Network::step(milliseconds wait, int wake)
+{
+    parts->wait(wait, wake);
+    parts->work();
+}
+
+/// Answers first, as long as half of the time.
+void Network::end(milliseconds limit)
+{
+    const milliseconds end = steadyNow() + limit;
+    parts->work();
+    while (parts->client->isConnected() && !parts->desk->answers().empty() && steadyNow() < end - limit / 2) {
+        waitFor({parts->client->descriptor()}, end - limit / 2 - steadyNow());
+        parts->work();
+    }
+    parts->leave(std::max(end - steadyNow(), milliseconds(0)));
+    parts->nextCommit = milliseconds(0);
+    parts->commit();
+}
+
+void Network::apply(const GatewaySettings &settings)
+{
+    parts->apply(settings);
+}
+
+GatewayFigures Network::figures() const
+{
+    return parts->figures();
+}
+
+int Network::httpPort() const
+{
+    return parts->http ? parts->http->port() : 0;
+}
+
+} // namespace fgs

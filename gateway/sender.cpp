@@ -1,0 +1,269 @@
+#include "sender.h"
+
+#include <algorithm>
+
+namespace fgs
+{
+
+namespace
+{
+
+const milliseconds Period{60000};
+const std::size_t MostLiveBytes = 1U << 20;
+const int ReadAhead = 32; ///< records of history
+
+std::size_t weightOf(const Record &record)
+{
+    return record.key.size() + record.content.size() + 64;
+}
+
+bool tellsTheSame(const LineState &a, const LineState &b)
+{
+    return a.isUp == b.isUp && a.since == b.since && a.error == b.error && a.stations == b.stations;
+}
+
+} // namespace
+
+void Sender::begin()
+{
+    isGreeted = birthsWanted = true;
+    readHistoryAgain();
+}
+
+void Sender::stop()
+{
+    isGreeted = birthsWanted = false;
+    urgent.clear();
+    isAnswerInFlight = false;
+    live.clear();
+    liveBytes = 0;
+    pending.clear();
+    flights.clear();
+    readHistoryAgain();
+}
+
+void Sender::acknowledged(int message)
+{
+    const auto found = flights.find(message);
+    if (found == flights.end())
+        return;
+    const Flight flight = found->second;
+    flights.erase(found);
+    ++acknowledgedCount;
+    if (flight.isAnswer)
+        parts.desk.dropAnswer();
+    isAnswerInFlight = isAnswerInFlight && !flight.isAnswer;
+    if (!flight.number)
+        return;
+    parts.spool->acknowledged(flight.number);
+    pending.erase(flight.number);
+}
+
+void Sender::send(const LineState &line, const Moment &moment)
+{
+    if (parts.spool)
+        takeDue(moment.steady);
+    allowHistory(moment.steady);
+    while (isGreeted && !parts.layout.awaitsHost() && parts.client.isConnected() && parts.client.hasRoom())
+        if (!sendNext(line, moment))
+            return;
+}
+
+bool Sender::sendNext(const LineState &line, const Moment &moment)
+{
+    if (birthsWanted)
+        makeBirths(line, moment);
+    if (sendUrgent() || sendAnswer(moment))
+        return true;
+    if (!tellsTheSame(told, line))
+        makeChanges(line, moment);
+    else if (moment.steady >= nextPeriodic)
+        makePeriodic(line, moment);
+    return sendUrgent() || sendLive(moment) || sendHistory(moment);
+}
+
+bool Sender::publish(const Message &message, const Flight &flight)
+{
+    const int number = parts.client.publish(message);
+    if (number)
+        flights[number] = flight;
+    return number != 0;
+}
+
+bool Sender::sendUrgent()
+{
+    if (urgent.empty() || !publish(urgent.front(), {}))
+        return false;
+    urgent.pop_front();
+    return true;
+}
+
+bool Sender::sendAnswer(const Moment &moment)
+{
+    while (!isAnswerInFlight && !parts.desk.answers().empty()) {
+        if (const std::optional<Message> message = parts.layout.answer(parts.desk.answers().front(), moment.now))
+            return isAnswerInFlight = publish(*message, {0, true});
+        parts.desk.dropAnswer();
+    }
+    return false;
+}
+
+bool Sender::sendLive(const Moment &moment)
+{
+    if (live.empty())
+        takeDue(moment.steady);
+    if (live.empty())
+        return false;
+    const Live next = std::move(live.front());
+    live.pop_front();
+    liveBytes -= weightOf(next.record);
+    return publish(parts.layout.live(next.record, moment.now), {next.number});
+}
+
+bool Sender::sendHistory(const Moment &moment)
+{
+    while (historyAllowed >= 1) {
+        const std::optional<Spool::Kept> kept = nextKept();
+        if (!kept)
+            return false;
+        const std::optional<Message> message = parts.layout.history(kept->record, moment.now);
+        if (!message) {
+            parts.spool->acknowledged(kept->number);
+            continue;
+        }
+        historyAllowed -= 1;
+        pending.insert(kept->number);
+        return publish(*message, {kept->number});
+    }
+    return false;
+}
+
+/// The oldest record that is not on its way and can be told now.
+std::optional<Spool::Kept> Sender::nextKept()
+{
+    while (parts.spool && parts.spool->records() > std::int64_t(pending.size())) {
+        if (ahead.empty())
+            for (Spool::Kept &kept : parts.spool->oldest(historyAfter, ReadAhead))
+                ahead.push_back(std::move(kept));
+        if (ahead.empty())
+            break;
+        Spool::Kept next = std::move(ahead.front());
+        ahead.pop_front();
+        historyAfter = next.number;
+        if (!pending.count(next.number) && parts.layout.takesHistory(next.record.key))
+            return next;
+    }
+    return std::nullopt;
+}
+
+void Sender::readHistoryAgain()
+{
+    ahead.clear();
+    historyAfter = 0;
+}
+
+/// What was saved up lasts for a tenth of a second.
+void Sender::allowHistory(milliseconds steady)
+{
+    const double perSecond = parts.historyPerSecond;
+    const double earned = std::chrono::duration<double>(steady - allowedUntil).count() * perSecond;
+    historyAllowed = std::min(historyAllowed + earned, std::max(1.0, perSecond / 10));
+    allowedUntil = steady;
+}
+
+/// They hold all values: what waits to be sent live is history, if there is a spool.
+void Sender::makeBirths(const LineState &line, const Moment &moment)
+{
+    birthsWanted = false;
+    for (const Live &waiting : live)
+        pending.erase(waiting.number);
+    live.clear();
+    liveBytes = 0;
+    const std::vector<Message> births = parts.layout.births(picture(line), moment.now);
+    urgent.assign(births.begin(), births.end());
+    parts.reporter.allSent(moment.steady);
+    told = line;
+    nextPeriodic = moment.steady + Period;
+    readHistoryAgain();
+}
+
+void Sender::makeChanges(const LineState &line, const Moment &moment)
+{
+    const std::vector<Message> changes =
+        parts.layout.changes({parts.reporter.newest(), told}, picture(line), moment.now);
+    urgent.insert(urgent.end(), changes.begin(), changes.end());
+    told = line;
+    readHistoryAgain(); // a station may be back
+}
+
+void Sender::makePeriodic(const LineState &line, const Moment &moment)
+{
+    const std::vector<Message> messages = parts.layout.periodic(picture(line), moment.now);
+    urgent.insert(urgent.end(), messages.begin(), messages.end());
+    nextPeriodic = moment.steady + Period;
+}
+
+void Sender::takeDue(milliseconds steady)
+{
+    const std::vector<const Sample *> due = parts.reporter.takeDue(steady);
+    if (due.empty())
+        return;
+    for (const Record &record : parts.layout.records(due))
+        keep(record);
+}
+
+void Sender::keep(const Record &record)
+{
+    const Spool::Number number = parts.spool ? parts.spool->add(record) : 0;
+    if (!isGreeted)
+        return;
+    live.push_back({record, number});
+    liveBytes += weightOf(record);
+    if (number)
+        pending.insert(number);
+    while (number && liveBytes > MostLiveBytes && live.size() > 1)
+        letGo(live.front());
+}
+
+/// It waits in the spool, as history that is older than all that is live.
+void Sender::letGo(const Live &oldest)
+{
+    pending.erase(oldest.number);
+    if (oldest.number <= historyAfter) {
+        ahead.clear();
+        historyAfter = oldest.number - 1;
+    }
+    liveBytes -= weightOf(oldest.record);
+    live.pop_front();
+}
+
+void Sender::beginFarewell(const LineState &line, const Moment &moment)
+{
+    if (parts.spool)
+        takeDue(moment.steady);
+    urgent.clear();
+    if (isTold())
+        for (Message &message : parts.layout.farewell(picture(line), moment.now))
+            urgent.push_back(std::move(message));
+    isGreeted = birthsWanted = false;
+}
+
+bool Sender::sendFarewell()
+{
+    while (parts.client.isConnected() && parts.client.hasRoom() && sendUrgent())
+        ;
+    return urgent.empty() || !parts.client.isConnected();
+}
+
+milliseconds Sender::patience(milliseconds steady) const
+{
+    const bool isOpen = isGreeted && !parts.layout.awaitsHost() && parts.client.hasRoom();
+    milliseconds when = isOpen ? nextPeriodic : milliseconds::max();
+    if (isOpen || parts.spool)
+        when = std::min(when, parts.reporter.nextDue());
+    if (isOpen && parts.spool && parts.spool->records() > std::int64_t(pending.size()))
+        when = std::min(when, steady + milliseconds(1000 / std::max(parts.historyPerSecond, 1) + 1));
+    return when == milliseconds::max() ? when : std::max(when - steady, milliseconds(0));
+}
+
+} // namespace fgs
