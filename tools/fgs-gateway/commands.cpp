@@ -1,75 +1,20 @@
 #include "commands.h"
 
 #include "console.h"
-#include "gateway/dry_run.h"
-#include "tools/reading_codes.h"
+#include "gateway/settings.h"
+#include "tools/failure.h"
 
 namespace fgs
 {
 
-namespace
-{
-
-GatewaySettings settingsOf(const Options &options)
-{
-    return readGatewaySettings(QString::fromStdString(options.file));
-}
-
-void print(const std::vector<Message> &messages)
-{
-    for (const Message &message : messages)
-        printLine(lineOf(message));
-}
-
-void printJson(const std::vector<Message> &messages)
-{
-    for (const Message &message : messages)
-        printLine(lineOf(jsonOf(message)));
-}
-
-std::vector<Reading> readingsIn(const Host &host, const Link &link, const std::vector<Variable> &variables)
-{
-    std::vector<Reading> readings;
-    for (const Variable &variable : variables)
-        readings.push_back(readingOf(host, link, variable));
-    return readings;
-}
-
-} // namespace
-
 int checkCommand(const Options &options)
 {
-    const GatewaySettings settings = settingsOf(options);
+    const GatewaySettings settings = readGatewaySettings(QString::fromStdString(options.file));
     printLine(QStringLiteral("%1: no faults; gateway '%2' with %3 tags in %4 groups")
                   .arg(QString::fromStdString(options.file), QString::fromStdString(settings.name))
                   .arg(settings.tags.size())
                   .arg(settings.groups.size()));
     return ExitOk;
-}
-
-int planCommand(const Options &options)
-{
-    const GatewayPlan plan = planOf(linkedDriver(), settingsOf(options));
-    const QStringList lines = options.json ? QStringList{lineOf(jsonOf(plan))} : linesOf(plan);
-    for (const QString &line : lines)
-        printLine(line);
-    return ExitOk;
-}
-
-int testCommand(const Options &options, const Stop &stop, const Signals &signalled)
-{
-    const GatewaySettings settings = settingsOf(options);
-    const std::vector<Variable> variables = settings.variables();
-    const std::unique_ptr<Link> link = makeLink(settings.link);
-    link->endBy(&stop);
-    if (!link->open() && !signalled.stopping())
-        throw Failure(ExitLink, QStringLiteral("cannot open link '%1': %2").arg(settings.link, link->error()));
-    Host host(linkedDriver(), *link, variables, settings.host);
-    const WallClock clock(*link);
-    const std::unique_ptr<Layout> layout = makeLayout(settings);
-    (options.json ? printJson : print)(readOnce(host, *link, clock, settings, *layout));
-    return signalled.stopping() ? ExitSignal + signalled.stopping()
-                                : int(exitCodeOf(readingsIn(host, *link, variables)));
 }
 
 int initCommand(const Options &options)

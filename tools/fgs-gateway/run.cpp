@@ -72,7 +72,6 @@ private:
     using Settings = std::shared_ptr<const GatewaySettings>;
     Settings read() const;
     void startLine();
-    void endLine();
     void step();
     void reload();
     void apply(const Settings &next);
@@ -119,14 +118,6 @@ void Gateway::startLine()
                                      }});
 }
 
-/// What it told last is taken before its tags change.
-void Gateway::endLine()
-{
-    line.reset();
-    network.step(milliseconds(0), bell.descriptor());
-    mailbox.takeSnapshots();
-}
-
 /// On the line's thread.
 void Gateway::alive()
 {
@@ -162,7 +153,7 @@ void Gateway::apply(const Settings &next)
 {
     const bool isOtherLine = !isSameLine(*settings, *next);
     if (isOtherLine)
-        endLine();
+        line.reset();
     try {
         network.apply(*next);
         settings = next;
