@@ -33,9 +33,10 @@ std::string folderOf(const std::string &path)
     return folder.empty() ? "." : folder.string();
 }
 
-bool mayWrite(const std::string &path)
+bool isForbidden(const std::string &path)
 {
-    return ::access(path.c_str(), W_OK) == 0 && ::access(folderOf(path).c_str(), W_OK) == 0;
+    const bool isFile = ::access(path.c_str(), F_OK) == 0;
+    return ::access(folderOf(path).c_str(), W_OK) != 0 || (isFile && ::access(path.c_str(), W_OK) != 0);
 }
 
 bool isMissing(const std::string &folder)
@@ -49,13 +50,13 @@ std::string explained(const DatabaseError &error, const std::string &path)
 {
     if (isMissing(folderOf(path)))
         return "the folder '" + folderOf(path) + "' does not exist; make it, or name another file";
+    if (isForbidden(path))
+        return "it may not be written; let the gateway's user write the file and its folder";
     switch (error.kind) {
     case DatabaseError::InUse:
         return "another program has it open; give each gateway a file of its own";
     case DatabaseError::Full:
         return "no space is left on the disk; make room, or name a file on another disk";
-    case DatabaseError::ReadOnly:
-        return "it may not be written; let the gateway's user write the file and its folder";
     default:
         return std::string(error.what()) + "; look after the disk, or name another file";
     }
@@ -155,7 +156,7 @@ void Spool::Parts::open()
 Spool::Parts::End Spool::Parts::handle(const DatabaseError &error)
 {
     const bool isDamaged = error.kind == DatabaseError::Damaged ||
-                           (error.kind == DatabaseError::ReadOnly && mayWrite(settings.file)); // by its header
+                           (error.kind == DatabaseError::ReadOnly && !isForbidden(settings.file)); // by its header
     if (isDamaged)
         return replaceFile(error.what());
     const std::string why = explained(error, settings.file);

@@ -38,9 +38,9 @@ std::int64_t weightOf(const Record &record)
     return std::int64_t(record.key.size() + record.content.size()) + RecordOverhead;
 }
 
-// A log (WAL) and not a rollback journal: a page is written once a commit instead of twice, to the end of one small
-// file, with one sync instead of three, and goes into the table with others; a kill leaves whole transactions in
-// both.
+// A rollback journal that stays, and not a log (WAL): what is added goes to the end, so both write little more than
+// the new pages; a kill leaves whole transactions in both; but only here does removing still work on a full disk,
+// without which a disk that the spool has filled would stay full.
 SpoolFile::SpoolFile(const std::string &path, const std::string &layout, std::int64_t mostBytes)
     : file(path), mostPages((2 * mostBytes + (1 << 20)) / PageSize)
 {
@@ -51,10 +51,9 @@ SpoolFile::SpoolFile(const std::string &path, const std::string &layout, std::in
         begin(layout);
     else
         judge(layout);
-    require(file.text("PRAGMA journal_mode = WAL") == "wal", "it cannot have a log");
-    file.run("PRAGMA synchronous = FULL; PRAGMA wal_autocheckpoint = 256;" + pragma("journal_size_limit", 1 << 20) +
-             pragma("max_page_count", mostPages));
-    Transaction(file).commit(); // takes the lock
+    file.text("PRAGMA journal_mode = PERSIST");
+    file.run("PRAGMA synchronous = FULL;" + pragma("journal_size_limit", 1 << 20) +
+             pragma("max_page_count", mostPages) + "BEGIN EXCLUSIVE; COMMIT"); // the lock stays
 }
 
 void SpoolFile::begin(const std::string &layout)
