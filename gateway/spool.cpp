@@ -78,6 +78,7 @@ struct Spool::Parts {
     End handle(const DatabaseError &error);
     End replaceFile(const std::string &why);
     void relieve();
+    void removeSome();
     void stop(const std::string &why);
     void works();
 
@@ -165,18 +166,32 @@ Spool::Parts::End Spool::Parts::handle(const DatabaseError &error)
     return End::Failed;
 }
 
-/// Removing needs no room, or little that is there: so what is sent from a full disk makes room on it.
+/// Removing a few at a time needs no more room than the journal has: so what is sent from a full disk makes room on
+/// it.
 void Spool::Parts::relieve()
 {
     try {
-        Transaction transaction(file.value().database());
-        Tally left = kept;
-        removeAcknowledged(left);
-        transaction.commit();
-        forgetAcknowledged();
-        kept = left;
+        while (!acknowledged.empty())
+            removeSome();
     } catch (const std::exception &) { // then the next minute
     }
+}
+
+void Spool::Parts::removeSome()
+{
+    const std::ptrdiff_t most = 4;
+    const auto end = std::next(acknowledged.begin(), std::min(most, std::ptrdiff_t(acknowledged.size())));
+    Transaction transaction(file.value().database());
+    Tally left = kept;
+    std::int64_t bytes = 0;
+    for (auto each = acknowledged.begin(); each != end; ++each) {
+        left -= file->erase(each->first);
+        bytes += each->second;
+    }
+    transaction.commit();
+    kept = left;
+    acknowledgedBytes -= bytes;
+    acknowledged.erase(acknowledged.begin(), end);
 }
 
 Spool::Parts::End Spool::Parts::replaceFile(const std::string &why)

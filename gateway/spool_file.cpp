@@ -45,8 +45,7 @@ SpoolFile::SpoolFile(const std::string &path, const std::string &layout, std::in
     : file(path), mostPages((2 * mostBytes + (1 << 20)) / PageSize)
 {
     file.run("PRAGMA locking_mode = EXCLUSIVE; PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;"
-             "PRAGMA temp_store = MEMORY; PRAGMA cache_size = -256; PRAGMA auto_vacuum = INCREMENTAL;" +
-             pragma("page_size", PageSize));
+             "PRAGMA temp_store = MEMORY; PRAGMA cache_size = -256");
     if (file.number("SELECT count(*) FROM sqlite_master") == 0 && file.number("PRAGMA application_id") == 0)
         begin(layout);
     else
@@ -58,6 +57,7 @@ SpoolFile::SpoolFile(const std::string &path, const std::string &layout, std::in
 
 void SpoolFile::begin(const std::string &layout)
 {
+    file.run("PRAGMA auto_vacuum = INCREMENTAL;" + pragma("page_size", PageSize));
     Transaction transaction(file);
     file.run(std::string(RecordTable) + ";" + AboutTable + ";" + pragma("application_id", ApplicationId) +
              pragma("user_version", SchemaVersion));
