@@ -39,8 +39,8 @@ std::int64_t weightOf(const Record &record)
 }
 
 // A rollback journal that stays, and not a log (WAL): what is added goes to the end, so both write little more than
-// the new pages; a kill leaves whole transactions in both; but only here does removing still work on a full disk,
-// without which a disk that the spool has filled would stay full.
+// the new pages; a kill leaves whole transactions in both; but a log has to grow for everything, also on a full
+// disk.
 SpoolFile::SpoolFile(const std::string &path, const std::string &layout, std::int64_t mostBytes)
     : file(path), mostPages((2 * mostBytes + (1 << 20)) / PageSize)
 {
