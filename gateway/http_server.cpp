@@ -79,9 +79,14 @@ int portOf(int listener)
                                              : reinterpret_cast<const sockaddr_in &>(local).sin_port);
 }
 
+bool isAllowed(const std::string &method)
+{
+    return method == MHD_HTTP_METHOD_GET || method == MHD_HTTP_METHOD_HEAD;
+}
+
 HttpReply replyTo(const HttpServer::Handler &handler, const std::string &method, const std::string &path)
 {
-    if (method != MHD_HTTP_METHOD_GET && method != MHD_HTTP_METHOD_HEAD)
+    if (!isAllowed(method))
         return {MHD_HTTP_METHOD_NOT_ALLOWED, HttpReply().type, "only GET and HEAD\n"};
     try {
         return handler(path);
@@ -105,10 +110,16 @@ MHD_Result send(MHD_Connection *connection, const HttpReply &reply)
     return result;
 }
 
-/// Answers as soon as the head is there: nobody reads what else a request has.
+/// Called with the head, then with its end. What is refused is so at once, and nobody reads the rest.
 MHD_Result answer(void *handler, MHD_Connection *connection, const char *path, const char *method, const char *,
-                  const char *, std::size_t *, void **)
+                  const char *, std::size_t *size, void **seen)
 {
+    if (isAllowed(method) && *seen == nullptr) {
+        *seen = handler;
+        return MHD_YES;
+    }
+    if (*size > 0) // a body, which nobody wants
+        return MHD_NO;
     return send(connection, replyTo(*static_cast<const HttpServer::Handler *>(handler), method, path));
 }
 

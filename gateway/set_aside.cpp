@@ -25,17 +25,34 @@ std::string stampOf(std::time_t time)
     return std::string(text.data(), size);
 }
 
-std::string freeName(const std::string &prefix)
-{
-    std::time_t time = std::time(nullptr);
-    while (files::exists(prefix + stampOf(time)))
-        ++time;
-    return prefix + stampOf(time);
-}
-
 bool isCompanion(const std::string &name)
 {
     return name.find('-', name.rfind('.') + sizeof "damaged-") != std::string::npos;
+}
+
+/// By their time.
+std::set<std::string> allSetAside(const files::path &prefix)
+{
+    const files::path folder = prefix.has_parent_path() ? prefix.parent_path() : files::path(".");
+    const std::string start = prefix.filename();
+    std::set<std::string> found;
+    for (const files::directory_entry &entry : files::directory_iterator(folder)) {
+        const std::string name = entry.path().filename();
+        if (name.compare(0, start.size(), start) == 0 && !isCompanion(name))
+            found.insert(entry.path());
+    }
+    return found;
+}
+
+/// Behind those of the same moment.
+std::string freeName(const std::string &prefix)
+{
+    const std::set<std::string> taken = allSetAside(prefix);
+    const std::time_t now = std::time(nullptr);
+    for (std::time_t time = now; time < now + 60; ++time)
+        if (taken.empty() || prefix + stampOf(time) > *taken.rbegin())
+            return prefix + stampOf(time);
+    return prefix + stampOf(now); // the clock was ahead
 }
 
 void removeAll(const files::path &path)
@@ -45,16 +62,9 @@ void removeAll(const files::path &path)
         files::remove(path.string() + companion);
 }
 
-void removeOldest(const files::path &prefix)
+void removeOldest(const std::string &prefix)
 {
-    const files::path folder = prefix.has_parent_path() ? prefix.parent_path() : files::path(".");
-    const std::string start = prefix.filename();
-    std::set<files::path> found; // by their time
-    for (const files::directory_entry &entry : files::directory_iterator(folder)) {
-        const std::string name = entry.path().filename();
-        if (name.compare(0, start.size(), start) == 0 && !isCompanion(name))
-            found.insert(entry.path());
-    }
+    std::set<std::string> found = allSetAside(prefix);
     for (; found.size() > MostSetAside; found.erase(found.begin()))
         removeAll(*found.begin());
 }

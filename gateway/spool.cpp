@@ -33,9 +33,10 @@ std::string folderOf(const std::string &path)
     return folder.empty() ? "." : folder.string();
 }
 
-bool mayWrite(const std::string &path)
+bool isForbidden(const std::string &path)
 {
-    return ::access(path.c_str(), W_OK) == 0 && ::access(folderOf(path).c_str(), W_OK) == 0;
+    const bool isFile = ::access(path.c_str(), F_OK) == 0;
+    return ::access(folderOf(path).c_str(), W_OK) != 0 || (isFile && ::access(path.c_str(), W_OK) != 0);
 }
 
 bool isMissing(const std::string &folder)
@@ -49,13 +50,13 @@ std::string explained(const DatabaseError &error, const std::string &path)
 {
     if (isMissing(folderOf(path)))
         return "the folder '" + folderOf(path) + "' does not exist; make it, or name another file";
+    if (isForbidden(path))
+        return "it may not be written; let the gateway's user write the file and its folder";
     switch (error.kind) {
     case DatabaseError::InUse:
         return "another program has it open; give each gateway a file of its own";
     case DatabaseError::Full:
         return "no space is left on the disk; make room, or name a file on another disk";
-    case DatabaseError::ReadOnly:
-        return "it may not be written; let the gateway's user write the file and its folder";
     default:
         return std::string(error.what()) + "; look after the disk, or name another file";
     }
@@ -77,6 +78,7 @@ struct Spool::Parts {
     End handle(const DatabaseError &error);
     End replaceFile(const std::string &why);
     void relieve();
+    void removeSome();
     void stop(const std::string &why);
     void works();
 
@@ -155,7 +157,7 @@ void Spool::Parts::open()
 Spool::Parts::End Spool::Parts::handle(const DatabaseError &error)
 {
     const bool isDamaged = error.kind == DatabaseError::Damaged ||
-                           (error.kind == DatabaseError::ReadOnly && mayWrite(settings.file)); // by its header
+                           (error.kind == DatabaseError::ReadOnly && !isForbidden(settings.file)); // by its header
     if (isDamaged)
         return replaceFile(error.what());
     const std::string why = explained(error, settings.file);
@@ -164,18 +166,32 @@ Spool::Parts::End Spool::Parts::handle(const DatabaseError &error)
     return End::Failed;
 }
 
-/// Removing needs no room, or little that is there: so what is sent from a full disk makes room on it.
+/// Removing a few at a time needs no more room than the journal has: so what is sent from a full disk makes room on
+/// it.
 void Spool::Parts::relieve()
 {
     try {
-        Transaction transaction(file.value().database());
-        Tally left = kept;
-        removeAcknowledged(left);
-        transaction.commit();
-        forgetAcknowledged();
-        kept = left;
+        while (!acknowledged.empty())
+            removeSome();
     } catch (const std::exception &) { // then the next minute
     }
+}
+
+void Spool::Parts::removeSome()
+{
+    const std::ptrdiff_t most = 4;
+    const auto end = std::next(acknowledged.begin(), std::min(most, std::ptrdiff_t(acknowledged.size())));
+    Transaction transaction(file.value().database());
+    Tally left = kept;
+    std::int64_t bytes = 0;
+    for (auto each = acknowledged.begin(); each != end; ++each) {
+        left -= file->erase(each->first);
+        bytes += each->second;
+    }
+    transaction.commit();
+    kept = left;
+    acknowledgedBytes -= bytes;
+    acknowledged.erase(acknowledged.begin(), end);
 }
 
 Spool::Parts::End Spool::Parts::replaceFile(const std::string &why)

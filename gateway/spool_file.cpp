@@ -38,27 +38,26 @@ std::int64_t weightOf(const Record &record)
     return std::int64_t(record.key.size() + record.content.size()) + RecordOverhead;
 }
 
-// A log (WAL) and not a rollback journal: a page is written once a commit instead of twice, to the end of one small
-// file, with one sync instead of three, and goes into the table with others; a kill leaves whole transactions in
-// both.
+// A rollback journal that stays, and not a log (WAL): what is added goes to the end, so both write little more than
+// the new pages; a kill leaves whole transactions in both; but a log has to grow for everything, also on a full
+// disk.
 SpoolFile::SpoolFile(const std::string &path, const std::string &layout, std::int64_t mostBytes)
     : file(path), mostPages((2 * mostBytes + (1 << 20)) / PageSize)
 {
     file.run("PRAGMA locking_mode = EXCLUSIVE; PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;"
-             "PRAGMA temp_store = MEMORY; PRAGMA cache_size = -256; PRAGMA auto_vacuum = INCREMENTAL;" +
-             pragma("page_size", PageSize));
+             "PRAGMA temp_store = MEMORY; PRAGMA cache_size = -256");
     if (file.number("SELECT count(*) FROM sqlite_master") == 0 && file.number("PRAGMA application_id") == 0)
         begin(layout);
     else
         judge(layout);
-    require(file.text("PRAGMA journal_mode = WAL") == "wal", "it cannot have a log");
-    file.run("PRAGMA synchronous = FULL; PRAGMA wal_autocheckpoint = 256;" + pragma("journal_size_limit", 1 << 20) +
-             pragma("max_page_count", mostPages));
-    Transaction(file).commit(); // takes the lock
+    file.text("PRAGMA journal_mode = PERSIST");
+    file.run("PRAGMA synchronous = FULL;" + pragma("journal_size_limit", 1 << 20) +
+             pragma("max_page_count", mostPages) + "BEGIN EXCLUSIVE; COMMIT"); // the lock stays
 }
 
 void SpoolFile::begin(const std::string &layout)
 {
+    file.run("PRAGMA auto_vacuum = INCREMENTAL;" + pragma("page_size", PageSize));
     Transaction transaction(file);
     file.run(std::string(RecordTable) + ";" + AboutTable + ";" + pragma("application_id", ApplicationId) +
              pragma("user_version", SchemaVersion));

@@ -37,8 +37,8 @@ std::int64_t weightOf(const Record &record);
 class SpoolFile
 {
 public:
-    /// Begins it if there is none. It grows to twice `mostBytes` and 1 MiB at most; what was written lately stands
-    /// a second time in a file beside it, of 1 MiB or what one transaction takes.
+    /// Begins it if there is none. It grows to twice `mostBytes` and 1 MiB at most; the journal beside it to 1 MiB,
+    /// or to what one transaction takes.
     SpoolFile(const std::string &path, const std::string &layout, std::int64_t mostBytes);
 
     Database &database() { return file; }
