@@ -1,7 +1,7 @@
 #include "commands.h"
 #include "output.h"
-#include "watch/line_plan_text.h"
 #include "tools/failure.h"
+#include "watch/line_plan_text.h"
 #include "watch/oddities.h"
 
 namespace fgs
