@@ -25,7 +25,8 @@ struct ReconnectPauses {
 /// that will never be acknowledged. So with Disconnected all that was in flight counts as not acknowledged, and the
 /// user sends again what has to arrive: at least once, possibly twice.
 ///
-/// A broker that refuses a message by its access list acknowledges it all the same: 3.1.1 has no other answer.
+/// A broker that refuses a message by its access list acknowledges it all the same, or breaks off: 3.1.1 has no
+/// other answer.
 class MqttClient
 {
 public:

@@ -49,12 +49,15 @@ public:
     {
         stepUntil([this] { return client.isConnected() && (topics.empty() || isSubscribed); });
     }
-    /// Publishes, and waits for the acknowledgement.
+    /// Publishes, again after each lost connection, and waits for the acknowledgement.
     void tell(const fgs::Message &message)
     {
         const std::size_t before = acknowledged.size();
-        stepUntil([&] { return client.publish(message) != 0; });
-        stepUntil([&] { return acknowledged.size() > before; });
+        while (acknowledged.size() == before) {
+            const std::size_t endsBefore = ends.size();
+            stepUntil([&] { return client.publish(message) != 0; });
+            stepUntil([&] { return acknowledged.size() > before || ends.size() > endsBefore; });
+        }
     }
     /// The newest of the topic; empty if there is none.
     std::string newest(const std::string &topic) const
