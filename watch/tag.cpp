@@ -90,6 +90,18 @@ QString titleOf(const Tag &tag)
     return tag.unit.isEmpty() ? tag.name : QStringLiteral("%1 [%2]").arg(tag.name, tag.unit);
 }
 
+QString placeText(const Tag &tag)
+{
+    const Variable &variable = tag.variable;
+    const Area &area = *areaOf(variable.area);
+    QString wire = QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
+    if (variable.count > 1)
+        wire += QStringLiteral("..%1").arg(variable.address + variable.count - 1);
+    const QString place =
+        QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
+    return tag.name.isEmpty() ? place : QStringLiteral("%1  %2").arg(place).arg(titleOf(tag), -16);
+}
+
 QStringList valueTexts(const Tag &tag, Format format, const std::vector<quint32> &elements)
 {
     const ValueType &type = tag.typeIn(format);

@@ -122,18 +122,6 @@ QString contentText(const Tag &tag, const Reading &reading, const TextStyle &sty
     return quality.isEmpty() ? values : values + QStringLiteral("  ") + quality;
 }
 
-QString placeText(const Tag &tag)
-{
-    const Variable &variable = tag.variable;
-    const Area &area = *areaOf(variable.area);
-    QString wire = QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
-    if (variable.count > 1)
-        wire += QStringLiteral("..%1").arg(variable.address + variable.count - 1);
-    const QString place =
-        QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
-    return tag.name.isEmpty() ? place : QStringLiteral("%1  %2").arg(place).arg(titleOf(tag), -16);
-}
-
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now)
 {
     return stamped(reading.quality == Quality::Unknown ? now : reading.time, style,

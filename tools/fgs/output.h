@@ -25,8 +25,6 @@ QString adviceText(const Reason &reason, Time timeout);
 QString qualityText(const Reading &reading, const TextStyle &style);
 /// The values, or what stands for them, or both.
 QString contentText(const Tag &tag, const Reading &reading, const TextStyle &style);
-/// Place as people write it, and on the wire, and its name: "5:100x2@1  word  wire 0x08:100..101  oven_temp [°C]".
-QString placeText(const Tag &tag);
 /// Time, place, content. Of a reading without values the time is now.
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now);
 QString rowText(const WriteReport &report, const TextStyle &style, Time now);
