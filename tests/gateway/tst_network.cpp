@@ -1,0 +1,347 @@
+// The network's side of a gateway against a real broker: the line is the test's own poster.
+#include "gateway/network.h"
+#include "support/fake_broker.h"
+#include "support/mosquitto.h"
+#include "support/mqtt_user.h"
+#include "watch/value_type.h"
+
+#include <algorithm>
+#include <random>
+#include <set>
+
+using namespace fgs;
+
+namespace
+{
+
+const int Tags = 4;
+
+GatewaySettings gatewaySettings(int port, int tags = Tags)
+{
+    GatewaySettings settings;
+    settings.name = "press7";
+    settings.layout.base = "plant";
+    settings.groups = {"oven"};
+    settings.broker = brokerSettings({port}, "fgs-gateway-press7");
+    for (int i = 0; i < tags; ++i) {
+        GatewayTag tag;
+        tag.tag = parseTag(QStringLiteral("5:%1:u16").arg(i));
+        tag.name = "t" + std::to_string(i);
+        settings.tags.push_back(tag);
+    }
+    return settings;
+}
+
+/// A gateway without a line: the test posts.
+struct Gateway {
+    explicit Gateway(const GatewaySettings &settings)
+        : network(settings,
+                  {mailbox, orders, [this](const std::string &line) { log.push_back(line); }, false, ShortPauses})
+    {
+        LineState up;
+        up.isUp = true;
+        up.since = 1000;
+        up.stations[1] = true;
+        mailbox.post(up);
+    }
+
+    void post(std::size_t tag, quint32 value, Epoch time)
+    {
+        Sample sample;
+        sample.tag = tag;
+        sample.quality = Quality::Good;
+        sample.time = time;
+        sample.values = {value};
+        mailbox.post(Snapshot{sample});
+    }
+    void step() { network.step(milliseconds(5), -1); }
+    bool hasSaid(const std::string &part) const
+    {
+        for (const std::string &line : log)
+            if (line.find(part) != std::string::npos)
+                return true;
+        return false;
+    }
+    template <typename Condition>
+    void stepUntil(Condition condition)
+    {
+        while (!condition())
+            step();
+    }
+
+    Mailbox mailbox;
+    OrderDesk orders;
+    std::vector<std::string> log;
+    Network network;
+};
+
+bool contains(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+/// "timestamp":MS of a message.
+Epoch timeIn(const std::string &payload)
+{
+    const std::size_t place = payload.find("\"timestamp\":");
+    return place == std::string::npos ? -1 : std::stoll(payload.substr(place + 12));
+}
+
+class NetworkTest : public testing::Test
+{
+protected:
+    void SetUp() override { NEED_MOSQUITTO(); }
+
+    BrokerSettings readerSettings() const { return brokerSettings({broker.port()}, "reader"); }
+
+    template <typename Condition>
+    static void stepBoth(Gateway &gateway, MqttUser &user, Condition condition)
+    {
+        while (!condition()) {
+            gateway.step();
+            user.step(1);
+        }
+    }
+
+    Mosquitto broker;
+};
+
+TEST_F(NetworkTest, TellsStatusAndStateAndThenWhatChanges)
+{
+    broker.start();
+    MqttUser reader(readerSettings(), {"plant/#"});
+    reader.stepUntilConnected();
+    Gateway gateway(gatewaySettings(broker.port()));
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/status"), "\"online\""); });
+    gateway.post(1, 77, 5000);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven"), "\"t1\":77"); });
+    EXPECT_EQ(timeIn(reader.newest("plant/press7/oven")), 5000);
+    LineState down;
+    down.error = "unplugged";
+    gateway.mailbox.post(down);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/status"), "\"down\""); });
+    EXPECT_TRUE(gateway.network.figures().isBrokerUp);
+
+    gateway.network.end(milliseconds(10000));
+    reader.stepUntil([&] { return contains(reader.newest("plant/press7/status"), "\"offline\""); });
+    EXPECT_TRUE(gateway.hasSaid("connected to broker 127.0.0.1:"));
+    const std::size_t sent = reader.received.size();
+    EXPECT_EQ(gateway.network.figures().acknowledged, sent) << "each of them once, and no will";
+}
+
+/// Killed, not ended: what the broker held is gone, and the gateway brings all of it again.
+TEST_F(NetworkTest, BringsEverythingAgainAfterTenKills)
+{
+    std::mt19937 random(7);
+    broker.start();
+    Gateway gateway(gatewaySettings(broker.port()));
+    quint32 value = 0;
+    for (int round = 0; round < 10; ++round) {
+        for (int steps = int(random() % 40); steps > 0; --steps) {
+            ++value;
+            gateway.post(random() % Tags, value, 1000 + value);
+            gateway.step();
+        }
+        broker.kill();
+        for (int steps = int(random() % 20); steps > 0; --steps) {
+            ++value;
+            gateway.post(random() % Tags, value, 1000 + value);
+            gateway.step();
+        }
+        for (std::size_t tag = 0; tag < Tags; ++tag) {
+            ++value;
+            gateway.post(tag, 30000 + value, 1000 + value);
+        }
+        broker.start();
+        const quint32 first = 30000 + value - Tags + 1;
+        MqttUser reader(readerSettings(), {"plant/#"});
+        stepBoth(gateway, reader, [&] {
+            const std::string state = reader.newest("plant/press7/oven/state");
+            bool isNewest = contains(reader.newest("plant/press7/status"), "\"online\"");
+            for (std::size_t tag = 0; tag < Tags; ++tag)
+                isNewest = isNewest && contains(state, "\"t" + std::to_string(tag) +
+                                                           "\":" + std::to_string(first + quint32(tag)));
+            return isNewest;
+        });
+    }
+    EXPECT_TRUE(gateway.hasSaid("has closed the connection"));
+}
+
+/// Times of the records of one topic that have come, each as often as it came.
+std::vector<Epoch> timesOf(const FakeBroker &broker, const std::string &topic)
+{
+    std::vector<Epoch> times;
+    for (const FakeBroker::Sent &sent : broker.sent())
+        if (sent.topic == topic)
+            times.push_back(timeIn(sent.payload));
+    return times;
+}
+
+/// The broker breaks off at random messages, takes some without acknowledging them, and each value that was due
+/// arrives, with its own time.
+TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
+{
+    std::mt19937 random(11);
+    TemporaryFolder folder;
+    FakeBroker broker;
+    GatewaySettings settings = gatewaySettings(broker.port());
+    settings.spool.emplace();
+    settings.spool->file = folder.path / "press7.spool";
+    settings.spool->historyPerSecond = 10000;
+    Gateway gateway(settings);
+    gateway.stepUntil([&] { return broker.sent().size() >= 2; });
+    Epoch time = 1000000;
+    for (int round = 0; round < 10; ++round) {
+        broker.breakAfter = int(random() % 10);
+        broker.acknowledges = random() % 2 == 0;
+        for (int i = 0; i < 30; ++i) {
+            ++time;
+            gateway.post(std::size_t(time % Tags), quint32(time % 60000), time);
+            gateway.step();
+        }
+        broker.breakAfter = 0;
+        ++time;
+        gateway.post(0, quint32(time % 60000), time);
+        gateway.stepUntil([&] { return broker.breakAfter < 0; });
+        broker.acknowledges = true;
+    }
+    const auto all = [&] {
+        std::vector<Epoch> times = timesOf(broker, "plant/press7/oven");
+        for (Epoch kept : timesOf(broker, "plant/press7/oven/history"))
+            times.push_back(kept);
+        return std::set<Epoch>(times.begin(), times.end());
+    };
+    gateway.stepUntil([&] { return gateway.network.figures().spoolBytes == 0; });
+    const std::set<Epoch> arrived = all();
+    for (Epoch due = 1000001; due <= time; ++due)
+        EXPECT_TRUE(arrived.count(due)) << due;
+    const std::vector<Epoch> live = timesOf(broker, "plant/press7/oven");
+    EXPECT_TRUE(std::is_sorted(live.begin(), live.end()));
+    EXPECT_EQ(gateway.network.figures().dropped, 0u);
+}
+
+/// Only the newest value of each tag waits, whatever comes, and it arrives when the broker is a better one.
+TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
+{
+    auto bad = std::make_unique<FakeBroker>();
+    bad->acknowledges = false;
+    GatewaySettings settings = gatewaySettings(bad->port());
+    settings.broker.addresses.push_back({"127.0.0.1", broker.port()});
+    settings.broker.mostInFlight = 5;
+    Gateway gateway(settings);
+    gateway.stepUntil([&] { return bad->sent().size() >= 2; });
+    for (quint32 i = 1; i <= 20000; ++i) {
+        gateway.post(i % Tags, i, 1000 + i);
+        if (i % 100 == 0)
+            gateway.step();
+    }
+    gateway.step();
+    EXPECT_LE(bad->sent().size(), 5u) << "the window";
+    EXPECT_EQ(gateway.network.figures().acknowledged, 0u);
+    EXPECT_GT(gateway.network.figures().dropped, 19000u);
+    broker.start();
+    bad.reset();
+    MqttUser reader(readerSettings(), {"plant/#"});
+    stepBoth(gateway, reader, [&] {
+        const std::string state = reader.newest("plant/press7/oven/state");
+        return contains(state, "\"t0\":20000") && contains(state, "\"t3\":19999");
+    });
+}
+
+TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings(broker.port());
+    settings.commands.longestAge = std::chrono::seconds(0);
+    settings.tags[0].write = WriteRule{0, 100, 0};
+    MqttUser user(readerSettings(), {"plant/press7/ack"});
+    user.stepUntilConnected();
+    Message command;
+    command.topic = "plant/press7/cmd";
+    command.payload = R"({"id":"old","ts":1,"set":{"t0":5}})";
+    command.isRetained = true;
+    user.tell(command);
+    Gateway gateway(settings);
+    stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/ack"), "\"retained\""); });
+    EXPECT_FALSE(gateway.orders.hasOrders());
+    EXPECT_TRUE(gateway.hasSaid("retained"));
+
+    command.payload = R"({"id":"new","ts":1,"set":{"t0":50}})";
+    command.isRetained = false;
+    user.client.publish(command);
+    stepBoth(gateway, user, [&] { return gateway.orders.hasOrders(); });
+    const std::optional<Order> order = gateway.orders.take();
+    ASSERT_TRUE(order);
+    WriteReport report;
+    report.assignment = order->assignments[0];
+    report.result = WriteResult::Verified;
+    report.held.variable = report.assignment.tag.variable;
+    report.held.quality = Quality::Good;
+    report.held.values = report.assignment.values;
+    gateway.orders.finish({order->number, false, {report}, {}});
+    stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/ack"), "\"verified\""); });
+    EXPECT_TRUE(contains(user.newest("plant/press7/ack"), "\"new\""));
+}
+
+TEST_F(NetworkTest, TellsTenThousandTags)
+{
+    broker.start();
+    const int many = 10000;
+    Gateway gateway(gatewaySettings(broker.port(), many));
+    Snapshot all;
+    for (std::size_t tag = 0; tag < many; ++tag) {
+        Sample sample;
+        sample.tag = tag;
+        sample.quality = Quality::Good;
+        sample.time = 2000;
+        sample.values = {quint32(tag)};
+        all.push_back(sample);
+    }
+    gateway.mailbox.post(all);
+    MqttUser reader(readerSettings(), {"plant/#"});
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t9999\":9999"); });
+    EXPECT_EQ(gateway.network.figures().staleTags, 0u);
+}
+
+TEST_F(NetworkTest, KeepsItsConnectionWhenOnlyRulesChange)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings(broker.port());
+    Gateway gateway(settings);
+    MqttUser reader(readerSettings(), {"plant/#"});
+    gateway.post(2, 42, 3000);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\""); });
+    const std::size_t lines = gateway.log.size();
+    settings.tags[1].report.deadBand = 5;
+    gateway.network.apply(settings);
+    reader.received.clear();
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t2\":42"); });
+    EXPECT_EQ(gateway.log.size(), lines) << "no new connection";
+    settings.layout.base = "hall";
+    gateway.network.apply(settings);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/status"), "\"offline\""); });
+    gateway.stepUntil([&] { return gateway.network.figures().isBrokerUp; });
+    settings.broker.tls = TlsSettings{"/nowhere/ca.crt", "", ""};
+    EXPECT_ANY_THROW(gateway.network.apply(settings));
+    gateway.step();
+    EXPECT_TRUE(gateway.network.figures().isBrokerUp) << "the old settings go on";
+}
+
+/// The broker answers nothing any more, and keeps the connection.
+TEST_F(NetworkTest, ComesBackFromAConnectionThatIsOpenAtOneEndOnly)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings(broker.port());
+    settings.broker.keepAlive = std::chrono::seconds(5);
+    Gateway gateway(settings);
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+    broker.freeze();
+    gateway.post(0, 9, 9000);
+    gateway.stepUntil([&] { return gateway.hasSaid("no longer answers"); });
+    EXPECT_FALSE(gateway.network.figures().isBrokerUp);
+    broker.thaw();
+    MqttUser reader(readerSettings(), {"plant/#"});
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\":9"); });
+}
+
+} // namespace
