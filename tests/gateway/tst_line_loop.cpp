@@ -168,7 +168,7 @@ TEST_F(LineLoopTest, TellsInOneSnapshotWhatOneRequestChanged)
     }
     for (std::size_t tag = 0; tag < 7; ++tag)
         EXPECT_EQ(last(tag).quality, Quality::Good) << tag;
-    for (std::size_t request : {0, 1})
+    for (std::size_t request : {0u, 1u})
         for (const Sample &sample : snapshots[request + 1]) {
             EXPECT_EQ(sample.quality, Quality::Good);
             EXPECT_EQ(sample.values, held(sample.tag)) << sample.tag;
@@ -224,7 +224,7 @@ TEST_F(LineLoopTest, ALostLinkMakesEverythingStaleAndComesBack)
     EXPECT_EQ(mailbox.state().error, "");
     EXPECT_EQ(mailbox.state().stations, (std::map<int, bool>{{1, true}, {2, true}}));
     EXPECT_EQ(mailbox.state().statistics.reconnects, 1u);
-    for (std::size_t tag : {0, 1}) {
+    for (std::size_t tag : {0u, 1u}) {
         const auto &all = samples[tag];
         const auto stale = std::find_if(all.begin(), all.end(),
                                         [](const Sample &sample) { return sample.quality == Quality::Stale; });
@@ -314,7 +314,7 @@ TEST_F(LineLoopTest, PollingGoesOnAfterAnOrder)
     orderAt(500ms, 2, {{2, {12}}});
     run(2s);
     EXPECT_EQ(ends.size(), 2u);
-    for (std::size_t tag : {0, 1, 2}) {
+    for (std::size_t tag : {0u, 1u, 2u}) {
         EXPECT_EQ(last(tag).quality, Quality::Good) << tag;
         EXPECT_EQ(last(tag).values, held(tag)) << tag;
         EXPECT_GE(last(tag).time, epochOf(1001900ms)) << tag;
@@ -363,7 +363,7 @@ TEST_F(LineLoopTest, EachOfThreeWritesIsReportedWhenTheFirstFails)
     EXPECT_EQ(ends[0].reports[0].reason.outcome, Outcome::NoReply);
     EXPECT_EQ(ends[0].reports[0].held.values, before[0]);
     EXPECT_EQ(writesSent(), 3) << "one, and its repetitions";
-    for (std::size_t tag : {0, 1, 2}) {
+    for (std::size_t tag : {0u, 1u, 2u}) {
         EXPECT_EQ(held(tag), before[tag]);
         for (const Sample &sample : samples[tag])
             EXPECT_TRUE(sample.values.empty() || sample.values == before[tag]);

@@ -101,7 +101,7 @@ TEST(Mailbox, ThinsTheOldestOfWhatIsReplaced)
 
 TEST(Mailbox, NeverLosesTheNewestHoweverFewItHolds)
 {
-    for (std::size_t most : {0, 1}) {
+    for (std::size_t most : {0u, 1u}) {
         Mailbox mailbox(most);
         mailbox.post(Snapshot{sampleOf(1, 10), sampleOf(2, 10)});
         mailbox.post(Snapshot{sampleOf(1, 20)});
