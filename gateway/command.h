@@ -27,6 +27,8 @@ namespace fgs
 /// An id that was answered gets the same answer again, and nothing is written; so does one whose answer is due
 /// still, by that answer. An id under way gets Accepted. The last 1,000 answered ids are known, and all under way.
 ///
+/// A command that was superseded in part has the result of the rest.
+///
 /// What has not begun when the command's age reaches the limit expires; where ages are not looked at, after the
 /// default limit from its arrival on.
 class CommandDesk

@@ -36,8 +36,8 @@ public:
     /// An assignment to a tag takes the place of those to the same tag that wait; one that is being written goes
     /// on.
     void put(Order order);
-    /// Ends it as not sent, without what was superseded before. False if it does not wait any more: it is under
-    /// way, or has ended.
+    /// Takes a waiting order back: it ends as not sent, apart from what was superseded before. False if it is under
+    /// way or has ended.
     bool withdraw(quint64 number);
     std::vector<OrderEnd> takeEnds();
     std::size_t waiting() const;                                 ///< those under way not counted

@@ -160,6 +160,30 @@ TEST(OrderDesk, OneThatIsBeingWrittenGoesOn)
     EXPECT_EQ(desk.take()->number, 2u);
 }
 
+TEST(OrderDesk, OneThatWaitsIsTakenBack)
+{
+    OrderDesk desk;
+    desk.put(orderOf(1, {10, 11}));
+    desk.put(orderOf(2, {11, 12}));
+    EXPECT_TRUE(desk.withdraw(1));
+    EXPECT_TRUE(isReadable(desk.endsDescriptor()));
+    const auto ends = desk.takeEnds();
+    ASSERT_EQ(ends.size(), 1u);
+    EXPECT_EQ(ends[0].number, 1u);
+    EXPECT_FALSE(ends[0].superseded);
+    EXPECT_EQ(resultsOf(ends[0]), (Results{WriteResult::NotSent, WriteResult::NotSent}));
+    EXPECT_EQ(ends[0].supersededTags, Tags{11});
+    EXPECT_FALSE(desk.withdraw(1)); // has ended
+    EXPECT_FALSE(desk.withdraw(3)); // never was
+    const auto order = desk.take();
+    ASSERT_TRUE(order);
+    EXPECT_EQ(order->number, 2u);
+    EXPECT_FALSE(desk.withdraw(2)); // is under way
+    EXPECT_TRUE(desk.takeEnds().empty());
+    desk.finish(written(*order));
+    EXPECT_EQ(desk.takeEnds().size(), 1u);
+}
+
 TEST(OrderDesk, AnEndWithTooFewReportsIsFilledUp)
 {
     OrderDesk desk;
