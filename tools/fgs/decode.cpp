@@ -1,11 +1,11 @@
 #include "commands.h"
 #include "explain.h"
-#include "tools/failure.h"
 #include "formats/pcapng_reader.h"
 #include "formats/text_trace.h"
 #include "input_file.h"
 #include "output.h"
 #include "signals.h"
+#include "tools/failure.h"
 
 #include <algorithm>
 #include <cctype>

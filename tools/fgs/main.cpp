@@ -1,8 +1,8 @@
 #include "commands.h"
-#include "tools/failure.h"
 #include "host/text_error.h"
 #include "output.h"
 #include "signals.h"
+#include "tools/failure.h"
 #include "tools/standard_streams.h"
 
 #include <cerrno>

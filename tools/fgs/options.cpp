@@ -1,9 +1,9 @@
 #include "options.h"
 
 #include "completion.h"
-#include "tools/failure.h"
 #include "help.h"
 #include "host/text_error.h"
+#include "tools/failure.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QRegularExpression>

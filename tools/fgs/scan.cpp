@@ -1,10 +1,10 @@
 #include "commands.h"
-#include "tools/failure.h"
 #include "host/device_trouble.h"
 #include "host/held_device.h"
 #include "output.h"
 #include "search_text.h"
 #include "signals.h"
+#include "tools/failure.h"
 #include "watch/scan_json.h"
 
 namespace fgs
