@@ -314,7 +314,7 @@ TEST(FgsGatewayFiles, AreCheckedForAllFaultsAtOnce)
     const Line line;
     const Ended good = run({"--check", line.file});
     EXPECT_EQ(good.code, 0) << good.log;
-    EXPECT_TRUE(has(good.out, "2 tags in 1 group"));
+    EXPECT_TRUE(has(good.out, "tags: 2, groups: 1"));
 
     line.write("[[group]]\nname = \"cmd\"\ntag = [{ name = \"temp\", variable = \"99:1\" }]\n", "hots = 1\n");
     const Ended bad = run({"--check", line.file});

@@ -147,7 +147,7 @@ TEST_F(GatewayDoctor, LooksAtCertificates)
     expectFound(examine("", tls("client.crt", "client.crt", "client.key")), "certificates", "of an authority",
                 "ca");
     expectFound(examine("", tls("client.key", "client.crt", "client.key")), "certificates", "holds no certificate",
-                "PEM");
+                "BEGIN CERTIFICATE");
     const fgs::Epoch month = 31LL * 86400000;
     const std::string good = tls("authority.crt", "client.crt", "client.key");
     expectFound(examine("", good, {now() + month, true}), "certificates", "has run out", "new one");

@@ -10,7 +10,7 @@ namespace fgs
 int checkCommand(const Options &options)
 {
     const GatewaySettings settings = readGatewaySettings(QString::fromStdString(options.file));
-    printLine(QStringLiteral("%1: no faults; gateway '%2' with %3 tags in %4 groups")
+    printLine(QStringLiteral("%1: no faults; gateway '%2', tags: %3, groups: %4")
                   .arg(QString::fromStdString(options.file), QString::fromStdString(settings.name))
                   .arg(settings.tags.size())
                   .arg(settings.groups.size()));
