@@ -56,7 +56,7 @@ public:
     std::optional<Message> history(const Record &, Epoch) override { return {}; }
     std::vector<Message> periodic(const Picture &, Epoch) override { return {}; }
     std::vector<Message> farewell(const Picture &, Epoch) override { return {}; }
-    Incoming incoming(const Received &) const override { return {}; }
+    Incoming incoming(const Received &) override { return {}; }
     std::optional<Message> answer(const CommandAnswer &, Epoch) override { return {}; }
 
 private:
