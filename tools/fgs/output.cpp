@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include "host/remote_frame.h"
 #include "watch/csv.h"
 
 #include <algorithm>
@@ -122,22 +123,28 @@ QString contentText(const Tag &tag, const Reading &reading, const TextStyle &sty
     return quality.isEmpty() ? values : values + QStringLiteral("  ") + quality;
 }
 
-QString placeText(const Tag &tag)
+QString wireText(const Variable &variable, bool isRemote)
+{
+    const int code = wireCode(*areaOf(variable.area), isRemote);
+    return isRemote ? QStringLiteral("%1:%2").arg(code).arg(variable.address)
+                    : QStringLiteral("0x%1:%2").arg(code, 2, 16, QLatin1Char('0')).arg(variable.address);
+}
+
+QString placeText(const Tag &tag, bool isRemote)
 {
     const Variable &variable = tag.variable;
-    const Area &area = *areaOf(variable.area);
-    QString wire = QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
+    QString wire = QStringLiteral("wire ") + wireText(variable, isRemote);
     if (variable.count > 1)
         wire += QStringLiteral("..%1").arg(variable.address + variable.count - 1);
     const QString place =
-        QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
+        QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(tag.kind()), -11).arg(wire, -19);
     return tag.name.isEmpty() ? place : QStringLiteral("%1  %2").arg(place).arg(titleOf(tag), -16);
 }
 
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now)
 {
     return stamped(reading.quality == Quality::Unknown ? now : reading.time, style,
-                   QStringLiteral("%1  %2").arg(placeText(tag), contentText(tag, reading, style)));
+                   QStringLiteral("%1  %2").arg(placeText(tag, style.isRemote), contentText(tag, reading, style)));
 }
 
 QString rowText(const WriteReport &report, const TextStyle &style, Time now)
@@ -148,9 +155,9 @@ QString rowText(const WriteReport &report, const TextStyle &style, Time now)
         held.quality == Quality::Unknown ? QStringLiteral("-") : valuesText(tag, style.format, held.values);
     const QString result =
         textOf(report, [&style](const Reason &reason) { return adviceText(reason, style.timeout); });
-    return stamped(
-        held.quality == Quality::Unknown ? now : held.time, style,
-        QStringLiteral("%1  %2  %3%4").arg(placeText(tag), values, result, assignedText(report, style.format)));
+    return stamped(held.quality == Quality::Unknown ? now : held.time, style,
+                   QStringLiteral("%1  %2  %3%4")
+                       .arg(placeText(tag, style.isRemote), values, result, assignedText(report, style.format)));
 }
 
 QString eventText(const LineEvent &event)

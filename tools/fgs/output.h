@@ -14,8 +14,9 @@ namespace fgs
 struct TextStyle {
     Format format;
     const WallClock &clock;
-    Time timeout; ///< of an answer
-    Time start;   ///< of the run
+    Time timeout;  ///< of an answer
+    Time start;    ///< of the run
+    bool isRemote; ///< everything goes by remote frames
 };
 
 /// The reason, and with an answer that broke off what to try.
@@ -24,8 +25,10 @@ QString adviceText(const Reason &reason, Time timeout);
 QString qualityText(const Reading &reading, const TextStyle &style);
 /// The values, or what stands for them, or both.
 QString contentText(const Tag &tag, const Reading &reading, const TextStyle &style);
+/// First address on the wire: "0x08:100", in remote frames "5:100".
+QString wireText(const Variable &variable, bool isRemote);
 /// Place as people write it, and on the wire, and its name: "5:100x2@1  word  wire 0x08:100..101  oven_temp [°C]".
-QString placeText(const Tag &tag);
+QString placeText(const Tag &tag, bool isRemote);
 /// Time, place, content. Of a reading without values the time is now.
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now);
 QString rowText(const WriteReport &report, const TextStyle &style, Time now);

@@ -104,12 +104,12 @@ void printBlocks(const Planned &all)
 {
     printLine(QStringLiteral("\nBlocks"));
     for (const Variable &block : all.plan.blocks)
-        printLine(QStringLiteral("  %1  %2").arg(placeText({block}), contentsOf(all, block)));
+        printLine(QStringLiteral("  %1  %2").arg(placeText({block}, false), contentsOf(all, block)));
     if (all.plan.readAlong.empty())
         return;
     printLine(QStringLiteral("\nRead along, though nobody asked for it"));
     for (const Variable &place : all.plan.readAlong)
-        printLine(QStringLiteral("  %1").arg(placeText({place}).trimmed()));
+        printLine(QStringLiteral("  %1").arg(placeText({place}, false).trimmed()));
 }
 
 void printRequests(const LinePlan &plan)
