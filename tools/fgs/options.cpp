@@ -197,7 +197,9 @@ void addScanOptions(CLI::App &app, Options &options)
 
 void addReadOptions(CLI::App &app, Options &options)
 {
-    app.add_flag("--csv", options.csv, "One row a value, for spreadsheets: time, variable, value, quality, reason")
+    app.add_flag("--csv", options.csv,
+                 "One row a value, for spreadsheets: time, variable, name, value, unit, quality, "
+                 "reason")
         ->excludes("--json");
 }
 
