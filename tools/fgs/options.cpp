@@ -153,6 +153,7 @@ void addPlanOptions(CLI::App &app, Options &options)
 {
     addMilliseconds(app, "--answer", options.answer, 0, "What the controller takes from a request to its reply");
     app.add_flag("--json", options.json, "One JSON object");
+    addRemote(app, options);
 }
 
 void addNoOptions(CLI::App &, Options &) {}

@@ -1,7 +1,9 @@
 #include "commands.h"
 #include "failure.h"
 #include "host/frame_text.h"
+#include "host/remote_frame.h"
 #include "output.h"
+#include "progress.h"
 #include "watch/json.h"
 #include "watch/oddities.h"
 
@@ -29,6 +31,7 @@ struct Planned {
     const LineSpeed line; ///< that the best is the best for
     const QString lineText;
     const LinePauses pauses;
+    const std::optional<int> remoteLink;
 };
 
 double msOf(Time time)
@@ -98,18 +101,20 @@ void printSummary(const Planned &all)
                   .arg(plan.storage.blockWords)
                   .arg(plan.storage.perStation ? QStringLiteral("the driver keeps the values per station")
                                                : QStringLiteral("the driver keeps the values in its fixed image")));
+    if (all.remoteLink)
+        printLine(QStringLiteral("By remote frames, with the link number %1").arg(*all.remoteLink));
 }
 
 void printBlocks(const Planned &all)
 {
     printLine(QStringLiteral("\nBlocks"));
     for (const Variable &block : all.plan.blocks)
-        printLine(QStringLiteral("  %1  %2").arg(placeText({block}, false), contentsOf(all, block)));
+        printLine(QStringLiteral("  %1  %2").arg(placeText({block}, all.plan.isRemote), contentsOf(all, block)));
     if (all.plan.readAlong.empty())
         return;
     printLine(QStringLiteral("\nRead along, though nobody asked for it"));
     for (const Variable &place : all.plan.readAlong)
-        printLine(QStringLiteral("  %1").arg(placeText({place}, false).trimmed()));
+        printLine(QStringLiteral("  %1").arg(placeText({place}, all.plan.isRemote).trimmed()));
 }
 
 void printRequests(const LinePlan &plan)
@@ -187,22 +192,22 @@ void printForPeople(const Planned &all)
 
 // ---- for programs
 
-Json placeJson(const Variable &variable)
+Json placeJson(const Variable &variable, bool isRemote)
 {
     const Area &area = *areaOf(variable.area);
     return {{"variable", textOf(variable).toStdString()},
             {"kind", nameOf(area.kind).toStdString()},
             {"station", variable.station},
-            {"wireCode", area.code},
+            {"wireCode", wireCode(area, isRemote)},
             {"wireAddress", variable.address},
             {"count", variable.count}};
 }
 
-Json placesJson(const std::vector<Variable> &variables)
+Json placesJson(const std::vector<Variable> &variables, bool isRemote)
 {
     Json array = Json::array();
     for (const Variable &variable : variables)
-        array.push_back(placeJson(variable));
+        array.push_back(placeJson(variable, isRemote));
     return array;
 }
 
@@ -259,10 +264,11 @@ Json jsonOf(const Planned &all)
     const LinePlan &plan = all.plan;
     const Json json = {
         {"variables", tagsJson(all.tags)},
+        {"remoteLink", all.remoteLink ? Json(*all.remoteLink) : Json(nullptr)},
         {"blockWords", plan.storage.blockWords},
         {"perStation", plan.storage.perStation},
-        {"blocks", placesJson(plan.blocks)},
-        {"readAlong", placesJson(plan.readAlong)},
+        {"blocks", placesJson(plan.blocks, plan.isRemote)},
+        {"readAlong", placesJson(plan.readAlong, plan.isRemote)},
         {"requests", requestsJson(plan)},
         {"cyclesOfRequests", plan.rounds},
         {"requestsPerCycle", plan.requestsPerCycle()},
@@ -303,6 +309,13 @@ QString settingsText(const SerialAddress &address)
         .arg(address.stopBits);
 }
 
+LinePlan bestPlan(const Options &options, const std::vector<Variable> &variables, const LineSpeed &speed,
+                  const LinePauses &pauses)
+{
+    Progress progress([] { return std::chrono::steady_clock::now().time_since_epoch(); }, true);
+    return bestPlanFor(linkedDriver(), variables, speed, pauses, options.host.remoteLink, progress.hook());
+}
+
 } // namespace
 
 int planCommand(const Options &options)
@@ -311,13 +324,13 @@ int planCommand(const Options &options)
     const std::vector<Variable> variables = variablesOf(tags);
     const SerialAddress address = addressOf(options);
     const LinePauses pauses = {options.host.timing.gap, options.answer};
-    const DriverApi driver = linkedDriver();
     const Planned all = {tags,
-                         planFor(driver, variables, options.host.blockWords),
-                         bestPlanFor(driver, variables, speedOf(address), pauses),
+                         planFor(linkedDriver(), variables, options.host.blockWords, options.host.remoteLink),
+                         bestPlan(options, variables, speedOf(address), pauses),
                          speedOf(address),
                          settingsText(address),
-                         pauses};
+                         pauses,
+                         options.host.remoteLink};
     if (options.json)
         printLine(lineOf(jsonOf(all)));
     else
