@@ -145,8 +145,12 @@ TEST(Scenario, GoesOnBehindACommandThatTheLineCannotHave)
 {
     Night night(parse(step("time = 0\ndo = [\"fault doubled\", \"set 5:1=7\"]")), 1, RemoteFraming);
     night.until(0s);
-    EXPECT_EQ(night.log(), "scenario: fault doubled is refused: there is no such thing with --remote\n"
-                           "scenario: set 5:1=7\nscenario: all is done\n");
+    EXPECT_EQ(night.log(),
+              "scenario: refuse 5:1 is refused: remote frames have no refusal; 'missing' makes addresses "
+              "silent, 'fault' damages replies\n"
+              "scenario: fault bit of a count is refused: no reply of such frames can have the fault 'bit "
+              "of a count'; choose one that damages other bytes\n"
+              "scenario: set 5:1=7\nscenario: all is done\n");
 }
 
 TEST(Scenario, TakesValuesFromACsv)
