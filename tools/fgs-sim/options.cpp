@@ -248,7 +248,7 @@ void addReplayOptions(CLI::App &app, Options &options)
         "time,\n"
         "noise and silence too; then from its first time on again. Requests that it does not have are counted");
     replay->type_name("FILE.pcapng");
-    for (const char *other : {"--stations", "--set", "--values", "--fault", "--faults", "--late-by"})
+    for (const char *other : {"--stations", "--remote", "--set", "--values", "--fault", "--faults", "--late-by"})
         replay->excludes(app.get_option(other));
     app.add_flag_callback(
            "--replay-fast", [&] { options.replayInTime = false; },
