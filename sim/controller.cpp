@@ -107,12 +107,11 @@ Exchange Controller::exchangeOf(Slice frame, const Response &response) const
 
 bool Controller::canSuffer(const LineFault &fault) const
 {
+    const auto strikes = [&](const Request &request, const Bytes &reply) {
+        return fault.places(exchangeOf({}, {Response::Status::Answered, request, reply, {}})) > 0;
+    };
     const Request read = otherQuestion(1), write = {1, true, read.entries, {}};
-    for (const Response &response : {Response{Response::Status::Answered, read, replyTo(read), {}},
-                                     Response{Response::Status::Answered, write, frames->writeReply(write), {}}})
-        if (fault.places(exchangeOf({}, response)) > 0)
-            return true;
-    return false;
+    return strikes(read, replyTo(read)) || strikes(write, frames->writeReply(write));
 }
 
 } // namespace fgssim
