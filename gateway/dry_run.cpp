@@ -155,7 +155,7 @@ GatewayPlan planOf(const DriverApi &driver, const GatewaySettings &settings)
     GatewayPlan plan;
     for (const GatewayTag &tag : settings.tags)
         plan.tags.push_back(tag.tag);
-    plan.line = planFor(driver, settings.variables(), settings.host.blockWords);
+    plan.line = planFor(driver, settings.variables(), settings.host.blockWords, settings.host.remoteLink);
     plan.pauses.gap = settings.host.timing.gap;
     const auto link = parseLink(settings.link);
     if (const SerialAddress *const serial = std::get_if<SerialAddress>(&link))

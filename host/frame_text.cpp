@@ -27,9 +27,8 @@ QString nameOfArea(int code)
                 : QStringLiteral("unknown area code 0x%1").arg(number(code, 2));
 }
 
-QString nameOfStation(FrameView frame)
+QString nameOfStation(int station)
 {
-    const int station = frame.at(StationAt);
     return station ? QStringLiteral("station %1").arg(station) : QStringLiteral("all stations");
 }
 
@@ -63,54 +62,49 @@ QString describeWrite(FrameView frame)
     const int dataAt = EntriesAt + RequestEntrySize;
     const FrameView data = {frame.bytes + dataAt, frame.size - dataAt - CrcSize};
     return QStringLiteral("%1, write %2 = %3")
-        .arg(nameOfStation(frame), describePlace(frame.from(EntriesAt)),
+        .arg(nameOfStation(frame.at(StationAt)), describePlace(frame.from(EntriesAt)),
              area && data.size > 0 ? describeValues(*area, data) : QStringLiteral("?"));
 }
 
 // ---- remote frames
 
-QString nameOfRemoteStation(FrameView frame)
+/// "area 5 100x4", counting values.
+QString describePlace(const RemoteRequest &request, int values)
 {
-    return nameOfStation(frame.from(RemoteStationAt));
-}
-
-/// Null if the frame names none.
-const Area *remoteArea(FrameView frame)
-{
-    return areaOf(frame.be16(RemoteAreaAt));
-}
-
-FrameView remoteData(FrameView frame)
-{
-    return {frame.bytes + RemoteHeaderSize, frame.size - RemoteReadSize};
-}
-
-/// "area 5 100x4", counting values; so many bytes are read or written.
-QString describeRemotePlace(FrameView frame, int values)
-{
-    const Area *const area = remoteArea(frame);
-    const quint32 address = quint32(frame.be16(RemoteAddressAt)) << 16 | quint32(frame.be16(RemoteAddressAt + 2));
-    const bool isKnown = area && address < quint32(AddressCount);
+    const bool isKnown = areaOf(request.area) && request.address < quint32(AddressCount);
     return QStringLiteral("area %1 %2x%3")
-        .arg(frame.be16(RemoteAreaAt))
-        .arg(isKnown ? addressText(area->number, static_cast<int>(address)) : QString::number(address))
+        .arg(request.area)
+        .arg(isKnown ? addressText(request.area, static_cast<int>(request.address))
+                     : QString::number(request.address))
         .arg(values);
 }
 
-/// Values that a remote read asks for; of an unknown area its length.
-int remoteValues(FrameView frame)
+/// Elements that a remote read asks for; of an unknown area none.
+int elementsOf(const RemoteRequest &read)
 {
-    const Area *const area = remoteArea(frame);
-    const int length = frame.be16(RemoteLengthAt);
-    return area ? remoteReadElements(*area, length) * addressesPerElement(*area) : length;
+    const Area *const area = areaOf(read.area);
+    return area ? remoteReadElements(*area, read.count) : 0;
+}
+
+/// Values that a remote read asks for; of an unknown area its length.
+int valuesOf(const RemoteRequest &read)
+{
+    const Area *const area = areaOf(read.area);
+    return area ? elementsOf(read) * addressesPerElement(*area) : read.count;
+}
+
+/// Bytes of one value in the data of a write: one a bit, and of an unknown area.
+int widthOfWritten(const RemoteRequest &write)
+{
+    const Area *const area = areaOf(write.area);
+    return !area || area->kind == AreaKind::Bit ? 1 : bytesPerElement(*area);
 }
 
 /// The data of a write: a byte a bit, otherwise least significant byte first.
-QString describeWritten(FrameView frame)
+QString describeWritten(const RemoteRequest &write)
 {
-    const Area *const area = remoteArea(frame);
-    const FrameView data = remoteData(frame);
-    const int width = !area || area->kind == AreaKind::Bit ? 1 : bytesPerElement(*area);
+    const FrameView data = write.data;
+    const int width = widthOfWritten(write);
     QStringList values;
     for (int i = 0; i + width <= data.size; i += width)
         values << (width == 1   ? QString::number(data.at(i))
@@ -119,20 +113,15 @@ QString describeWritten(FrameView frame)
     return values.join(QLatin1Char(' '));
 }
 
-int writtenValues(FrameView frame)
-{
-    const Area *const area = remoteArea(frame);
-    return remoteData(frame).size / (!area || area->kind == AreaKind::Bit ? 1 : bytesPerElement(*area));
-}
-
 QString describeRemoteRequest(FrameView frame)
 {
+    const RemoteRequest request = remoteRequestOf(frame);
     const QString head =
-        QStringLiteral("link %1, %2, remote").arg(frame.at(RemoteLinkAt)).arg(nameOfRemoteStation(frame));
-    return frame.size > RemoteReadSize
-               ? QStringLiteral("%1 write %2 = %3")
-                     .arg(head, describeRemotePlace(frame, writtenValues(frame)), describeWritten(frame))
-               : QStringLiteral("%1 read %2").arg(head, describeRemotePlace(frame, remoteValues(frame)));
+        QStringLiteral("link %1, %2, remote").arg(request.linkNo).arg(nameOfStation(request.station));
+    return request.isWrite() ? QStringLiteral("%1 write %2 = %3")
+                                   .arg(head, describePlace(request, request.data.size / widthOfWritten(request)),
+                                        describeWritten(request))
+                             : QStringLiteral("%1 read %2").arg(head, describePlace(request, valuesOf(request)));
 }
 
 QString hexOf(FrameView bytes)
@@ -147,13 +136,15 @@ QString hexOf(FrameView bytes)
 
 QString describeRemoteReply(FrameView reply, FrameView request)
 {
-    const QString head = QStringLiteral(" (reply begins %1)").arg(hexOf({reply.bytes, RemoteReplyDataAt}));
-    if (request.size > RemoteReadSize)
-        return nameOfRemoteStation(request) + QStringLiteral(", write done") + head;
-    const Area *const area = remoteArea(request);
-    const int size = area ? remoteReadElements(*area, request.be16(RemoteLengthAt)) * bytesPerElement(*area) : 0;
+    const RemoteRequest asked = remoteRequestOf(request);
+    const QString station = nameOfStation(asked.station),
+                  head = QStringLiteral(" (reply begins %1)").arg(hexOf({reply.bytes, RemoteReplyDataAt}));
+    if (asked.isWrite())
+        return station + QStringLiteral(", write done") + head;
+    const Area *const area = areaOf(asked.area);
+    const int size = area ? elementsOf(asked) * bytesPerElement(*area) : 0;
     return QStringLiteral("%1, %2: %3")
-               .arg(nameOfRemoteStation(request), describeRemotePlace(request, remoteValues(request)),
+               .arg(station, describePlace(asked, valuesOf(asked)),
                     area ? describeValues(*area, {reply.bytes + RemoteReplyDataAt, size}) : QStringLiteral("?")) +
            head;
 }
@@ -170,17 +161,17 @@ QString describeRequest(FrameView frame)
     QStringList places;
     for (int i = 0; i < entries; ++i)
         places << describePlace(frame.from(EntriesAt + i * RequestEntrySize));
-    return QStringLiteral("%1, read %2").arg(nameOfStation(frame), places.join(QStringLiteral(", ")));
+    return QStringLiteral("%1, read %2").arg(nameOfStation(frame.at(StationAt)), places.join(QStringLiteral(", ")));
 }
 
 QString describeReply(FrameView frame)
 {
     if (isRefusal(frame))
-        return QStringLiteral("%1, write refused").arg(nameOfStation(frame));
+        return QStringLiteral("%1, write refused").arg(nameOfStation(frame.at(StationAt)));
     if (replySize(frame) == 0 || replySize(frame) > frame.size)
         return QStringLiteral("not a reply");
     if (frame.at(CommandAt) == WriteCommand)
-        return QStringLiteral("%1, write done").arg(nameOfStation(frame));
+        return QStringLiteral("%1, write done").arg(nameOfStation(frame.at(StationAt)));
     QStringList parts;
     for (int i = 0, at = EntriesAt; i < frame.at(CountAt); ++i) {
         const Area &area = *areaOfCode(frame.at(at));
@@ -191,7 +182,7 @@ QString describeReply(FrameView frame)
                      .arg(describeValues(area, data));
         at += ReplyHeaderSize + data.size;
     }
-    return QStringLiteral("%1, %2").arg(nameOfStation(frame), parts.join(QStringLiteral(", ")));
+    return QStringLiteral("%1, %2").arg(nameOfStation(frame.at(StationAt)), parts.join(QStringLiteral(", ")));
 }
 
 } // namespace fgs

@@ -72,15 +72,6 @@ std::set<int> stationsOf(const std::vector<Variable> &variables)
     return stations;
 }
 
-/// The count of a remote frame is wide enough for any block of bits, but its length byte limits writes.
-Storage storageOf(const std::vector<Variable> &variables, const HostOptions &options)
-{
-    Storage storage = storageFor(variables, options.blockWords);
-    if (options.remoteLink)
-        storage.blockWords = qBound(MinBlockWords, options.blockWords, MaxRemoteBlockWords);
-    return storage;
-}
-
 /// Whether the station did what it should; to refuse is that too.
 bool isGood(Outcome outcome)
 {
@@ -99,9 +90,18 @@ Spans rotatedAfter(const Span &last, Spans blocks)
 
 } // namespace
 
+/// The count of a remote frame is wide enough for any block of bits, but its length byte limits writes.
+Storage storageFor(const std::vector<Variable> &variables, const HostOptions &options)
+{
+    Storage storage = storageFor(variables, options.blockWords);
+    if (options.remoteLink)
+        storage.blockWords = qBound(MinBlockWords, options.blockWords, MaxRemoteBlockWords);
+    return storage;
+}
+
 Host::Host(const DriverApi &theDriver, Link &theLink, const std::vector<Variable> &variables,
            const HostOptions &options)
-    : driver(theDriver), link(theLink), storage(storageOf(variables, options)),
+    : driver(theDriver), link(theLink), storage(storageFor(variables, options)),
       remoteLink(options.remoteLink.value_or(0)), poller(theDriver, theLink, info, options.timing),
       health(Patience, options.firstRest, options.longestRest),
       suspects(storage.blockWords, options.firstRest, options.longestSilence,

@@ -25,6 +25,9 @@ struct HostOptions {
     Time longestSilence = 60s; ///< before a place that does not answer while others do is probed again
 };
 
+/// Where a host with these options has the driver keep the values.
+Storage storageFor(const std::vector<Variable> &variables, const HostOptions &options);
+
 /// The driver is one in a process, and so is its host. One thread, the driver's polling thread.
 class Host
 {

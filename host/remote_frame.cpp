@@ -43,7 +43,7 @@ RemoteRequest remoteRequestOf(FrameView frame)
             frame.at(1),
             frame.at(2),
             frame.at(3),
-            frame.at(4),
+            frame.at(RemoteStationAt),
             frame.be16(5),
             be32(frame, 7),
             frame.be16(11),
@@ -109,6 +109,13 @@ RW_VAR remoteRead(const Span &block, int linkNo)
     var.station = block.station;
     var.length = remoteLength(block);
     return var;
+}
+
+Span spanOf(const RemoteRequest &read)
+{
+    const Area &area = *areaOf(read.area);
+    const int first = static_cast<int>(read.address) / addressesPerElement(area);
+    return {read.station, read.area, first, first + remoteReadElements(area, read.count)};
 }
 
 Span remoteSpanOf(const Protocol &request)

@@ -12,13 +12,8 @@
 namespace fgs
 {
 
-// Offsets in a request; numbers go high byte first.
-const int RemoteLinkAt = 3;
-const int RemoteStationAt = 4;
-const int RemoteAreaAt = 5;
-const int RemoteAddressAt = 7;
-const int RemoteLengthAt = 11;
-const int RemoteHeaderSize = 21; ///< all before the data
+const int RemoteStationAt = 4;   ///< in a request
+const int RemoteHeaderSize = 21; ///< of a request: all before the data
 const int RemoteSumSize = 1;
 const int RemoteReadSize = RemoteHeaderSize + RemoteSumSize; ///< of a request; a write has its data on top
 const int RemoteReplyDataAt = 3;                             ///< the first data byte of a read reply
@@ -63,6 +58,12 @@ struct RemoteRequest {
     AreaKind kind() const { return areaOf(area) ? areaOf(area)->kind : AreaKind::Word; }
 };
 
+/// What names the area on the wire: its code, in remote frames its number.
+inline int wireCode(const Area &area, bool isRemote)
+{
+    return isRemote ? area.number : area.code;
+}
+
 /// The frame is whole.
 RemoteRequest remoteRequestOf(FrameView frame);
 /// The sum that belongs at the end of the frame.
@@ -81,6 +82,8 @@ bool isRemoteRequest(FrameView frame);
 Span inRemoteUnits(const Span &block, const Spans &barriers);
 /// A record that reads such a block and has its values stored; hostAddr is -1.
 RW_VAR remoteRead(const Span &block, int linkNo);
+/// What a read of an area that there is reads.
+Span spanOf(const RemoteRequest &read);
 /// What a remote read in flight reads.
 Span remoteSpanOf(const Protocol &request);
 /// A record that writes these values, in the bytes of the driver's byte strings.

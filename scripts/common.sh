@@ -71,7 +71,8 @@ driver_tests() {
 
 # For everything but the gateway.
 need_for_tools() {
-    need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev
+    need g++ cmake ninja-build qtbase5-dev libqt5serialport5-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev \
+        libmuparser-dev
 }
 
 need_for_build() {

@@ -93,21 +93,25 @@ Exchange Controller::exchangeOf(Slice frame, const Response &response) const
 {
     const Request &request = response.request;
     Exchange x;
+    x.asked = request.station;
     x.request = frame.copy();
     x.reply = response.reply;
-    x.station = {0};
-    x.command = {1};
-    x.number = {2};
-    x.hasCheck = !request.write;
+    frames->markReply(x, request);
     x.otherShape = replyTo(otherQuestion(request.station));
-    x.stranger = x.reply;
-    x.stranger[0] = Byte(request.station % MaxStation + 1);
-    if (request.write)
-        return x;
-    markEntries(x, request);
-    x.stranger = replyTo(ofStation(request, x.stranger[0]));
-    x.sameShape = replyTo(elsewhere(request));
+    const Request toOther = ofStation(request, request.station % MaxStation + 1);
+    x.stranger = request.write ? frames->writeReply(toOther) : replyTo(toOther);
+    if (!request.write)
+        x.sameShape = replyTo(elsewhere(request)); // acknowledgements are all alike
     return x;
+}
+
+bool Controller::canSuffer(const LineFault &fault) const
+{
+    const auto strikes = [&](const Request &request, const Bytes &reply) {
+        return fault.places(exchangeOf({}, {Response::Status::Answered, request, reply, {}})) > 0;
+    };
+    const Request read = otherQuestion(1), write = {1, true, read.entries, {}};
+    return strikes(read, replyTo(read)) || strikes(write, frames->writeReply(write));
 }
 
 } // namespace fgssim

@@ -5,6 +5,7 @@
 #include "conditions.h"
 #include "exchange.h"
 #include "framing.h"
+#include "line_faults.h"
 #include "memory.h"
 
 namespace fgssim
@@ -37,6 +38,8 @@ public:
     Response handle(Slice frame);
     /// The answered request with its reply and what else may be on the line with it.
     Exchange exchangeOf(Slice frame, const Response &response) const;
+    /// Whether the fault can happen to any reply of such frames.
+    bool canSuffer(const LineFault &fault) const;
     /// Moves the values by one step.
     void tick() { memory.tick(); }
 

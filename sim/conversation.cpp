@@ -56,7 +56,7 @@ void Conversation::tap(bool isRequest, Slice bytes, const std::string &what) con
 
 Conversation::Conversation(Simulation &shared, const LineTimes &lineTimes, std::string prefix)
     : simulation(shared), times(lineTimes), name(std::move(prefix)),
-      reassembler(lineTimes.silence, shared.controller.framing())
+      reassembler(lineTimes.silence, shared.replay ? shared.replay->framing() : shared.controller.framing())
 {
 }
 

@@ -24,4 +24,23 @@ void markEntries(Exchange &exchange, const Request &read)
     }
 }
 
+void markReply(Exchange &exchange, const Request &request)
+{
+    exchange.station = {0};
+    exchange.command = {1};
+    exchange.number = {2};
+    exchange.hasCheck = !request.write;
+    if (!request.write)
+        markEntries(exchange, request);
+}
+
+void markRemoteReply(Exchange &exchange, const Request &)
+{
+    exchange.station = {0};
+    exchange.command = {1};
+    exchange.number = {2};
+    for (int at = 3; at < exchange.size() - 2; ++at)
+        exchange.data.push_back(at);
+}
+
 } // namespace fgssim

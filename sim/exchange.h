@@ -10,6 +10,7 @@ namespace fgssim
 
 /// Of any protocol whose replies end with the CRC of crc.h, or with nothing.
 struct Exchange {
+    unsigned asked = 0; ///< the station that the request is for
     Bytes request, reply;
     std::vector<int> station, command, number, codes, counts; ///< where they stand in the reply
     std::vector<int> data;                                    ///< likewise
@@ -25,6 +26,10 @@ struct Exchange {
 
 /// Notes where the entries of a read stand in its reply.
 void markEntries(Exchange &exchange, const Request &read);
+/// Notes where the parts of the reply stand, and whether it has a check.
+void markReply(Exchange &exchange, const Request &request);
+/// The same with remote frames: three bytes in front, and data, which in a reply to a write mean nothing.
+void markRemoteReply(Exchange &exchange, const Request &request);
 
 } // namespace fgssim
 

@@ -33,9 +33,9 @@ unsigned controllerStation(Slice frame)
 
 } // namespace
 
-const Framing ControllerFraming = {requestExtent, crcFault, controllerStation, parseRequest, readReply,
-                                   writeReply,    2};
-const Framing RemoteFraming = {remoteExtent,     sumFault, remoteStation, parseRemoteRequest, remoteReadReply,
-                               remoteWriteReply, 0};
+const Framing ControllerFraming = {requestExtent, crcFault,   controllerStation, parseRequest,
+                                   readReply,     writeReply, markReply,         2};
+const Framing RemoteFraming = {remoteExtent,    sumFault,         remoteStation,   parseRemoteRequest,
+                               remoteReadReply, remoteWriteReply, markRemoteReply, 0};
 
 } // namespace fgssim

@@ -2,7 +2,7 @@
 #ifndef SIM_FRAMING_H
 #define SIM_FRAMING_H
 
-#include "frame.h"
+#include "exchange.h"
 
 namespace fgssim
 {
@@ -14,6 +14,8 @@ struct Framing {
     Request (*parseRequest)(Slice frame);   ///< the same; throws Refusal if nobody would accept it
     Bytes (*readReply)(const Request &request, const ValueSource &value);
     Bytes (*writeReply)(const Request &request);
+    /// Of an exchange whose reply is there.
+    void (*markReply)(Exchange &exchange, const Request &request);
     std::size_t entryHead; ///< bytes in front of the data of each entry of a read reply
 };
 

@@ -9,7 +9,7 @@ namespace
 
 Bytes acknowledgement(const Exchange &x, Byte command, Byte acknowledge)
 {
-    return {x.request[0], command, acknowledge};
+    return {Byte(x.asked), command, acknowledge};
 }
 
 } // namespace

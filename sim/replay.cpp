@@ -1,8 +1,6 @@
 #include "replay.h"
 
-#include "crc.h"
-#include "frame.h"
-
+#include <algorithm>
 #include <optional>
 
 namespace fgssim
@@ -11,10 +9,20 @@ namespace fgssim
 namespace
 {
 
-bool isRequest(Slice bytes)
+bool isRequest(Slice bytes, const Framing &frames)
 {
-    const Extent extent = requestExtent(bytes);
-    return extent.state == Extent::State::Known && extent.length == bytes.size() && hasGoodCrc(bytes);
+    const Extent extent = frames.extent(bytes);
+    return extent.state == Extent::State::Known && extent.length == bytes.size() &&
+           frames.checkFault(bytes).empty();
+}
+
+const Framing &framingOf(const std::vector<RecordedBytes> &recording)
+{
+    const auto requests = [&recording](const Framing &frames) {
+        return std::count_if(recording.begin(), recording.end(),
+                             [&frames](const RecordedBytes &each) { return isRequest(each.bytes, frames); });
+    };
+    return requests(RemoteFraming) > requests(ControllerFraming) ? RemoteFraming : ControllerFraming;
 }
 
 /// Good requests of one line in both directions. An answer with two data bytes looks like a request, but comes
@@ -37,11 +45,11 @@ struct Votes {
     }
 };
 
-std::map<std::string, Votes> votesOf(const std::vector<RecordedBytes> &recording)
+std::map<std::string, Votes> votesOf(const std::vector<RecordedBytes> &recording, const Framing &frames)
 {
     std::map<std::string, Votes> votes;
     for (const RecordedBytes &each : recording)
-        if (isRequest(each.bytes))
+        if (isRequest(each.bytes, frames))
             votes[each.line].add(each.isInbound);
     return votes;
 }
@@ -55,9 +63,9 @@ struct Asked {
 
 } // namespace
 
-Replay::Replay(const std::vector<RecordedBytes> &recording, bool inTime)
+Replay::Replay(const std::vector<RecordedBytes> &recording, bool inTime) : frames(&framingOf(recording))
 {
-    std::map<std::string, Votes> votes = votesOf(recording);
+    std::map<std::string, Votes> votes = votesOf(recording, *frames);
     std::map<std::string, Asked> lines;
     for (const RecordedBytes &each : recording) {
         const std::optional<bool> areInbound = votes[each.line].areInbound();
@@ -80,7 +88,7 @@ const Replay::Answer *Replay::answerTo(Slice request)
 {
     const auto found = known.find(request.copy());
     if (found == known.end()) {
-        counts.unknown += isRequest(request);
+        counts.unknown += isRequest(request, *frames);
         return nullptr;
     }
     Occurrences &occurrences = found->second;

@@ -2,8 +2,7 @@
 #ifndef SIM_REPLAY_H
 #define SIM_REPLAY_H
 
-#include "bytes.h"
-#include "line_times.h"
+#include "framing.h"
 
 #include <map>
 #include <string>
@@ -35,14 +34,15 @@ public:
         std::uint64_t again = 0;    ///< times that a request's answers began anew
     };
 
-    /// Requests are what goes in the direction of most good ones, on each line. With `inTime` answers take the time
-    /// that they took, otherwise none.
+    /// Its frames are those of which it has the most good requests. Requests are what goes in the direction of most
+    /// good ones, on each line. With `inTime` answers take the time that they took, otherwise none.
     Replay(const std::vector<RecordedBytes> &recording, bool inTime);
 
     /// The nth call with a request gives what followed its nth occurrence; after the last one comes the first
     /// again. Null: the recording does not have it.
     const Answer *answerTo(Slice request);
 
+    const Framing &framing() const { return *frames; }
     std::size_t requests() const { return recorded; }
     const Counters &counters() const { return counts; }
 
@@ -52,6 +52,7 @@ private:
         std::size_t next = 0;
     };
 
+    const Framing *frames;
     std::map<Bytes, Occurrences> known;
     std::size_t recorded = 0;
     Counters counts;

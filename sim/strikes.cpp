@@ -31,7 +31,7 @@ void Strikes::cancel(std::optional<unsigned> station)
 
 std::optional<Strike> Strikes::take(const Exchange &exchange)
 {
-    const unsigned station = exchange.request[0];
+    const unsigned station = exchange.asked;
     for (auto each = waiting.begin(); each != waiting.end(); ++each) {
         const int places = each->fault->places(exchange);
         if (places == 0 || each->station.value_or(station) != station)

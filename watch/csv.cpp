@@ -19,7 +19,7 @@ QString lineOf(const QStringList &fields)
 
 QString csvHeader()
 {
-    return QStringLiteral("time,variable,value,quality,reason");
+    return QStringLiteral("time,variable,name,value,unit,quality,reason");
 }
 
 QStringList csvRows(const Tag &tag, const Reading &reading, Format format, const WallClock &clock, Time now)
@@ -30,7 +30,8 @@ QStringList csvRows(const Tag &tag, const Reading &reading, Format format, const
     const QStringList values = isKnown ? valueTexts(tag, format, reading.values) : QStringList();
     QStringList rows;
     for (int i = 0; i < tag.variable.count / tag.elementsPerValue(format); ++i)
-        rows << lineOf({time, textOf(valueOf(tag, format, i)), isKnown ? values[i] : QString(), quality, reason});
+        rows << lineOf({time, textOf(valueOf(tag, format, i)), tag.name, isKnown ? values[i] : QString(), tag.unit,
+                        quality, reason});
     return rows;
 }
 

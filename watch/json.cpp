@@ -1,5 +1,7 @@
 #include "json.h"
 
+#include "host/remote_frame.h"
+
 #include <cmath>
 
 namespace fgs
@@ -96,7 +98,7 @@ Json jsonOf(const Tag &tag, const Reading &reading, const JsonStyle &style, Time
     if (!tag.unit.isEmpty())
         json["unit"] = utf8(tag.unit);
     json["station"] = variable.station;
-    json["wireCode"] = area.code;
+    json["wireCode"] = wireCode(area, style.isRemote);
     json["wireAddress"] = variable.address;
     json["count"] = variable.count;
     json["values"] = nullptr;

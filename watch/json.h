@@ -21,6 +21,7 @@ struct JsonStyle {
     const WallClock &clock;
     Time start;                 ///< that "seconds" counts from
     Time timeout = Time::max(); ///< of an answer
+    bool isRemote = false;      ///< everything goes by remote frames
 };
 
 /// The reading is of the tag's variable.

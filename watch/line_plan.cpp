@@ -1,6 +1,6 @@
 #include "line_plan.h"
 
-#include "host/frame.h"
+#include "host/remote_frame.h"
 
 #include <algorithm>
 #include <set>
@@ -12,9 +12,19 @@ namespace fgs
 namespace
 {
 
+QByteArray sealed(QByteArray reply)
+{
+    const int check = checkCode({reply.constData(), int(reply.size())});
+    reply.append(static_cast<char>(check & 0xFF));
+    reply.append(static_cast<char>(check >> 8));
+    return reply;
+}
+
 /// Of zeros, as a sound controller would answer a read.
 QByteArray answerTo(FrameView request)
 {
+    if (isRemoteRequest(request))
+        return sealed(QByteArray(remoteRequestOf(request).replySize() - CrcSize, '\0'));
     QByteArray reply(request.bytes, EntriesAt);
     for (int i = 0; i < request.at(CountAt); ++i) {
         const FrameView entry = request.from(EntriesAt + i * RequestEntrySize);
@@ -22,10 +32,7 @@ QByteArray answerTo(FrameView request)
         reply.append(entry.bytes, ReplyHeaderSize);
         reply.append(QByteArray(dataSize(area, entry.at(1)), '\0'));
     }
-    const int check = checkCode({reply.constData(), int(reply.size())});
-    reply.append(static_cast<char>(check & 0xFF));
-    reply.append(static_cast<char>(check >> 8));
-    return reply;
+    return sealed(reply);
 }
 
 /// A line on which everything is answered at once, and nothing takes time but waiting.
@@ -62,6 +69,8 @@ private:
 
 std::vector<Variable> blocksOf(FrameView request)
 {
+    if (isRemoteRequest(request))
+        return {variableOf(spanOf(remoteRequestOf(request)))};
     std::vector<Variable> blocks;
     for (int i = 0; i < request.at(CountAt); ++i) {
         const FrameView entry = request.from(EntriesAt + i * RequestEntrySize);
@@ -120,6 +129,31 @@ int collectBlocks(const std::vector<PlannedRequest> &requests, std::vector<Varia
     return std::max(1, times);
 }
 
+/// The plan without what is read along.
+LinePlan framesFor(const DriverApi &driver, const std::vector<Variable> &variables, int blockWords,
+                   std::optional<int> remoteLink)
+{
+    PromptLink link;
+    HostOptions options;
+    options.blockWords = blockWords;
+    options.remoteLink = remoteLink;
+    Host host(driver, link, variables, options);
+    host.poll(variables);
+    LinePlan plan;
+    plan.storage = storageFor(variables, options);
+    plan.remoteLink = remoteLink;
+    plan.askedBlockWords = blockWords;
+    plan.variables = variables;
+    plan.requests = requestsOf(host, link);
+    plan.rounds = collectBlocks(plan.requests, plan.blocks);
+    return plan;
+}
+
+std::vector<Variable> readAlongIn(const LinePlan &plan)
+{
+    return variablesOf(united(without(spansOf(plan.blocks), spansOf(plan.variables))));
+}
+
 } // namespace
 
 double LinePlan::bytesPerCycle() const
@@ -130,20 +164,11 @@ double LinePlan::bytesPerCycle() const
     return bytes / rounds;
 }
 
-LinePlan planFor(const DriverApi &driver, const std::vector<Variable> &variables, int blockWords)
+LinePlan planFor(const DriverApi &driver, const std::vector<Variable> &variables, int blockWords,
+                 std::optional<int> remoteLink)
 {
-    PromptLink link;
-    HostOptions options;
-    options.blockWords = blockWords;
-    Host host(driver, link, variables, options);
-    host.poll(variables);
-    LinePlan plan;
-    plan.storage = storageFor(variables, blockWords);
-    plan.askedBlockWords = blockWords;
-    plan.variables = variables;
-    plan.requests = requestsOf(host, link);
-    plan.rounds = collectBlocks(plan.requests, plan.blocks);
-    plan.readAlong = variablesOf(united(without(spansOf(plan.blocks), spansOf(variables))));
+    LinePlan plan = framesFor(driver, variables, blockWords, remoteLink);
+    plan.readAlong = readAlongIn(plan);
     return plan;
 }
 
@@ -161,15 +186,21 @@ Time cycleTime(const LinePlan &plan, const LineSpeed &speed, const LinePauses &p
 }
 
 LinePlan bestPlanFor(const DriverApi &driver, const std::vector<Variable> &variables, const LineSpeed &speed,
-                     const LinePauses &pauses)
+                     const LinePauses &pauses, std::optional<int> remoteLink, const ProgressHook &progress)
 {
-    LinePlan best = planFor(driver, variables, MinBlockWords);
-    const int most = storageFor(variables, MaxBlockWords).blockWords;
+    HostOptions widest;
+    widest.blockWords = MaxBlockWords;
+    widest.remoteLink = remoteLink;
+    const int most = storageFor(variables, widest).blockWords;
+    LinePlan best = framesFor(driver, variables, MinBlockWords, remoteLink);
     for (int blockWords = MinBlockWords + 1; blockWords <= most; ++blockWords) {
-        LinePlan plan = planFor(driver, variables, blockWords);
+        if (progress)
+            progress("planning", [=] { return double(blockWords - MinBlockWords) / (most - MinBlockWords + 1); });
+        LinePlan plan = framesFor(driver, variables, blockWords, remoteLink);
         if (cycleTime(plan, speed, pauses) < cycleTime(best, speed, pauses))
             best = std::move(plan);
     }
+    best.readAlong = readAlongIn(best);
     return best;
 }
 

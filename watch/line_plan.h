@@ -4,6 +4,7 @@
 
 #include "host/devices.h"
 #include "host/host.h"
+#include "progress.h"
 
 namespace fgs
 {
@@ -19,7 +20,8 @@ struct PlannedRequest {
 /// more than once where the driver's groups of six do not end with its list.
 struct LinePlan {
     Storage storage;
-    int askedBlockWords = 0; ///< more than the storage has if bits forbid it
+    int askedBlockWords = 0;       ///< more than the storage has if bits or remote frames forbid it
+    std::optional<int> remoteLink; ///< number, if it goes by remote frames
     std::vector<Variable> variables;
     std::vector<Variable> blocks;    ///< in the driver's order
     std::vector<Variable> readAlong; ///< nobody asked for; bits by whole bytes
@@ -27,14 +29,15 @@ struct LinePlan {
     int rounds = 1;
 
     /// Of requests and replies, from one reading of a variable to the next.
+    bool isRemote() const { return remoteLink.has_value(); }
     double bytesPerCycle() const;
     double requestsPerCycle() const { return double(requests.size()) / rounds; }
 };
 
-/// The blocks and frames of a Host that polls these variables, taken from one on a line of its own in no time. The
-/// process must have no other host. Station 0 is not read.
+/// The blocks and frames of a Host that polls these variables, with a link number by remote frames, taken from one
+/// on a line of its own in no time. The process must have no other host. Station 0 is not read.
 LinePlan planFor(const DriverApi &driver, const std::vector<Variable> &variables,
-                 int blockWords = DefaultBlockWords);
+                 int blockWords = DefaultBlockWords, std::optional<int> remoteLink = {});
 
 /// How fast a line is.
 struct LineSpeed {
@@ -58,7 +61,8 @@ Time cycleTime(const LinePlan &plan, const LineSpeed &speed, const LinePauses &p
 
 /// Every block size is tried; of equally good ones the smallest.
 LinePlan bestPlanFor(const DriverApi &driver, const std::vector<Variable> &variables, const LineSpeed &speed,
-                     const LinePauses &pauses);
+                     const LinePauses &pauses, std::optional<int> remoteLink = {},
+                     const ProgressHook &progress = ProgressHook());
 
 } // namespace fgs
 

@@ -1,6 +1,7 @@
 #include "line_plan_text.h"
 
 #include "host/frame_text.h"
+#include "host/remote_frame.h"
 #include "oddities.h"
 
 #include <cmath>
@@ -41,22 +42,22 @@ QString contentsOf(const std::vector<Tag> &tags, const Variable &block)
     return more > 0 ? QStringLiteral("%1 and %2 more").arg(text).arg(more) : text;
 }
 
-Json placeJson(const Variable &variable)
+Json placeJson(const Variable &variable, bool isRemote)
 {
     const Area &area = *areaOf(variable.area);
     return {{"variable", textOf(variable).toStdString()},
             {"kind", nameOf(area.kind).toStdString()},
             {"station", variable.station},
-            {"wireCode", area.code},
+            {"wireCode", wireCode(area, isRemote)},
             {"wireAddress", variable.address},
             {"count", variable.count}};
 }
 
-Json placesJson(const std::vector<Variable> &variables)
+Json placesJson(const std::vector<Variable> &variables, bool isRemote)
 {
     Json array = Json::array();
     for (const Variable &variable : variables)
-        array.push_back(placeJson(variable));
+        array.push_back(placeJson(variable, isRemote));
     return array;
 }
 
@@ -129,25 +130,29 @@ QString settingsText(const SerialAddress &address)
 
 QStringList summaryLines(const LinePlan &plan)
 {
-    return {QStringLiteral("%1 in %2; a cycle takes %3 with %4")
-                .arg(amountText(double(plan.variables.size()), "variable"),
-                     amountText(double(plan.blocks.size()), "block"),
-                     amountText(plan.requestsPerCycle(), "request"), amountText(plan.bytesPerCycle(), "byte")),
-            QStringLiteral("blocks of at most %1 words; %2")
-                .arg(plan.storage.blockWords)
-                .arg(plan.storage.perStation ? QStringLiteral("the driver keeps the values per station")
-                                             : QStringLiteral("the driver keeps the values in its fixed image"))};
+    QStringList lines = {
+        QStringLiteral("%1 in %2; a cycle takes %3 with %4")
+            .arg(amountText(double(plan.variables.size()), "variable"),
+                 amountText(double(plan.blocks.size()), "block"), amountText(plan.requestsPerCycle(), "request"),
+                 amountText(plan.bytesPerCycle(), "byte")),
+        QStringLiteral("blocks of at most %1 words; %2")
+            .arg(plan.storage.blockWords)
+            .arg(plan.storage.perStation ? QStringLiteral("the driver keeps the values per station")
+                                         : QStringLiteral("the driver keeps the values in its fixed image"))};
+    if (plan.remoteLink)
+        lines << QStringLiteral("By remote frames, with the link number %1").arg(*plan.remoteLink);
+    return lines;
 }
 
 QStringList blockLines(const LinePlan &plan, const std::vector<Tag> &tags)
 {
     QStringList lines = {QString(), QStringLiteral("Blocks")};
     for (const Variable &block : plan.blocks)
-        lines << QStringLiteral("  %1  %2").arg(placeText({block}), contentsOf(tags, block));
+        lines << QStringLiteral("  %1  %2").arg(placeText({block}, plan.isRemote()), contentsOf(tags, block));
     if (!plan.readAlong.empty())
         lines << QString() << QStringLiteral("Read along, though nobody asked for it");
     for (const Variable &place : plan.readAlong)
-        lines << QStringLiteral("  %1").arg(placeText({place}).trimmed());
+        lines << QStringLiteral("  %1").arg(placeText({place}, plan.isRemote()).trimmed());
     return lines;
 }
 
@@ -186,10 +191,11 @@ QStringList cycleLines(const LinePlan &plan, const LinePauses &pauses)
 Json jsonOf(const LinePlan &plan, const std::vector<Tag> &tags, const LinePauses &pauses)
 {
     return {{"variables", tagsJson(tags)},
+            {"remoteLink", plan.remoteLink ? Json(*plan.remoteLink) : Json(nullptr)},
             {"blockWords", plan.storage.blockWords},
             {"perStation", plan.storage.perStation},
-            {"blocks", placesJson(plan.blocks)},
-            {"readAlong", placesJson(plan.readAlong)},
+            {"blocks", placesJson(plan.blocks, plan.isRemote())},
+            {"readAlong", placesJson(plan.readAlong, plan.isRemote())},
             {"requests", requestsJson(plan)},
             {"cyclesOfRequests", plan.rounds},
             {"requestsPerCycle", plan.requestsPerCycle()},

@@ -186,16 +186,49 @@ QString wholeBytes(const LinePlan &plan)
                      }));
 }
 
+QString oneBlockARequest(const LinePlan &plan)
+{
+    return plan.blocks.size() < 2
+               ? QString()
+               : QStringLiteral(
+                     "a remote request reads one block: a cycle takes %1 requests, and the blocks may be of "
+                     "different moments")
+                     .arg(plan.blocks.size());
+}
+
+QString pairsOfBytes(const LinePlan &plan)
+{
+    return meaningOf("%1: area 11 is read by pairs of bytes",
+                     those(plan.variables, [](const Variable &each) { return each.area == 11; }));
+}
+
+QString shortRemoteBlocks(const LinePlan &plan)
+{
+    return plan.storage.blockWords == plan.askedBlockWords
+               ? QString()
+               : QStringLiteral(
+                     "a remote frame tells its length in one byte: so that all writes fit, no block is longer "
+                     "than %1 words, instead of %2")
+                     .arg(plan.storage.blockWords)
+                     .arg(plan.askedBlockWords);
+}
+
+enum Path { Local = 1, Remote = 2, Both = Local | Remote };
+
 struct KnownOddity {
     int number;
+    Path path;
     QString (*meaning)(const LinePlan &plan);
+
+    bool isOf(const LinePlan &plan) const { return path & (plan.isRemote() ? Remote : Local); }
 };
 
 const KnownOddity knownOddities[] = {
-    {113, groupsOfOneStation},  {121, echoesOfShortReads},        {131, groupsBeyondTheEnd},
-    {201, longVariables},       {204, bitsJoinedAsWords},         {205, bytesTakenForBits},
-    {206, gapsReadAlong},       {208, oneStationInTheFixedImage}, {213, longDoubleWords},
-    {401, doubleWordsOneShort}, {406, shortBlocksOfBits},         {443, wholeBytes},
+    {113, Local, groupsOfOneStation}, {114, Remote, oneBlockARequest},   {121, Local, echoesOfShortReads},
+    {131, Local, groupsBeyondTheEnd}, {201, Local, longVariables},       {204, Local, bitsJoinedAsWords},
+    {205, Local, bytesTakenForBits},  {206, Local, gapsReadAlong},       {208, Both, oneStationInTheFixedImage},
+    {213, Local, longDoubleWords},    {401, Local, doubleWordsOneShort}, {406, Local, shortBlocksOfBits},
+    {443, Both, wholeBytes},          {502, Remote, pairsOfBytes},       {506, Remote, shortRemoteBlocks},
 };
 
 } // namespace
@@ -204,7 +237,7 @@ std::vector<Oddity> odditiesOf(const LinePlan &plan)
 {
     std::vector<Oddity> oddities;
     for (const KnownOddity &known : knownOddities)
-        if (const QString meaning = known.meaning(plan); !meaning.isEmpty())
+        if (const QString meaning = known.isOf(plan) ? known.meaning(plan) : QString(); !meaning.isEmpty())
             oddities.push_back({known.number, meaning});
     return oddities;
 }

@@ -1,5 +1,6 @@
 #include "tag.h"
 
+#include "host/remote_frame.h"
 #include "host/text_error.h"
 
 #include <QtCore/QRegularExpression>
@@ -90,15 +91,21 @@ QString titleOf(const Tag &tag)
     return tag.unit.isEmpty() ? tag.name : QStringLiteral("%1 [%2]").arg(tag.name, tag.unit);
 }
 
-QString placeText(const Tag &tag)
+QString wireText(const Variable &variable, bool isRemote)
+{
+    const int code = wireCode(*areaOf(variable.area), isRemote);
+    return isRemote ? QStringLiteral("%1:%2").arg(code).arg(variable.address)
+                    : QStringLiteral("0x%1:%2").arg(code, 2, 16, QLatin1Char('0')).arg(variable.address);
+}
+
+QString placeText(const Tag &tag, bool isRemote)
 {
     const Variable &variable = tag.variable;
-    const Area &area = *areaOf(variable.area);
-    QString wire = QStringLiteral("wire 0x%1:%2").arg(area.code, 2, 16, QLatin1Char('0')).arg(variable.address);
+    QString wire = QStringLiteral("wire ") + wireText(variable, isRemote);
     if (variable.count > 1)
         wire += QStringLiteral("..%1").arg(variable.address + variable.count - 1);
     const QString place =
-        QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(area.kind), -11).arg(wire, -19);
+        QStringLiteral("%1  %2  %3").arg(textOf(tag), -14).arg(nameOf(tag.kind()), -11).arg(wire, -19);
     return tag.name.isEmpty() ? place : QStringLiteral("%1  %2").arg(place).arg(titleOf(tag), -16);
 }
 

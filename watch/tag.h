@@ -32,7 +32,9 @@ Tag valueOf(const Tag &tag, Format format, int index);
 /// "oven_temp [°C]"; empty if it has no name.
 QString titleOf(const Tag &tag);
 /// Place as people write it, and on the wire, and its name: "5:100x2@1  word  wire 0x08:100..101  oven_temp [°C]".
-QString placeText(const Tag &tag);
+QString placeText(const Tag &tag, bool isRemote);
+/// First address on the wire: "0x08:100", in remote frames "5:100".
+QString wireText(const Variable &variable, bool isRemote);
 
 /// The values in the elements in engineering units, one text each.
 QStringList valueTexts(const Tag &tag, Format format, const std::vector<quint32> &elements);

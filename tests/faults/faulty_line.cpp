@@ -1,5 +1,6 @@
 #include "faulty_line.h"
 
+#include "sim/remote_frame.h"
 #include "sim_bytes.h"
 
 namespace faults
@@ -33,9 +34,12 @@ quint32 FaultyLine::written(int station, int area, int address) const
     return found == registers.end() ? 0 : found->second;
 }
 
-/// Another value for each place and each request.
+/// What was written, otherwise another value for each place and each request.
 quint32 FaultyLine::value(int station, int area, int address) const
 {
+    const auto found = registers.find(std::make_tuple(station, area, address));
+    if (found != registers.end())
+        return found->second;
     const quint32 full =
         unwritten::mixed(station, area, address) ^ (tick * 2246822519u + tick * quint32(address) * 40503u);
     const fgssim::AreaKind kind = fgssim::areas()[std::size_t(area)].kind;
@@ -67,7 +71,9 @@ fgssim::Bytes FaultyLine::readReply(const fgssim::Request &request, bool counts)
 fgssim::Exchange FaultyLine::exchangeFor(const QByteArray &request)
 {
     ++tick;
-    fgssim::Exchange x = PLC_driver.settings->remoteMode ? remoteExchange(request) : localExchange(request);
+    const bool isRemote = PLC_driver.settings->remoteMode;
+    fgssim::Exchange x = isRemote ? remoteExchange(request) : localExchange(request);
+    x.asked = unsigned(request.at(isRemote ? 4 : 0) & 0xFF);
     x.request = toBytes(request);
     x.station = {0};
     x.command = {1};
@@ -83,9 +89,7 @@ fgssim::Exchange FaultyLine::localExchange(const QByteArray &bytes)
     x.hasCheck = !request.write;
     x.otherShape = readReply(otherQuestion(int(request.station)), false);
     if (request.write) {
-        for (std::size_t i = 0; i < request.values.size(); ++i)
-            registers[std::make_tuple(int(request.station), request.entries[0].area->number,
-                                      int(request.entries[0].address + i))] = request.values[i];
+        carryOut(request);
         x.reply = fgssim::writeReply(request);
         request.station = Stranger;
         x.stranger = fgssim::writeReply(request);
@@ -99,41 +103,65 @@ fgssim::Exchange FaultyLine::localExchange(const QByteArray &bytes)
     return x;
 }
 
-/// Remote reads of words only.
+void FaultyLine::carryOut(const fgssim::Request &write)
+{
+    for (std::size_t i = 0; i < write.values.size() && !isLost; ++i)
+        registers[std::make_tuple(int(write.station), write.entries[0].area->number,
+                                  int(write.entries[0].address + i))] = write.values[i];
+}
+
+fgssim::Exchange FaultyLine::remoteWriteExchange(const fgssim::Request &request)
+{
+    carryOut(request);
+    fgssim::Exchange x;
+    x.reply = fgssim::remoteWriteReply(request);
+    fgssim::Request toOther = request;
+    toOther.station = Stranger;
+    x.stranger = fgssim::remoteWriteReply(toOther);
+    x.otherShape = toBytes(frames::sealed(QByteArray::fromHex("0152011234")));
+    for (int at = 3; at < x.size() - 2; ++at)
+        x.data.push_back(at);
+    return x;
+}
+
 fgssim::Exchange FaultyLine::remoteExchange(const QByteArray &bytes)
 {
-    const fgssim::Bytes frame = toBytes(bytes);
-    const fgssim::Slice view(frame);
-    const int station = view.u8(4), area = int(view.be16(5)), address = int(view.be16(9));
-    const int count = int(view.be16(11));
-    note(station, area, address, count);
-    const auto reply = [&](int from, int first, int words) {
-        QByteArray data(1, char(from));
-        data.append(2, '\0');
-        for (int i = 0; i < words; ++i)
-            frames::put16(data, value(from, area, first + i));
-        return toBytes(frames::sealed(data));
-    };
+    fgssim::Request request = fgssim::parseRemoteRequest(toBytes(bytes));
+    if (request.write)
+        return remoteWriteExchange(request);
+    const fgssim::Entry &entry = request.entries[0];
+    const int station = int(request.station);
+    note(station, entry.area->number, int(entry.address), int(entry.count));
     fgssim::Exchange x;
-    x.reply = reply(station, address, count);
-    x.stranger = reply(Stranger, address, count);
-    x.sameShape = reply(station, address + 5000, count);
-    x.otherShape = reply(station, 40, 1);
-    for (int i = 0; i < 2 * count; ++i)
-        x.data.push_back(3 + i);
+    x.reply = remoteReply(request);
+    x.sameShape = remoteReply(elsewhere(request));
+    x.otherShape = remoteReply({request.station, false, {{&fgssim::areas()[7], 1, 40}}, {}});
+    request.station = Stranger;
+    x.stranger = remoteReply(request);
+    for (int at = 3; at < x.size() - 2; ++at)
+        x.data.push_back(at);
     return x;
+}
+
+fgssim::Bytes FaultyLine::remoteReply(const fgssim::Request &read) const
+{
+    return fgssim::remoteReadReply(read, [this, &read](const fgssim::Area &area, unsigned address) {
+        return value(int(read.station), area.number, int(address));
+    });
 }
 
 void FaultyLine::answer(const QByteArray &bytes)
 {
     for (const fgssim::Arrival &arrival : std::exchange(held, {}))
         link.arrive(arrival.after, fromBytes(arrival.bytes));
-    fgssim::Exchange x = exchangeFor(bytes);
     Strike strike = {nullptr, 0};
     if (!script.empty()) {
         strike = script.front();
         script.pop_front();
     }
+    isLost = losesStruck && strike.fault;
+    fgssim::Exchange x = exchangeFor(bytes);
+    isLost = false;
     if (strike.fault && strike.fault->cutsLink)
         return link.cut();
     if (strike.fault)

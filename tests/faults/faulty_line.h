@@ -26,14 +26,21 @@ public:
 
     /// What happens to the next replies, in this order; after them nothing does.
     void strike(const fgssim::LineFault &fault, int place) { script.push_back({&fault, place}); }
+    /// From now on requests whose replies are struck get lost: nobody carries them out.
+    void loseStruck() { losesStruck = true; }
     bool isStruck() const { return script.empty(); }
 
-    /// The request and its reply without a fault.
+    /// The request and its reply without a fault. A write is carried out.
     fgssim::Exchange exchangeFor(const QByteArray &request);
 
     /// Every row of values that the controller sent for the place, and the last one.
     const std::set<Values> &sentFor(const Place &place) { return sent[place]; }
     const Values &lastSentFor(const Place &place) { return last[place]; }
+    /// From now on the address holds it, until it is written.
+    void hold(int station, int area, int address, quint32 value)
+    {
+        registers[std::make_tuple(station, area, address)] = value;
+    }
     /// What was written there, if anything.
     quint32 written(int station, int area, int address) const;
 
@@ -46,6 +53,9 @@ private:
     void deliver(const fgssim::Delivery &delivery);
     fgssim::Exchange localExchange(const QByteArray &bytes);
     fgssim::Exchange remoteExchange(const QByteArray &bytes);
+    fgssim::Exchange remoteWriteExchange(const fgssim::Request &request);
+    fgssim::Bytes remoteReply(const fgssim::Request &read) const;
+    void carryOut(const fgssim::Request &write);
     fgssim::Bytes readReply(const fgssim::Request &request, bool counts);
     quint32 value(int station, int area, int address) const;
     void note(int station, int area, int address, int count);
@@ -55,6 +65,8 @@ private:
     std::deque<Strike> script;
     fgssim::Delivery held;
     unsigned tick = 0;
+    bool losesStruck = false;
+    bool isLost = false; ///< the request at hand
     std::map<std::tuple<int, int, int>, quint32> registers;
     std::map<Place, std::set<Values>> sent;
     std::map<Place, Values> last;

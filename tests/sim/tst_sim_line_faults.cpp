@@ -1,3 +1,4 @@
+#include "sim/controller.h"
 #include "sim/crc.h"
 #include "sim/line_faults.h"
 #include "sim_frames.h"
@@ -20,6 +21,7 @@ const Bytes Acknowledgement = bytes("01 FF 20");
 Exchange exchangeOf(const Bytes &request, const Bytes &reply)
 {
     Exchange x;
+    x.asked = request[0];
     x.request = request;
     x.reply = reply;
     x.station = {0};
@@ -138,4 +140,76 @@ TEST(LineFaults, LateOnesComeBehindTheLimit)
     EXPECT_GT(lineFault("late by one transaction")->deliver(read(), 0)[0].after, read().limit);
     EXPECT_GT(lineFault("its end after the limit")->deliver(read(), 0)[1].after, read().limit);
     EXPECT_TRUE(lineFault("late, with the next request")->deliver(read(), 0)[0].withNextRequest);
+}
+
+// ---- with remote frames
+
+namespace
+{
+
+/// Of a request to station 3 that a simulated far end answers.
+Exchange remote(const Bytes &request)
+{
+    Controller controller({3}, Memory(Motion({3}, {}, Values::Pattern, 1)), RemoteFraming);
+    return controller.exchangeOf(request, controller.handle(request));
+}
+
+/// Reads four words, and writes two, of area 5.
+const char *const RemoteRead = "16 00 00 01 03 00 05 00 00 00 64 00 04 FF FF FF FF 00 00 00 00 83";
+const char *const RemoteWrite = "1A 00 00 01 03 00 05 00 00 00 64 00 02 00 00 00 00 00 00 00 00 12 34 56 78 9D";
+
+std::set<std::string> thoseThatCannotStrike(const Exchange &x)
+{
+    std::set<std::string> names;
+    for (const LineFault &fault : lineFaults())
+        if (fault.places(x) == 0)
+            names.insert(fault.name);
+    return names;
+}
+
+/// They have no area codes, counts or blocks, and no acknowledgement without a check.
+const std::set<std::string> NotRemote = {"bit of an area code",
+                                         "bit of a count",
+                                         "other area code, check right",
+                                         "other count, check right",
+                                         "a damaged echo ahead, one block",
+                                         "acknowledged by station 0",
+                                         "acknowledged with FF 00",
+                                         "acknowledged with FE 20",
+                                         "acknowledged with the request's head",
+                                         "acknowledged with a check",
+                                         "acknowledged without a station"};
+
+} // namespace
+
+TEST(RemoteLineFaults, StrikeReadsAndWrites)
+{
+    EXPECT_EQ(thoseThatCannotStrike(remote(bytes(RemoteRead))), NotRemote);
+    std::set<std::string> notWrites = NotRemote;
+    notWrites.insert("the answer about other addresses"); // replies to writes are all alike
+    EXPECT_EQ(thoseThatCannotStrike(remote(bytes(RemoteWrite))), notWrites);
+}
+
+TEST(RemoteLineFaults, AreOrderedOnlyWhereTheyCanHappen)
+{
+    const Controller far({3}, Memory(Motion({3}, {}, Values::Pattern, 1)), RemoteFraming);
+    const Controller near({3}, Memory(Motion({3}, {}, Values::Pattern, 1)));
+    for (const LineFault &fault : lineFaults()) {
+        EXPECT_EQ(far.canSuffer(fault), NotRemote.count(fault.name) == 0) << fault.name;
+        EXPECT_TRUE(near.canSuffer(fault)) << fault.name;
+    }
+}
+
+TEST(RemoteLineFaults, DamageAReplyToAWrite)
+{
+    const Exchange x = remote(bytes(RemoteWrite));
+    const Bytes reply = sealed("03 57 01 00 00 00"), stranger = sealed("04 57 01 00 00 00");
+    EXPECT_EQ(x.asked, 3u);
+    EXPECT_EQ(x.reply, reply);
+    EXPECT_EQ(delivered("another station's frame ahead", x), stranger + reply);
+    EXPECT_EQ(hex(delivered("bit of the station byte", x, 1)), "01" + hex(reply).substr(2));
+    EXPECT_EQ(delivered("data bit, check right", x, 1), sealed("03 57 01 00 02 00"));
+    EXPECT_EQ(delivered("without its check", x), bytes("03 57 01 00 00 00"));
+    EXPECT_EQ(delivered("an acknowledgement instead", x), bytes("03 FF 20"));
+    EXPECT_EQ(delivered("own echo ahead", x), bytes(RemoteWrite) + reply);
 }

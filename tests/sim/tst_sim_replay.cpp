@@ -149,6 +149,19 @@ TEST_F(ReplayTest, IsSilentToWhatItDoesNotHaveAndCountsIt)
     EXPECT_EQ(summary(counters()), "answered as recorded 1, not in the recording 1, begun anew 0");
 }
 
+TEST_F(ReplayTest, AnswersRemoteFramesThatItHas)
+{
+    const Bytes read = bytes("16 00 00 01 03 00 05 00 00 00 64 00 04 FF FF FF FF 00 00 00 00 83");
+    const Bytes other = bytes("16 00 00 01 04 00 05 00 00 00 64 00 04 FF FF FF FF 00 00 00 00 84");
+    const Bytes reply = sealed("03 52 01 00 01 00 02 00 03 00 04");
+    start({sent(1s, read), received(1s + 5ms, reply), sent(2s, read), received(2s + 5ms, Noise)}, false);
+    EXPECT_EQ(ask(read), reply);
+    EXPECT_EQ(ask(other), Bytes());
+    EXPECT_EQ(ask(read), Noise);
+    EXPECT_EQ(counters().answered, 2u);
+    EXPECT_EQ(counters().unknown, 1u);
+}
+
 TEST(EmptyReplay, HasNoRequests)
 {
     EXPECT_EQ(Replay({}, true).requests(), 0u);

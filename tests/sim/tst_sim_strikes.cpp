@@ -13,6 +13,7 @@ namespace
 Exchange exchangeOf(unsigned station)
 {
     Exchange x;
+    x.asked = station;
     x.request = sealed(Bytes{Byte(station), 0xFE, 1, 8, 2, 100, 0});
     x.reply = sealed(Bytes{Byte(station), 0xFE, 1, 8, 2, 1, 2, 3, 4});
     x.station = {0};

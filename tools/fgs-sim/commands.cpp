@@ -165,18 +165,17 @@ Action presentCommand(const Words &words, const Stations &all)
     return changeSet({&Conditions::missing, &AddressSet::erase, "present: "}, words, all);
 }
 
-/// Remote frames have no refusal, and the faults of the table are made of the controller's frames.
-void requireControllerFrames(const Simulation &simulation)
+void requireRefusals(const Simulation &simulation)
 {
     if (&simulation.controller.framing() != &ControllerFraming)
-        throw BadText("there is no such thing with --remote");
+        throw BadText("remote frames have no refusal; 'missing' makes addresses silent, 'fault' damages replies");
 }
 
 Action refuseCommand(const Words &words, const Stations &all)
 {
     const Action change = changeSet({&Conditions::refusing, &AddressSet::insert, "refuses writes: "}, words, all);
     return [change](Simulation &simulation, Time now) {
-        requireControllerFrames(simulation);
+        requireRefusals(simulation);
         return change(simulation, now);
     };
 }
@@ -270,7 +269,9 @@ Action faultCommand(const Words &words, const Stations &all)
         };
     }
     return [order, whose](Simulation &simulation, Time) {
-        requireControllerFrames(simulation);
+        if (!simulation.controller.canSuffer(*order.fault))
+            throw BadText("no reply of such frames can have the fault '" + order.fault->name +
+                          "'; choose one that damages other bytes");
         simulation.strikes.order(order);
         return order.fault->name + ": the next " +
                (order.count == 1 ? "request" : std::to_string(order.count) + " requests") + whose +

@@ -248,7 +248,7 @@ void addReplayOptions(CLI::App &app, Options &options)
         "time,\n"
         "noise and silence too; then from its first time on again. Requests that it does not have are counted");
     replay->type_name("FILE.pcapng");
-    for (const char *other : {"--stations", "--set", "--values", "--fault", "--faults", "--late-by"})
+    for (const char *other : {"--stations", "--remote", "--set", "--values", "--fault", "--faults", "--late-by"})
         replay->excludes(app.get_option(other));
     app.add_flag_callback(
            "--replay-fast", [&] { options.replayInTime = false; },
@@ -314,10 +314,11 @@ void addScenarioOption(CLI::App &app, Options &options)
         ->excludes(app.get_option("--replay"));
 }
 
-ScenarioFile scenarioIn(const std::string &path, const std::optional<std::vector<unsigned>> &stations)
+ScenarioFile scenarioIn(const std::string &path, const std::optional<std::vector<unsigned>> &stations,
+                        const std::optional<std::uint64_t> &seed)
 {
     try {
-        return readScenario(path, stations);
+        return readScenario(path, stations, seed);
     } catch (const BadText &bad) {
         throw CLI::ValidationError("--scenario", std::string(bad.what()) + "; name a file of TOML");
     } catch (const formats::TomlError &error) {
@@ -330,10 +331,11 @@ void takeScenario(const CLI::App &app, Options &options)
 {
     if (options.scenarioFile.empty())
         return;
-    const bool areGiven = app.count("--stations") > 0;
-    ScenarioFile file = scenarioIn(options.scenarioFile, areGiven ? std::optional(options.stations) : std::nullopt);
+    const bool areGiven = app.count("--stations") > 0, isSeeded = app.count("--seed") > 0;
+    ScenarioFile file = scenarioIn(options.scenarioFile, areGiven ? std::optional(options.stations) : std::nullopt,
+                                   isSeeded ? std::optional(options.seed) : std::nullopt);
     options.stations = file.stations;
-    if (app.count("--seed") == 0)
+    if (!isSeeded)
         options.seed = file.seed.value_or(options.seed);
     options.scenario = std::move(file.scenario);
 }

@@ -1,6 +1,7 @@
 #include "scenario_file.h"
 
 #include "formats/toml_file.h"
+#include "scenario_formulas.h"
 #include "scenario_values.h"
 
 #include <cerrno>
@@ -56,12 +57,13 @@ public:
     {
     }
 
-    ScenarioFile read(const std::optional<Stations> &given)
+    ScenarioFile read(const std::optional<Stations> &given, const std::optional<std::uint64_t> &givenSeed)
     {
         TomlTable root = toml.root();
         ScenarioFile file;
-        if (const auto seed = root.integer("seed", 0, INT_MAX))
-            file.seed = std::uint64_t(seed->value);
+        if (const auto number = root.integer("seed", 0, INT_MAX))
+            file.seed = std::uint64_t(number->value);
+        seed = givenSeed.value_or(file.seed.value_or(seed));
         stations = stationsIn(root, given);
         file.scenario.period = time(root, "repeat");
         takeSteps(root, file.scenario);
@@ -142,13 +144,22 @@ private:
         Step step;
         if (table.require("every", "every = \"1s\""))
             step.interval = time(table, "every").value_or(Time(0));
+        const std::vector<Place> places = placesIn(table);
+        if (table.holds("value"))
+            takeFormulas(table, places, step);
+        else
+            takeRows(table, places, step);
+        table.refuseOthers();
+        return step;
+    }
+
+    void takeRows(TomlTable &table, const std::vector<Place> &places, Step &step)
+    {
         const auto loop = table.flag("loop");
         const std::optional<Text> file = table.requiredText("file", "file = \"values.csv\"");
-        const std::vector<Place> places = placesIn(table);
-        table.refuseOthers();
         const auto rows = file && !places.empty() ? rowsOf(*file, places) : nullptr;
         if (!rows)
-            return step;
+            return;
         if (loop && loop->value)
             step.times.reset();
         else
@@ -156,7 +167,40 @@ private:
         step.commands = [rows, all = stations](std::uint64_t nth) {
             return std::vector<Command>{rows->command(std::size_t(nth % rows->size()), all)};
         };
-        return step;
+    }
+
+    void takeFormulas(TomlTable &table, const std::vector<Place> &places, Step &step)
+    {
+        const std::vector<Text> texts = table.texts("value");
+        if (table.holds("file"))
+            toml.fault(table.text("file").value_or(Text{{}, table.place()}).place,
+                       "'file' and 'value' exclude each other", "leave one of them out");
+        else if (!places.empty() && texts.size() != places.size())
+            toml.fault(table.place(),
+                       "the number of formulas is " + std::to_string(texts.size()) + ", that of places " +
+                           std::to_string(places.size()),
+                       "write a formula for each place");
+        const auto formulas = std::make_shared<std::vector<PlaceFormula>>();
+        for (std::size_t i = 0; i < texts.size(); ++i)
+            if (std::optional<Formula> formula = formulaIn(texts[i]); formula && i < places.size())
+                formulas->push_back({places[i], std::move(*formula)});
+        step.times.reset();
+        step.commands = [formulas, interval = step.interval, all = stations](std::uint64_t nth) {
+            const double seconds = std::chrono::duration<double>(interval * std::int64_t(nth)).count();
+            return std::vector<Command>{formulaCommand(*formulas, seconds, nth, all)};
+        };
+    }
+
+    /// None if it is wrong. The quotation mark stands in front of it.
+    std::optional<Formula> formulaIn(const Text &text)
+    {
+        try {
+            return Formula(text.value, (seed << 32) + ++formulaCount);
+        } catch (const BadFormula &bad) {
+            const TomlPlace place = {text.place.line, text.place.column + 1 + unsigned(bad.at)};
+            toml.fault(place, bad.what(), bad.remedy);
+            return {};
+        }
     }
 
     /// None if one of them is wrong.
@@ -224,19 +268,22 @@ private:
     const ReadText &readText;
     formats::TomlFile toml;
     Stations stations = {};
+    std::uint64_t seed = 1;
+    std::uint64_t formulaCount = 0;
 };
 
 } // namespace
 
 ScenarioFile parseScenario(const std::string &path, const std::string &text, const ReadText &readText,
-                           const std::optional<Stations> &stations)
+                           const std::optional<Stations> &stations, const std::optional<std::uint64_t> &seed)
 {
-    return ScenarioReader(path, text, readText).read(stations);
+    return ScenarioReader(path, text, readText).read(stations, seed);
 }
 
-ScenarioFile readScenario(const std::string &path, const std::optional<Stations> &stations)
+ScenarioFile readScenario(const std::string &path, const std::optional<Stations> &stations,
+                          const std::optional<std::uint64_t> &seed)
 {
-    return parseScenario(path, textOfFile(path), textOfFile, stations);
+    return parseScenario(path, textOfFile(path), textOfFile, stations, seed);
 }
 
 } // namespace fgssim

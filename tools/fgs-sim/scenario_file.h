@@ -17,11 +17,14 @@ struct ScenarioFile {
 using ReadText = std::function<std::string(const std::string &path)>;
 
 /// What the file says. It may name further files, relative to its own folder, which are read. The given stations
-/// count more than those of the file; none in either: station 1. Throws formats::TomlError, with all that is wrong.
+/// and seed count more than those of the file; none in either: station 1, seed 1. Throws formats::TomlError, with
+/// all that is wrong.
 ScenarioFile parseScenario(const std::string &path, const std::string &text, const ReadText &readText,
-                           const std::optional<std::vector<unsigned>> &stations = {});
+                           const std::optional<std::vector<unsigned>> &stations = {},
+                           const std::optional<std::uint64_t> &seed = {});
 /// The same of a file on the disk. Throws BadText as well, if it cannot be read.
-ScenarioFile readScenario(const std::string &path, const std::optional<std::vector<unsigned>> &stations);
+ScenarioFile readScenario(const std::string &path, const std::optional<std::vector<unsigned>> &stations,
+                          const std::optional<std::uint64_t> &seed = {});
 
 } // namespace fgssim
 

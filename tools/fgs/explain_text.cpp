@@ -30,12 +30,13 @@ struct PlaceIn {
 };
 /// Where a value belongs: an area, and its first address if that is known.
 struct Place {
-    const Area *area; ///< null: none that there is
-    int address;      ///< -1: not known
-    int index;        ///< of the value
+    const Area *area;      ///< null: none that there is
+    int address;           ///< -1: not known
+    int index;             ///< of the value
+    bool isRemote = false; ///< on the wire
 
     bool isKnown() const { return area && address >= 0; }
-    Place of(int other) const { return {area, address, other}; }
+    Place of(int other) const { return {area, address, other, isRemote}; }
 };
 /// The same on the wire, behind what a row says.
 struct Wire {
@@ -106,8 +107,15 @@ void add(std::string &out, const Place &place)
 void add(std::string &out, const Wire &wire)
 {
     const Place &place = wire.place;
-    if (place.isKnown())
-        addAll(out, "   wire ", Hex{static_cast<quint32>(place.area->code), 2}, ':', place.address + place.index);
+    if (!place.isKnown())
+        return;
+    const int code = wireCode(*place.area, place.isRemote);
+    add(out, "   wire ");
+    if (place.isRemote)
+        add(out, code);
+    else
+        add(out, Hex{static_cast<quint32>(code), 2});
+    addAll(out, ':', place.address + place.index);
 }
 
 /// An unsigned value, its hexadecimal form, and as a signed one if that is another.
@@ -376,7 +384,7 @@ private:
         if (asked.isWrite())
             row(RemoteReplyDataAt, 3, "written");
         else if (size > 0)
-            values({areaOf(asked.area), static_cast<int>(std::min<quint32>(asked.address, AddressCount)), 0},
+            values({areaOf(asked.area), static_cast<int>(std::min<quint32>(asked.address, AddressCount)), 0, true},
                    asked.kind(), RemoteReplyDataAt, size, 8 * size);
         check();
     }

@@ -23,6 +23,7 @@ const Example examples[] = {
     {"poll", "  fgs poll  line.toml                                 all that the file names\n"},
     {"plan", "  fgs plan  9600,8N1 5:100x4 5:120:f32 2:17x40        blocks, frames and cycle times of a list\n"},
     {"plan", "  fgs plan  line.toml --block 31                      the same of a file, with other blocks\n"},
+    {"plan", "  fgs plan  --remote line.toml                        the same by remote frames\n"},
     {"decode", "  fgs decode 01FE0108026400AABE                       a frame, byte by byte\n"
                "  fgs decode line.pcapng                              a trace: each request with what came for it\n"
                "  socat -x ... 2>&1 | fgs decode                      what socat shows, while it comes\n"},

@@ -57,7 +57,7 @@ protected:
         printLine(QStringLiteral("%1  %2  %3  %4")
                       .arg(style.clock.text(now))
                       .arg(seconds(now - style.start), 9)
-                      .arg(placeText(tag), contentText(tag, reading, style)));
+                      .arg(placeText(tag, style.isRemote), contentText(tag, reading, style)));
     }
 
     const std::vector<Tag> &tags;
@@ -87,7 +87,7 @@ protected:
     }
 
 private:
-    JsonStyle jsonStyle() const { return {style.format, style.clock, style.start}; }
+    JsonStyle jsonStyle() const { return {style.format, style.clock, style.start, Time::max(), style.isRemote}; }
 };
 
 class CsvLines : public Lines

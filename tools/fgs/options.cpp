@@ -153,6 +153,7 @@ void addPlanOptions(CLI::App &app, Options &options)
 {
     addMilliseconds(app, "--answer", options.answer, 0, "What the controller takes from a request to its reply");
     app.add_flag("--json", options.json, "One JSON object");
+    addRemote(app, options);
 }
 
 void addNoOptions(CLI::App &, Options &) {}
@@ -197,7 +198,9 @@ void addScanOptions(CLI::App &app, Options &options)
 
 void addReadOptions(CLI::App &app, Options &options)
 {
-    app.add_flag("--csv", options.csv, "One row a value, for spreadsheets: time, variable, value, quality, reason")
+    app.add_flag("--csv", options.csv,
+                 "One row a value, for spreadsheets: time, variable, name, value, unit, quality, "
+                 "reason")
         ->excludes("--json");
 }
 

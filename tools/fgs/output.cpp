@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include "host/remote_frame.h"
 #include "watch/csv.h"
 
 #include <algorithm>
@@ -125,7 +126,7 @@ QString contentText(const Tag &tag, const Reading &reading, const TextStyle &sty
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now)
 {
     return stamped(reading.quality == Quality::Unknown ? now : reading.time, style,
-                   QStringLiteral("%1  %2").arg(placeText(tag), contentText(tag, reading, style)));
+                   QStringLiteral("%1  %2").arg(placeText(tag, style.isRemote), contentText(tag, reading, style)));
 }
 
 QString rowText(const WriteReport &report, const TextStyle &style, Time now)
@@ -136,9 +137,9 @@ QString rowText(const WriteReport &report, const TextStyle &style, Time now)
         held.quality == Quality::Unknown ? QStringLiteral("-") : valuesText(tag, style.format, held.values);
     const QString result =
         textOf(report, [&style](const Reason &reason) { return adviceText(reason, style.timeout); });
-    return stamped(
-        held.quality == Quality::Unknown ? now : held.time, style,
-        QStringLiteral("%1  %2  %3%4").arg(placeText(tag), values, result, assignedText(report, style.format)));
+    return stamped(held.quality == Quality::Unknown ? now : held.time, style,
+                   QStringLiteral("%1  %2  %3%4")
+                       .arg(placeText(tag, style.isRemote), values, result, assignedText(report, style.format)));
 }
 
 QString eventText(const LineEvent &event)

@@ -15,8 +15,9 @@ namespace fgs
 struct TextStyle {
     Format format;
     const WallClock &clock;
-    Time timeout; ///< of an answer
-    Time start;   ///< of the run
+    Time timeout;  ///< of an answer
+    Time start;    ///< of the run
+    bool isRemote; ///< everything goes by remote frames
 };
 
 /// The reason, and with an answer that broke off what to try.

@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "output.h"
+#include "progress.h"
 #include "tools/failure.h"
 #include "watch/line_plan_text.h"
 #include "watch/oddities.h"
@@ -119,6 +120,13 @@ SerialAddress addressOf(const Options &options)
     return serial ? *serial : SerialAddress();
 }
 
+LinePlan bestPlan(const Options &options, const std::vector<Variable> &variables, const LineSpeed &speed,
+                  const LinePauses &pauses)
+{
+    Progress progress([] { return std::chrono::steady_clock::now().time_since_epoch(); }, true);
+    return bestPlanFor(linkedDriver(), variables, speed, pauses, options.host.remoteLink, progress.hook());
+}
+
 } // namespace
 
 int planCommand(const Options &options)
@@ -127,10 +135,9 @@ int planCommand(const Options &options)
     const std::vector<Variable> variables = variablesOf(tags);
     const SerialAddress address = addressOf(options);
     const LinePauses pauses = {options.host.timing.gap, options.answer};
-    const DriverApi driver = linkedDriver();
     const Planned all = {tags,
-                         planFor(driver, variables, options.host.blockWords),
-                         bestPlanFor(driver, variables, speedOf(address), pauses),
+                         planFor(linkedDriver(), variables, options.host.blockWords, options.host.remoteLink),
+                         bestPlan(options, variables, speedOf(address), pauses),
                          speedOf(address),
                          settingsText(address),
                          pauses};

@@ -32,8 +32,8 @@ QString progressText(const char *what, double share, Time elapsed)
     return text + QStringLiteral(", about %1 left").arg(durationText(spent * (1 - share) / share));
 }
 
-Progress::Progress(const Link &theLink, bool isWanted)
-    : link(theLink), isShown(isWanted && isatty(STDERR_FILENO) && qgetenv("TERM") != "dumb")
+Progress::Progress(std::function<Time()> theClock, bool isWanted)
+    : clock(std::move(theClock)), isShown(isWanted && isatty(STDERR_FILENO) && qgetenv("TERM") != "dumb")
 {
 }
 
@@ -51,7 +51,7 @@ ProgressHook Progress::hook()
 
 void Progress::report(const char *what, const std::function<double()> &share)
 {
-    const Time now = link.now();
+    const Time now = clock();
     if (what != current) {
         current = what;
         begun = now;

@@ -1,4 +1,4 @@
-// A line on the terminal that tells how far a read or a write is.
+// A line on the terminal that tells how far something is.
 #ifndef FGS_TOOL_PROGRESS_H
 #define FGS_TOOL_PROGRESS_H
 
@@ -15,8 +15,8 @@ QString progressText(const char *what, double share, Time elapsed);
 class Progress
 {
 public:
-    /// The link outlives it. Not `isWanted`: nothing is ever shown.
-    Progress(const Link &theLink, bool isWanted);
+    /// Not `isWanted`: nothing is ever shown.
+    Progress(std::function<Time()> theClock, bool isWanted);
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
@@ -27,7 +27,7 @@ public:
 private:
     void report(const char *what, const std::function<double()> &share);
 
-    const Link &link;
+    const std::function<Time()> clock;
     const bool isShown;
     const char *current = nullptr;
     Time begun{0}, nextLook{0};

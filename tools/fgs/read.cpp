@@ -20,7 +20,7 @@ void print(const Session &session, const Tag &tag, const Reading &reading)
 
 void readAllVisibly(Session &session, const std::vector<Variable> &variables)
 {
-    Progress progress(*session.link, session.showsProgress());
+    Progress progress([&session] { return session.link->now(); }, session.showsProgress());
     readAll(session.host, *session.link, variables, progress.hook());
 }
 

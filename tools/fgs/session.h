@@ -34,7 +34,7 @@ public:
     /// Where messages go while it runs; otherwise to stderr.
     void tellBy(std::function<void(const QString &)> teller) { tell = std::move(teller); }
 
-    TextStyle textStyle() const { return {options.format, clock, options.host.timing.timeout, start}; }
+    TextStyle textStyle() const { return {options.format, clock, options.host.timing.timeout, start, isRemote()}; }
 
     /// Whether stderr has room for it.
     bool showsProgress() const { return !options.quiet && !options.frames; }
@@ -54,7 +54,8 @@ public:
     int end(int code) const;
 
 private:
-    JsonStyle jsonStyle() const { return {options.format, clock, start, options.host.timing.timeout}; }
+    JsonStyle jsonStyle() const { return {options.format, clock, start, options.host.timing.timeout, isRemote()}; }
+    bool isRemote() const { return options.host.remoteLink.has_value(); }
     void warn(const LineEvent &event) const;
     void noteFrame(const TraceEntry &entry) const;
     bool endTrace() const;

@@ -213,7 +213,7 @@ private:
     int layOut(int columns)
     {
         if (!layout || columns != layoutColumns) {
-            layout.emplace(tags, style.format, columns, view);
+            layout.emplace(tags, style.format, columns, view, style.isRemote);
             layoutColumns = columns;
             for (Entry &entry : board.entries)
                 entry.rows = 0;

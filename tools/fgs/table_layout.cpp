@@ -15,13 +15,6 @@ const int AgeWidth = 8; ///< "1234.567" seconds: over an hour the milliseconds g
 const QString Gap = QStringLiteral("  ");
 const QLatin1Char Space(' ');
 
-QString wireText(const Variable &variable)
-{
-    return QStringLiteral("0x%1:%2")
-        .arg(areaOf(variable.area)->code, 2, 16, QLatin1Char('0'))
-        .arg(variable.address);
-}
-
 QString ageText(const Reading &reading, Time now)
 {
     if (reading.quality == Quality::Unknown)
@@ -59,15 +52,16 @@ bool isAny(const std::vector<bool> &marked, std::size_t from, std::size_t count)
 
 } // namespace
 
-TableLayout::TableLayout(const std::vector<Tag> &tags, Format valueFormat, int screenColumns, const TableView &view)
-    : format(valueFormat), columns(screenColumns), isByValue(view.isByValue())
+TableLayout::TableLayout(const std::vector<Tag> &tags, Format valueFormat, int screenColumns, const TableView &view,
+                         bool byRemoteFrames)
+    : format(valueFormat), columns(screenColumns), isByValue(view.isByValue()), isRemote(byRemoteFrames)
 {
     placeWidth = static_cast<int>(QStringLiteral("VARIABLE").size());
     for (const Tag &tag : tags) {
         const int values = tag.variable.count / tag.elementsPerValue(format);
         const Tag last = valueOf(tag, format, values - 1); // a further row names one value, with its station
         placeWidth = std::max({placeWidth, int(variableText(tag).size()), int(textOf(last).size())});
-        wireWidth = std::max(wireWidth, int(wireText(last.variable).size()));
+        wireWidth = std::max(wireWidth, int(wireText(last.variable, isRemote).size()));
         widestValue = std::max(widestValue, cellWidth(tag, format) - 1);
         rangeWidth = std::max(rangeWidth, widestMean(tag.scaling, tag.typeIn(format)));
     }
@@ -209,7 +203,7 @@ QString TableLayout::furtherLead(const Tag &tag, int row) const
     if (type.meaning == ValueType::Text)
         return joined({}, {}, {});
     const Tag first = valueOf(tag, format, row * cellsPerRow(tag));
-    return joined({}, textOf(first), wireText(first.variable));
+    return joined({}, textOf(first), wireText(first.variable, isRemote));
 }
 
 QStringList TableLayout::rows(const Tag &tag, const Reading &reading, const QString &reason,
@@ -223,9 +217,10 @@ QStringList TableLayout::rows(const Tag &tag, const Reading &reading, const QStr
     const int behind = isText ? 0 : values; // rows that are not among the lines
     QStringList made;
     for (int row = range.first; row < std::min(range.last, behind + int(lines.size())); ++row) {
-        const QString lead = row == 0 ? joined(ageText(reading, now), variableText(tag), wireText(tag.variable))
-                             : row < values ? furtherLead(tag, row)
-                                            : joined({}, {}, {});
+        const QString lead =
+            row == 0       ? joined(ageText(reading, now), variableText(tag), wireText(tag.variable, isRemote))
+            : row < values ? furtherLead(tag, row)
+                           : joined({}, {}, {});
         made << lead + (row >= behind ? lines[row - behind]
                                       : numberRow(tag, reading, marked, row) +
                                             statisticsText(tag, statistics, std::size_t(row)));

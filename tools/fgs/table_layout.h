@@ -24,7 +24,7 @@ class TableLayout
 {
 public:
     TableLayout(const std::vector<Tag> &tags, Format valueFormat, int screenColumns,
-                const TableView &view = TableView());
+                const TableView &view = TableView(), bool isRemote = false);
 
     QString header() const;
     /// How many columns more the widest value, and all that the view has, needs; 0 if all is shown.
@@ -52,6 +52,7 @@ private:
     const Format format;
     const int columns;
     const bool isByValue;
+    const bool isRemote; ///< wire addresses are those of remote frames
     int placeWidth = 0, wireWidth = 0, widestValue = 0;
     int rangeWidth = 0, trendWidth = 0; ///< 0: not shown; the first is that of each of its three columns
     int missing = 0;

@@ -77,7 +77,7 @@ int exitCodeOf(const std::vector<WriteReport> &reports)
 
 std::vector<WriteReport> writeAllVisibly(Session &session, const std::vector<Assignment> &assignments)
 {
-    Progress progress(*session.link, session.showsProgress());
+    Progress progress([&session] { return session.link->now(); }, session.showsProgress());
     return writeAll(session.host, *session.link, assignments, LinkReturn, progress.hook());
 }
 

@@ -10,7 +10,7 @@ namespace
 {
 
 const char RowForm[] = "^(\\S+)  +(?:([0-9]+\\.[0-9]{3})  +)?([0-9]\\S*)  +(bit|word|double word)  +"
-                       "(wire 0x[0-9A-F]{2}:[0-9]+(?:\\.\\.[0-9]+)?)  +(.*)$";
+                       "(wire (?:0x[0-9A-F]{2}|[0-9]+):[0-9]+(?:\\.\\.[0-9]+)?)  +(.*)$";
 
 std::vector<QJsonObject> objectsWith(const Result &result, const char *name)
 {

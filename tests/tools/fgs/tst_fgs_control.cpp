@@ -47,6 +47,17 @@ protected:
     OnTcp() : Controlled("--tcp 0") {}
 };
 
+class Remotely : public Controlled
+{
+protected:
+    Remotely() : Controlled("--tcp 0 --remote") {}
+    Result write(const char *arguments)
+    {
+        return runFgs(
+            wordsOf(QStringLiteral("write L --remote --late 200 ") + QLatin1String(arguments), simulator.link()));
+    }
+};
+
 class OnPty : public Controlled
 {
 protected:
@@ -117,6 +128,20 @@ TEST_F(OnTcp, AChosenFaultIsRepaired)
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(contentsOf(result), Texts{word(0)});
     EXPECT_TRUE(result.messages.contains(QLatin1String("wrong check code"))) << result.messages.toStdString();
+}
+
+TEST_F(Remotely, FaultsStrikeAcknowledgements)
+{
+    tell("fault bit of the check, low byte x1 @1");
+    Result result = write("5:100=7 --timeout 3600000");
+    EXPECT_EQ(result.code, 0) << result.messages.toStdString();
+    EXPECT_EQ(contentsOf(result), Texts{"7  written and verified"}) << "it was repeated";
+    tell("fault silence x1 @1");
+    result = write("5:100=8 --retries 0 --timeout 3000");
+    EXPECT_EQ(contentsOf(result), Texts{"8  not acknowledged (no reply); the controller holds the new values"});
+    tell("fault another station's frame only x1 @1");
+    result = write("5:100=9 --retries 0 --timeout 3600000");
+    EXPECT_EQ(contentsOf(result), Texts{"9  written and verified"}) << "no remote reply tells whose it is";
 }
 
 TEST_F(OnTcp, ALostLinkIsOpenedAgainByAPoll)

@@ -147,7 +147,7 @@ TEST(Decode, ExplainsRemoteFrames)
                     "1A 02 01 03 01  00 05  00 00 00 64  00 02  00 00 00 00  00 00 00 00  34 12 78 56  A0")})
             .out;
     for (const char *row : {"remote station 1, read 5:100x2", "host type 2", "link 3", "store mark -1",
-                            "sum, right", "remote reply", "5:101 = 22136 (0x5678)   wire 0x08:101",
+                            "sum, right", "remote reply", "5:101 = 22136 (0x5678)   wire 5:101",
                             "remote station 1, write 5:100x2", "34 12 78 56             data to write"})
         EXPECT_TRUE(contains(out, QLatin1String(row)));
 }

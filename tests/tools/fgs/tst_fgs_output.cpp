@@ -17,7 +17,7 @@ Texts withoutTimes(const Result &result)
 {
     Texts rows;
     QStringList lines = result.out.split(QStringLiteral("\r\n"));
-    EXPECT_EQ(text(lines.takeFirst()), "time,variable,value,quality,reason");
+    EXPECT_EQ(text(lines.takeFirst()), "time,variable,name,value,unit,quality,reason");
     EXPECT_EQ(text(lines.takeLast()), "") << "the last line has its end";
     for (const QString &line : lines) {
         const int comma = static_cast<int>(line.indexOf(QLatin1Char(',')));
@@ -36,7 +36,8 @@ TEST(Csv, ReadsARowAValue)
     controller.hold(1, 5, 101, 0);
     const Result result = runFgs("read --csv --timeout 100 --late 0 L 5:100x2 5:7@9", controller.link());
     EXPECT_EQ(result.code, 8);
-    EXPECT_EQ(withoutTimes(result), (Texts{"5:100@1,1234,good,", "5:101@1,0,good,", "5:7@9,,unknown,noReply"}));
+    EXPECT_EQ(withoutTimes(result),
+              (Texts{"5:100@1,,1234,,good,", "5:101@1,,0,,good,", "5:7@9,,,,unknown,noReply"}));
     EXPECT_NE(result.messages.indexOf(QStringLiteral(" requests in ")), -1);
 }
 
@@ -47,7 +48,7 @@ TEST(Csv, PollsARowAValueAChange)
     controller.hold(1, 5, 101, 8);
     const Result result = runFgs("poll --csv --quiet --count 3 L 5:100x2", controller.link());
     EXPECT_EQ(result.code, 0);
-    EXPECT_EQ(withoutTimes(result), (Texts{"5:100@1,7,good,", "5:101@1,8,good,"}));
+    EXPECT_EQ(withoutTimes(result), (Texts{"5:100@1,,7,,good,", "5:101@1,,8,,good,"}));
     EXPECT_EQ(text(result.messages), "");
 }
 

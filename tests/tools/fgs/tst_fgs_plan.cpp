@@ -7,8 +7,10 @@
 #include "watch/oddities.h"
 #include "watch/tag.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <optional>
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QRegularExpression>
@@ -19,14 +21,17 @@ using namespace fgs;
 namespace
 {
 
-/// Lists of every kind, with their block sizes.
+/// Lists of every kind, with their block sizes and paths.
 struct List {
     const char *variables;
     int block;
+    std::optional<int> remoteLink = std::nullopt;
 };
 void PrintTo(const List &list, std::ostream *out)
 {
     *out << list.variables << " --block " << list.block;
+    if (list.remoteLink)
+        *out << " --remote=" << *list.remoteLink;
 }
 
 const List Lists[] = {
@@ -38,6 +43,11 @@ const List Lists[] = {
     {"1:17 1:200x30 2:9x300", 16},
     {"5:100x4 5:110 0:17@2 2:40x8@2 10:7@2 9:3@1", 64},
     {"5:9990x200 5:1:u32 9:300x40", 31},
+    {"5:100x4", 64, 1},
+    {"5:100x4 5:120:f32 2:17x40 10:4", 64, 1},
+    {"5:0x1000 5:2000 10:0x50 2:0x2000", 255, 7},
+    {"1:17 1:200x30 11:9x3 11:100x40", 16, 255},
+    {"5:100x4 5:110 0:17@2 2:40x8@2 10:7@2 9:3@1", 8, 0},
 };
 
 std::vector<Variable> variablesIn(const List &list)
@@ -48,20 +58,29 @@ std::vector<Variable> variablesIn(const List &list)
     return variablesOf(tags);
 }
 
+LinePlan planOf(const List &list)
+{
+    return planFor(linkedDriver(), variablesIn(list), list.block, list.remoteLink);
+}
+
 class Plans : public ::testing::TestWithParam<List>
 {
 protected:
     QStringList arguments(const QString &command, const QStringList &more) const
     {
-        return QStringList{command} + more + QString::fromLatin1(GetParam().variables).split(QLatin1Char(' ')) +
-               QStringList{QStringLiteral("--block"), QString::number(GetParam().block)};
+        QStringList all = QStringList{command} + more +
+                          QString::fromLatin1(GetParam().variables).split(QLatin1Char(' ')) +
+                          QStringList{QStringLiteral("--block"), QString::number(GetParam().block)};
+        if (GetParam().remoteLink)
+            all << QStringLiteral("--remote=%1").arg(*GetParam().remoteLink);
+        return all;
     }
-    LinePlan plan() const { return planFor(linkedDriver(), variablesIn(GetParam()), GetParam().block); }
+    LinePlan plan() const { return planOf(GetParam()); }
 };
 
 INSTANTIATE_TEST_SUITE_P(Lists, Plans, ::testing::ValuesIn(Lists));
 
-QJsonObject planOf(const QStringList &arguments)
+QJsonObject printedPlan(const QStringList &arguments)
 {
     const Result result = runFgs(arguments + QStringList{QStringLiteral("--json")});
     EXPECT_EQ(result.code, 0) << result.messages.toStdString();
@@ -93,9 +112,12 @@ std::vector<std::string> sentFrames(Program &program)
 
 TEST_P(Plans, AreWhatPollSends)
 {
-    Simulator simulator({QStringLiteral("--tcp"), QStringLiteral("0"), QStringLiteral("--stations"),
-                         QStringLiteral("1,2"), QStringLiteral("--values"), QStringLiteral("pattern")});
-    const std::vector<std::string> planned = framesOf(planOf(arguments(QStringLiteral("plan"), {})));
+    QStringList far{QStringLiteral("--tcp"), QStringLiteral("0"),        QStringLiteral("--stations"),
+                    QStringLiteral("1,2"),   QStringLiteral("--values"), QStringLiteral("pattern")};
+    if (GetParam().remoteLink)
+        far << QStringLiteral("--remote");
+    Simulator simulator(far);
+    const std::vector<std::string> planned = framesOf(printedPlan(arguments(QStringLiteral("plan"), {})));
     Program poll(QStringLiteral("fgs"),
                  arguments(QStringLiteral("poll"), {simulator.link()}) +
                      QStringList{QStringLiteral("--frames"), QStringLiteral("--count"), QStringLiteral("7"),
@@ -108,11 +130,11 @@ TEST_P(Plans, AreWhatPollSends)
         ASSERT_EQ(sent[i], planned[i % planned.size()]) << "request " << i;
 }
 
-fgssim::Simulation simulation()
+fgssim::Simulation simulation(bool isRemote)
 {
     using namespace fgssim;
     Motion motion({1, 2}, {}, Values::Moving, 1);
-    return {Controller({1, 2}, Memory(std::move(motion))),
+    return {Controller({1, 2}, Memory(std::move(motion)), isRemote ? RemoteFraming : ControllerFraming),
             FaultChooser({}, 1),
             fgssim::Log(fgssim::Log::Level::Quiet, {}),
             {}};
@@ -123,7 +145,8 @@ fgssim::Simulation simulation()
 class PacedLine : public VirtualLink
 {
 public:
-    PacedLine(Time byteTime, Time answer) : shared(simulation()), controller(shared, timesOf(byteTime, answer))
+    PacedLine(Time byteTime, Time answer, bool isRemote)
+        : shared(simulation(isRemote)), controller(shared, timesOf(byteTime, answer))
     {
         perByte = byteTime;
         onSend = [this](const QByteArray &request) { exchange(request); };
@@ -155,12 +178,13 @@ private:
 };
 
 /// Of the requests of a plan, on a line on which they are really exchanged.
-Time measuredCycle(const LinePlan &plan, const std::vector<Variable> &variables, int block, const LineSpeed &speed,
-                   const LinePauses &pauses)
+Time measuredCycle(const LinePlan &plan, const List &list, const LineSpeed &speed, const LinePauses &pauses)
 {
-    PacedLine line(speed.byteTime(), pauses.answer);
+    const std::vector<Variable> variables = variablesIn(list);
+    PacedLine line(speed.byteTime(), pauses.answer, plan.isRemote());
     HostOptions options;
-    options.blockWords = block;
+    options.blockWords = list.block;
+    options.remoteLink = list.remoteLink;
     options.timing.gap = pauses.gap;
     Host host(linkedDriver(), line, variables, options);
     host.poll(variables);
@@ -179,8 +203,7 @@ TEST_P(Plans, TakeTheTimeOfAPacedLine)
             for (const LinePauses &pauses : {LinePauses{2ms, 0ms}, LinePauses{50ms, 7ms}}) {
                 const LinePlan planned = plan();
                 const LineSpeed speed = {baud, bits};
-                const Time measured =
-                    measuredCycle(planned, variablesIn(GetParam()), GetParam().block, speed, pauses);
+                const Time measured = measuredCycle(planned, GetParam(), speed, pauses);
                 EXPECT_NEAR(double(cycleTime(planned, speed, pauses).count()), double(measured.count()), 1000.)
                     << baud << " baud, " << bits << " bits a byte";
             }
@@ -205,11 +228,26 @@ TEST_P(Plans, HaveABestBlockSize)
     const std::vector<Variable> variables = variablesIn(GetParam());
     const LineSpeed speed = {19200, 11};
     const LinePauses pauses;
-    const LinePlan best = bestPlanFor(linkedDriver(), variables, speed, pauses);
+    const std::optional<int> remoteLink = GetParam().remoteLink;
+    const LinePlan best = bestPlanFor(linkedDriver(), variables, speed, pauses, remoteLink);
     for (int block = MinBlockWords; block <= MaxBlockWords; block += 9)
         EXPECT_LE(cycleTime(best, speed, pauses),
-                  cycleTime(planFor(linkedDriver(), variables, block), speed, pauses))
+                  cycleTime(planFor(linkedDriver(), variables, block, remoteLink), speed, pauses))
             << block;
+}
+
+TEST(BestPlan, TellsHowFarTheSearchIs)
+{
+    std::vector<double> shares;
+    const ProgressHook hook = [&shares](const char *what, const std::function<double()> &share) {
+        EXPECT_STREQ(what, "planning");
+        shares.push_back(share());
+    };
+    bestPlanFor(linkedDriver(), variablesIn({"5:100x4", 64}), {}, {}, {}, hook);
+    EXPECT_EQ(int(shares.size()), MaxBlockWords - MinBlockWords);
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+    EXPECT_GT(shares.front(), 0);
+    EXPECT_LT(shares.back(), 1);
 }
 
 // ---- what is odd
@@ -217,7 +255,7 @@ TEST_P(Plans, HaveABestBlockSize)
 std::set<int> numbersFor(const List &list)
 {
     std::set<int> numbers;
-    for (const Oddity &oddity : odditiesOf(planFor(linkedDriver(), variablesIn(list), list.block)))
+    for (const Oddity &oddity : odditiesOf(planOf(list)))
         numbers.insert(oddity.number);
     return numbers;
 }
@@ -239,6 +277,12 @@ const Striking StrikingLists[] = {
     {{"5:0x8 5:0x8@2", 64}, {113, 208}},
     {{"5:0x8 2:16x24@2", 31}, {113, 204, 205, 208}},
     {{"10:4x100 5:1x2@2", 64}, {113, 208, 213, 401}},
+    {{"5:100", 64, 1}, {}},
+    {{"5:0x100", 64, 1}, {114}},
+    {{"2:17x24", 64, 1}, {443}},
+    {{"11:8x16", 64, 1}, {502}},
+    {{"5:0x100", 117, 1}, {506}},
+    {{"10:4x2 5:1x2@2", 64, 1}, {114, 208}},
 };
 
 TEST(Oddities, AreThoseThatStrikeTheList)
@@ -255,14 +299,14 @@ TEST(Oddities, StandInTheirDocument)
     std::set<int> all;
     for (const Striking &striking : StrikingLists)
         all.insert(striking.numbers.begin(), striking.numbers.end());
-    EXPECT_EQ(all.size(), 12u);
+    EXPECT_EQ(all.size(), 15u);
     for (int number : all)
         EXPECT_TRUE(document.contains(QStringLiteral("\n**%1.** ").arg(number))) << number;
 }
 
 TEST(Oddities, NameWhatTheyStrike)
 {
-    const std::vector<Oddity> gaps = odditiesOf(planFor(linkedDriver(), variablesIn({"5:0x8 5:20x8", 64})));
+    const std::vector<Oddity> gaps = odditiesOf(planOf({"5:0x8 5:20x8", 64}));
     ASSERT_EQ(gaps.size(), 1u);
     EXPECT_TRUE(startsWith(gaps[0].meaning, QStringLiteral("5:8x12@1: ")));
 }
@@ -273,7 +317,7 @@ TEST(FgsPlan, TakesALinkItsSettingsOrNone)
 {
     const auto lineOf = [](const QStringList &first) {
         const QJsonObject plan =
-            planOf(QStringList{QStringLiteral("plan")} + first + QStringList{QStringLiteral("5:100x4")});
+            printedPlan(QStringList{QStringLiteral("plan")} + first + QStringList{QStringLiteral("5:100x4")});
         const QJsonObject line = plan.value(QStringLiteral("line")).toObject();
         return std::make_pair(line.value(QStringLiteral("baud")).toInt(),
                               line.value(QStringLiteral("bitsPerByte")).toInt());
@@ -288,14 +332,33 @@ TEST(FgsPlan, TakesALinkItsSettingsOrNone)
 TEST(FgsPlan, TakesAFileOfNames)
 {
     const QString file = QStringLiteral(TARN_SOURCE_DIR "/docs/line.toml");
-    const QJsonObject plan = planOf({QStringLiteral("plan"), file});
+    const QJsonObject plan = printedPlan({QStringLiteral("plan"), file});
     EXPECT_EQ(plan.value(QStringLiteral("variables")).toArray().size(), 7);
-    const QJsonObject some = planOf({QStringLiteral("plan"), file, QStringLiteral("pieces"),
-                                     QStringLiteral("--link"), QStringLiteral("/dev/x:1200")});
+    const QJsonObject some = printedPlan({QStringLiteral("plan"), file, QStringLiteral("pieces"),
+                                          QStringLiteral("--link"), QStringLiteral("/dev/x:1200")});
     EXPECT_EQ(some.value(QStringLiteral("variables")).toArray().size(), 1);
     EXPECT_EQ(some.value(QStringLiteral("line")).toObject().value(QStringLiteral("baud")).toInt(), 1200);
     const Result result = runFgs({QStringLiteral("plan"), file});
     EXPECT_TRUE(contains(result.out, QStringLiteral("oven_temp, oven_sp")));
+}
+
+// 22 bytes of request, 13 of reply.
+TEST(FgsPlan, PrintsRemoteFrames)
+{
+    const Result result = runFgs("plan --remote=3 5:100x4", QString());
+    EXPECT_EQ(result.code, 0);
+    EXPECT_TRUE(
+        startsWith(result.out, QStringLiteral("1 variable in 1 block; a cycle takes 1 request with 35 bytes\n")))
+        << result.messages.toStdString();
+    EXPECT_TRUE(contains(result.out, QStringLiteral("\nBy remote frames, with the link number 3\n")));
+    EXPECT_TRUE(contains(result.out, QStringLiteral("wire 5:100..103 ")));
+    EXPECT_TRUE(contains(
+        result.out, QStringLiteral("16 00 00 03 01 00 05 00 00 00 64 00 04 FF FF FF FF 00 00 00 00 83\n"
+                                   "       link 3, station 1, remote read area 5 100x4: 22 bytes, reply 13\n")));
+    EXPECT_EQ(printedPlan({QStringLiteral("plan"), QStringLiteral("--remote=3"), QStringLiteral("5:1")})
+                  .value(QStringLiteral("remoteLink"))
+                  .toInt(),
+              3);
 }
 
 // 9 bytes of request and 15 of reply: 24 bytes of 11 bits, and four byte times of silence, at 1200 baud.
@@ -332,8 +395,8 @@ TEST(FgsPlan, SaysWhatBlockSizeWouldBeBetter)
 
 TEST(FgsPlan, RefusesWhatCannotBeRead)
 {
-    for (const char *line :
-         {"plan", "plan 9600,8N1", "plan 99:1", "plan 5:1@0", "plan nonsense 5:1", "plan 5:1 --timeout 5"})
+    for (const char *line : {"plan", "plan 9600,8N1", "plan 99:1", "plan 5:1@0", "plan nonsense 5:1",
+                             "plan 5:1 --timeout 5", "plan 5:1 --remote=256"})
         EXPECT_EQ(runFgs(line, QString()).code, 2) << line;
 }
 

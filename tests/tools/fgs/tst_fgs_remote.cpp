@@ -93,6 +93,19 @@ TEST_P(Remote, PollsRounds)
     expectCountsAddUp(result.summary());
 }
 
+// Remote frames name areas by their numbers.
+TEST_P(Remote, TellsTheWireAddress)
+{
+    const std::vector<Row> rows = rowsOf(run("read L --remote 0:17x9 5:100x2 10:4"));
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[0].wire, "wire 0:15..23");
+    EXPECT_EQ(rows[1].wire, "wire 5:100..101");
+    EXPECT_EQ(rows[2].wire, "wire 10:4");
+    EXPECT_EQ(rowsOf(run("write L --remote 5:100=7")).at(0).wire, "wire 5:100");
+    EXPECT_EQ(rowsOf(run("poll L --remote 5:100 --count 1")).at(0).wire, "wire 5:100");
+    EXPECT_EQ(readings(run("read L --remote 10:4 --json")).at(0).value(QStringLiteral("wireCode")).toInt(), 10);
+}
+
 TEST_P(Remote, ShowsFramesInWords)
 {
     const Result result = run("read L --remote=7 5:100x2 --frames");

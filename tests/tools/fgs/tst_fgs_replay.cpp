@@ -72,6 +72,27 @@ TEST_F(ReplayTest, GivesTheSameOutcomesFromEitherSide)
     }
 }
 
+TEST_F(ReplayTest, AnswersRemoteFrames)
+{
+    const auto remotePoll = [this](const QString &link, const char *name) {
+        return runFgs(wordsOf(QStringLiteral("poll L --remote 5:100x4 0:17 10:5 5:300x30 --count 12 --timeout 1000 "
+                                             "--late 0 --json --trace ") +
+                                  path(name),
+                              link));
+    };
+    Result first;
+    {
+        Simulator faulty(wordsOf(QStringLiteral("--tcp 0 --remote --fault crc=10 --fault short=5 --seed 3"), {}));
+        first = remotePoll(faulty.link(), "first");
+        faulty.endAndCountRequests();
+    }
+    EXPECT_GT(counts(first).value(QStringLiteral("badCheck")).toInt(), 0);
+    Simulator replaying({QStringLiteral("--tcp"), QStringLiteral("0"), QStringLiteral("--replay"), path("first")});
+    const Result again = remotePoll(replaying.link(), "again");
+    EXPECT_EQ(outcomes(path("again")), outcomes(path("first")));
+    EXPECT_EQ(counts(again), counts(first));
+}
+
 TEST_F(ReplayTest, CountsWhatItDoesNotHave)
 {
     Simulator simulator({QStringLiteral("--tcp"), QStringLiteral("0"), QStringLiteral("--set"),

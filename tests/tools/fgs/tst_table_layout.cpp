@@ -45,6 +45,14 @@ TEST(TableLayout, ShowsAgePlaceWireAndValues)
               (Rows{"   1.500  5:100x4@1  0x08:100   10804  39108  29855  50205"}));
 }
 
+TEST(TableLayout, TellsTheWireAddressOfRemoteFrames)
+{
+    const Reading one = reading("1:17x4", {1, 0, 0, 1});
+    const TableLayout layout({{one.variable}}, Format::Unsigned, 80, TableView(), true);
+    EXPECT_TRUE(
+        layout.rows({one.variable}, one, QString(), {}, Now).at(0).contains(QLatin1String("1:17x4@1  1:15 ")));
+}
+
 /// 31 columns before the values, then four words of five digits, each with its mark and a space but for the last.
 TEST(TableLayout, FillsARowToItsLastColumn)
 {

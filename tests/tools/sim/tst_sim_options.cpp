@@ -187,6 +187,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"--delay -5", "--delay: time in milliseconds '-5' is not a whole number from 0 to 3600000"},
         Wrong{"--seed -1", "--seed: seed '-1' is not a whole number from 0 to 9223372036854775807"},
         Wrong{"--replay x --scenario y", "--replay excludes --scenario"},
+        Wrong{"--replay x --remote", "--remote excludes --replay"},
         Wrong{"--scenario /nothing",
               "--scenario: '/nothing' cannot be read: No such file or directory; name a file of TOML"},
         Wrong{"--log loud", "--log: 'loud' is none of quiet, normal, all"}));

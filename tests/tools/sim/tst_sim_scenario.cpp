@@ -6,8 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <map>
+#include <numeric>
+#include <set>
 
 using namespace fgssim;
 using namespace std::chrono_literals;
@@ -143,10 +146,15 @@ TEST(Scenario, LogsWhatACommandTells)
 
 TEST(Scenario, GoesOnBehindACommandThatTheLineCannotHave)
 {
-    Night night(parse(step("time = 0\ndo = [\"fault doubled\", \"set 5:1=7\"]")), 1, RemoteFraming);
+    Night night(parse(step("time = 0\ndo = [\"refuse 5:1\", \"fault bit of a count\", \"set 5:1=7\"]")), 1,
+                RemoteFraming);
     night.until(0s);
-    EXPECT_EQ(night.log(), "scenario: fault doubled is refused: there is no such thing with --remote\n"
-                           "scenario: set 5:1=7\nscenario: all is done\n");
+    EXPECT_EQ(night.log(),
+              "scenario: refuse 5:1 is refused: remote frames have no refusal; 'missing' makes addresses "
+              "silent, 'fault' damages replies\n"
+              "scenario: fault bit of a count is refused: no reply of such frames can have the fault 'bit "
+              "of a count'; choose one that damages other bytes\n"
+              "scenario: set 5:1=7\nscenario: all is done\n");
 }
 
 TEST(Scenario, TakesValuesFromACsv)
@@ -170,6 +178,151 @@ TEST(Scenario, TakesValuesFromACsv)
     EXPECT_EQ(looping.tell("get 10:7@2"), "10:7@2=16");
     looping.until(101s);
     EXPECT_EQ(looping.tell("get 10:7@2"), "10:7@2=3000000000");
+}
+
+// ---- formulas
+
+namespace
+{
+
+/// Of one formula, every second.
+ScenarioFile formula(const std::string &text, const std::string &place = "10:1")
+{
+    return parse("[[values]]\nplace = \"" + place + "\"\nevery = \"1s\"\nvalue = \"" + text + "\"\n");
+}
+
+/// What the place holds then.
+std::int64_t heldAt(Night &night, Time time, const std::string &place = "10:1")
+{
+    night.until(time);
+    const std::string held = night.tell("get " + place + "@1");
+    return std::int32_t(std::stoll(held.substr(held.find('=') + 1)));
+}
+
+const double Turn = 2 * std::acos(-1.);
+
+struct Computed {
+    const char *formula;
+    double (*value)(double t);
+};
+
+const Computed Formulas[] = {
+    {"20000 + 5000 * sin(2 * pi * t / 60)", [](double t) { return 20000 + 5000 * std::sin(Turn * t / 60); }},
+    {"1000 * cos(t) - 1000 * tan(t / 7)", [](double t) { return 1000 * std::cos(t) - 1000 * std::tan(t / 7); }},
+    {"sqrt(t) * 100 + abs(t - 10) * 3", [](double t) { return std::sqrt(t) * 100 + std::fabs(t - 10) * 3; }},
+    {"min(t, 30) * max(3, t / 10)", [](double t) { return std::fmin(t, 30) * std::fmax(3, t / 10); }},
+    {"floor(t / 7) * 100 + round(t / 7)", [](double t) { return std::floor(t / 7) * 100 + std::round(t / 7); }},
+    {"-(t ^ 2) + 2 * (t + 1)", [](double t) { return -t * t + 2 * t + 2; }},
+    {"1000 * (t % 8)", [](double t) { return 1000 * std::fmod(t, 8); }},
+    {"500 * step(t - 10) + 7", [](double t) { return t < 10 ? 7. : 507.; }},
+    {"100 * square(t / 10)", [](double t) { return std::fmod(t, 10) < 5 ? 100. : 0.; }},
+    {"100 * saw(t / 10)", [](double t) { return 10 * std::fmod(t, 10); }},
+    {"100 * triangle(t / 10)", [](double t) { return 100 - std::fabs(20 * std::fmod(t, 10) - 100); }},
+    {"t < 20 ? 1 : 2", [](double t) { return t < 20 ? 1. : 2.; }},
+};
+
+} // namespace
+
+TEST(ScenarioFormulas, GiveWhatTheySay)
+{
+    for (const Computed &each : Formulas) {
+        Night night(formula(each.formula));
+        for (int t = 0; t <= 75; ++t)
+            EXPECT_NEAR(double(heldAt(night, std::chrono::seconds(t))), each.value(t), 0.501)
+                << each.formula << " at " << t;
+    }
+}
+
+TEST(ScenarioFormulas, ArePutWhereTheyBelong)
+{
+    Night night(parse("stations = \"1,2\"\n[[values]]\nplace = [\"5:1x2@2\", \"1:17\"]\nevery = 0.5\n"
+                      "value = [\"10 * t\", \"t >= 1\"]\n"));
+    night.until(1500ms);
+    EXPECT_EQ(night.tell("get 5:1x2"), "5:1x2@1=0,0\n5:1x2@2=15,15");
+    EXPECT_EQ(night.tell("get 1:17@1"), "1:17@1=1");
+    EXPECT_EQ(night.log(), "scenario: 5:1x2@2=0 1:17=0\nscenario: 5:1x2@2=5 1:17=0\n"
+                           "scenario: 5:1x2@2=10 1:17=1\nscenario: 5:1x2@2=15 1:17=1\n");
+}
+
+TEST(ScenarioFormulas, StayInTheRangeOfTheirPlace)
+{
+    Night high(formula("t * 1e9", "5:1")), low(formula("-t * 1e9", "5:1")), bit(formula("t - 0.6", "1:17"));
+    EXPECT_EQ(heldAt(high, 1s, "5:1"), 65535);
+    EXPECT_EQ(heldAt(low, 1s, "5:1"), 32768);
+    EXPECT_EQ(heldAt(bit, 0s, "1:17"), 0);
+    EXPECT_EQ(heldAt(bit, 2s, "1:17"), 1);
+    Night infinite(formula("1 / (t - 2)", "5:1"));
+    EXPECT_EQ(heldAt(infinite, 2s, "5:1"), 65535);
+}
+
+TEST(ScenarioFormulas, LeaveWhatTheyHaveNoValueFor)
+{
+    Night night(formula("sqrt(2 - t)", "5:1"));
+    EXPECT_EQ(heldAt(night, 0s, "5:1"), 1);
+    EXPECT_EQ(heldAt(night, 2s, "5:1"), 0);
+    night.tell("set 5:1=77");
+    night.log();
+    EXPECT_EQ(heldAt(night, 3s, "5:1"), 77);
+    EXPECT_EQ(night.log(), "scenario: 5:1 has no value\n");
+}
+
+TEST(ScenarioFormulas, BeginAnewWithTheScenario)
+{
+    Night night(parse("repeat = \"10s\"\n[[values]]\nplace = \"5:1\"\nevery = \"1s\"\nvalue = \"t\"\n"));
+    EXPECT_EQ(heldAt(night, 9s, "5:1"), 9);
+    EXPECT_EQ(heldAt(night, 10s, "5:1"), 0);
+    EXPECT_EQ(heldAt(night, 13s, "5:1"), 3);
+}
+
+TEST(ScenarioFormulas, AreRandomWithinBoundsAndByTheSeed)
+{
+    const auto course = [](const std::string &text, std::uint64_t seed) {
+        const std::string table = "[[values]]\nplace = \"10:1\"\nevery = \"1s\"\nvalue = \"" + text + "\"\n";
+        Night night(parseScenario("f", table, {}, {}, seed));
+        std::vector<std::int64_t> values;
+        for (int t = 0; t < 1000; ++t)
+            values.push_back(heldAt(night, std::chrono::seconds(t)));
+        return values;
+    };
+    const std::vector<std::int64_t> noise = course("1000 + noise(300)", 7);
+    EXPECT_EQ(course("1000 + noise(300)", 7), noise);
+    EXPECT_NE(course("1000 + noise(300)", 8), noise);
+    const auto [least, most] = std::minmax_element(noise.begin(), noise.end());
+    EXPECT_TRUE(*least >= 700 && *least < 720) << *least;
+    EXPECT_TRUE(*most <= 1300 && *most > 1280) << *most;
+    EXPECT_NEAR(double(std::accumulate(noise.begin(), noise.end(), std::int64_t(0))) / 1000, 1000, 30);
+    std::set<std::int64_t> differences;
+    for (std::int64_t difference : course("1000000 * (random() - random())", 7))
+        differences.insert(difference);
+    EXPECT_GT(differences.size(), 900u) << "each call has a number of its own";
+}
+
+TEST(ScenarioFormulas, SayWhatIsWrongAndWhere)
+{
+    const auto complaint = [](const std::string &text) {
+        return complaints("[[values]]\nplace = \"5:1\"\nevery = 1\nvalue = \"" + text + "\"\n");
+    };
+    EXPECT_EQ(complaint("20 + sni(t)"),
+              "folder/night.toml:4:15: formulas do not know 'sni'; there are t, pi, sin, cos, tan, sqrt, abs, min, "
+              "max, floor, round, noise, random, step, square, saw and triangle");
+    for (const char *bad : {"", "20 +", "(t", "t)", "sin()", "min(", "2 t", "t, t", "5:100", "1 = 2", "\\\"a\\\"",
+                            "noise()", "random(1)", "sin(1, 2)"}) {
+        const std::string told = complaint(bad);
+        EXPECT_EQ(told.rfind("folder/night.toml:4:", 0), 0u) << bad << ": " << told;
+        EXPECT_NE(told.find("; write for instance 20 + 5 * sin(2 * pi * t / 60)"), std::string::npos)
+            << bad << ": " << told;
+    }
+    EXPECT_EQ(complaint("2 * t) + 1"), "folder/night.toml:4:15: unexpected parenthesis \")\"; write for instance "
+                                       "20 + 5 * sin(2 * pi * t / 60)");
+    EXPECT_EQ(complaint("$").find("folder/night.toml:4:10: formulas do not know '$'; there are "), 0u)
+        << complaint("$");
+    EXPECT_EQ(complaint(std::string(1001, '1')),
+              "folder/night.toml:4:10: the formula is longer than 1000 characters; shorten it");
+    EXPECT_EQ(
+        complaints("[[values]]\nplace = [\"5:1\", \"5:2\"]\nevery = 1\nvalue = \"t\"\n"),
+        "folder/night.toml:1:1: the number of formulas is 1, that of places 2; write a formula for each place");
+    EXPECT_EQ(complaints("[[values]]\nplace = \"5:1\"\nevery = 1\nvalue = \"t\"\nfile = \"a\"\n"),
+              "folder/night.toml:5:8: 'file' and 'value' exclude each other; leave one of them out");
 }
 
 TEST(Scenario, GivenStationsCountMoreThanThoseOfTheFile)
