@@ -39,10 +39,10 @@ Value valueOf(double number, DataType type)
     switch (type) {
     case DataType::Boolean:
         return number != 0;
-    case DataType::Int16: // of its own width
-        return std::uint32_t(static_cast<std::uint16_t>(static_cast<std::int16_t>(number)));
     case DataType::Int32:
         return static_cast<std::uint32_t>(static_cast<std::int32_t>(number));
+    case DataType::Int64:
+        return static_cast<std::uint64_t>(number);
     case DataType::Float:
         return std::isfinite(number) ? Value(static_cast<float>(number)) : Value();
     case DataType::Double:
@@ -129,10 +129,9 @@ DataType typeOf(const Tag &tag)
         return DataType::Double;
     if (type.meaning == ValueType::Float)
         return DataType::Float;
-    const bool isWord = type.size == AreaKind::Word;
     if (type.meaning == ValueType::Signed)
-        return isWord ? DataType::Int16 : DataType::Int32;
-    return isWord ? DataType::UInt16 : DataType::UInt32;
+        return DataType::Int32;
+    return type.size == AreaKind::Word ? DataType::UInt16 : DataType::Int64;
 }
 
 std::vector<std::string> metricNames(const GatewayTag &tag)

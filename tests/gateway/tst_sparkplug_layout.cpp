@@ -212,8 +212,8 @@ TEST_F(SparkplugLayoutTest, MetricsHaveTheTypesAndValuesOfTheirTags)
     EXPECT_EQ(typed("oven_temp", 10).asDouble(13), 180.5);
     EXPECT_EQ(typed("oven_on", 11).number(14), 1U);
     EXPECT_EQ(typed("count", 6).number(10), 65535U);
-    EXPECT_EQ(typed("level", 2).number(10), 0xFFFBU); // -5 of its own width
-    EXPECT_EQ(typed("pieces", 7).number(10), 0xFFFFFFFFU);
+    EXPECT_EQ(typed("level", 3).number(10), 0xFFFFFFFBU); // -5
+    EXPECT_EQ(typed("pieces", 4).number(11), 0xFFFFFFFFU);
     EXPECT_EQ(typed("position", 3).number(10), 0xFFFFFFFEU); // -2
     EXPECT_EQ(typed("speed", 9).asFloat(12), 12.5F);
     EXPECT_EQ(typed("recipe", 12).text(15), "ABC");
@@ -578,7 +578,7 @@ TEST_F(SparkplugLayoutTest, WrittenValuesAreNumbersBitsAndTexts)
 TEST_F(SparkplugLayoutTest, NegativeNumbersAreReadInTheirOwnWidthAndInThatOfTheField)
 {
     using protobuf::number;
-    for (std::uint64_t value : {0xFFFBULL, 0xFFFFFFFBULL, 0xFFFFFFFFFFFFFFFBULL})
+    for (std::uint64_t value : {0xFFFFFFFBULL, 0xFFFFFFFFFFFFFFFBULL})
         EXPECT_EQ(commandedOne(metric("level", number(11, value))), json({{"level", -5}})) << value;
     EXPECT_EQ(commandedOne(metric("level", number(10, 0xFFFFFFFB))), json({{"level", -5}}));
     EXPECT_EQ(commandedOne(metric("position", number(10, 0xFFFFFFFB))), json({{"position", -5}}));
