@@ -8,6 +8,7 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <set>
 #include <sys/un.h>
 
 namespace
@@ -246,17 +247,24 @@ public:
         ::close(socket);
     }
 
-    /// Passes others over.
-    void await(const std::string &beginning) const
+    /// All of them, in whatever order; passes others over.
+    void await(std::set<std::string> beginnings) const
     {
-        char text[4096];
-        ssize_t size = 0;
-        do
-            size = std::max<ssize_t>(0, ::recv(socket, text, sizeof text, 0));
-        while (std::string(text, std::size_t(size)).compare(0, beginning.size(), beginning) != 0);
+        while (!beginnings.empty()) {
+            const std::string message = next();
+            for (auto each = beginnings.begin(); each != beginnings.end();)
+                each = message.compare(0, each->size(), *each) == 0 ? beginnings.erase(each) : std::next(each);
+        }
     }
 
 private:
+    std::string next() const
+    {
+        char text[4096];
+        const ssize_t size = ::recv(socket, text, sizeof text, 0);
+        return std::string(text, std::size_t(std::max<ssize_t>(0, size)));
+    }
+
     const int socket;
 };
 
@@ -264,15 +272,13 @@ TEST_F(FgsGateway, TellsTheServiceManager)
 {
     const Manager manager(line.folder.path / "notify");
     Process gateway(programOf("fgs-gateway"), {line.file});
-    manager.await("READY=1");
-    manager.await("WATCHDOG=1");
-    manager.await("STATUS=line up, broker up");
+    manager.await({"READY=1", "WATCHDOG=1", "STATUS=line up, broker up"});
     gateway.signal(SIGHUP);
-    manager.await("RELOADING=1\nMONOTONIC_USEC=");
-    manager.await("READY=1");
-    manager.await("WATCHDOG=1");
+    manager.await({"RELOADING=1\nMONOTONIC_USEC="});
+    manager.await({"READY=1"});
+    manager.await({"WATCHDOG=1"});
     gateway.signal(SIGTERM);
-    manager.await("STOPPING=1");
+    manager.await({"STOPPING=1"});
     EXPECT_EQ(gateway.wait(), 0);
 }
 
