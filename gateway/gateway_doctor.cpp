@@ -168,7 +168,7 @@ GatewayDoctor::Result GatewayDoctor::read()
         return {Mark::Found, QString::fromUtf8(error.what()),
                 QStringLiteral("mend it; fgs-gateway --check %1 tells when it is right").arg(file)};
     }
-    return {Mark::Ok, QStringLiteral("%1 tags in %2 groups, gateway '%3'")
+    return {Mark::Ok, QStringLiteral("tags: %1, groups: %2, gateway '%3'")
                           .arg(settings->tags.size())
                           .arg(settings->groups.size())
                           .arg(QString::fromStdString(settings->name))};

@@ -70,7 +70,8 @@ public:
     virtual bool takesHistory(const std::string & /*key*/) const { return true; }
     /// Of a record that was kept. None if nothing of it can be told any more.
     virtual std::optional<Message> history(const Record &record, Epoch now) = 0;
-    /// What is sent again and again without a change; asked for every minute.
+    /// What is sent again and again without a change: asked for every minute, and once a second while tags get
+    /// their first values.
     virtual std::vector<Message> periodic(const Picture &picture, Epoch now) = 0;
     /// Before an intended end.
     virtual std::vector<Message> farewell(const Picture &picture, Epoch now) = 0;

@@ -53,6 +53,11 @@ bool isBeyondDeadBand(const GatewayTag &tag, const std::vector<quint32> &a, cons
                        [band](double x, double y) { return !isBeyond(x, y, band); });
 }
 
+bool hasValues(const Sample &sample)
+{
+    return sample.quality != Quality::Unknown;
+}
+
 bool tellsTheSame(const Sample &a, const Sample &b)
 {
     return a.quality == b.quality && std::strcmp(reasonOf(a), reasonOf(b)) == 0 && a.values == b.values;
@@ -75,6 +80,8 @@ void Reporter::take(const Snapshot &snapshot, milliseconds steady)
         Sample &newest = samples[sample.tag];
         if (dueTimes[sample.tag] <= steady && !tellsTheSame(newest, sample))
             ++replacedValues;
+        knownTags += hasValues(sample);
+        knownTags -= hasValues(newest);
         newest = sample;
         schedule(sample.tag);
     }

@@ -31,6 +31,7 @@ public:
     void allSent(milliseconds steady);
 
     const std::vector<Sample> &newest() const { return samples; } ///< one for each tag
+    std::size_t known() const { return knownTags; }               ///< tags that have values
     /// Due values that a newer, different one of the same tag replaced before they were taken.
     quint64 replaced() const { return replacedValues; }
 
@@ -52,6 +53,7 @@ private:
     std::vector<Told> told;                                 ///< by tag
     std::vector<milliseconds> dueTimes;                     ///< by tag; max(): not due
     std::set<std::pair<milliseconds, std::size_t>> pending; ///< all that will be due, by time
+    std::size_t knownTags = 0;
     quint64 replacedValues = 0;
 };
 

@@ -9,6 +9,7 @@ namespace
 {
 
 const milliseconds Period{60000};
+const milliseconds PeriodOfNews{1000}; ///< while variables get their first values
 const std::size_t MostLiveBytes = 1U << 20;
 const int ReadAhead = 32; ///< records of history
 
@@ -77,7 +78,7 @@ bool Sender::sendNext(const LineState &line, const Moment &moment)
         return true;
     if (!tellsTheSame(told, line))
         makeChanges(line, moment);
-    else if (moment.steady >= nextPeriodic)
+    else if (moment.steady >= periodicDue())
         makePeriodic(line, moment);
     return sendUrgent() || sendLive(moment) || sendHistory(moment);
 }
@@ -183,7 +184,7 @@ void Sender::makeBirths(const LineState &line, const Moment &moment)
     urgent.assign(births.begin(), births.end());
     parts.reporter.allSent(moment.steady);
     told = line;
-    nextPeriodic = moment.steady + Period;
+    noteAllTold(moment.steady);
     readHistoryAgain();
 }
 
@@ -200,7 +201,19 @@ void Sender::makePeriodic(const LineState &line, const Moment &moment)
 {
     const std::vector<Message> messages = parts.layout.periodic(picture(line), moment.now);
     urgent.insert(urgent.end(), messages.begin(), messages.end());
-    nextPeriodic = moment.steady + Period;
+    noteAllTold(moment.steady);
+}
+
+void Sender::noteAllTold(milliseconds steady)
+{
+    toldAll = steady;
+    toldTags = parts.reporter.known();
+}
+
+/// Who comes late and reads only what is periodic does not wait for a minute after a start.
+milliseconds Sender::periodicDue() const
+{
+    return toldAll + (parts.reporter.known() > toldTags ? PeriodOfNews : Period);
 }
 
 void Sender::takeDue(milliseconds steady)
@@ -258,7 +271,7 @@ bool Sender::sendFarewell()
 milliseconds Sender::patience(milliseconds steady) const
 {
     const bool isOpen = isGreeted && !parts.layout.awaitsHost() && parts.client.hasRoom();
-    milliseconds when = isOpen ? nextPeriodic : milliseconds::max();
+    milliseconds when = isOpen ? periodicDue() : milliseconds::max();
     if (isOpen || parts.spool)
         when = std::min(when, parts.reporter.nextDue());
     if (isOpen && parts.spool && parts.spool->records() > std::int64_t(pending.size()))

@@ -76,6 +76,8 @@ private:
     void makeBirths(const LineState &line, const Moment &moment);
     void makeChanges(const LineState &line, const Moment &moment);
     void makePeriodic(const LineState &line, const Moment &moment);
+    void noteAllTold(milliseconds steady);
+    milliseconds periodicDue() const;
     Picture picture(const LineState &line) const { return {parts.reporter.newest(), line}; }
 
     void takeDue(milliseconds steady);
@@ -87,7 +89,8 @@ private:
     const Parts parts;
     bool isGreeted = false, birthsWanted = false;
     LineState told;
-    milliseconds nextPeriodic{0};
+    milliseconds toldAll{0};  ///< when births or what is periodic were made
+    std::size_t toldTags = 0; ///< that had values then
     std::deque<Message> urgent;
     bool isAnswerInFlight = false;
 

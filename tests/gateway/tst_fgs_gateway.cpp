@@ -8,6 +8,7 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <set>
 #include <sys/un.h>
 
 namespace
@@ -35,13 +36,14 @@ bool has(const std::string &text, const std::string &part)
     return text.find(part) != std::string::npos;
 }
 
-const char OneGroup[] = R"([[group]]
-name = "oven"
-tag = [
+std::string ovenGroup(const std::string &keys = {})
+{
+    return "[[group]]\nname = \"oven\"\n" + keys + R"(tag = [
     { name = "temp", variable = "5:100:s16", scale = 0.1 },
     { name = "sp", variable = "5:101:s16", scale = 0.1, write = { min = 0, max = 250, step = 0.5 } },
 ]
 )";
+}
 
 /// A file for the gateway "press7", and a controller that holds 5:100=201 and 5:101=1000.
 class Line
@@ -52,7 +54,7 @@ public:
                                            "5:100=201", "--set", "5:101=1000"}),
           link(simulator.outputLine())
     {
-        write(OneGroup);
+        write(ovenGroup());
     }
 
     void write(const std::string &groups, const std::string &brokerLines = {}) const
@@ -87,7 +89,7 @@ protected:
         NEED_MOSQUITTO();
         broker.start();
         line.port = broker.port();
-        line.write(OneGroup);
+        line.write(ovenGroup());
         user = std::make_unique<MqttUser>(brokerSettings({broker.port()}, "listener"),
                                           std::vector<std::string>{"fgs/press7/#"});
         user->stepUntilConnected();
@@ -193,12 +195,11 @@ TEST_F(FgsGateway, TakesAFileThatWasChangedOverTheSameConnection)
     Process gateway(programOf("fgs-gateway"), {line.file});
     awaitValue("temp", 20.1);
 
-    line.write(std::string("[[group]]\nname = \"oven\"\ndeadband = 5\n") + std::string(OneGroup).substr(27));
+    line.write(ovenGroup("deadband = 5\n"));
     gateway.signal(SIGHUP);
     EXPECT_TRUE(has(awaitMessage(gateway, line.file), "applies"));
 
-    line.write(std::string(OneGroup) +
-               "[[group]]\nname = \"more\"\ntag = [{ name = \"x\", variable = \"5:100\" }]\n");
+    line.write(ovenGroup() + "[[group]]\nname = \"more\"\ntag = [{ name = \"x\", variable = \"5:100\" }]\n");
     gateway.signal(SIGHUP);
     EXPECT_TRUE(has(awaitMessage(gateway, line.file), "applies"));
     await("more/state", [](const QJsonObject &message) {
@@ -246,17 +247,24 @@ public:
         ::close(socket);
     }
 
-    /// Passes others over.
-    void await(const std::string &beginning) const
+    /// All of them, in whatever order; passes others over.
+    void await(std::set<std::string> beginnings) const
     {
-        char text[4096];
-        ssize_t size = 0;
-        do
-            size = std::max<ssize_t>(0, ::recv(socket, text, sizeof text, 0));
-        while (std::string(text, std::size_t(size)).compare(0, beginning.size(), beginning) != 0);
+        while (!beginnings.empty()) {
+            const std::string message = next();
+            for (auto each = beginnings.begin(); each != beginnings.end();)
+                each = message.compare(0, each->size(), *each) == 0 ? beginnings.erase(each) : std::next(each);
+        }
     }
 
 private:
+    std::string next() const
+    {
+        char text[4096];
+        const ssize_t size = ::recv(socket, text, sizeof text, 0);
+        return std::string(text, std::size_t(std::max<ssize_t>(0, size)));
+    }
+
     const int socket;
 };
 
@@ -264,15 +272,13 @@ TEST_F(FgsGateway, TellsTheServiceManager)
 {
     const Manager manager(line.folder.path / "notify");
     Process gateway(programOf("fgs-gateway"), {line.file});
-    manager.await("READY=1");
-    manager.await("WATCHDOG=1");
-    manager.await("STATUS=line up, broker up");
+    manager.await({"READY=1", "WATCHDOG=1", "STATUS=line up, broker up"});
     gateway.signal(SIGHUP);
-    manager.await("RELOADING=1\nMONOTONIC_USEC=");
-    manager.await("READY=1");
-    manager.await("WATCHDOG=1");
+    manager.await({"RELOADING=1\nMONOTONIC_USEC="});
+    manager.await({"READY=1"});
+    manager.await({"WATCHDOG=1"});
     gateway.signal(SIGTERM);
-    manager.await("STOPPING=1");
+    manager.await({"STOPPING=1"});
     EXPECT_EQ(gateway.wait(), 0);
 }
 
@@ -296,7 +302,7 @@ TEST_F(FgsGateway, RecordsTheLine)
     gateway.signal(SIGTERM);
     EXPECT_EQ(gateway.wait(), 0);
     Process decode(programOf("fgs"), {"decode", trace});
-    EXPECT_TRUE(has(decode.restOfOutput(), "read area 5"));
+    EXPECT_TRUE(has(decode.restOfOutput(), "read 5:99x3"));
     EXPECT_EQ(decode.wait(), 0);
 }
 
@@ -340,7 +346,7 @@ TEST(FgsGatewayFiles, ArePlannedAndTriedWithoutABroker)
     const Line line;
     const Ended plan = run({"--plan", line.file});
     EXPECT_EQ(plan.code, 0) << plan.log;
-    EXPECT_TRUE(has(plan.out, "5:100x2"));
+    EXPECT_TRUE(has(plan.out, "5:99x3@1"));
     EXPECT_EQ(run({"--plan", "--json", line.file}).out.find(R"({"plan":)"), 0u);
 
     const Ended test = run({"--test", line.file});
@@ -356,7 +362,7 @@ TEST(FgsGatewayFiles, OfALinkThatCannotBeOpenedAreNotTried)
     const int closed = boundToLoopback(0);
     std::ofstream(line.file) << "link = \"tcp:127.0.0.1:" << portOf(closed)
                              << "\"\n[broker]\nhost = \"127.0.0.1\"\n"
-                             << OneGroup;
+                             << ovenGroup();
     const Ended test = run({"--test", line.file});
     EXPECT_EQ(test.code, 3);
     EXPECT_TRUE(has(test.log, "cannot open link"));

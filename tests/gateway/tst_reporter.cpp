@@ -224,6 +224,20 @@ TEST(Reporter, TellsOnlyWhatChangesOnceAllWasTold)
     EXPECT_EQ(reporter.takeDue(510ms).size(), 1u); // told once, unknown as it is
 }
 
+TEST(Reporter, CountsTheTagsThatHaveValues)
+{
+    const std::vector<GatewayTag> tags(2, word({}));
+    Reporter reporter(tags);
+    EXPECT_EQ(reporter.known(), 0u);
+    reporter.take({goodSample(0, {1}), goodSample(1, {1})}, 1ms);
+    reporter.take({goodSample(0, {2})}, 2ms);
+    EXPECT_EQ(reporter.known(), 2u);
+    Sample lost;
+    lost.tag = 1;
+    reporter.take({lost}, 3ms);
+    EXPECT_EQ(reporter.known(), 1u);
+}
+
 TEST(Reporter, GivesWhatIsDueByTheTimeOfItsReply)
 {
     const std::vector<GatewayTag> tags(4, word({}));
