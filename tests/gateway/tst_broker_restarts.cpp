@@ -125,6 +125,7 @@ protected:
     void SetUp() override
     {
         NEED_MOSQUITTO();
+        broker.configuration += "max_inflight_messages 0\n"; // so that it holds back little when it is killed
         broker.start();
         tap = std::make_unique<MqttTap>(broker.port());
         reader = std::make_unique<MqttUser>(brokerSettings({broker.port()}, "reader"),
