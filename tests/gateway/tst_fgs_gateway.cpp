@@ -207,7 +207,7 @@ TEST_F(FgsGateway, TakesAFileThatWasChangedOverTheSameConnection)
     Process gateway(programOf("fgs-gateway"), {line.file});
     awaitValue("temp", 20.1);
 
-    line.write(std::string("[[group]]\nname = \"oven\"\ndeadband = 5\n") + std::string(OneGroup).substr(27));
+    line.write(std::string("[[group]]\nname = \"oven\"\ndeadband = 5\n") + std::string(OneGroup).substr(24));
     gateway.signal(SIGHUP);
     EXPECT_TRUE(has(awaitMessage(gateway, line.file), "applies"));
 
