@@ -42,8 +42,11 @@ DatabaseError::TroubleKind kindOf(int code)
 DatabaseError::TroubleKind kindOf(int code, int systemError)
 {
     const bool isForbidden = systemError == EACCES || systemError == EROFS || systemError == EPERM;
+    const bool isFull = systemError == ENOSPC || systemError == EDQUOT;
     const DatabaseError::TroubleKind kind = kindOf(code);
-    return kind == DatabaseError::Other && isForbidden ? DatabaseError::ReadOnly : kind;
+    if (kind != DatabaseError::Other)
+        return kind;
+    return isForbidden ? DatabaseError::ReadOnly : isFull ? DatabaseError::Full : kind;
 }
 
 /// "./spool", so that no name means anything else than a file.

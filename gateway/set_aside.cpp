@@ -55,18 +55,11 @@ std::string freeName(const std::string &prefix)
     return prefix + stampOf(now); // the clock was ahead
 }
 
-void removeAll(const files::path &path)
-{
-    files::remove(path);
-    for (const char *companion : Companions)
-        files::remove(path.string() + companion);
-}
-
 void removeOldest(const std::string &prefix)
 {
     std::set<std::string> found = allSetAside(prefix);
     for (; found.size() > MostSetAside; found.erase(found.begin()))
-        removeAll(*found.begin());
+        removeDatabase(*found.begin());
 }
 
 } // namespace
@@ -81,6 +74,13 @@ std::string setAside(const std::string &path)
             files::rename(path + companion, name + companion);
     removeOldest(prefix);
     return name;
+}
+
+void removeDatabase(const std::string &path)
+{
+    files::remove(path);
+    for (const char *companion : Companions)
+        files::remove(path + companion);
 }
 
 } // namespace fgs

@@ -11,6 +11,9 @@ namespace fgs
 /// set aside the newest three stay. Throws std::filesystem::filesystem_error.
 std::string setAside(const std::string &path);
 
+/// With the logs beside it; one that is not there is no error. Throws as setAside().
+void removeDatabase(const std::string &path);
+
 } // namespace fgs
 
 #endif

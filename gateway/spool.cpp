@@ -72,13 +72,16 @@ struct Spool::Parts {
 
     // Work with the file: errors end here.
     bool access(const std::function<void()> &work);
-    enum class End { Done, Failed, NewFile };
+    enum class End { Done, Failed, Again };
     End tryTo(const std::function<void()> &work);
     void open();
     End handle(const DatabaseError &error);
     End replaceFile(const std::string &why);
-    void relieve();
-    void removeSome();
+    bool relieve();
+    bool isAllAcknowledged();
+    void beginAnew();
+    void removeInPortions();
+    void removeFirst(std::ptrdiff_t portion);
     void stop(const std::string &why);
     void works();
 
@@ -120,7 +123,7 @@ struct Spool::Parts {
 bool Spool::Parts::access(const std::function<void()> &work)
 {
     const End end = tryTo(work);
-    return (end == End::NewFile ? tryTo(work) : end) == End::Done;
+    return (end == End::Again ? tryTo(work) : end) == End::Done;
 }
 
 Spool::Parts::End Spool::Parts::tryTo(const std::function<void()> &work)
@@ -160,27 +163,61 @@ Spool::Parts::End Spool::Parts::handle(const DatabaseError &error)
                            (error.kind == DatabaseError::ReadOnly && !isForbidden(settings.file)); // by its header
     if (isDamaged)
         return replaceFile(error.what());
-    const std::string why = explained(error, settings.file);
-    error.kind == DatabaseError::Full ? relieve() : file.reset();
-    stop(why);
+    if (error.kind == DatabaseError::Full && relieve())
+        return End::Again;
+    if (error.kind != DatabaseError::Full)
+        file.reset();
+    stop(explained(error, settings.file));
     return End::Failed;
 }
 
-/// Removing a few at a time needs no more room than the journal has: so what is sent from a full disk makes room on
-/// it.
-void Spool::Parts::relieve()
+/// What is sent from a full disk makes room on it. False: it does not yet.
+bool Spool::Parts::relieve()
 {
+    if (!file || acknowledged.empty())
+        return false;
     try {
-        while (!acknowledged.empty())
-            removeSome();
+        isAllAcknowledged() ? beginAnew() : removeInPortions();
+        return true;
     } catch (const std::exception &) { // then the next minute
+        return false;
     }
 }
 
-void Spool::Parts::removeSome()
+bool Spool::Parts::isAllAcknowledged()
 {
-    const std::ptrdiff_t most = 4;
-    const auto end = std::next(acknowledged.begin(), std::min(most, std::ptrdiff_t(acknowledged.size())));
+    const auto isKept = [this](const auto &each) { return file->weightOfRecord(each.first) > 0; };
+    return std::count_if(acknowledged.begin(), acknowledged.end(), isKept) == kept.records;
+}
+
+/// Needs no room at all.
+void Spool::Parts::beginAnew()
+{
+    file.reset();
+    removeDatabase(settings.file);
+    kept = {};
+    highest = 0;
+    forgetAcknowledged();
+}
+
+/// Of a size for which the journal has room.
+void Spool::Parts::removeInPortions()
+{
+    std::ptrdiff_t portion = 64;
+    while (!acknowledged.empty()) {
+        try {
+            removeFirst(std::min(portion, std::ptrdiff_t(acknowledged.size())));
+        } catch (const DatabaseError &error) {
+            portion /= 2;
+            if (error.kind != DatabaseError::Full || portion == 0)
+                throw;
+        }
+    }
+}
+
+void Spool::Parts::removeFirst(std::ptrdiff_t portion)
+{
+    const auto end = std::next(acknowledged.begin(), portion);
     Transaction transaction(file.value().database());
     Tally left = kept;
     std::int64_t bytes = 0;
@@ -205,7 +242,7 @@ Spool::Parts::End Spool::Parts::replaceFile(const std::string &why)
         const std::string name = setAside(settings.file);
         tell("the spool '" + settings.file + "' cannot be used: " + why + "; it was set aside as '" + name +
              "', and a new one is begun. What it held is not sent; remove it if nobody wants it");
-        return End::NewFile;
+        return End::Again;
     } catch (const std::exception &error) {
         stop(why + ", and it cannot be set aside: " + error.what() + "; remove it");
         return End::Failed;

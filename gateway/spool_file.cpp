@@ -1,5 +1,9 @@
 #include "spool_file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace fgs
 {
 
@@ -31,6 +35,21 @@ void require(bool holds, const std::string &otherwise)
         throw DatabaseError(DatabaseError::Damaged, otherwise);
 }
 
+/// So much of the journal is there from the start, if the disk has room: then records can be removed on a full one.
+void reserveJournal(const std::string &path)
+{
+    const off_t reserve = 256 << 10;
+    struct stat database = {};
+    if (::stat(path.c_str(), &database) != 0)
+        return;
+    const int journal =
+        ::open((path + "-journal").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, database.st_mode & ACCESSPERMS);
+    if (journal < 0)
+        return;
+    ::posix_fallocate(journal, 0, reserve);
+    ::close(journal);
+}
+
 } // namespace
 
 std::int64_t weightOf(const Record &record)
@@ -53,6 +72,7 @@ SpoolFile::SpoolFile(const std::string &path, const std::string &layout, std::in
     file.text("PRAGMA journal_mode = PERSIST");
     file.run("PRAGMA synchronous = FULL;" + pragma("journal_size_limit", 1 << 20) +
              pragma("max_page_count", mostPages) + "BEGIN EXCLUSIVE; COMMIT"); // the lock stays
+    reserveJournal(path);
 }
 
 void SpoolFile::begin(const std::string &layout)

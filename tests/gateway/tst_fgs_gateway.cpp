@@ -180,6 +180,20 @@ TEST_F(FgsGateway, CarriesValuesAndCommandsUntilItIsEnded)
     awaitState("offline");
 }
 
+TEST_F(FgsGateway, IsOfflineWhenItWasKilledUntilItIsStartedAgain)
+{
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitState("online");
+    user->received.clear();
+    gateway.signal(SIGKILL);
+    EXPECT_EQ(gateway.wait(), -SIGKILL);
+    awaitState("offline");
+    user->received.clear();
+    const Process again(programOf("fgs-gateway"), {line.file});
+    awaitState("online");
+    awaitValue("temp", 20.1);
+}
+
 TEST_F(FgsGateway, WritesNothingWhenItMayOnlyRead)
 {
     Process gateway(programOf("fgs-gateway"), {"--read-only", line.file});

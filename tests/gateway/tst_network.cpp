@@ -6,6 +6,7 @@
 #include "watch/value_type.h"
 
 #include <algorithm>
+#include <ctime>
 #include <random>
 #include <set>
 
@@ -190,7 +191,8 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     settings.spool->historyPerSecond = 10000;
     Gateway gateway(settings);
     gateway.stepUntil([&] { return broker.sent().size() >= 2; });
-    Epoch time = 1000000;
+    const Epoch start = std::time(nullptr) * Epoch(1000); // lest the spool finds them too old
+    Epoch time = start;
     for (int round = 0; round < 10; ++round) {
         broker.breakAfter = int(random() % 10);
         broker.acknowledges = random() % 2 == 0;
@@ -213,11 +215,42 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     };
     gateway.stepUntil([&] { return gateway.network.figures().spoolBytes == 0; });
     const std::set<Epoch> arrived = all();
-    for (Epoch due = 1000001; due <= time; ++due)
+    for (Epoch due = start + 1; due <= time; ++due)
         EXPECT_TRUE(arrived.count(due)) << due;
     const std::vector<Epoch> live = timesOf(broker, "plant/press7/oven");
     EXPECT_TRUE(std::is_sorted(live.begin(), live.end()));
     EXPECT_EQ(gateway.network.figures().dropped, 0u);
+}
+
+/// While nobody took it: in its order, each once, with its own time and value.
+TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    broker.answer = 3; // unavailable
+    GatewaySettings settings = gatewaySettings(broker.port());
+    settings.spool.emplace();
+    settings.spool->file = folder.path / "press7.spool";
+    settings.spool->historyPerSecond = 10000;
+    Gateway gateway(settings);
+    const Epoch start = std::time(nullptr) * Epoch(1000);
+    for (int i = 0; i < 300; ++i) {
+        gateway.post(std::size_t(i % Tags), quint32(i), start + i);
+        gateway.network.step(milliseconds(0), -1);
+    }
+    broker.answer = 0;
+    gateway.stepUntil([&] { return gateway.network.figures().spoolBytes == 0; });
+    int next = 0;
+    for (const FakeBroker::Sent &sent : broker.sent()) {
+        if (sent.topic != "plant/press7/oven/history")
+            continue;
+        EXPECT_EQ(sent.payload, "{\"timestamp\":" + std::to_string(start + next) + ",\"seq\":" +
+                                    std::to_string(next + 1) + ",\"values\":{\"t" + std::to_string(next % Tags) +
+                                    "\":" + std::to_string(next) + "},\"errors\":{}}");
+        ++next;
+    }
+    EXPECT_EQ(next, 300);
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven"), std::vector<Epoch>());
 }
 
 /// Only the newest value of each tag waits, whatever comes, and it arrives when the broker is a better one.
@@ -246,6 +279,43 @@ TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
         const std::string state = reader.newest("plant/press7/oven/state");
         return contains(state, "\"t0\":20000") && contains(state, "\"t3\":19999");
     });
+}
+
+/// Subscribes to everything below "plant", and neither reads nor acknowledges what comes.
+class Sleeper
+{
+public:
+    explicit Sleeper(int port) : socket(callLoopback(port))
+    {
+        using namespace std::string_literals;
+        const std::string words = "\x10\x11\0\4MQTT\4\2\0\0\0\5sleep"s // CONNECT
+                                  "\x82\x0C\0\1\0\7plant/#\1"s;        // SUBSCRIBE
+        EXPECT_EQ(::send(socket, words.data(), words.size(), MSG_NOSIGNAL), ssize_t(words.size()));
+        char answers[4 + 5]; // CONNACK, SUBACK
+        EXPECT_EQ(::recv(socket, answers, sizeof answers, MSG_WAITALL), ssize_t(sizeof answers));
+        EXPECT_EQ(answers[8], '\1') << "QoS that was granted";
+    }
+    Sleeper(const Sleeper &) = delete;
+    Sleeper &operator=(const Sleeper &) = delete;
+    ~Sleeper() { ::close(socket); }
+
+private:
+    const int socket;
+};
+
+TEST_F(NetworkTest, DoesNotWaitForAReaderThatSleeps)
+{
+    broker.start();
+    const Sleeper sleeper(broker.port());
+    MqttUser reader(readerSettings(), {"plant/#"});
+    reader.stepUntilConnected();
+    Gateway gateway(gatewaySettings(broker.port()));
+    for (quint32 i = 1; i <= 3000; ++i) {
+        gateway.post(0, i, 1000 + i);
+        stepBoth(gateway, reader, [&] { return gateway.network.figures().acknowledged >= i; });
+    }
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven"), "\"t0\":3000"); });
+    EXPECT_TRUE(gateway.network.figures().isBrokerUp);
 }
 
 TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)

@@ -66,6 +66,8 @@ void write(const std::filesystem::path &path, const std::string &content)
 class SpoolTest : public ::testing::Test
 {
 protected:
+    explicit SpoolTest(const std::filesystem::path &parent = memoryFolder()) : folder(parent) {}
+
     std::string file() const { return folder.path / "press7.spool"; }
     SpoolSettings settings(std::int64_t mostBytes = 1 << 20) const { return settingsOf(file(), mostBytes); }
 
@@ -108,10 +110,16 @@ protected:
         EXPECT_EQ(open.told, Lines());
     }
 
-    TemporaryFolder folder;
+    const TemporaryFolder folder;
 };
 
-TEST_F(SpoolTest, KeepsRecordsInTheirOrderOverARestart)
+class SpoolOnADiskTest : public SpoolTest
+{
+protected:
+    SpoolOnADiskTest() : SpoolTest(std::filesystem::temp_directory_path()) {}
+};
+
+TEST_F(SpoolOnADiskTest, KeepsRecordsInTheirOrderOverARestart)
 {
     const std::string odd("\0\xFF'\n", 4);
     Spool::Number last = 0;
@@ -503,17 +511,24 @@ TEST_F(StoppedSpoolTest, DiskIsFull)
     });
 }
 
-TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledStillGivesAllInOrder)
+/// Adds until the disk is full: "0xxx", "1xxx" and so on. Gives their count.
+int fill(Spool &spool)
+{
+    int added = 0;
+    while (spool.isWorking() && added < 100000) {
+        for (int i = 0; i < 20; ++i)
+            spool.add({"oven", Start, std::to_string(added++) + std::string(300, 'x')});
+        spool.commit(Start);
+    }
+    return added;
+}
+
+TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledGivesAllInOrderAndWorksAgain)
 {
     EXPECT_ON_SMALL_DISK([&] {
         Findings findings;
         Open open(settings(64 << 20));
-        int added = 0;
-        while (open.spool.isWorking() && added < 100000) {
-            for (int i = 0; i < 20; ++i)
-                open.spool.add({"oven", Start, std::to_string(added++) + std::string(300, 'x')});
-            open.spool.commit(Start);
-        }
+        const int added = fill(open.spool);
         findings.require(!open.spool.isWorking(), "never full");
         int expected = 0;
         Epoch now = Start;
@@ -527,8 +542,49 @@ TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledStillGivesAllInOrder)
             open.spool.commit(now += Minute);
         }
         findings.require(open.spool.dropped() == 0, "lost");
+        findings.require(open.spool.isWorking() && open.spool.records() == 0, "does not work again");
+        findings.require(open.told.size() == 2, std::to_string(open.told.size()) + " messages");
         return findings.text;
     });
+}
+
+/// What is acknowledged while it is stopped makes room for what comes.
+std::string stopAndAcknowledge(Open &open, const std::function<bool(int)> &isAcknowledged)
+{
+    Findings findings;
+    const int added = fill(open.spool);
+    Lines left;
+    for (const Spool::Kept &each : open.spool.oldest(0, added))
+        if (isAcknowledged(std::stoi(each.record.content)))
+            open.spool.acknowledged(each.number);
+        else
+            left.push_back(each.record.content);
+    open.spool.commit(Start + Minute);
+    findings.require(open.spool.isWorking(), "does not work again");
+    open.spool.add({"oven", Start, "afterwards"});
+    left.push_back("afterwards");
+    open.spool.commit(Start + Minute);
+    findings.require(open.contents() == left, "not what was left");
+    findings.require(open.spool.records() == std::int64_t(left.size()) && open.spool.dropped() == 0, "lost");
+    return findings.text;
+}
+
+TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledHasRoomForWhatIsAcknowledged)
+{
+    const std::function<bool(int)> choices[] = {[](int) { return true; }, [](int number) { return number < 500; },
+                                                [](int number) { return number > 1000; },
+                                                [](int number) { return number % 8 != 0; }};
+    for (const auto &isAcknowledged : choices) {
+        EXPECT_ON_SMALL_DISK([&] {
+            std::string found;
+            {
+                Open open(settings(64 << 20));
+                found = stopAndAcknowledge(open, isAcknowledged);
+            }
+            Open again(settings(64 << 20));
+            return found + (again.contents().back() == "afterwards" ? "" : "not kept over a restart");
+        });
+    }
 }
 
 TEST_F(StoppedSpoolTest, DiskIsReadOnly)

@@ -4,6 +4,7 @@
 #define TARN_TESTS_FAKE_BROKER_H
 
 #include "support/loopback.h"
+#include "support/mqtt_packet.h"
 
 #include <atomic>
 #include <chrono>
@@ -93,40 +94,26 @@ private:
     {
         std::string &bytes = clients[socket].bytes;
         bytes += more;
-        for (;;) {
-            std::size_t length = 0, place = 1;
-            for (int shift = 0;; shift += 7) {
-                if (place >= bytes.size())
-                    return true;
-                const auto part = static_cast<unsigned char>(bytes[place++]);
-                length |= std::size_t(part & 0x7F) << shift;
-                if (!(part & 0x80))
-                    break;
-            }
-            if (bytes.size() < place + length)
-                return true;
-            const std::string body = bytes.substr(place, length);
-            const auto head = static_cast<unsigned char>(bytes[0]);
-            bytes.erase(0, place + length);
-            if (!takePacket(socket, head, body))
+        while (const std::optional<MqttPacket> packet = takePacket(bytes))
+            if (!take(socket, *packet))
                 return false;
-        }
+        return true;
     }
 
-    bool takePacket(int socket, unsigned char head, const std::string &body)
+    bool take(int socket, const MqttPacket &packet)
     {
-        switch (head >> 4) {
-        case 1:
+        switch (packet.type()) {
+        case MqttPacket::Connect:
             ++connects;
             return reply(socket, {'\x20', '\x02', '\0', char(answer.load())}) && answer == 0;
-        case 3:
-            return takePublish(socket, head, body);
-        case 8:
-            return reply(socket, {'\x90', '\x03', body[0], body[1], char(granted.load())});
-        case 12:
+        case MqttPacket::Publish:
+            return takePublish(socket, packet);
+        case MqttPacket::Subscribe:
+            return reply(socket, {'\x90', '\x03', packet.body[0], packet.body[1], char(granted.load())});
+        case MqttPacket::PingReq:
             ++pings;
             return reply(socket, {'\xD0', '\0'});
-        case 14:
+        case MqttPacket::Disconnect:
             ++disconnects;
             return false;
         default:
@@ -134,20 +121,17 @@ private:
         }
     }
 
-    bool takePublish(int socket, unsigned char head, const std::string &body)
+    bool takePublish(int socket, const MqttPacket &packet)
     {
         if (breakAfter >= 0 && breakAfter-- == 0)
             return false;
-        const std::size_t topicSize =
-            std::size_t(static_cast<unsigned char>(body[0])) << 8 | static_cast<unsigned char>(body[1]);
-        const bool hasNumber = head & 0x06;
-        const std::size_t payload = 2 + topicSize + (hasNumber ? 2 : 0);
+        const MqttPublish publish(packet);
         {
             const std::lock_guard<std::mutex> lock(mutex);
-            messages.push_back({body.substr(2, topicSize), body.substr(payload), bool(head & 1), bool(head & 8)});
+            messages.push_back({publish.topic, publish.payload, publish.isRetained, publish.isRepeated});
         }
-        if (hasNumber && acknowledges)
-            return reply(socket, {'\x40', '\x02', body[2 + topicSize], body[3 + topicSize]});
+        if (publish.number && acknowledges)
+            return reply(socket, {'\x40', '\x02', char(publish.number >> 8), char(publish.number & 0xFF)});
         return true;
     }
 

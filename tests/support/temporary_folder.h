@@ -6,13 +6,14 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <unistd.h>
 
 class TemporaryFolder
 {
 public:
-    TemporaryFolder()
+    explicit TemporaryFolder(const std::filesystem::path &parent = std::filesystem::temp_directory_path())
     {
-        std::string name = std::filesystem::temp_directory_path() / "fgs-test-XXXXXX";
+        std::string name = parent / "fgs-test-XXXXXX";
         EXPECT_NE(::mkdtemp(name.data()), nullptr);
         path = name;
     }
@@ -22,5 +23,12 @@ public:
 
     std::filesystem::path path;
 };
+
+/// Where a sync costs nothing, if this machine has such a place.
+inline std::filesystem::path memoryFolder()
+{
+    const char *const memory = "/dev/shm";
+    return ::access(memory, W_OK) == 0 ? memory : std::filesystem::temp_directory_path();
+}
 
 #endif
