@@ -1,91 +1,16 @@
 // The network's side of a gateway against a real broker: the line is the test's own poster.
-#include "gateway/network.h"
+#include "lineless_gateway.h"
 #include "support/fake_broker.h"
 #include "support/mosquitto.h"
-#include "support/mqtt_user.h"
-#include "watch/value_type.h"
 
 #include <algorithm>
 #include <random>
 #include <set>
 
-using namespace fgs;
+using namespace lineless;
 
 namespace
 {
-
-const int Tags = 4;
-
-GatewaySettings gatewaySettings(int port, int tags = Tags)
-{
-    GatewaySettings settings;
-    settings.name = "press7";
-    settings.layout.base = "plant";
-    settings.groups = {"oven"};
-    settings.broker = brokerSettings({port}, "fgs-gateway-press7");
-    for (int i = 0; i < tags; ++i) {
-        GatewayTag tag;
-        tag.tag = parseTag(QStringLiteral("5:%1:u16").arg(i));
-        tag.name = "t" + std::to_string(i);
-        settings.tags.push_back(tag);
-    }
-    return settings;
-}
-
-/// A gateway without a line: the test posts.
-struct Gateway {
-    explicit Gateway(const GatewaySettings &settings)
-        : network(settings,
-                  {mailbox, orders, [this](const std::string &line) { log.push_back(line); }, false, ShortPauses})
-    {
-        LineState up;
-        up.isUp = true;
-        up.since = 1000;
-        up.stations[1] = true;
-        mailbox.post(up);
-    }
-
-    void post(std::size_t tag, quint32 value, Epoch time)
-    {
-        Sample sample;
-        sample.tag = tag;
-        sample.quality = Quality::Good;
-        sample.time = time;
-        sample.values = {value};
-        mailbox.post(Snapshot{sample});
-    }
-    void step() { network.step(milliseconds(5), -1); }
-    bool hasSaid(const std::string &part) const
-    {
-        for (const std::string &line : log)
-            if (line.find(part) != std::string::npos)
-                return true;
-        return false;
-    }
-    template <typename Condition>
-    void stepUntil(Condition condition)
-    {
-        while (!condition())
-            step();
-    }
-
-    Mailbox mailbox;
-    OrderDesk orders;
-    std::vector<std::string> log;
-    Network network;
-};
-
-bool contains(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
-/// "timestamp":MS of a message.
-Epoch timeIn(const std::string &payload)
-{
-    const std::size_t place = payload.find("\"timestamp\":");
-    return place == std::string::npos ? -1 : std::stoll(payload.substr(place + 12));
-}
 
 class NetworkTest : public testing::Test
 {
@@ -93,15 +18,6 @@ protected:
     void SetUp() override { NEED_MOSQUITTO(); }
 
     BrokerSettings readerSettings() const { return brokerSettings({broker.port()}, "reader"); }
-
-    template <typename Condition>
-    static void stepBoth(Gateway &gateway, MqttUser &user, Condition condition)
-    {
-        while (!condition()) {
-            gateway.step();
-            user.step(1);
-        }
-    }
 
     Mosquitto broker;
 };
@@ -111,7 +27,7 @@ TEST_F(NetworkTest, TellsStatusAndStateAndThenWhatChanges)
     broker.start();
     MqttUser reader(readerSettings(), {"plant/#"});
     reader.stepUntilConnected();
-    Gateway gateway(gatewaySettings(broker.port()));
+    Gateway gateway(gatewaySettings({broker.port()}));
     stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/status"), "\"online\""); });
     gateway.post(1, 77, 5000);
     stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven"), "\"t1\":77"); });
@@ -134,7 +50,7 @@ TEST_F(NetworkTest, BringsEverythingAgainAfterTenKills)
 {
     std::mt19937 random(7);
     broker.start();
-    Gateway gateway(gatewaySettings(broker.port()));
+    Gateway gateway(gatewaySettings({broker.port()}));
     quint32 value = 0;
     for (int round = 0; round < 10; ++round) {
         for (int steps = int(random() % 40); steps > 0; --steps) {
@@ -184,7 +100,7 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     std::mt19937 random(11);
     TemporaryFolder folder;
     FakeBroker broker;
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     settings.spool.emplace();
     settings.spool->file = folder.path / "press7.spool";
     settings.spool->historyPerSecond = 10000;
@@ -225,7 +141,7 @@ TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
 {
     auto bad = std::make_unique<FakeBroker>();
     bad->acknowledges = false;
-    GatewaySettings settings = gatewaySettings(bad->port());
+    GatewaySettings settings = gatewaySettings({bad->port()});
     settings.broker.addresses.push_back({"127.0.0.1", broker.port()});
     settings.broker.mostInFlight = 5;
     Gateway gateway(settings);
@@ -251,7 +167,7 @@ TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
 TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     settings.commands.longestAge = std::chrono::seconds(0);
     settings.tags[0].write = WriteRule{0, 100, 0};
     MqttUser user(readerSettings(), {"plant/press7/ack"});
@@ -287,7 +203,7 @@ TEST_F(NetworkTest, TellsTenThousandTags)
 {
     broker.start();
     const int many = 10000;
-    Gateway gateway(gatewaySettings(broker.port(), many));
+    Gateway gateway(gatewaySettings({broker.port()}, many));
     Snapshot all;
     for (std::size_t tag = 0; tag < many; ++tag) {
         Sample sample;
@@ -306,7 +222,7 @@ TEST_F(NetworkTest, TellsTenThousandTags)
 TEST_F(NetworkTest, KeepsItsConnectionWhenOnlyRulesChange)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     Gateway gateway(settings);
     MqttUser reader(readerSettings(), {"plant/#"});
     gateway.post(2, 42, 3000);
@@ -331,7 +247,7 @@ TEST_F(NetworkTest, KeepsItsConnectionWhenOnlyRulesChange)
 TEST_F(NetworkTest, ComesBackFromAConnectionThatIsOpenAtOneEndOnly)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     settings.broker.keepAlive = std::chrono::seconds(5);
     Gateway gateway(settings);
     gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
