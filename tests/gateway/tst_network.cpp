@@ -136,6 +136,24 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     EXPECT_EQ(gateway.network.figures().dropped, 0u);
 }
 
+/// It publishes meanwhile, on the same connection, and greets once.
+TEST(NetworkWithABadBroker, AsksAgainForTopicsThatAreDenied)
+{
+    FakeBroker broker;
+    broker.granted = 0x80;
+    Gateway gateway(gatewaySettings({broker.port()}));
+    gateway.stepUntil([&] { return broker.subscriptions >= 3; });
+    EXPECT_TRUE(gateway.hasSaid("does not let this gateway read plant/press7/cmd"));
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+    broker.granted = 1;
+    const int denied = broker.subscriptions;
+    gateway.stepUntil([&] { return broker.subscriptions > denied; });
+    gateway.post(0, 7, 5000);
+    gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == 1; });
+    EXPECT_EQ(broker.connects, 1);
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/state").size(), 1U);
+}
+
 /// Only the newest value of each tag waits, whatever comes, and it arrives when the broker is a better one.
 TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
 {

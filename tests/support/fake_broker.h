@@ -43,6 +43,7 @@ public:
     std::atomic<int> breakAfter{-1};      ///< breaks the connection off instead of taking so many PUBLISH further
     std::atomic<int> connects{0};         ///< CONNECT so far
     std::atomic<int> disconnects{0};      ///< DISCONNECT so far
+    std::atomic<int> subscriptions{0};    ///< SUBSCRIBE so far
     std::atomic<int> pings{0};
 
     std::vector<Sent> sent() const
@@ -122,6 +123,7 @@ private:
         case 3:
             return takePublish(socket, head, body);
         case 8:
+            ++subscriptions;
             return reply(socket, {'\x90', '\x03', body[0], body[1], char(granted.load())});
         case 12:
             ++pings;
