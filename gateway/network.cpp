@@ -73,6 +73,7 @@ struct Network::Parts {
     void take(const MqttClient::News &item);
     void connected(const std::string &broker);
     void subscribed(const std::string &refused);
+    void subscribeAgain();
     void arrived(const Received &message);
     void hostLost();
     void stepCommands();
@@ -95,6 +96,7 @@ struct Network::Parts {
     std::unique_ptr<Sender> sender;
     std::unique_ptr<HttpServer> http;
     bool isSubscribed = false;
+    std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
     quint64 acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
     quint64 overrunTold = 0;
@@ -156,6 +158,8 @@ void Network::Parts::wait(milliseconds longest, int wake) const
     milliseconds limit = std::min(longest, sender->patience(steadyNow()));
     if (spool)
         limit = std::min(limit, nextCommit - steadyNow());
+    if (nextSubscription)
+        limit = std::min(limit, *nextSubscription - steadyNow());
     if (http)
         limit = std::min(limit, http->longestWait());
     waitFor({wake, wiring.mailbox.descriptor(), wiring.orders.endsDescriptor(), client->descriptor(),
@@ -167,6 +171,7 @@ void Network::Parts::work()
 {
     takeLine();
     takeNews();
+    subscribeAgain();
     stepCommands();
     sender->send(wiring.mailbox.state(), thisMoment());
     commit();
@@ -208,6 +213,7 @@ void Network::Parts::take(const MqttClient::News &item)
         break;
     case News::Disconnected:
         isSubscribed = false;
+        nextSubscription.reset();
         sender->stop();
         log.saySeldom(item.text, steadyNow());
         break;
@@ -229,13 +235,27 @@ void Network::Parts::connected(const std::string &broker)
         subscribed({});
 }
 
+/// Publishes also where it may not read.
 void Network::Parts::subscribed(const std::string &refused)
 {
-    if (!refused.empty())
-        log.saySeldom("the broker does not let this gateway read " + refused + "; check its access list",
+    nextSubscription.reset();
+    if (!refused.empty()) {
+        log.saySeldom("the broker does not let this gateway read " + refused +
+                          "; check its access list (it is asked again)",
                       steadyNow());
-    isSubscribed = true;
-    sender->begin();
+        nextSubscription = steadyNow() + wiring.pauses.longest;
+    }
+    if (!std::exchange(isSubscribed, true))
+        sender->begin();
+}
+
+/// A cluster refuses everything while it chooses a new leader.
+void Network::Parts::subscribeAgain()
+{
+    if (!nextSubscription || steadyNow() < *nextSubscription)
+        return;
+    nextSubscription.reset();
+    client->subscribe(layout->subscriptions());
 }
 
 void Network::Parts::arrived(const Received &message)
@@ -306,6 +326,7 @@ void Network::Parts::leave(milliseconds limit)
     client->stop(std::max(end - steadyNow(), milliseconds(0)));
     takeNews();
     isSubscribed = false;
+    nextSubscription.reset();
     sender->stop();
 }
 

@@ -1,92 +1,17 @@
 // The network's side of a gateway against a real broker: the line is the test's own poster.
-#include "gateway/network.h"
+#include "lineless_gateway.h"
 #include "support/fake_broker.h"
 #include "support/mosquitto.h"
-#include "support/mqtt_user.h"
-#include "watch/value_type.h"
 
 #include <algorithm>
 #include <ctime>
 #include <random>
 #include <set>
 
-using namespace fgs;
+using namespace lineless;
 
 namespace
 {
-
-const int Tags = 4;
-
-GatewaySettings gatewaySettings(int port, int tags = Tags)
-{
-    GatewaySettings settings;
-    settings.name = "press7";
-    settings.layout.base = "plant";
-    settings.groups = {"oven"};
-    settings.broker = brokerSettings({port}, "fgs-gateway-press7");
-    for (int i = 0; i < tags; ++i) {
-        GatewayTag tag;
-        tag.tag = parseTag(QStringLiteral("5:%1:u16").arg(i));
-        tag.name = "t" + std::to_string(i);
-        settings.tags.push_back(tag);
-    }
-    return settings;
-}
-
-/// A gateway without a line: the test posts.
-struct Gateway {
-    explicit Gateway(const GatewaySettings &settings)
-        : network(settings,
-                  {mailbox, orders, [this](const std::string &line) { log.push_back(line); }, false, ShortPauses})
-    {
-        LineState up;
-        up.isUp = true;
-        up.since = 1000;
-        up.stations[1] = true;
-        mailbox.post(up);
-    }
-
-    void post(std::size_t tag, quint32 value, Epoch time)
-    {
-        Sample sample;
-        sample.tag = tag;
-        sample.quality = Quality::Good;
-        sample.time = time;
-        sample.values = {value};
-        mailbox.post(Snapshot{sample});
-    }
-    void step() { network.step(milliseconds(5), -1); }
-    bool hasSaid(const std::string &part) const
-    {
-        for (const std::string &line : log)
-            if (line.find(part) != std::string::npos)
-                return true;
-        return false;
-    }
-    template <typename Condition>
-    void stepUntil(Condition condition)
-    {
-        while (!condition())
-            step();
-    }
-
-    Mailbox mailbox;
-    OrderDesk orders;
-    std::vector<std::string> log;
-    Network network;
-};
-
-bool contains(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
-/// "timestamp":MS of a message.
-Epoch timeIn(const std::string &payload)
-{
-    const std::size_t place = payload.find("\"timestamp\":");
-    return place == std::string::npos ? -1 : std::stoll(payload.substr(place + 12));
-}
 
 class NetworkTest : public testing::Test
 {
@@ -94,15 +19,6 @@ protected:
     void SetUp() override { NEED_MOSQUITTO(); }
 
     BrokerSettings readerSettings() const { return brokerSettings({broker.port()}, "reader"); }
-
-    template <typename Condition>
-    static void stepBoth(Gateway &gateway, MqttUser &user, Condition condition)
-    {
-        while (!condition()) {
-            gateway.step();
-            user.step(1);
-        }
-    }
 
     Mosquitto broker;
 };
@@ -112,7 +28,7 @@ TEST_F(NetworkTest, TellsStatusAndStateAndThenWhatChanges)
     broker.start();
     MqttUser reader(readerSettings(), {"plant/#"});
     reader.stepUntilConnected();
-    Gateway gateway(gatewaySettings(broker.port()));
+    Gateway gateway(gatewaySettings({broker.port()}));
     stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/status"), "\"online\""); });
     gateway.post(1, 77, 5000);
     stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven"), "\"t1\":77"); });
@@ -135,7 +51,7 @@ TEST_F(NetworkTest, BringsEverythingAgainAfterTenKills)
 {
     std::mt19937 random(7);
     broker.start();
-    Gateway gateway(gatewaySettings(broker.port()));
+    Gateway gateway(gatewaySettings({broker.port()}));
     quint32 value = 0;
     for (int round = 0; round < 10; ++round) {
         for (int steps = int(random() % 40); steps > 0; --steps) {
@@ -185,7 +101,7 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     std::mt19937 random(11);
     TemporaryFolder folder;
     FakeBroker broker;
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     settings.spool.emplace();
     settings.spool->file = folder.path / "press7.spool";
     settings.spool->historyPerSecond = 10000;
@@ -228,7 +144,7 @@ TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
     const TemporaryFolder folder(memoryFolder());
     FakeBroker broker;
     broker.answer = 3; // unavailable
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     settings.spool.emplace();
     settings.spool->file = folder.path / "press7.spool";
     settings.spool->historyPerSecond = 10000;
@@ -253,12 +169,30 @@ TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
     EXPECT_EQ(timesOf(broker, "plant/press7/oven"), std::vector<Epoch>());
 }
 
+/// It publishes meanwhile, on the same connection, and greets once.
+TEST(NetworkWithABadBroker, AsksAgainForTopicsThatAreDenied)
+{
+    FakeBroker broker;
+    broker.granted = 0x80;
+    Gateway gateway(gatewaySettings({broker.port()}));
+    gateway.stepUntil([&] { return broker.subscriptions >= 3; });
+    EXPECT_TRUE(gateway.hasSaid("does not let this gateway read plant/press7/cmd"));
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+    broker.granted = 1;
+    const int denied = broker.subscriptions;
+    gateway.stepUntil([&] { return broker.subscriptions > denied; });
+    gateway.post(0, 7, 5000);
+    gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == 1; });
+    EXPECT_EQ(broker.connects, 1);
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/state").size(), 1U);
+}
+
 /// Only the newest value of each tag waits, whatever comes, and it arrives when the broker is a better one.
 TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
 {
     auto bad = std::make_unique<FakeBroker>();
     bad->acknowledges = false;
-    GatewaySettings settings = gatewaySettings(bad->port());
+    GatewaySettings settings = gatewaySettings({bad->port()});
     settings.broker.addresses.push_back({"127.0.0.1", broker.port()});
     settings.broker.mostInFlight = 5;
     Gateway gateway(settings);
@@ -309,7 +243,7 @@ TEST_F(NetworkTest, DoesNotWaitForAReaderThatSleeps)
     const Sleeper sleeper(broker.port());
     MqttUser reader(readerSettings(), {"plant/#"});
     reader.stepUntilConnected();
-    Gateway gateway(gatewaySettings(broker.port()));
+    Gateway gateway(gatewaySettings({broker.port()}));
     for (quint32 i = 1; i <= 3000; ++i) {
         gateway.post(0, i, 1000 + i);
         stepBoth(gateway, reader, [&] { return gateway.network.figures().acknowledged >= i; });
@@ -321,7 +255,7 @@ TEST_F(NetworkTest, DoesNotWaitForAReaderThatSleeps)
 TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     settings.commands.longestAge = std::chrono::seconds(0);
     settings.tags[0].write = WriteRule{0, 100, 0};
     MqttUser user(readerSettings(), {"plant/press7/ack"});
@@ -357,7 +291,7 @@ TEST_F(NetworkTest, TellsTenThousandTags)
 {
     broker.start();
     const int many = 10000;
-    Gateway gateway(gatewaySettings(broker.port(), many));
+    Gateway gateway(gatewaySettings({broker.port()}, many));
     Snapshot all;
     for (std::size_t tag = 0; tag < many; ++tag) {
         Sample sample;
@@ -376,7 +310,7 @@ TEST_F(NetworkTest, TellsTenThousandTags)
 TEST_F(NetworkTest, KeepsItsConnectionWhenOnlyRulesChange)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     Gateway gateway(settings);
     MqttUser reader(readerSettings(), {"plant/#"});
     gateway.post(2, 42, 3000);
@@ -401,7 +335,7 @@ TEST_F(NetworkTest, KeepsItsConnectionWhenOnlyRulesChange)
 TEST_F(NetworkTest, ComesBackFromAConnectionThatIsOpenAtOneEndOnly)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings(broker.port());
+    GatewaySettings settings = gatewaySettings({broker.port()});
     settings.broker.keepAlive = std::chrono::seconds(5);
     Gateway gateway(settings);
     gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });

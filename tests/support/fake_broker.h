@@ -44,6 +44,7 @@ public:
     std::atomic<int> breakAfter{-1};      ///< breaks the connection off instead of taking so many PUBLISH further
     std::atomic<int> connects{0};         ///< CONNECT so far
     std::atomic<int> disconnects{0};      ///< DISCONNECT so far
+    std::atomic<int> subscriptions{0};    ///< SUBSCRIBE so far
     std::atomic<int> pings{0};
 
     std::vector<Sent> sent() const
@@ -109,6 +110,7 @@ private:
         case MqttPacket::Publish:
             return takePublish(socket, packet);
         case MqttPacket::Subscribe:
+            ++subscriptions;
             return reply(socket, {'\x90', '\x03', packet.body[0], packet.body[1], char(granted.load())});
         case MqttPacket::PingReq:
             ++pings;
