@@ -27,8 +27,8 @@ int valueBytes(const GatewaySettings &settings, const GatewayTag &tag)
     if (settings.layout.kind == LayoutKind::Sparkplug)
         return name + SparkplugValue;
     const int each = tag.tag.elementsPerValue(Format::Unsigned);
-    const bool isText = tag.tag.type->meaning == ValueType::Text;
-    const int width = isText ? 2 * each + 2 : widestText(tag.tag, Format::Unsigned) + 1;
+    const bool isOfText = tag.tag.type->meaning == ValueType::Text;
+    const int width = isOfText ? 2 * each + 2 : widestText(tag.tag, Format::Unsigned) + 1;
     return name + PlainValue + tag.tag.variable.count / each * width;
 }
 

@@ -268,9 +268,9 @@ GatewayDoctor::Result GatewayDoctor::login()
         return {Mark::Found, QString::fromUtf8(error.what()),
                 QStringLiteral("check password_file and [broker.tls], and who may read the files")};
     }
-    const Message will{testTopic(), "will", 1, false};
+    const Message lastWill{testTopic(), "will", 1, false};
     for (std::unique_ptr<BrokerProbe> *each : {&watcher, &actor})
-        if (!(*each)->connect(each == &actor ? will : Message{})) {
+        if (!(*each)->connect(each == &actor ? lastWill : Message{})) {
             const auto [text, remedy] = split(QString::fromStdString((*each)->error()));
             watcher.reset();
             actor.reset();
