@@ -215,7 +215,7 @@ void MqttClient::Connection::acknowledged(int message)
 {
     const std::lock_guard<std::mutex> lock(shared.mutex);
     --shared.inFlight;
-    shared.tellLocked({News::Acknowledged, message});
+    shared.tellLocked({News::Delivered, message});
     shared.changed.notify_all();
 }
 

@@ -211,7 +211,7 @@ void Network::Parts::take(const MqttClient::News &item)
         sender->stop();
         log.saySeldom(item.text, steadyNow());
         break;
-    case News::Acknowledged:
+    case News::Delivered:
         sender->acknowledged(item.message);
         break;
     case News::Arrived:
@@ -294,7 +294,7 @@ void Network::Parts::sayGoodbye(milliseconds limit)
     while (!sender->sendFarewell() && steadyNow() < end) {
         waitFor({client->descriptor()}, end - steadyNow());
         for (const MqttClient::News &item : client->takeNews())
-            if (item.kind == MqttClient::News::Acknowledged)
+            if (item.kind == MqttClient::News::Delivered)
                 sender->acknowledged(item.message);
     }
 }
