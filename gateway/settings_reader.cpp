@@ -14,8 +14,8 @@ using formats::TomlPlace;
 namespace
 {
 
-const int LongestLevel = 64, LongestBase = 256, LongestClientId = 128, LongestPath = 4096; ///< characters
-const int Day = 24 * 3600;                                                                 ///< seconds
+const int LongestLevel = 64, LongestBase = 256, LongestClientId = 128; ///< characters
+const int Day = 24 * 3600;                                             ///< seconds
 const int PlainPort = 1883, TlsPort = 8883;
 const int LongestTimeout = 600000; ///< milliseconds
 const int MostRetries = 1000;
