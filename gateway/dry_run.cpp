@@ -205,6 +205,7 @@ std::vector<Message> readOnce(Host &host, const Link &link, const WallClock &clo
     for (std::size_t tag = 0; tag < variables.size(); ++tag)
         samples.push_back(sampleOf(readingOf(host, link, variables[tag]), tag, clock, link.now()));
     std::vector<const Sample *> due;
+    due.reserve(samples.size());
     for (const Sample &sample : samples)
         due.push_back(&sample);
     const Epoch now = std::chrono::duration_cast<milliseconds>(clock.sinceEpoch(link.now())).count();

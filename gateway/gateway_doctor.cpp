@@ -174,7 +174,7 @@ GatewayDoctor::Result GatewayDoctor::read()
                           .arg(QString::fromStdString(settings->name))};
 }
 
-GatewayDoctor::Result GatewayDoctor::time()
+GatewayDoctor::Result GatewayDoctor::time() // NOLINT(readability-make-member-function-const): one of a table
 {
     const QString now =
         QDateTime::fromMSecsSinceEpoch(clock.now).toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss 'UTC'"));
