@@ -78,7 +78,7 @@ struct Network::Parts {
     void stepCommands();
     void logAnswersBehind(std::size_t known);
     void commit();
-    void sayGoodbye(milliseconds limit);
+    void sayGoodbye(milliseconds limit) const;
     void leave(milliseconds limit);
     void apply(const GatewaySettings &after);
     GatewayFigures figures() const;
@@ -287,7 +287,7 @@ void Network::Parts::commit()
 }
 
 /// The last words, as far as there is room for them within the limit.
-void Network::Parts::sayGoodbye(milliseconds limit)
+void Network::Parts::sayGoodbye(milliseconds limit) const
 {
     const milliseconds end = steadyNow() + limit;
     sender->beginFarewell(wiring.mailbox.state(), thisMoment());
