@@ -196,8 +196,10 @@ TEST_F(HttpServerTest, MoreThanTheLimitWaitUntilThereIsRoom)
 {
     HttpServer patient("127.0.0.1", 0, reply, std::chrono::seconds(1000));
     std::vector<std::unique_ptr<Caller>> callers;
-    for (int i = 0; i < 32; ++i)
+    for (int i = 0; i < 32; ++i) { // one after another: the queue of the system is shorter
         callers.push_back(std::make_unique<Caller>(patient.port()));
+        step(patient);
+    }
     for (int i = 0; i < 100; ++i)
         step(patient);
     Caller late(patient.port());
