@@ -63,10 +63,10 @@ Database::Database(const std::string &path)
                                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (code == SQLITE_OK)
         return;
-    const int number = handle ? sqlite3_system_errno(handle) : 0;
-    const std::string why = number ? std::strerror(number) : sqlite3_errstr(code);
+    const int errorNumber = handle ? sqlite3_system_errno(handle) : 0;
+    const std::string why = errorNumber ? std::strerror(errorNumber) : sqlite3_errstr(code);
     sqlite3_close(handle);
-    throw DatabaseError(kindOf(code, number), why);
+    throw DatabaseError(kindOf(code, errorNumber), why);
 }
 
 Database::~Database()
@@ -76,10 +76,10 @@ Database::~Database()
 
 void Database::fail(int code) const
 {
-    const int number = sqlite3_system_errno(handle);
-    const DatabaseError::TroubleKind kind = kindOf(code, number);
-    const bool isOfSystem = kind == DatabaseError::Other && number != 0;
-    throw DatabaseError(kind, isOfSystem ? std::strerror(number) : sqlite3_errmsg(handle));
+    const int errorNumber = sqlite3_system_errno(handle);
+    const DatabaseError::TroubleKind kind = kindOf(code, errorNumber);
+    const bool isOfSystem = kind == DatabaseError::Other && errorNumber != 0;
+    throw DatabaseError(kind, isOfSystem ? std::strerror(errorNumber) : sqlite3_errmsg(handle));
 }
 
 void Database::run(const std::string &statements)

@@ -27,8 +27,8 @@ int valueBytes(const GatewaySettings &settings, const GatewayTag &tag)
     if (settings.layout.kind == LayoutKind::Sparkplug)
         return name + SparkplugValue;
     const int each = tag.tag.elementsPerValue(Format::Unsigned);
-    const bool isText = tag.tag.type->meaning == ValueType::Text;
-    const int width = isText ? 2 * each + 2 : widestText(tag.tag, Format::Unsigned) + 1;
+    const bool isOfText = tag.tag.type->meaning == ValueType::Text;
+    const int width = isOfText ? 2 * each + 2 : widestText(tag.tag, Format::Unsigned) + 1;
     return name + PlainValue + tag.tag.variable.count / each * width;
 }
 
@@ -205,6 +205,7 @@ std::vector<Message> readOnce(Host &host, const Link &link, const WallClock &clo
     for (std::size_t tag = 0; tag < variables.size(); ++tag)
         samples.push_back(sampleOf(readingOf(host, link, variables[tag]), tag, clock, link.now()));
     std::vector<const Sample *> due;
+    due.reserve(samples.size());
     for (const Sample &sample : samples)
         due.push_back(&sample);
     const Epoch now = std::chrono::duration_cast<milliseconds>(clock.sinceEpoch(link.now())).count();

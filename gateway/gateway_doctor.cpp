@@ -174,7 +174,7 @@ GatewayDoctor::Result GatewayDoctor::read()
                           .arg(QString::fromStdString(settings->name))};
 }
 
-GatewayDoctor::Result GatewayDoctor::time()
+GatewayDoctor::Result GatewayDoctor::time() // NOLINT(readability-make-member-function-const): one of a table
 {
     const QString now =
         QDateTime::fromMSecsSinceEpoch(clock.now).toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss 'UTC'"));
@@ -268,9 +268,9 @@ GatewayDoctor::Result GatewayDoctor::login()
         return {Mark::Found, QString::fromUtf8(error.what()),
                 QStringLiteral("check password_file and [broker.tls], and who may read the files")};
     }
-    const Message will{testTopic(), "will", 1, false};
+    const Message lastWill{testTopic(), "will", 1, false};
     for (std::unique_ptr<BrokerProbe> *each : {&watcher, &actor})
-        if (!(*each)->connect(each == &actor ? will : Message{})) {
+        if (!(*each)->connect(each == &actor ? lastWill : Message{})) {
             const auto [text, remedy] = split(QString::fromStdString((*each)->error()));
             watcher.reset();
             actor.reset();

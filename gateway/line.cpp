@@ -17,6 +17,7 @@ const Time StatisticsPause = 1s; ///< between two states that only count on
 std::vector<Variable> variablesOf(const std::vector<GatewayTag> &tags)
 {
     std::vector<Variable> variables;
+    variables.reserve(tags.size());
     for (const GatewayTag &tag : tags)
         variables.push_back(tag.tag.variable);
     return variables;

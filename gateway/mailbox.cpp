@@ -28,12 +28,12 @@ Bell::~Bell()
     ::close(event);
 }
 
-void Bell::ring()
+void Bell::ring() const
 {
     eventfd_write(event, 1); // fails only when it is full, and then it is readable already
 }
 
-void Bell::hush()
+void Bell::hush() const
 {
     eventfd_t rings = 0;
     eventfd_read(event, &rings); // fails only when there are none

@@ -22,9 +22,9 @@ public:
     Bell &operator=(const Bell &) = delete;
 
     /// Any thread.
-    void ring();
+    void ring() const;
     /// Takes all rings back.
-    void hush();
+    void hush() const;
     int descriptor() const { return event; }
 
 private:

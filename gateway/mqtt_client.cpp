@@ -215,7 +215,7 @@ void MqttClient::Connection::acknowledged(int message)
 {
     const std::lock_guard<std::mutex> lock(shared.mutex);
     --shared.inFlight;
-    shared.tellLocked({News::Acknowledged, message});
+    shared.tellLocked({News::Delivered, message});
     shared.changed.notify_all();
 }
 
@@ -365,6 +365,7 @@ void MqttClient::subscribe(const std::vector<std::string> &topics)
         return;
     shared->subscribed = topics;
     std::vector<char *> names;
+    names.reserve(shared->subscribed.size());
     for (std::string &topic : shared->subscribed)
         names.push_back(topic.data());
     mosquitto_subscribe_multiple(shared->handle, nullptr, int(names.size()), names.data(), 1, 0, nullptr);

@@ -36,11 +36,11 @@ public:
             Connected,    ///< text names the broker
             Subscribed,   ///< what subscribe() asked for; text names the topics that were refused, if any were
             Disconnected, ///< also a try that failed: text says why, for people
-            Acknowledged, ///< of QoS 0 when it is written
+            Delivered,    ///< acknowledged; of QoS 0 when it is written
             Arrived
         };
         NewsKind kind;
-        int message = 0; ///< of Acknowledged: what publish() gave
+        int message = 0; ///< of Delivered: what publish() gave
         std::string text = {};
         Received received = {}; ///< of Arrived
     };
@@ -58,7 +58,7 @@ public:
     /// waited for. The news until then can be taken afterwards.
     void stop(milliseconds limit);
 
-    /// The number that Acknowledged will name. 0, and nothing is done, unless isConnected() and hasRoom().
+    /// The number that Delivered will name. 0, and nothing is done, unless isConnected() and hasRoom().
     int publish(const Message &message);
     /// QoS 1.
     void subscribe(const std::vector<std::string> &topics);

@@ -174,8 +174,8 @@ public:
     std::vector<Message> births(const Picture &picture, Epoch now) override
     {
         std::vector<Message> messages = {online(picture.line, now)};
-        for (Message &state : periodic(picture, now))
-            messages.push_back(std::move(state));
+        for (Message &each : periodic(picture, now))
+            messages.push_back(std::move(each));
         return messages;
     }
 

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -51,7 +52,7 @@ double statusWord(int number)
     std::istringstream words(line.substr(std::min(line.rfind(')') + 1, line.size())));
     for (int i = 0; i <= number; ++i)
         words >> word;
-    return words ? std::atof(word.c_str()) : 0;
+    return words ? std::strtod(word.c_str(), nullptr) : 0;
 }
 
 double bootSeconds()
@@ -59,7 +60,7 @@ double bootSeconds()
     std::ifstream file("/proc/stat");
     for (std::string word; file >> word;)
         if (word == "btime" && file >> word)
-            return std::atof(word.c_str());
+            return std::strtod(word.c_str(), nullptr);
     return 0;
 }
 

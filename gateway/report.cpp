@@ -77,12 +77,12 @@ Reporter::Reporter(const std::vector<GatewayTag> &theTags)
 void Reporter::take(const Snapshot &snapshot, milliseconds steady)
 {
     for (const Sample &sample : snapshot) {
-        Sample &newest = samples[sample.tag];
-        if (dueTimes[sample.tag] <= steady && !tellsTheSame(newest, sample))
+        Sample &last = samples[sample.tag];
+        if (dueTimes[sample.tag] <= steady && !tellsTheSame(last, sample))
             ++replacedValues;
         knownTags += hasValues(sample);
-        knownTags -= hasValues(newest);
-        newest = sample;
+        knownTags -= hasValues(last);
+        last = sample;
         schedule(sample.tag);
     }
 }

@@ -67,7 +67,7 @@ void removeOldest(const std::string &prefix)
 std::string setAside(const std::string &path)
 {
     const std::string prefix = path + ".damaged-";
-    const std::string name = freeName(prefix);
+    std::string name = freeName(prefix);
     files::rename(path, name);
     for (const char *companion : Companions)
         if (files::exists(path + companion))

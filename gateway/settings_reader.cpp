@@ -14,8 +14,8 @@ using formats::TomlPlace;
 namespace
 {
 
-const int LongestLevel = 64, LongestBase = 256, LongestClientId = 128, LongestPath = 4096; ///< characters
-const int Day = 24 * 3600;                                                                 ///< seconds
+const int LongestLevel = 64, LongestBase = 256, LongestClientId = 128; ///< characters
+const int Day = 24 * 3600;                                             ///< seconds
 const int PlainPort = 1883, TlsPort = 8883;
 const int LongestTimeout = 600000; ///< milliseconds
 const int MostRetries = 1000;
@@ -57,7 +57,8 @@ void take(formats::TomlTable &table, const char *key, int lowest, int highest, V
 std::string folderIn(const char *variable)
 {
     const char *const folders = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): nobody sets any
-    return folders ? std::string(folders, 0, std::string(folders).find(':')) : std::string();
+    const std::string text = folders ? folders : "";
+    return text.substr(0, text.find(':'));
 }
 
 struct HostAndPort {
@@ -124,7 +125,7 @@ std::string SettingsReader::name(Table &root)
     QString fileName = QFileInfo(file).fileName();
     if (fileName.endsWith(QLatin1String(".toml")))
         fileName.chop(5);
-    const std::string name = given ? given->value : fileName.toStdString();
+    std::string name = given ? given->value : fileName.toStdString();
     if (!isLevel(name))
         fault(given ? given->place : TomlPlace(), "'" + name + "' is no name of a gateway, which stands in topics",
               "write at most 64 letters of ASCII, digits, _ and -: name = \"press7\"");

@@ -43,7 +43,7 @@ private:
     std::string spoolFile(Table &table);
     void takeCommands(Table &root);
     void takeHttp(Table &root);
-    std::optional<Table> section(Table &root, const std::string &key);
+    static std::optional<Table> section(Table &root, const std::string &key);
     void tellFaults(const std::vector<formats::TomlFault> &faults);
 
     const QString file;

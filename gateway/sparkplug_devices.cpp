@@ -54,6 +54,7 @@ std::vector<Device> devicesOf(const std::vector<GatewayTag> &tags)
         addTag(device, tags[i], i);
     }
     std::vector<Device> list;
+    list.reserve(devices.size());
     for (auto &[station, device] : devices)
         list.push_back(std::move(device));
     return list;

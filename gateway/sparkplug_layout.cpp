@@ -370,10 +370,10 @@ Incoming SparkplugLayout::command(const Received &message, const Device &device)
     if (message.payload.size() > longestMessage)
         return {Incoming::Command, message.payload, false};
     try {
-        const CommandPayload command = {message.topic, message.payload, decode(message.payload)};
-        if (&device != &nodeAsDevice || !asksForRebirth(command.payload))
-            return {Incoming::Command, commandJson(command, device, tags), false};
-        return {message.isRetained ? Incoming::Command : Incoming::Rebirth, rebirthJson(command), false};
+        const CommandPayload decoded = {message.topic, message.payload, decode(message.payload)};
+        if (&device != &nodeAsDevice || !asksForRebirth(decoded.payload))
+            return {Incoming::Command, commandJson(decoded, device, tags), false};
+        return {message.isRetained ? Incoming::Command : Incoming::Rebirth, rebirthJson(decoded), false};
     } catch (const PayloadError &error) {
         return {Incoming::Command, std::string("no Sparkplug payload: ") + error.what(), false};
     }

@@ -128,10 +128,10 @@ std::optional<Tag> TagFileReader::variableOf(TomlTable &table, int station)
     if (!text)
         return {};
     try {
-        const Tag tag = parseTag(textOf(text->value), station);
-        if (tag.variable.station == 0)
+        const Tag parsed = parseTag(textOf(text->value), station);
+        if (parsed.variable.station == 0)
             fault(text->place, "station 0 means all stations and cannot be read", "name one station from 1 to 255");
-        return tag;
+        return parsed;
     } catch (const TextError &error) {
         fault(text->place, error, "see fgs help read");
         return {};

@@ -96,7 +96,7 @@ private:
             isSubscribed = false;
             ends.push_back(item.text);
             break;
-        case News::Acknowledged:
+        case News::Delivered:
             acknowledged.push_back(item.message);
             break;
         case News::Arrived:

@@ -90,7 +90,7 @@ std::string messageOf(const mu::Parser::exception_type &error)
 {
     std::string text = error.GetMsg();
     for (const char *const position : {" found at position ", " at expression position ", " at position "})
-        text = text.substr(0, text.find(position));
+        text.resize(std::min(text.size(), text.find(position)));
     if (!text.empty())
         text[0] = char(std::tolower(static_cast<unsigned char>(text[0])));
     return printable(text);
