@@ -14,9 +14,9 @@
 namespace fgs::sparkplug
 {
 
-/// Of each of its values: bits are Boolean, texts String, numbers with a scale Double, floats Float. Integers have the
-/// types that all hosts read alike: some look for a UInt32 in another field than the standard's, and some do not
-/// widen a negative Int16. So signed ones are Int32, unsigned ones UInt16, or Int64 if they are longer.
+/// Of each of its values: bits are Boolean, texts String, numbers with a scale Double, floats Float. Integers have
+/// the types that all hosts read alike: some look for a UInt32 in another field than the standard's, and some do
+/// not widen a negative Int16. So signed ones are Int32, unsigned ones UInt16, or Int64 if they are longer.
 DataType typeOf(const Tag &tag);
 std::vector<std::string> metricNames(const GatewayTag &tag);
 
