@@ -5,6 +5,7 @@
 #include "server.h"
 #include "sim/controller.h"
 #include "support/virtual_link.h"
+#include "watch/line_trace.h"
 
 #include <QtCore/QTemporaryDir>
 
