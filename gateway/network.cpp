@@ -4,6 +4,7 @@
 #include "log.h"
 #include "sender.h"
 #include "settings_difference.h"
+#include "watch/line_event_text.h"
 
 #include <algorithm>
 #include <climits>
@@ -185,7 +186,7 @@ void Network::Parts::takeLine()
     for (const Snapshot &snapshot : wiring.mailbox.takeSnapshots())
         reporter->take(snapshot, steadyNow());
     for (const Mailbox::Event &event : wiring.mailbox.takeEvents())
-        log.say(textOf(event.event));
+        log.say(textOf(event.event).toStdString());
 }
 
 void Network::Parts::takeNews()

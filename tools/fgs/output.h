@@ -29,8 +29,6 @@ QString contentText(const Tag &tag, const Reading &reading, const TextStyle &sty
 /// Time, place, content. Of a reading without values the time is now.
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now);
 QString rowText(const WriteReport &report, const TextStyle &style, Time now);
-/// "link lost: why; all values are stale; trying to open it again"
-QString eventText(const LineEvent &event);
 QString summaryText(const Statistics &statistics, const TextStyle &style, Time now);
 /// In a line; in another what to try if the times come near the limit. There is at least one, like below.
 QString roundTripsText(const RoundTrips &times, Time timeout);
