@@ -1,9 +1,9 @@
 #include "commands.h"
 #include "console.h"
 #include "gateway/network.h"
+#include "gateway/settings_difference.h"
 #include "host/text_error.h"
 #include "line_thread.h"
-#include "reload.h"
 #include "service.h"
 #include "tools/failure.h"
 
@@ -151,7 +151,7 @@ void Gateway::reload()
 
 void Gateway::apply(const Settings &next)
 {
-    const bool isOtherLine = !isSameLine(*settings, *next);
+    const bool isOtherLine = differenceOf(*settings, *next).line;
     if (isOtherLine)
         line.reset();
     try {
