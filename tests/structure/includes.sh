@@ -17,7 +17,7 @@ allowed() {
 }
 
 status=0
-for folder in formats host watch gateway sim tools/fgs tools/fgs-sim; do
+for folder in formats host watch gateway sim tools/fgs tools/fgs-gateway tools/fgs-sim; do
     for header in $(grep -hoE '^#include ("[^"]+|<tarn_[^>]+)' "$folder"/*.cpp "$folder"/*.h | cut -d' ' -f2 | tr -d '"<' | sort -u); do
         case $header in
         */*) from=${header%/*} ;;
