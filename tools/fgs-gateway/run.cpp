@@ -1,10 +1,10 @@
 #include "commands.h"
-#include "console.h"
 #include "gateway/network.h"
 #include "gateway/settings_difference.h"
 #include "host/text_error.h"
 #include "line_thread.h"
 #include "service.h"
+#include "tools/console.h"
 #include "tools/failure.h"
 
 #include <mutex>
