@@ -20,9 +20,9 @@ namespace fgs
 /// Takes commands, checks them, hands them to the line, and gives one final answer for each id. The network's
 /// thread; times are given.
 ///
-/// The checks, in this order: not retained, size, JSON, id, age, read-only gateway; of each tag known, allowed,
-/// type, range, step; rate, link, stations. All tags are checked before anything is ordered, and each wrong one is
-/// named in the answer; its first one of the checks is the command's reason.
+/// The checks, in this order: not retained, size, JSON, unknown keys, id, other keys, age, read-only gateway; of
+/// each tag known, allowed, type, range, step; rate, link, stations. All tags are checked before anything is
+/// ordered, and each wrong one is named in the answer; its first one of the checks is the command's reason.
 ///
 /// An id that was answered gets the same answer again, and nothing is written; so does one whose answer is due
 /// still, by that answer. An id under way gets Accepted. The last 1,000 answered ids are known, and all under way.

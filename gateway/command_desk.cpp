@@ -138,9 +138,6 @@ void CommandDesk::take(const std::string &json, bool isRetained, const LineState
                 return repeat(answer);
         }
         const Command command = commandOf(parsed, settings.commands.longestAge.count() > 0);
-        if (!id)
-            throw Refusal(CommandFailure::NoId, "the id is missing, or is neither a whole number nor a text of 1 "
-                                                "to 64 printable characters");
         refuseByAge(command, now);
         carryOut(command, answer, line, now, steady);
     } catch (const Refusal &refusal) {

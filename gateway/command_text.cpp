@@ -73,6 +73,14 @@ void refuseUnknownKeys(const Json &json)
             refuse("unknown key " + inQuotes(key) + "; " + formats::suggestionFor(key, CommandKeys));
 }
 
+/// Before all else that may be missing: nobody could tell whose answer it is.
+void refuseWithoutId(const Json &json)
+{
+    if (!idOf(json))
+        throw Refusal(CommandFailure::NoId, "the id is missing, or is neither a whole number nor a text of 1 to " +
+                                                std::to_string(LongestId) + " printable characters");
+}
+
 std::optional<double> sentOf(const Json &json)
 {
     const auto sent = json.find("ts");
@@ -156,6 +164,7 @@ std::optional<CommandId> idOf(const Json &json)
 Command commandOf(const Json &json, bool needsTime)
 {
     refuseUnknownKeys(json);
+    refuseWithoutId(json);
     Command command;
     command.wantsRebirth = rebirthOf(json);
     command.sent = sentOf(json);

@@ -39,7 +39,8 @@ const int LongestId = 64; ///< characters
 Json parseCommandText(const std::string &text);
 /// None if there is none, or if it cannot be one.
 std::optional<CommandId> idOf(const Json &json);
-/// Throws Refusal if something is missing, unknown or of the wrong kind. `needsTime`: for what is set.
+/// Throws Refusal if something is unknown, missing (the id first) or of the wrong kind. `needsTime`: for what is
+/// set.
 Command commandOf(const Json &json, bool needsTime);
 
 /// A text of somebody else, short and printable, between ''.

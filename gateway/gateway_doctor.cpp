@@ -289,7 +289,8 @@ GatewayDoctor::Result GatewayDoctor::unheard(const char *what) const
     if (isSparkplug())
         return {Mark::NotChecked, QStringLiteral("the broker does not let this user try it on %1").arg(topic)};
     return {Mark::Found, QStringLiteral("%1 on %2 does not arrive").arg(QLatin1String(what), topic),
-            QStringLiteral("let the user write BASE/GATEWAY/# in the broker's access list")};
+            QStringLiteral("let the user write %1/# and read %2 in the broker's access list")
+                .arg(topic.section(QLatin1Char('/'), 0, -2), topic)};
 }
 
 GatewayDoctor::Result GatewayDoctor::publish()

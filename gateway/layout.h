@@ -55,6 +55,10 @@ public:
 
     /// For the next CONNECT; each call begins a new session.
     virtual Message will(Epoch now) = 0;
+    /// Since when this session is told to be online; none: it is not yet, or it is told nowhere.
+    virtual std::optional<Epoch> onlineSince() const { return std::nullopt; }
+    /// Goes on with the session of another layout, which has been online since then.
+    virtual void resume(std::optional<Epoch> /*since*/) {}
     virtual std::vector<std::string> subscriptions() const = 0; ///< QoS 1
     /// Whether nothing may be sent until the broker has told that a host is there.
     virtual bool awaitsHost() const = 0;

@@ -14,15 +14,6 @@ namespace
 const Time OrderPatience = 5s;   ///< for a lost link, when an order is read back
 const Time StatisticsPause = 1s; ///< between two states that only count on
 
-std::vector<Variable> variablesOf(const std::vector<GatewayTag> &tags)
-{
-    std::vector<Variable> variables;
-    variables.reserve(tags.size());
-    for (const GatewayTag &tag : tags)
-        variables.push_back(tag.tag.variable);
-    return variables;
-}
-
 /// Nothing of it was sent.
 OrderEnd unsentEnd(const Order &order)
 {
@@ -115,7 +106,7 @@ class LineRun : public PollObserver
 public:
     LineRun(const GatewaySettings &settings, Link &theLink, const WallClock &clock,
             const LineLoop::Wiring &theWiring)
-        : link(theLink), wiring(theWiring), interval(settings.interval), variables(variablesOf(settings.tags)),
+        : link(theLink), wiring(theWiring), interval(settings.interval), variables(settings.variables()),
           told(variables.size()), epochs(clock), stations(variables),
           host(linkedDriver(), link, variables, settings.host)
     {

@@ -1,7 +1,5 @@
 #include "log.h"
 
-#include <QtCore/QString>
-
 namespace fgs
 {
 
@@ -11,30 +9,6 @@ namespace
 const milliseconds Minute{60000};
 const int MostInMinute = 10;
 const std::size_t MostSaid = 64;
-
-QString eventText(const LineEvent &event)
-{
-    switch (event.kind) {
-    case LineEvent::LinkLost:
-        return QStringLiteral("link lost: %1; all values are stale; trying to open it again").arg(event.text);
-    case LineEvent::LinkOpen:
-        return QStringLiteral("link open");
-    case LineEvent::StationDown:
-        return QStringLiteral("station %1 does not answer").arg(event.station);
-    case LineEvent::StationUp:
-        return QStringLiteral("station %1 answers again").arg(event.station);
-    case LineEvent::UnaskedAnswers:
-        return QStringLiteral("bytes arrive that nobody asked for; values in doubt are read again");
-    case LineEvent::PlaceSilent:
-        return QStringLiteral("%1 does not answer; its neighbours do; left out").arg(textOf(event.place));
-    case LineEvent::PlaceBack:
-        return QStringLiteral("%1 answers again").arg(textOf(event.place));
-    case LineEvent::GapSilent:
-        break;
-    }
-    return QStringLiteral("the gap %1 between variables does not answer; it is no longer read")
-        .arg(textOf(event.place));
-}
 
 /// What the sender chose is cut, and nothing of it moves the cursor.
 std::string printable(const std::string &text)
@@ -47,11 +21,6 @@ std::string printable(const std::string &text)
 }
 
 } // namespace
-
-std::string textOf(const LineEvent &event)
-{
-    return eventText(event).toStdString();
-}
 
 std::string textOf(const CommandAnswer &answer)
 {

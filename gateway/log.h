@@ -10,8 +10,6 @@
 namespace fgs
 {
 
-/// "station 2 does not answer"
-std::string textOf(const LineEvent &event);
 /// "command 17 refused: ..."; empty if all is well.
 std::string textOf(const CommandAnswer &answer);
 

@@ -4,6 +4,7 @@
 #include "log.h"
 #include "sender.h"
 #include "settings_difference.h"
+#include "watch/line_event_text.h"
 
 #include <algorithm>
 #include <climits>
@@ -82,6 +83,9 @@ struct Network::Parts {
     void sayGoodbye(milliseconds limit) const;
     void leave(milliseconds limit);
     void apply(const GatewaySettings &after);
+    void rebuild(const SettingsDifference &difference, std::unique_ptr<Layout> newLayout,
+                 std::unique_ptr<MqttClient> newClient);
+    void changeContent(std::unique_ptr<Layout> newLayout, bool areOtherTags);
     GatewayFigures figures() const;
 
     Wiring wiring;
@@ -185,7 +189,7 @@ void Network::Parts::takeLine()
     for (const Snapshot &snapshot : wiring.mailbox.takeSnapshots())
         reporter->take(snapshot, steadyNow());
     for (const Mailbox::Event &event : wiring.mailbox.takeEvents())
-        log.say(textOf(event.event));
+        log.say(textOf(event.event).toStdString());
 }
 
 void Network::Parts::takeNews()
@@ -338,18 +342,22 @@ void Network::Parts::apply(const GatewaySettings &after)
         difference.connection ? std::make_unique<MqttClient>(after.broker, wiring.pauses) : nullptr;
     if (difference.http)
         http = makeHttp(after);
-    work();
+    const bool isToldAnew = newLayout || newClient || difference.spool;
+    if (isToldAnew)
+        work();
     if (newClient)
         leave(ChangeTime);
-    const Snapshot values = reporter->newest();
     settings = std::make_shared<const GatewaySettings>(after);
-    if (newLayout) {
-        droppedBefore += reporter->replaced();
-        contentSettings = settings;
-        makeContent(std::move(newLayout));
-        if (!difference.tags)
-            reporter->take(values, steadyNow());
-    }
+    if (isToldAnew)
+        rebuild(difference, std::move(newLayout), std::move(newClient));
+}
+
+/// Layout and client are those of before if none is given. Births tell what has not gone out.
+void Network::Parts::rebuild(const SettingsDifference &difference, std::unique_ptr<Layout> newLayout,
+                             std::unique_ptr<MqttClient> newClient)
+{
+    if (newLayout)
+        changeContent(std::move(newLayout), difference.tags);
     if (difference.spool) {
         droppedBefore += spool ? spool->dropped() : 0;
         spool.reset();
@@ -362,6 +370,18 @@ void Network::Parts::apply(const GatewaySettings &after)
         client->start();
     else if (isSubscribed)
         sender->begin();
+}
+
+/// Values of before mean something if the tags are the same.
+void Network::Parts::changeContent(std::unique_ptr<Layout> newLayout, bool areOtherTags)
+{
+    const Snapshot values = reporter->newest();
+    droppedBefore += reporter->replaced();
+    contentSettings = settings;
+    newLayout->resume(layout->onlineSince());
+    makeContent(std::move(newLayout));
+    if (!areOtherTags)
+        reporter->take(values, steadyNow());
 }
 
 GatewayFigures Network::Parts::figures() const
@@ -421,6 +441,11 @@ void Network::end(milliseconds limit)
 void Network::apply(const GatewaySettings &settings)
 {
     parts->apply(settings);
+}
+
+bool Network::isBrokerUp() const
+{
+    return parts->client->isConnected();
 }
 
 GatewayFigures Network::figures() const

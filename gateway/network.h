@@ -43,8 +43,9 @@ public:
     /// and order desk is taken with the old tags.
     void apply(const GatewaySettings &settings);
 
-    GatewayFigures figures() const;
-    int httpPort() const; ///< 0: no HTTP
+    bool isBrokerUp() const;
+    GatewayFigures figures() const; ///< goes through all tags
+    int httpPort() const;           ///< 0: no HTTP
 
 private:
     struct Parts;

@@ -165,9 +165,11 @@ public:
 
     Message will(Epoch now) override
     {
-        onlineSince.reset();
+        birth.reset();
         return offline(now);
     }
+    std::optional<Epoch> onlineSince() const override { return birth; }
+    void resume(std::optional<Epoch> since) override { birth = since; }
     std::vector<std::string> subscriptions() const override { return {root + "/cmd"}; }
     bool awaitsHost() const override { return false; }
 
@@ -255,12 +257,12 @@ private:
     /// Its time is that of the first one in a session.
     Message online(const LineState &line, Epoch now)
     {
-        onlineSince = onlineSince.value_or(now);
+        birth = birth.value_or(now);
         Json stations = Json::object();
         for (const auto &[station, isUp] : line.stations)
             stations[std::to_string(station)] = isUp ? "up" : "down";
         return status({{"state", "online"},
-                       {"since", *onlineSince},
+                       {"since", *birth},
                        {"version", FGS_VERSION},
                        {"link", line.isUp ? "up" : "down"},
                        {"stations", stations}});
@@ -296,7 +298,7 @@ private:
     const std::vector<GatewayTag> tags;
     std::vector<std::vector<std::size_t>> tagsOf; ///< of each group
     std::map<std::string, std::uint64_t> sent;    ///< messages, by topic
-    std::optional<Epoch> onlineSince;             ///< in this session
+    std::optional<Epoch> birth;                   ///< the first one in this session
 };
 
 } // namespace

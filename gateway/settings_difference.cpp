@@ -14,6 +14,17 @@ auto partsOf(const Variable &it)
     return std::make_tuple(it.area, it.address, it.count, it.station);
 }
 
+auto partsOf(const Timing &it)
+{
+    return std::make_tuple(it.timeout, it.gap, it.late, it.turnaround, it.firstReconnect, it.lastReconnect);
+}
+
+auto partsOf(const HostOptions &it)
+{
+    return std::tuple_cat(partsOf(it.timing), std::make_tuple(it.remoteLink, it.blockWords, it.retries,
+                                                              it.firstRest, it.longestRest, it.longestSilence));
+}
+
 auto partsOf(const ReportRule &it)
 {
     return std::make_tuple(it.deadBand, it.least, it.longest);
@@ -66,11 +77,21 @@ bool isSame(const std::optional<Settings> &a, const std::optional<Settings> &b)
     return a.has_value() == b.has_value() && (!a || isSame(*a, *b));
 }
 
+template <typename Part, typename Compare>
+bool areSame(const std::vector<Part> &a, const std::vector<Part> &b, Compare compare)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), compare);
+}
+
+bool isSameVariable(const GatewayTag &a, const GatewayTag &b)
+{
+    return isSame(a.tag.variable, b.tag.variable) && a.tag.type == b.tag.type;
+}
+
 bool isSameTag(const GatewayTag &a, const GatewayTag &b)
 {
-    return a.name == b.name && a.group == b.group && isSame(a.tag.variable, b.tag.variable) &&
-           a.tag.type == b.tag.type && a.tag.unit == b.tag.unit && a.tag.scaling.scale == b.tag.scaling.scale &&
-           a.tag.scaling.offset == b.tag.scaling.offset;
+    return isSameVariable(a, b) && a.name == b.name && a.group == b.group && a.tag.unit == b.tag.unit &&
+           a.tag.scaling.scale == b.tag.scaling.scale && a.tag.scaling.offset == b.tag.scaling.offset;
 }
 
 bool hasSameRules(const GatewayTag &a, const GatewayTag &b)
@@ -78,10 +99,10 @@ bool hasSameRules(const GatewayTag &a, const GatewayTag &b)
     return isSame(a.report, b.report) && isSame(a.write, b.write);
 }
 
-template <typename Part, typename Compare>
-bool areSame(const std::vector<Part> &a, const std::vector<Part> &b, Compare compare)
+bool isSameLine(const GatewaySettings &a, const GatewaySettings &b)
 {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), compare);
+    return a.link == b.link && a.interval == b.interval && isSame(a.host, b.host) &&
+           areSame(a.tags, b.tags, isSameVariable);
 }
 
 bool isSameBroker(const BrokerSettings &a, const BrokerSettings &b)
@@ -100,6 +121,7 @@ SettingsDifference differenceOf(const GatewaySettings &before, const GatewaySett
 {
     SettingsDifference found;
     const bool isNamedAlike = before.name == after.name && isSame(before.layout, after.layout);
+    found.line = !isSameLine(before, after);
     found.tags = !areSame(before.tags, after.tags, isSameTag) || before.groups != after.groups;
     found.content = found.tags || !isNamedAlike || !areSame(before.tags, after.tags, hasSameRules) ||
                     !isSame(before.commands, after.commands);

@@ -8,7 +8,8 @@ namespace fgs
 {
 
 struct SettingsDifference {
-    bool tags = false;    ///< names, variables, types, groups; samples of before have no meaning
+    bool line = false; ///< link, interval, time limits, variables and types in their order: what is polled, and how
+    bool tags = false; ///< names, variables, types, groups; samples of before have no meaning
     bool content = false; ///< what is sent and taken: tags, their rules, name, layout, commands
     bool connection = false;
     bool spool = false;

@@ -4,6 +4,7 @@
 
 #include <QtCore/QString>
 #include <stdexcept>
+#include <string>
 
 namespace fgs
 {
@@ -20,6 +21,12 @@ enum ExitCode {
     ExitPartial = 8, ///< some variables have no value, or an old one
     ExitFound = 9,   ///< a check has found something to mend
     ExitSignal = 128 ///< and the number of the signal that ended it: 130 after Ctrl-C, 143 after SIGTERM
+};
+
+/// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
+struct Finished {
+    int code;
+    std::string text;
 };
 
 /// Ends the program with a message.

@@ -1,23 +1,13 @@
 // Every fault of the line with a remote write, whether it was carried out or got lost on its way: what is told of
 // it is so, and nothing counts as verified that the controller does not hold.
 #include "faulty_line.h"
-#include "watch/writing.h"
+#include "support/write_results.h"
 
 #include <iostream>
 
 using namespace fgs;
 using faults::expectationOf;
 using faults::Verdict;
-
-namespace fgs
-{
-
-void PrintTo(WriteResult result, std::ostream *out)
-{
-    *out << keyOf(result);
-}
-
-} // namespace fgs
 
 namespace
 {

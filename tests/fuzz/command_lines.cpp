@@ -2,6 +2,7 @@
 // code.
 #include "host/text_error.h"
 #include "target.h"
+#include "tools/failure.h"
 #include "tools/fgs-sim/options.h"
 #include "tools/fgs/options.h"
 

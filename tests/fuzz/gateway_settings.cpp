@@ -1,9 +1,8 @@
 // Any bytes as a gateway's file: settings within their bounds, or every error with its place; who reads only the
 // variables sees the same ones.
+#include "file_errors.h"
 #include "gateway/settings.h"
 #include "host/devices.h"
-#include "host/text_error.h"
-#include "target.h"
 
 #include <QtCore/QRegularExpression>
 #include <set>
@@ -13,14 +12,6 @@ using fuzz::require;
 
 namespace
 {
-
-/// Each line names the file, a line and a column.
-void checkErrors(const QString &text)
-{
-    static const QRegularExpression form(QStringLiteral("^f:[1-9][0-9]*:[1-9][0-9]*: .*; "),
-                                         QRegularExpression::DotMatchesEverythingOption);
-    require(form.match(text).hasMatch(), "an error without a place or a remedy");
-}
 
 bool isLevels(const std::string &text, const char *form)
 {
@@ -85,7 +76,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
     try {
         settings = parseGatewaySettings(QStringLiteral("f"), text);
     } catch (const TextError &error) {
-        checkErrors(QString::fromUtf8(error.what()));
+        fuzz::checkError(error);
         return 0;
     }
     checkSettings(settings, text);

@@ -1,10 +1,8 @@
 // Any bytes as a file of named variables: what it says, or every error with its place; what is shown of a variable
 // can be written.
-#include "host/text_error.h"
-#include "target.h"
+#include "file_errors.h"
 #include "watch/tag_file.h"
 
-#include <QtCore/QRegularExpression>
 #include <set>
 
 using namespace fgs;
@@ -12,14 +10,6 @@ using fuzz::require;
 
 namespace
 {
-
-/// It names the file, a line and a column.
-void checkErrors(const QString &text)
-{
-    static const QRegularExpression form(QStringLiteral("^f:[1-9][0-9]*:[1-9][0-9]*: .*; "),
-                                         QRegularExpression::DotMatchesEverythingOption);
-    require(form.match(text).hasMatch(), "an error without a place or a remedy");
-}
 
 void checkValue(const Tag &tag, quint32 raw)
 {
@@ -58,7 +48,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
             require(tagMeant(file, tag.name).name == tag.name, "a name that is not found");
         }
     } catch (const TextError &error) {
-        checkErrors(QString::fromUtf8(error.what()));
+        fuzz::checkError(error);
     }
     return 0;
 }

@@ -314,6 +314,18 @@ TEST_F(Desk, RefusesCommandsWithoutAnIdOrWithABadOne)
     }
 }
 
+TEST_F(Desk, AsksForTheIdBeforeAllElseThatIsMissing)
+{
+    for (const char *text : {"{}", R"({"set":{"sp":1}})", R"({"ts":"noon","set":{"sp":1}})",
+                             R"({"ts":1700000000000})", R"({"rebirth":1})", R"({"set":{}})"}) {
+        take(text);
+        EXPECT_NE(refusal(Failure::NoId).message.find("id is missing"), std::string::npos) << text;
+    }
+    take(R"({"Id":"a","set":{"sp":1}})");
+    EXPECT_NE(refusal(Failure::NotJson).message.find("did you mean 'id'?"), std::string::npos);
+    EXPECT_EQ(orders.waiting(), 0U);
+}
+
 TEST_F(Desk, TakesIdsOfTextAndNumber)
 {
     const std::string longest(64, 'x');

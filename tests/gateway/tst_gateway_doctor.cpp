@@ -129,6 +129,19 @@ TEST_F(GatewayDoctor, FindsATopicThatMayNotBeWritten)
     EXPECT_EQ(find(findings, "will").mark, Mark::NotChecked);
 }
 
+/// To see what arrives it has to read it; writing alone is granted by many an access list.
+TEST_F(GatewayDoctor, NamesAllThatTheAccessListHasToAllow)
+{
+    std::ofstream(broker.file("acl")) << "topic write fgs/press7/#\n";
+    broker.configuration += "acl_file " + broker.file("acl") + "\n";
+    broker.start();
+    expectFound(examine(""), "publish", "does not arrive", "write fgs/press7/# and read fgs/press7/doctor");
+    std::ofstream(broker.file("acl"), std::ios::app) << "topic read fgs/press7/doctor\n";
+    broker.kill();
+    broker.start();
+    expectOk(examine(""), {"publish", "will"});
+}
+
 TEST_F(GatewayDoctor, LooksAtCertificates)
 {
     broker.makeCertificate("authority", "server");

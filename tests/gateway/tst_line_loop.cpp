@@ -1,25 +1,15 @@
 // A line that is polled and written while somebody else tells of it, in virtual time.
 #include "gateway/line.h"
-#include "support/fake_link.h"
+#include "support/handled_writes.h"
+#include "support/write_results.h"
 
 #include <gtest/gtest.h>
 
 using namespace fgs;
 
-namespace fgs
-{
-
-void PrintTo(WriteResult result, std::ostream *out)
-{
-    *out << keyOf(result);
-}
-
-} // namespace fgs
-
 namespace
 {
 
-using Results = std::vector<WriteResult>;
 using Values = std::vector<quint32>;
 
 const std::chrono::hours Era(470000); ///< from 1970 to the start of the link's clock
@@ -28,11 +18,6 @@ const int Refusal = 0x21;
 Epoch epochOf(Time when)
 {
     return std::chrono::duration_cast<milliseconds>(Era + when).count();
-}
-
-bool isWrite(const QByteArray &request)
-{
-    return request.at(1) == char(0xFF);
 }
 
 class LineLoopTest : public DriverTest
@@ -88,36 +73,17 @@ protected:
         return values;
     }
 
-    /// Handles the nth write, counted from 1 without repetitions, as the test says, and all others well.
-    void handleWrite(int nth, const std::function<void(const QByteArray &)> &handler)
-    {
-        link.onSend = [this, nth, handler](const QByteArray &request) {
-            if (isWrite(request) && (writes.empty() || writes.back() != request))
-                writes.push_back(request);
-            if (isWrite(request) && int(writes.size()) == nth)
-                handler(request);
-            else
-                link.answer(request);
-        };
-    }
     void refuse(const QByteArray &request)
     {
         link.arrive(5ms, request.left(1) + QByteArray("\xFF") + char(Refusal));
     }
 
-    int writesSent() const { return int(std::count_if(link.sent.begin(), link.sent.end(), isWrite)); }
-
-    Results results(std::size_t end) const
-    {
-        Results of;
-        for (const WriteReport &report : ends.at(end).reports)
-            of.push_back(report.result);
-        return of;
-    }
+    Results results(std::size_t end) const { return resultsOf(ends.at(end).reports); }
 
     const Sample &last(std::size_t tag) { return samples[tag].back(); }
 
     FakeLink link;
+    HandledWrites writes{link};
     const WallClock clock{
         link, [this] {
             return std::chrono::system_clock::time_point(
@@ -132,7 +98,6 @@ protected:
     std::vector<OrderEnd> ends;
     std::vector<LineState> states; ///< that differ in what is up
     std::vector<Time> aliveAt;
-    std::vector<QByteArray> writes;
     std::function<void()> onLook = [] {};
 
 private:
@@ -326,7 +291,7 @@ TEST_F(LineLoopTest, PollingGoesOnAfterAnOrder)
 TEST_F(LineLoopTest, TellsARefusalAndWhatTheControllerHolds)
 {
     setTags({"5:0"});
-    handleWrite(1, [this](const QByteArray &request) { refuse(request); });
+    writes.handle(1, [this](const QByteArray &request) { refuse(request); });
     orderAt(500ms, 1, {{0, {11}}});
     run(2s);
     ASSERT_EQ(ends.size(), 1u);
@@ -339,7 +304,7 @@ TEST_F(LineLoopTest, TellsARefusalAndWhatTheControllerHolds)
 TEST_F(LineLoopTest, FindsOutThatTheControllerHoldsAnother)
 {
     setTags({"5:0"});
-    handleWrite(1, [this](const QByteArray &request) {
+    writes.handle(1, [this](const QByteArray &request) {
         link.arrive(5ms, request.left(1) + QByteArray("\xFF\x20"));
         link.controller.at(1, areaOf(5)->code, 0) = 99;
     });
@@ -355,14 +320,14 @@ TEST_F(LineLoopTest, EachOfThreeWritesIsReportedWhenTheFirstFails)
 {
     setTags({"5:0", "5:100", "5:200"});
     const std::vector<Values> before = {held(0), held(1), held(2)};
-    handleWrite(1, [](const QByteArray &) {});
+    writes.handle(1, [](const QByteArray &) {});
     orderAt(500ms, 1, {{0, {11}}, {1, {12}}, {2, {13}}});
     run(20s);
     ASSERT_EQ(ends.size(), 1u);
     EXPECT_EQ(results(0), (Results{WriteResult::NotAcknowledged, WriteResult::NotSent, WriteResult::NotSent}));
     EXPECT_EQ(ends[0].reports[0].reason.outcome, Outcome::NoReply);
     EXPECT_EQ(ends[0].reports[0].held.values, before[0]);
-    EXPECT_EQ(writesSent(), 3) << "one, and its repetitions";
+    EXPECT_EQ(writes.sent(), 3) << "one, and its repetitions";
     for (std::size_t tag : {0u, 1u, 2u}) {
         EXPECT_EQ(held(tag), before[tag]);
         for (const Sample &sample : samples[tag])
@@ -375,7 +340,7 @@ TEST_F(LineLoopTest, WhatWasNotReadBackIsNoValue)
 {
     setTags({"5:0"});
     const Values before = held(0);
-    handleWrite(1, [this](const QByteArray &) {
+    writes.handle(1, [this](const QByteArray &) {
         link.refusals = 1000;
         link.cut();
     });
@@ -402,13 +367,13 @@ TEST_F(LineLoopTest, TheNewestOrderForATagWins)
     EXPECT_EQ(results(2), Results{WriteResult::Verified});
     EXPECT_EQ(held(0), Values{12});
     EXPECT_EQ(held(1), Values{14});
-    EXPECT_EQ(writesSent(), 2);
+    EXPECT_EQ(writes.sent(), 2);
 }
 
 TEST_F(LineLoopTest, TheEndAmidAnOrderLeavesNoneWithoutAnAnswer)
 {
     setTags({"5:0", "5:100", "5:200"});
-    handleWrite(2, [this](const QByteArray &) { link.endBy(nullptr, link.now() + 300ms); });
+    writes.handle(2, [this](const QByteArray &) { link.endBy(nullptr, link.now() + 300ms); });
     orderAt(500ms, 1, {{0, {11}}, {1, {12}}, {2, {13}}});
     orderAt(500ms, 2, {{2, {14}}});
     orderAt(500ms, 3, {{0, {15}}, {1, {16}}});
@@ -431,7 +396,7 @@ TEST_F(LineLoopTest, TheEndAmidAnOrderLeavesNoneWithoutAnAnswer)
 TEST_F(LineLoopTest, TheEndAmidAWriteIsToldAsItIs)
 {
     setTags({"5:0", "5:100", "5:200"});
-    handleWrite(2, [this](const QByteArray &) { link.endBy(nullptr, link.now() + 300ms); });
+    writes.handle(2, [this](const QByteArray &) { link.endBy(nullptr, link.now() + 300ms); });
     orderAt(500ms, 1, {{0, {11}}, {1, {12}}, {2, {13}}});
     orderAt(520ms, 2, {{0, {14}}});
     run(20s);
@@ -439,7 +404,7 @@ TEST_F(LineLoopTest, TheEndAmidAWriteIsToldAsItIs)
     EXPECT_EQ(results(0), (Results{WriteResult::Written, WriteResult::Unknown, WriteResult::NotSent}));
     EXPECT_EQ(results(1), Results{WriteResult::NotSent});
     EXPECT_EQ(ends[1].reports[0].assignment.values, Values{14});
-    EXPECT_EQ(writesSent(), 2);
+    EXPECT_EQ(writes.sent(), 2);
 }
 
 TEST_F(LineLoopTest, WritesNothingWhenItMayOnlyRead)
@@ -449,7 +414,7 @@ TEST_F(LineLoopTest, WritesNothingWhenItMayOnlyRead)
     orderAt(500ms, 1, {{0, {11}}});
     run(2s);
     EXPECT_EQ(results(0), Results{WriteResult::NotSent});
-    EXPECT_EQ(writesSent(), 0);
+    EXPECT_EQ(writes.sent(), 0);
 }
 
 TEST_F(LineLoopTest, AnOrderForALostLinkEndsWhenItsPatienceDoes)
@@ -460,7 +425,7 @@ TEST_F(LineLoopTest, AnOrderForALostLinkEndsWhenItsPatienceDoes)
     orderAt(500ms, 1, {{0, {11}}});
     run(20s);
     EXPECT_EQ(results(0), Results{WriteResult::NotSent});
-    EXPECT_EQ(writesSent(), 0);
+    EXPECT_EQ(writes.sent(), 0);
 }
 
 TEST_F(LineLoopTest, SaysThatItIsAliveThroughALongPause)

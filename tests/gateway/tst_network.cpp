@@ -7,6 +7,7 @@
 #include <ctime>
 #include <random>
 #include <set>
+#include <thread>
 
 using namespace lineless;
 
@@ -329,6 +330,55 @@ TEST_F(NetworkTest, KeepsItsConnectionWhenOnlyRulesChange)
     EXPECT_ANY_THROW(gateway.network.apply(settings));
     gateway.step();
     EXPECT_TRUE(gateway.network.figures().isBrokerUp) << "the old settings go on";
+}
+
+/// Payloads of the gateway's status, as they came.
+std::vector<std::string> statusesOf(const MqttUser &reader)
+{
+    std::vector<std::string> statuses;
+    for (const Received &message : reader.received)
+        if (message.topic == "plant/press7/status")
+            statuses.push_back(message.payload);
+    return statuses;
+}
+
+/// A signal too many, or settings of the line alone, are nothing to the broker.
+TEST_F(NetworkTest, TellsNothingAnewWhenNothingOfItsSettingsChanges)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    MqttUser reader(readerSettings(), {"plant/#"});
+    reader.stepUntilConnected();
+    Gateway gateway(settings);
+    gateway.post(0, 1, 1000);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\":1"); });
+    const std::size_t lines = gateway.log.size();
+    gateway.network.apply(settings);
+    settings.interval = milliseconds(250);
+    gateway.network.apply(settings);
+    settings.http = HttpSettings{"127.0.0.1", 0};
+    gateway.network.apply(settings);
+    EXPECT_NE(gateway.network.httpPort(), 0);
+    gateway.post(0, 2, 2000);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven"), "\"t0\":2"); });
+    EXPECT_EQ(statusesOf(reader).size(), 1U);
+    EXPECT_EQ(gateway.log.size(), lines);
+}
+
+TEST_F(NetworkTest, IsOnlineSinceItsConnectionBeganWhateverItsTagsAre)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    MqttUser reader(readerSettings(), {"plant/#"});
+    reader.stepUntilConnected();
+    Gateway gateway(settings);
+    const auto tellsStatuses = [&reader](std::size_t count) { return statusesOf(reader).size() >= count; };
+    stepBoth(gateway, reader, [&] { return tellsStatuses(1); });
+    std::this_thread::sleep_for(milliseconds(2)); // another time of day
+    settings.tags.pop_back();
+    gateway.network.apply(settings);
+    stepBoth(gateway, reader, [&] { return tellsStatuses(2); });
+    EXPECT_EQ(statusesOf(reader)[1], statusesOf(reader)[0]);
 }
 
 /// The broker answers nothing any more, and keeps the connection.

@@ -1,5 +1,6 @@
 // What becomes of orders on their way to the line: the newest wins, and each ends once.
 #include "gateway/orders.h"
+#include "support/write_results.h"
 
 #include <gtest/gtest.h>
 
@@ -11,20 +12,9 @@
 
 using namespace fgs;
 
-namespace fgs
-{
-
-void PrintTo(WriteResult result, std::ostream *out)
-{
-    *out << keyOf(result);
-}
-
-} // namespace fgs
-
 namespace
 {
 
-using Results = std::vector<WriteResult>;
 using Tags = std::vector<std::size_t>;
 
 /// The word at the address of the tag's number.
@@ -61,10 +51,7 @@ OrderEnd written(const Order &order)
 
 Results resultsOf(const OrderEnd &end)
 {
-    Results results;
-    for (const WriteReport &report : end.reports)
-        results.push_back(report.result);
-    return results;
+    return resultsOf(end.reports);
 }
 
 Tags tagsOf(const OrderEnd &end)

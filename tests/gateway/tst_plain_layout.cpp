@@ -210,6 +210,18 @@ TEST_F(PlainLayout, IsOnlineSinceTheFirstBirthOfASession)
     EXPECT_EQ(since(Noon + 30), "1700000000030");
 }
 
+TEST_F(PlainLayout, TellsTheTimeOfTheSessionThatItTakesOver)
+{
+    layout->will(Noon);
+    EXPECT_FALSE(layout->onlineSince());
+    layout->births(picture(), Noon + 5);
+    const std::unique_ptr<Layout> next = makePlainLayout(settings);
+    next->resume(layout->onlineSince());
+    EXPECT_EQ(next->births(picture(), Noon + 9)[0].payload, layout->births(picture(), Noon + 9)[0].payload);
+    next->will(Noon + 20);
+    EXPECT_FALSE(next->onlineSince());
+}
+
 TEST_F(PlainLayout, TellsChangesOfTheLineAndItsStations)
 {
     layout->births(picture(), Noon);

@@ -10,6 +10,7 @@ allowed() {
     watch) echo 'formats host watch' ;;
     gateway) echo 'formats host watch gateway' ;;
     sim) echo 'sim' ;;
+    tools) echo 'formats host watch tools' ;;
     tools/fgs) echo 'formats host watch tools tools/fgs' ;;
     tools/fgs-gateway) echo 'formats host watch gateway tools tools/fgs-gateway' ;;
     tools/fgs-sim) echo 'formats sim tools tools/fgs-sim' ;;
@@ -17,7 +18,7 @@ allowed() {
 }
 
 status=0
-for folder in formats host watch gateway sim tools/fgs tools/fgs-sim; do
+for folder in formats host watch gateway sim tools tools/fgs tools/fgs-gateway tools/fgs-sim; do
     for header in $(grep -hoE '^#include ("[^"]+|<tarn_[^>]+)' "$folder"/*.cpp "$folder"/*.h | cut -d' ' -f2 | tr -d '"<' | sort -u); do
         case $header in
         */*) from=${header%/*} ;;

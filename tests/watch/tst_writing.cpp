@@ -1,18 +1,9 @@
 // What becomes of assignments: each result, from a controller in virtual time.
+#include "support/handled_writes.h"
+#include "support/write_results.h"
 #include "watch/watch_test.h"
-#include "watch/writing.h"
 
 using namespace fgs;
-
-namespace fgs
-{
-
-void PrintTo(WriteResult result, std::ostream *out)
-{
-    *out << keyOf(result);
-}
-
-} // namespace fgs
 
 namespace
 {
@@ -22,8 +13,6 @@ const Time Patience = 5s;
 class WritingTest : public WatchTest
 {
 protected:
-    static bool isWrite(const QByteArray &request) { return request.at(1) == char(0xFF); }
-
     /// Writes them, one value each.
     std::vector<WriteReport> write(const std::vector<const char *> &texts)
     {
@@ -36,38 +25,13 @@ protected:
         return writeAll(*host, link, assignments, Patience);
     }
 
-    /// Handles the nth write, counted from 1 without repetitions, as the test says, and all others well.
-    void handleWrite(int nth, const std::function<void(const QByteArray &)> &handler)
-    {
-        link.onSend = [this, nth, handler](const QByteArray &request) {
-            if (isWrite(request) && (writes.empty() || writes.back() != request))
-                writes.push_back(request);
-            if (isWrite(request) && int(writes.size()) == nth)
-                handler(request);
-            else
-                link.answer(request);
-        };
-    }
-
-    int writesSent() const { return int(std::count_if(link.sent.begin(), link.sent.end(), isWrite)); }
-
     static std::string told(const WriteReport &report)
     {
         return text(textOf(report, [](const Reason &reason) { return textOf(reason); }));
     }
 
-    std::vector<QByteArray> writes;
+    HandledWrites writes{link};
 };
-
-std::vector<WriteResult> resultsOf(const std::vector<WriteReport> &reports)
-{
-    std::vector<WriteResult> results;
-    for (const WriteReport &report : reports)
-        results.push_back(report.result);
-    return results;
-}
-
-using Results = std::vector<WriteResult>;
 
 TEST_F(WritingTest, WhatTheControllerHoldsAfterwardsIsVerified)
 {
@@ -79,7 +43,7 @@ TEST_F(WritingTest, WhatTheControllerHoldsAfterwardsIsVerified)
 
 TEST_F(WritingTest, ALostAcknowledgementIsNoDenial)
 {
-    handleWrite(2, [this](const QByteArray &request) { link.controller.answer(request); });
+    writes.handle(2, [this](const QByteArray &request) { link.controller.answer(request); });
     const auto reports = write({"5:100=1", "5:200=2", "5:300=3"});
     EXPECT_EQ(resultsOf(reports),
               (Results{WriteResult::Verified, WriteResult::NotAcknowledged, WriteResult::NotSent}));
@@ -89,7 +53,7 @@ TEST_F(WritingTest, ALostAcknowledgementIsNoDenial)
 
 TEST_F(WritingTest, AWriteThatNeverArrivedIsReadBackWithTheOldValue)
 {
-    handleWrite(1, [](const QByteArray &) {});
+    writes.handle(1, [](const QByteArray &) {});
     const auto reports = write({"5:100=1"});
     EXPECT_EQ(reports[0].result, WriteResult::NotAcknowledged);
     EXPECT_EQ(reports[0].held.values, held(variables[0]));
@@ -98,17 +62,17 @@ TEST_F(WritingTest, AWriteThatNeverArrivedIsReadBackWithTheOldValue)
 
 TEST_F(WritingTest, ARefusalIsSaidAndEndsTheWriting)
 {
-    handleWrite(1, [this](const QByteArray &request) { link.arrive(5ms, request.left(1) + bytes("FF 21")); });
+    writes.handle(1, [this](const QByteArray &request) { link.arrive(5ms, request.left(1) + bytes("FF 21")); });
     const auto reports = write({"5:100=1", "5:200=2"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Refused, WriteResult::NotSent}));
-    EXPECT_EQ(writesSent(), 3) << "a refusal is one bit from an acknowledgement, so it is repeated";
+    EXPECT_EQ(writes.sent(), 3) << "a refusal is one bit from an acknowledgement, so it is repeated";
     EXPECT_EQ(told(reports[0]), "refused by the controller");
     EXPECT_EQ(reports[0].held.values, held(variables[0]));
 }
 
 TEST_F(WritingTest, AControllerThatHoldsSomethingElseIsFoundOut)
 {
-    handleWrite(1, [this](const QByteArray &request) { link.arrive(5ms, request.left(1) + bytes("FF 20")); });
+    writes.handle(1, [this](const QByteArray &request) { link.arrive(5ms, request.left(1) + bytes("FF 20")); });
     const auto reports = write({"5:100=1"});
     EXPECT_EQ(reports[0].result, WriteResult::Different);
     EXPECT_EQ(reports[0].held.values, held(variables[0]));
@@ -124,7 +88,7 @@ TEST_F(WritingTest, ABroadcastIsSentAndNobodyKnowsMore)
 
 TEST_F(WritingTest, AfterTheEndNothingMoreIsSent)
 {
-    handleWrite(2, [this](const QByteArray &) { link.endBy(nullptr, link.now() + 300ms); });
+    writes.handle(2, [this](const QByteArray &) { link.endBy(nullptr, link.now() + 300ms); });
     const auto reports = write({"5:100=1", "5:200=2", "5:300=3"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Written, WriteResult::Unknown, WriteResult::NotSent}));
     EXPECT_EQ(link.sent.size(), 2u);
@@ -142,27 +106,27 @@ TEST_F(WritingTest, BeforeTheFirstNothingIsSentAfterTheEnd)
 
 TEST_F(WritingTest, AHangUpIsReadBackOnceTheLinkIsThereAgain)
 {
-    handleWrite(1, [this](const QByteArray &request) {
+    writes.handle(1, [this](const QByteArray &request) {
         link.controller.answer(request);
         link.cut();
         link.refusals = 2;
     });
     const auto reports = write({"5:100=1", "5:200=2"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Unknown, WriteResult::NotSent}));
-    EXPECT_EQ(writesSent(), 1);
+    EXPECT_EQ(writes.sent(), 1);
     EXPECT_EQ(told(reports[0]), "sent, result not known; the controller holds the new values");
 }
 
 TEST_F(WritingTest, AHangUpThatLastsLeavesTheResultOpen)
 {
-    handleWrite(1, [this](const QByteArray &) {
+    writes.handle(1, [this](const QByteArray &) {
         link.cut();
         link.refusals = 1000000;
     });
     const Time start = link.now();
     const auto reports = write({"5:100=1", "5:200=2"});
     EXPECT_EQ(resultsOf(reports), (Results{WriteResult::Unknown, WriteResult::NotSent}));
-    EXPECT_EQ(writesSent(), 1);
+    EXPECT_EQ(writes.sent(), 1);
     EXPECT_EQ(reports[0].held.quality, Quality::Unknown);
     EXPECT_LT(link.now() - start, Patience + 2s);
 }

@@ -1,7 +1,7 @@
 #include "commands.h"
 
-#include "console.h"
 #include "gateway/settings.h"
+#include "tools/console.h"
 #include "tools/failure.h"
 
 namespace fgs

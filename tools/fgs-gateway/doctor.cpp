@@ -1,6 +1,6 @@
 #include "commands.h"
-#include "console.h"
 #include "gateway/gateway_doctor.h"
+#include "tools/console.h"
 #include "tools/failure.h"
 #include "watch/doctor_json.h"
 #include "watch/doctor_text.h"

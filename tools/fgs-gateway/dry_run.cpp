@@ -1,7 +1,7 @@
 #include "gateway/dry_run.h"
 
 #include "commands.h"
-#include "console.h"
+#include "tools/console.h"
 #include "tools/reading_codes.h"
 
 namespace fgs

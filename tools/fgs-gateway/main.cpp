@@ -1,17 +1,14 @@
 #include "commands.h"
-#include "console.h"
-#include "host/text_error.h"
 #include "tools/failure.h"
+#include "tools/program.h"
 #include "tools/standard_streams.h"
 
-#include <cerrno>
-#include <cstring>
 #include <QtCore/QCoreApplication>
 
 namespace
 {
 
-int run(const fgs::Options &options)
+int carryOut(const fgs::Options &options)
 {
     fgs::Stop stop;
     fgs::Bell bell;
@@ -33,40 +30,12 @@ int run(const fgs::Options &options)
     return fgs::ExitOther;
 }
 
-int fail(int code, const std::exception &error)
+int run(int argc, char **argv)
 {
-    fgs::printMessage(QStringLiteral("fgs-gateway: ") + QString::fromStdString(error.what()));
-    return code;
-}
-
-int runProgram(int argc, char **argv)
-{
-    try {
-        const fgs::Options options = fgs::parseArguments(argc, argv); // before Qt may change the form of numbers
-        int nameOnly = 1;                                             // the arguments are not for Qt
-        const QCoreApplication application(nameOnly, argv);
-        return run(options);
-    } catch (const fgs::Finished &finished) {
-        (finished.code ? fgs::printMessage : fgs::printLine)(QString::fromStdString(finished.text).trimmed());
-        return finished.code;
-    } catch (const fgs::TextError &error) {
-        return fail(fgs::ExitUsage, error);
-    } catch (const fgs::Failure &error) {
-        return fail(error.code, error);
-    } catch (const std::exception &error) {
-        return fail(fgs::ExitOther, error);
-    }
-}
-
-/// The code, unless it hides that the output has not arrived. A reader that has had enough is no failure.
-int codeWithOutput(int code)
-{
-    const int error = fgs::flushOutput();
-    if (error == 0 || error == EPIPE)
-        return code;
-    fgs::printMessage(QStringLiteral("fgs-gateway: the output cannot be written: ") +
-                      QString::fromLocal8Bit(strerror(error)));
-    return code == fgs::ExitOk ? fgs::ExitOther : code;
+    const fgs::Options options = fgs::parseArguments(argc, argv); // before Qt may change the form of numbers
+    int nameOnly = 1;                                             // the arguments are not for Qt
+    const QCoreApplication application(nameOnly, argv);
+    return carryOut(options);
 }
 
 } // namespace
@@ -74,5 +43,5 @@ int codeWithOutput(int code)
 int main(int argc, char **argv)
 {
     occupyStandardStreams();
-    return codeWithOutput(runProgram(argc, argv));
+    return fgs::runProgram("fgs-gateway", [&] { return run(argc, argv); });
 }

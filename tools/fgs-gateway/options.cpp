@@ -2,6 +2,7 @@
 
 #include "help.h"
 #include "tools/failure.h"
+#include "tools/trace_options.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
@@ -36,26 +37,6 @@ void addCommands(CLI::App &app, Given &given)
     for (const Command &command : Commands)
         app.add_flag_callback(
             command.option, [&given, &command] { given.commands.push_back(command.command); }, command.help);
-}
-
-std::uint64_t traceLimitIn(const std::string &text)
-{
-    try {
-        return formats::parseTraceLimit(text);
-    } catch (const std::invalid_argument &error) {
-        throw CLI::ValidationError("--trace-limit", error.what());
-    }
-}
-
-void addTraceOptions(CLI::App &app, formats::TraceSettings &trace)
-{
-    app.add_option("--trace", trace.path, "Everything on the line into this file, for Wireshark; with - to stdout")
-        ->type_name("FILE.pcapng")
-        ->check([](const std::string &path) { return std::string(path.empty() ? "the name is empty" : ""); });
-    app.add_option_function<std::string>(
-           "--trace-limit", [&trace](const std::string &text) { trace.limit = traceLimitIn(text); },
-           "Keeps the newest of the trace, like 10M in all: FILE and, older, FILE.1; each opens alone")
-        ->type_name("SIZE");
 }
 
 void addOptions(CLI::App &app, Options &options, Given &given)

@@ -19,12 +19,6 @@ struct Options {
     formats::TraceSettings trace;
 };
 
-/// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
-struct Finished {
-    int code;
-    std::string text;
-};
-
 /// Throws Finished for help, version and every error in the options.
 Options parseArguments(int argc, const char *const *argv);
 

@@ -3,8 +3,8 @@
 #include "formats/pcapng_reader.h"
 #include "formats/text_trace.h"
 #include "input_file.h"
-#include "output.h"
 #include "signals.h"
+#include "tools/console.h"
 #include "tools/failure.h"
 
 #include <algorithm>

@@ -4,6 +4,7 @@
 
 #include "output.h"
 #include "table_view.h"
+#include "tools/console.h"
 #include "watch/poll_loop.h"
 
 #include <memory>

@@ -1,5 +1,6 @@
 #include "explain.h"
 #include "output.h"
+#include "tools/controls.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
 #include "input_file.h"
 
-#include "output.h"
+#include "tools/console.h"
 
 #include <cerrno>
 #include <cstring>

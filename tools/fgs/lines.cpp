@@ -1,6 +1,7 @@
 #include "display.h"
 #include "watch/csv.h"
 #include "watch/json.h"
+#include "watch/line_event_text.h"
 
 namespace fgs
 {
@@ -40,7 +41,7 @@ public:
     void happened(const LineEvent &event) override
     {
         if (notes)
-            printMessage(QStringLiteral("fgs: ") + eventText(event));
+            printMessage(QStringLiteral("fgs: ") + textOf(event));
     }
 
     bool isDone() const override { return stdoutClosed; }

@@ -4,6 +4,7 @@
 #include "help.h"
 #include "host/text_error.h"
 #include "tools/failure.h"
+#include "tools/trace_options.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QRegularExpression>
@@ -115,27 +116,6 @@ void addLinkOptions(CLI::App &app, Options &options)
     addRemote(app, options);
 }
 
-std::uint64_t traceLimitIn(const std::string &text)
-{
-    try {
-        return formats::parseTraceLimit(text);
-    } catch (const std::invalid_argument &error) {
-        throw CLI::ValidationError("--trace-limit", error.what());
-    }
-}
-
-void addTraceOptions(CLI::App &app, formats::TraceSettings &trace)
-{
-    app.add_option("--trace", trace.path,
-                   "Everything on the line into this file, for Wireshark; with - to stdout, and the data to stderr")
-        ->type_name("FILE.pcapng")
-        ->check([](const std::string &path) { return std::string(path.empty() ? "the name is empty" : ""); });
-    app.add_option_function<std::string>(
-           "--trace-limit", [&trace](const std::string &text) { trace.limit = traceLimitIn(text); },
-           "Keeps the newest of the trace, like 10M in all: FILE and, older, FILE.1; each opens alone")
-        ->type_name("SIZE");
-}
-
 void addOutputOptions(CLI::App &app, Options &options)
 {
     app.add_option_function<std::string>(
@@ -145,7 +125,7 @@ void addOutputOptions(CLI::App &app, Options &options)
     app.add_flag("--json", options.json, "One JSON object a line, the summary last");
     app.add_flag("--frames", options.frames,
                  "Every frame in hexadecimal, and what it says, on stderr; lines instead of a live table");
-    addTraceOptions(app, options.trace);
+    addTraceOptions(app, options.trace, ", and the data to stderr");
     app.add_flag("--quiet", options.quiet, "No summary and no notes");
 }
 

@@ -52,12 +52,6 @@ struct Options {
     bool list = false; ///< doctor: tells the checks only
 };
 
-/// The program has nothing to do but to print `text` (on stdout if `code` is 0) and to end.
-struct Finished {
-    int code;
-    std::string text;
-};
-
 /// Throws Finished for help, version and every error in the options. Link, variables and values are still texts.
 Options parseArguments(int argc, const char *const *argv);
 

@@ -1,11 +1,10 @@
 #include "output.h"
 
 #include "host/remote_frame.h"
+#include "tools/console.h"
 #include "watch/csv.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <QtCore/QStringList>
 
 namespace fgs
@@ -61,22 +60,6 @@ QString boundText(std::size_t bucket)
     const std::size_t last = RoundTripBounds.size();
     const Time bound = RoundTripBounds[std::min(bucket, last - 1)];
     return QStringLiteral("%1 %2 ms").arg(bucket < last ? "up to" : "over", 5).arg(milliseconds(bound), 5);
-}
-
-std::FILE *dataStream = stdout;
-int outputError = 0; ///< its first errno
-bool statusIsShown = false;
-
-void note(bool isWritten)
-{
-    if (!isWritten && !outputError)
-        outputError = errno;
-}
-
-bool print(std::FILE *stream, const QByteArray &line)
-{
-    const std::size_t size = static_cast<std::size_t>(line.size());
-    return std::fwrite(line.constData(), 1, size, stream) == size && std::fputc('\n', stream) != EOF;
 }
 
 /// What stands before every row.
@@ -142,32 +125,6 @@ QString rowText(const WriteReport &report, const TextStyle &style, Time now)
                        .arg(placeText(tag, style.isRemote), values, result, assignedText(report, style.format)));
 }
 
-QString eventText(const LineEvent &event)
-{
-    switch (event.kind) {
-    case LineEvent::LinkLost:
-        return QStringLiteral("link lost: %1; all values are stale; trying to open it again").arg(event.text);
-    case LineEvent::LinkOpen:
-        return QStringLiteral("link open again");
-    case LineEvent::StationDown:
-        return QStringLiteral("station %1 does not answer").arg(event.station);
-    case LineEvent::StationUp:
-        return QStringLiteral("station %1 answers again").arg(event.station);
-    case LineEvent::UnaskedAnswers:
-        return QStringLiteral(
-            "bytes arrive that nobody asked for: answers may be doubled, and values may belong to "
-            "the request before; they are read again after a longer silence");
-    case LineEvent::PlaceSilent:
-        return QStringLiteral("%1 does not answer; its neighbours do; left out").arg(textOf(event.place));
-    case LineEvent::PlaceBack:
-        return QStringLiteral("%1 answers again").arg(textOf(event.place));
-    case LineEvent::GapSilent:
-        break;
-    }
-    return QStringLiteral("the gap %1 between variables does not answer; it is no longer read")
-        .arg(textOf(event.place));
-}
-
 QString summaryText(const Statistics &statistics, const TextStyle &style, Time now)
 {
     QString text = QStringLiteral("%1 requests in %2 s: %3 good, %4 failed%5; %6 repeated, %7 given up")
@@ -221,44 +178,10 @@ QString seconds(Time time)
     return QString::number(std::chrono::duration<double>(time).count(), 'f', 3);
 }
 
-void printLine(const QString &line)
-{
-    note(print(dataStream, line.toUtf8()));
-}
-
-void printText(const std::string &text)
-{
-    note(std::fwrite(text.data(), 1, text.size(), dataStream) == text.size());
-}
-
 void printCsv(const QStringList &rows)
 {
     for (const QString &row : rows)
-        note(std::fputs((row + QLatin1String(CsvLineEnd)).toUtf8().constData(), dataStream) >= 0);
-}
-
-void printDataTo(std::FILE *stream)
-{
-    dataStream = stream;
-}
-
-void showStatus(const QString &status)
-{
-    if (statusIsShown || !status.isEmpty())
-        std::fputs(("\r" + status.toLocal8Bit() + "\x1b[K").constData(), stderr);
-    statusIsShown = !status.isEmpty();
-}
-
-void printMessage(const QString &message)
-{
-    showStatus(QString());
-    print(stderr, withoutControls(message).toLocal8Bit());
-}
-
-int flushOutput()
-{
-    note(std::fflush(dataStream) == 0);
-    return outputError;
+        printText((row + QLatin1String(CsvLineEnd)).toStdString());
 }
 
 } // namespace fgs

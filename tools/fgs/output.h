@@ -1,12 +1,9 @@
-// Readings, results, events and summaries as text for people.
+// Readings, results and summaries as text for people.
 #ifndef FGS_TOOL_OUTPUT_H
 #define FGS_TOOL_OUTPUT_H
 
-#include "tools/controls.h"
 #include "watch/wall_clock.h"
 #include "watch/writing.h"
-
-#include <cstdio>
 
 namespace fgs
 {
@@ -29,8 +26,6 @@ QString contentText(const Tag &tag, const Reading &reading, const TextStyle &sty
 /// Time, place, content. Of a reading without values the time is now.
 QString rowText(const Tag &tag, const Reading &reading, const TextStyle &style, Time now);
 QString rowText(const WriteReport &report, const TextStyle &style, Time now);
-/// "link lost: why; all values are stale; trying to open it again"
-QString eventText(const LineEvent &event);
 QString summaryText(const Statistics &statistics, const TextStyle &style, Time now);
 /// In a line; in another what to try if the times come near the limit. There is at least one, like below.
 QString roundTripsText(const RoundTrips &times, Time timeout);
@@ -40,16 +35,8 @@ QString histogramText(const RoundTrips &times, Time timeout);
 /// "1.234"
 QString seconds(Time time);
 
-void printLine(const QString &line);       ///< to stdout, or where printDataTo() says
-void printText(const std::string &text);   ///< the same as it stands, with its line ends
-void printCsv(const QStringList &rows);    ///< there too, with the ends of lines that CSV has
-void printMessage(const QString &message); ///< to stderr
-/// A line on stderr, a terminal, that gives way to the next message; empty: it is gone.
-void showStatus(const QString &status);
-/// From now on data goes to this stream.
-void printDataTo(std::FILE *stream);
-/// 0, or once stdout takes nothing any more the errno that tells why.
-int flushOutput();
+/// To where printLine() prints, with the ends of lines that CSV has.
+void printCsv(const QStringList &rows);
 
 } // namespace fgs
 

@@ -1,6 +1,6 @@
 #include "commands.h"
-#include "output.h"
 #include "progress.h"
+#include "tools/console.h"
 #include "tools/failure.h"
 #include "watch/line_plan_text.h"
 #include "watch/oddities.h"

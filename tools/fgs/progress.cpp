@@ -1,6 +1,6 @@
 #include "progress.h"
 
-#include "output.h"
+#include "tools/console.h"
 
 #include <cmath>
 #include <unistd.h>

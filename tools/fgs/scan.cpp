@@ -1,9 +1,9 @@
 #include "commands.h"
 #include "host/device_trouble.h"
 #include "host/held_device.h"
-#include "output.h"
 #include "search_text.h"
 #include "signals.h"
+#include "tools/console.h"
 #include "tools/failure.h"
 #include "watch/scan_json.h"
 

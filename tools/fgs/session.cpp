@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include "signals.h"
+#include "watch/line_event_text.h"
 
 #include <cstdio>
 
@@ -75,7 +76,7 @@ void Session::warn(const LineEvent &event) const
     if (options.json)
         printLine(lineOf(jsonOf(event, jsonStyle())));
     else if (!options.quiet)
-        printMessage(QStringLiteral("fgs: ") + eventText(event));
+        printMessage(QStringLiteral("fgs: ") + textOf(event));
 }
 
 void Session::tellRoundTrips() const

@@ -4,6 +4,7 @@
 
 #include "options.h"
 #include "output.h"
+#include "tools/console.h"
 #include "tools/reading_codes.h"
 #include "watch/json.h"
 #include "watch/line_trace.h"

@@ -1,6 +1,7 @@
 #include "display.h"
 #include "table_layout.h"
 #include "terminal.h"
+#include "watch/line_event_text.h"
 
 #include <climits>
 #include <mutex>
@@ -69,7 +70,7 @@ public:
     void happened(const LineEvent &event) override
     {
         const std::lock_guard<std::mutex> guard(board.lock);
-        board.remark = eventText(event);
+        board.remark = textOf(event);
         board.linkIsOpen = link.isOpen();
     }
 
