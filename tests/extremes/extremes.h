@@ -6,6 +6,7 @@
 #include "support/heap.h"
 
 #include <climits>
+#include <random>
 
 namespace extremes
 {
@@ -68,6 +69,19 @@ void forPairs(const std::vector<Parameter> &parameters, Call call)
                     values[j] = second;
                     call(values);
                 }
+}
+
+/// With sanitizers, where a call takes ten times as long, each pair goes through one of the two schemes of storage.
+template <typename Call>
+void forPairsInBothSchemes(const std::vector<Parameter> &parameters, Call call)
+{
+    std::mt19937 random;
+    forPairs(parameters, [&](const Values &values) {
+        const unsigned chosen = random() % 2;
+        for (unsigned stationMode : {0U, 1U})
+            if (!TARN_SANITIZED || stationMode == chosen)
+                call(int(stationMode), values);
+    });
 }
 
 /// More than before, at any moment of one call.

@@ -243,11 +243,10 @@ class ExtremeArguments : public ExtremesTest, public ::testing::WithParamInterfa
 TEST_P(ExtremeArguments, AreTakenInPairs)
 {
     const Function &function = GetParam();
-    for (int stationMode : {0, 1})
-        forPairs(function.parameters, [&](const Values &values) {
-            restart(stationMode);
-            bounded(function.name + describe(function.parameters, values), [&] { function.call(values); });
-        });
+    forPairsInBothSchemes(function.parameters, [&](int stationMode, const Values &values) {
+        restart(stationMode);
+        bounded(function.name + describe(function.parameters, values), [&] { function.call(values); });
+    });
     EXPECT_GT(calls, 0);
 }
 

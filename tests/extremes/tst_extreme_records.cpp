@@ -160,13 +160,12 @@ TEST_P(ExtremeRecords, AreTakenInPairs)
     const Function &function = GetParam();
     const std::vector<Parameter> kinds[] = {parametersFor(2, 12000, false), parametersFor(5, 10000, true),
                                             parametersFor(10, 256, false)};
-    for (int stationMode : {0, 1})
-        for (const std::vector<Parameter> &parameters : kinds)
-            forPairs(parameters, [&](const Values &values) {
-                restart(stationMode);
-                RW_VAR var = recordOf(values);
-                bounded(function.name + describe(parameters, values), [&] { function.call(&var); });
-            });
+    for (const std::vector<Parameter> &parameters : kinds)
+        forPairsInBothSchemes(parameters, [&](int stationMode, const Values &values) {
+            restart(stationMode);
+            RW_VAR var = recordOf(values);
+            bounded(function.name + describe(parameters, values), [&] { function.call(&var); });
+        });
     EXPECT_GT(calls, 0);
 }
 
