@@ -155,8 +155,8 @@ QString TagFileReader::unit(TomlTable &table)
     const std::optional<Text> text = table.text("unit");
     if (!text)
         return QString();
-    const QString unit = textOf(text->value);
-    const bool isShown = std::all_of(unit.begin(), unit.end(), [](QChar each) { return each.isPrint(); });
+    QString unit = textOf(text->value);
+    const bool isShown = std::all_of(unit.cbegin(), unit.cend(), [](QChar each) { return each.isPrint(); });
     if (unit.size() > LongestUnit || !isShown)
         fault(text->place, "the unit is no printable text of at most 16 characters",
               "write one like unit = \"°C\"");
@@ -214,7 +214,7 @@ QByteArray textOfFile(const QString &file, const QString &what)
     if (!source.open(QIODevice::ReadOnly))
         throw TextError(QStringLiteral("file '%1' cannot be read: %2; name a file of %3")
                             .arg(file, source.errorString(), what));
-    const QByteArray text = source.read(LargestFile + 1);
+    QByteArray text = source.read(LargestFile + 1);
     if (text.size() > LargestFile)
         throw TextError(QStringLiteral("file '%1' is larger than 16 MB; name a file of %2").arg(file, what));
     return text;
