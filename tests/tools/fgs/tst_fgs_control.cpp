@@ -75,7 +75,7 @@ std::string word(int address)
 TEST_F(OnTcp, AMissingAddressIsNamedAndTakenBack)
 {
     tell("missing 5:20000@1");
-    Program poll("poll L 5:0 5:300 5:20000 5:900 --timeout 200 --late 0", simulator.link());
+    Program poll("poll L 5:0 5:300 5:20000 5:900 --timeout 600 --late 0", simulator.link());
     EXPECT_TRUE(says(poll, "fgs: 5:20000@1 does not answer; its neighbours do; left out"));
     tell("present 5:20000");
     EXPECT_TRUE(says(poll, "fgs: 5:20000@1 answers again"));
@@ -96,7 +96,7 @@ TEST_F(OnTcp, ARefusedWriteHasItsExitCode)
 TEST_F(OnTcp, AStationThatIsSwitchedOffIsToldDownAndUpAgain)
 {
     tell("station 2 off");
-    Program poll("poll L 5:0 5:0@2 --timeout 200 --late 0 --retries 0", simulator.link());
+    Program poll("poll L 5:0 5:0@2 --timeout 600 --late 0 --retries 0", simulator.link());
     EXPECT_TRUE(says(poll, "fgs: station 2 does not answer"));
     tell("station 2 on");
     EXPECT_TRUE(says(poll, "fgs: station 2 answers again"));

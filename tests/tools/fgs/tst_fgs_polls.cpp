@@ -130,7 +130,7 @@ TEST(PolledValues, TurnStaleWithTheReason)
 {
     NEEDS_SERIAL_PORTS();
     OwnController controller(obey, OwnController::On::Pty);
-    Poll poll(QStringLiteral("poll L 5:0 --timeout 200 --late 0"), controller);
+    Poll poll(QStringLiteral("poll L 5:0 --timeout 600 --late 0"), controller);
     EXPECT_EQ(poll.row().content, held(controller, 0));
     controller.follow([](const Request &, const QByteArray &) { return Silence; });
     EXPECT_EQ(poll.row().content, held(controller, 0) + "  (stale: no reply)");
@@ -139,7 +139,7 @@ TEST(PolledValues, TurnStaleWithTheReason)
 TEST(PolledValues, TurnStaleInJsonToo)
 {
     OwnController controller;
-    Poll poll(QStringLiteral("poll L 5:0x10 --timeout 200 --late 0 --json"), controller);
+    Poll poll(QStringLiteral("poll L 5:0x10 --timeout 600 --late 0 --json"), controller);
     const std::string values = valuesOf(poll.object());
     controller.follow([](const Request &, const QByteArray &good) { return Reply{good.left(4)}; });
     QJsonObject stale;
@@ -162,7 +162,7 @@ class OnBothLinks : public OnLinks
 };
 ON_BOTH_LINKS(OnBothLinks);
 
-const char Neighbours[] = "poll L 5:0 5:300 5:600 5:20000 5:900 10:5 --timeout 200 --late 0";
+const char Neighbours[] = "poll L 5:0 5:300 5:600 5:20000 5:900 10:5 --timeout 600 --late 0";
 
 TEST_P(OnBothLinks, ASilentPlaceIsNamedLeftOutAndTakenBack)
 {
@@ -219,7 +219,7 @@ TEST(SilentPlace, IsProbedOnceARoundAtMostAndLessAndLess)
 TEST_P(OnBothLinks, ASilentGapIsNamedAndNoLongerRead)
 {
     OwnController controller(silentAt(5, 10, 19), GetParam());
-    Poll poll(QStringLiteral("poll L 5:0x10 5:20x10 --timeout 200 --late 0"), controller);
+    Poll poll(QStringLiteral("poll L 5:0x10 5:20x10 --timeout 600 --late 0"), controller);
     EXPECT_TRUE(poll.says("fgs: the gap 5:10x10@1 between variables does not answer; it is no longer read"));
     EXPECT_TRUE(controller.log()[0].touches(5, 10, 19)) << "read along at first";
     const size_t from = controller.log().size();
@@ -238,7 +238,7 @@ TEST(SilentGap, IsAnEventInJson)
 {
     NEEDS_SERIAL_PORTS();
     OwnController controller(silentAt(5, 10, 19), OwnController::On::Pty);
-    Poll poll(QStringLiteral("poll L 5:0x10 5:20x10 --timeout 200 --late 0 --json"), controller);
+    Poll poll(QStringLiteral("poll L 5:0x10 5:20x10 --timeout 600 --late 0 --json"), controller);
     expectEvent(poll.event("gapSilent"), "place", QStringLiteral("5:10x10@1"));
 }
 
@@ -387,7 +387,7 @@ TEST_P(EndsDown, IsNoSuccess)
 TEST(SwallowingConnection, IsOpenedAnew)
 {
     OwnController controller;
-    Poll poll(QStringLiteral("poll L 5:0 5:0@2 --timeout 200 --late 0"), controller);
+    Poll poll(QStringLiteral("poll L 5:0 5:0@2 --timeout 600 --late 0"), controller);
     EXPECT_EQ(poll.row().place, "5:0@1");
     controller.follow([](const Request &request, const QByteArray &good) {
         return request.connection == 1 ? Silence : Reply{good};

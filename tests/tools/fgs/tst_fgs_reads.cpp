@@ -195,7 +195,7 @@ class BadAnswers : public ::testing::TestWithParam<Fault>
 {
 };
 
-#define FEW "--timeout 300 --late 50 --retries 1"
+#define FEW "--timeout 1000 --late 50 --retries 1"
 
 TEST_P(BadAnswers, AreCalledWhatTheyAre)
 {
@@ -222,7 +222,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Fault{"silence", always(Silence), "-  no reply", "noReply", 4},
         Fault{"a part", [](const Request &, const QByteArray &good) { return Reply{good.left(12)}; },
-              "-  incomplete: 12 of 27 bytes within 300 ms; try --timeout or --block", "incomplete", 6},
+              "-  incomplete: 12 of 27 bytes within 1000 ms; try --timeout or --block", "incomplete", 6},
         Fault{"another check code", [](const Request &, const QByteArray &good) { return badlyChecked(good); },
               "-  wrong check code", "badCheck", 6},
         Fault{"another station", [](const Request &, const QByteArray &good) { return answerOf(2, good); },
@@ -274,7 +274,7 @@ TEST_P(OnBothLinks, ASilentStationIsNotSaidToBeSilentWhereItWasNotAsked)
 TEST_P(OnBothLinks, ASilentPlaceIsNamedAndItsNeighboursAreRead)
 {
     OwnController controller(silentAt(5, 20000, 20000), GetParam());
-    const char command[] = "read L 5:0 5:300 5:600 5:20000 5:900 10:5 --timeout 300 --late 0";
+    const char command[] = "read L 5:0 5:300 5:600 5:20000 5:900 10:5 --timeout 1000 --late 0";
     const Result text = runFgs(command, controller.link());
     EXPECT_EQ(text.code, 8);
     const auto value = [&controller](int area, int address) {
@@ -294,7 +294,7 @@ TEST_P(OnBothLinks, ASilentPlaceIsNamedAndItsNeighboursAreRead)
 TEST_P(OnBothLinks, ASilentPlaceIsNamedInTheMiddleOfAVariable)
 {
     OwnController controller(silentAt(5, 20010, 20010), GetParam());
-    const Result result = runFgs("read L 5:0 5:20000x20 --timeout 300 --late 0", controller.link());
+    const Result result = runFgs("read L 5:0 5:20000x20 --timeout 1000 --late 0", controller.link());
     EXPECT_EQ(result.code, 8);
     EXPECT_EQ(contentsOf(result),
               (Texts{std::to_string(controller.held(1, 5, 0)), "-  5:20010@1 does not answer; its neighbours do"}));
@@ -307,7 +307,7 @@ TEST_P(OnBothLinks, SilentPlacesInOneVariableAreAllNamed)
             return request.touches(5, 20003) || request.touches(5, 20010) ? Silence : Reply{good};
         },
         GetParam());
-    const Result result = runFgs("read L 5:0 5:20000x20 --timeout 300 --late 0", controller.link());
+    const Result result = runFgs("read L 5:0 5:20000x20 --timeout 1000 --late 0", controller.link());
     EXPECT_EQ(contentsOf(result), (Texts{std::to_string(controller.held(1, 5, 0)),
                                          "-  5:20003@1, 5:20010@1 do not answer; their neighbours do"}));
 }
@@ -315,7 +315,7 @@ TEST_P(OnBothLinks, SilentPlacesInOneVariableAreAllNamed)
 TEST_P(OnBothLinks, ASilentGapTakesNothingFromItsNeighbours)
 {
     OwnController controller(silentAt(5, 10, 19), GetParam());
-    const Result result = runFgs("read L 5:0x10 5:20x10 --json --timeout 300 --late 0", controller.link());
+    const Result result = runFgs("read L 5:0x10 5:20x10 --json --timeout 1000 --late 0", controller.link());
     EXPECT_EQ(result.code, 0) << result.out.toStdString();
     ASSERT_EQ(readings(result).size(), 2u);
     for (const QJsonObject &object : readings(result))

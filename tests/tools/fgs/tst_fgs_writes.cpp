@@ -9,7 +9,7 @@
 namespace
 {
 
-#define FEW " --timeout 300 --late 50 --retries 1"
+#define FEW " --timeout 1000 --late 50 --retries 1"
 
 /// A script whose memory is not changed: writes are answered with reply and not carried out.
 Script untouchedWith(const QByteArray &reply)
@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "1234 4321  not acknowledged (answer of another station); the controller holds the new values",
                 "notAcknowledged", "1234,4321", true, 6},
         Written{"a part of an acknowledgement", acknowledging("\x01\xFF"),
-                "1234 4321  not acknowledged (incomplete: 2 of 3 bytes within 300 ms; try --timeout or --block); "
+                "1234 4321  not acknowledged (incomplete: 2 of 3 bytes within 1000 ms; try --timeout or --block); "
                 "the controller holds the new values",
                 "notAcknowledged", "1234,4321", true, 6},
         Written{"noise", acknowledging("UUU"),
