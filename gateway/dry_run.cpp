@@ -16,9 +16,22 @@ const LineSpeed FastestUsual = {115200, 10};
 /// not known before.
 const int PlainHead = 60, PlainValue = 4, SparkplugHead = 20, SparkplugValue = 20;
 
-Time cycleOf(const GatewayPlan &plan, milliseconds interval)
+/// Between two pauses are whole requests, however the driver's groups of six end; how much more than a cycle that
+/// is.
+double wholeRequests(const LinePlan &line)
 {
-    return std::max<Time>(cycleTime(plan.line, plan.speed, plan.pauses), interval);
+    const double requests = line.requestsPerCycle();
+    return requests > 0 ? std::ceil(requests) / requests : 1;
+}
+
+/// The cycle, and how many cycles' worth of requests it takes.
+double planCycle(GatewayPlan &plan, milliseconds interval)
+{
+    const Time unpaused = cycleTime(plan.line, plan.speed, plan.pauses);
+    const double whole = wholeRequests(plan.line);
+    const bool pauses = double(unpaused.count()) * whole < double(Time(interval).count());
+    plan.cycle = pauses ? Time(interval) : unpaused;
+    return pauses ? whole : 1;
 }
 
 int valueBytes(const GatewaySettings &settings, const GatewayTag &tag)
@@ -61,9 +74,9 @@ RecordPlans recordsOf(const GatewaySettings &settings, const PlannedRequest &req
     return records;
 }
 
-void planMessages(GatewayPlan &plan, const GatewaySettings &settings)
+void planMessages(GatewayPlan &plan, const GatewaySettings &settings, double cyclesAtOnce)
 {
-    const double cycles = 1 / std::chrono::duration<double>(plan.cycle).count() / plan.line.rounds;
+    const double cycles = cyclesAtOnce / std::chrono::duration<double>(plan.cycle).count() / plan.line.rounds;
     const int head = settings.layout.kind == LayoutKind::Plain ? PlainHead : SparkplugHead;
     double bytesPerSecond = 0;
     for (const PlannedRequest &request : plan.line.requests)
@@ -161,8 +174,7 @@ GatewayPlan planOf(const DriverApi &driver, const GatewaySettings &settings)
     if (const SerialAddress *const serial = std::get_if<SerialAddress>(&link))
         plan.serial = *serial;
     plan.speed = plan.serial ? speedOf(*plan.serial) : FastestUsual;
-    plan.cycle = cycleOf(plan, settings.interval);
-    planMessages(plan, settings);
+    planMessages(plan, settings, planCycle(plan, settings.interval));
     if (settings.spool)
         planSpool(plan, *settings.spool);
     return plan;

@@ -80,7 +80,7 @@ struct Network::Parts {
     void stepCommands();
     void logAnswersBehind(std::size_t known);
     void commit();
-    void sayGoodbye(milliseconds limit) const;
+    void sayGoodbye(milliseconds limit);
     void leave(milliseconds limit);
     void apply(const GatewaySettings &after);
     void rebuild(const SettingsDifference &difference, std::unique_ptr<Layout> newLayout,
@@ -311,15 +311,13 @@ void Network::Parts::commit()
 }
 
 /// The last words, as far as there is room for them within the limit.
-void Network::Parts::sayGoodbye(milliseconds limit) const
+void Network::Parts::sayGoodbye(milliseconds limit)
 {
     const milliseconds end = steadyNow() + limit;
     sender->beginFarewell(wiring.mailbox.state(), thisMoment());
     while (!sender->sendFarewell() && steadyNow() < end) {
         waitFor({client->descriptor()}, end - steadyNow());
-        for (const MqttClient::News &item : client->takeNews())
-            if (item.kind == MqttClient::News::Delivered)
-                sender->acknowledged(item.message);
+        takeNews();
     }
 }
 

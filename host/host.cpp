@@ -78,16 +78,6 @@ bool isGood(Outcome outcome)
     return outcome == Outcome::Good || outcome == Outcome::Refused;
 }
 
-/// The same blocks, those after the given one first.
-Spans rotatedAfter(const Span &last, Spans blocks)
-{
-    const auto isAfter = [&last](const Span &block) {
-        return std::tie(block.station, block.area, block.first) > std::tie(last.station, last.area, last.first);
-    };
-    std::rotate(blocks.begin(), std::find_if(blocks.begin(), blocks.end(), isAfter), blocks.end());
-    return blocks;
-}
-
 } // namespace
 
 /// The count of a remote frame is wide enough for any block of bits, but its length byte limits writes.
@@ -141,8 +131,11 @@ void Host::poll(const std::vector<Variable> &variables)
     health.watch(stations);
     wanted = united(spansOf(variables));
     suspects.watch(wanted);
-    samples.clear();
+    isResumed = std::any_of(polled.begin(), polled.end(),
+                            [this](const Variable &variable) { return ageOf(variable).tried != Never; });
     beginRound();
+    if (const int due = health.dueProbe(pollStart)) // however often the list is given anew
+        beginSample(due);
 }
 
 void Host::readSoon(const std::vector<Variable> &bits)
@@ -335,8 +328,6 @@ void Host::endJob(const Step &step)
     if (step.outcome == Outcome::Good)
         info.retryCount = 0; // a success does not, so that the failures of many requests would add up
     const bool isTrouble = isTroubled();
-    if (!isTrouble)
-        lastBlock = {step.station, AreaCount, 0, 0}; // all that the station has counts as served
     if (isTrouble || step.outcome != Outcome::Good || !down.empty())
         noteOutcome(step, isTrouble || isSilence(step.outcome));
     if (step.outcome != Outcome::Good) {
@@ -445,20 +436,18 @@ void Host::dropWrites()
 //
 // Usually the driver's list is all that is polled, joined by the driver, and goes round by itself. While a station
 // rests, or something is to be found out, or is known that must not be read along, the list holds exact blocks
-// instead, and between two rounds one request at most is asked that finds something out.
+// instead, and between two rounds one request at most is asked that finds something out. So it does in the first
+// round of variables that were asked for before: the driver's own list begins with its lowest addresses, and if it
+// were given anew again and again, the others would never have their turn.
 
 void Host::planAfter(const Step &step)
 {
     const bool wasCyclic = step.kind == Step::Exchanged && step.isCyclic;
     if (wasCyclic && isExact)
         --jobsLeft;
-    if (wasCyclic && pass == Pass::Poll) {
-        const Spans blocks = currentBlocks();
-        if (!blocks.empty())
-            lastBlock = blocks.back();
-        if (isSilence(step.outcome) && suspects.needsSignOfLife(step.station) && !health.isProbed(step.station))
-            return beginSample(step.station);
-    }
+    if (wasCyclic && pass == Pass::Poll && isSilence(step.outcome) && suspects.needsSignOfLife(step.station) &&
+        !health.isProbed(step.station))
+        return beginSample(step.station);
     if (pass == Pass::Poll ? needsExact() != isExact || health.awake() != listed : wasCyclic)
         beginRound();
     if (isExact && pass == Pass::Poll && jobsLeft <= 0)
@@ -467,6 +456,7 @@ void Host::planAfter(const Step &step)
 
 void Host::betweenRounds()
 {
+    isResumed = false;
     std::set<int> asleep;
     for (const Span &span : wanted)
         if (health.isProbed(span.station))
@@ -492,7 +482,7 @@ int Host::stationToSample() const
 
 bool Host::needsExact() const
 {
-    return suspects.isPressing() || health.hasResting();
+    return isResumed || suspects.isPressing() || health.hasResting();
 }
 
 void Host::beginRound()
@@ -506,14 +496,18 @@ void Host::beginRound()
         listJoined();
 }
 
-/// The station after the last served comes first: so each gets its turn however often the list changes.
+/// So each block gets its turn however often the list changes.
+Time Host::askedAt(const Span &block) const
+{
+    return ageOf(variableOf(block)).tried;
+}
+
 void Host::listJoined()
 {
-    QList<HOST_VAR> wishes = cyclicWishes(polled, storage, lastBlock.station + 1);
+    QList<HOST_VAR> wishes = cyclicWishes(polled, storage, [this](const Span &block) { return askedAt(block); });
     driver.ReCreatReadVarList(&wishes);
 }
 
-/// The block after the last served comes first, for the same reason.
 void Host::listExactly()
 {
     Spans asked = inOrder(without(spansOf(polled), suspects.leftOut())); // not united: their seams are where to cut
@@ -521,7 +515,8 @@ void Host::listExactly()
                                [this](const Span &span) { return listed.count(span.station) == 0; }),
                 asked.end());
     std::vector<RW_VAR> list;
-    for (const Span &block : rotatedAfter(lastBlock, exactBlocks(asked, suspects.barriers(), storage.blockWords)))
+    for (const Span &block : fromLongestAgo(exactBlocks(asked, suspects.barriers(), storage.blockWords),
+                                            [this](const Span &each) { return askedAt(each); }))
         appendPolled(list, block);
     hand(list);
 }
@@ -623,7 +618,7 @@ void Host::tell(const LineEvent &event) const
 bool Host::isSettled(const Variable &variable) const
 {
     const Time since = std::max(pollStart, poller.doubtedAt());
-    if (ageOf(variable).stored > since || health.isSilent(variable.station) || isGivenUp(variable.station))
+    if (ageOf(variable).stored > since || isGivenUp(variable.station))
         return true;
     const Spans asked = without({spanOf(variable)}, suspects.silentPlaces());
     return std::all_of(asked.begin(), asked.end(), [this, since](const Span &span) {
@@ -634,8 +629,9 @@ bool Host::isSettled(const Variable &variable) const
 /// A station that has never answered, neither what is polled nor a sample of it, has no places to find out.
 bool Host::isGivenUp(int station) const
 {
-    return !everAnswered.test(static_cast<std::size_t>(station)) && samples.count(station) != 0 &&
-           health.failures(station) > 1;
+    const bool isUnheard = !everAnswered.test(static_cast<std::size_t>(station)) && samples.count(station) != 0 &&
+                           health.failures(station) > 1;
+    return (isUnheard || health.isSilent(station)) && (rests(station) || health.hasJustFailed(station));
 }
 
 bool Host::isUnderWay(const Variable &variable) const

@@ -40,7 +40,8 @@ public:
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;
 
-    /// Reads the variables round and round, in place of those before.
+    /// Reads the variables round and round, in place of those before; first what was asked for longest ago. What is
+    /// known of stations stays.
     void poll(const std::vector<Variable> &variables);
     /// Reads the bits once, ahead of what is polled; ageOf() tells when it is done. What is left of it is forgotten
     /// when their station does not answer. Throws TextError if there are others than bits: the driver cannot read
@@ -95,6 +96,7 @@ private:
     Spans currentBlocks() const;
     bool needsExact() const;
     void beginRound();
+    Time askedAt(const Span &block) const;
     void listJoined();
     void listExactly();
     void beginProbe(const Probe &probe);
@@ -142,9 +144,9 @@ private:
     std::set<int> listed; ///< stations that are polled
     Pass pass = Pass::Poll;
     bool isExact = false;            ///< the driver's list is not left to it to join
+    bool isResumed = false;          ///< the first round of what was asked for before
     bool isThorough = true;          ///< the probe has all attempts
     int jobsLeft = 0;                ///< in the round, or the pass; counted only while isExact
-    Span lastBlock{};                ///< polled
     std::map<int, int> samples;      ///< how many were taken since the station has answered
     std::deque<RW_VAR> waiting;      ///< one-shot reads to come
     bool onceUnderWay = false;       ///< the driver has the first of them

@@ -139,11 +139,18 @@ Storage storageFor(const std::vector<Variable> &variables, int blockWords)
     return storage;
 }
 
-QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Storage &storage, int firstStation)
+Spans fromLongestAgo(Spans blocks, const AskedAt &askedAt)
+{
+    const auto isEarlier = [&askedAt](const Span &a, const Span &b) { return askedAt(a) < askedAt(b); };
+    std::rotate(blocks.begin(), std::min_element(blocks.begin(), blocks.end(), isEarlier), blocks.end());
+    return blocks;
+}
+
+QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Storage &storage, const AskedAt &askedAt)
 {
     Spans blocks = blocksOf(variables, storage.blockWords);
-    const auto isDue = [firstStation](const Span &block) { return block.station >= firstStation; };
-    std::rotate(blocks.begin(), std::find_if(blocks.begin(), blocks.end(), isDue), blocks.end());
+    if (askedAt)
+        blocks = fromLongestAgo(std::move(blocks), askedAt);
     QList<HOST_VAR> wishes;
     for (const Span &block : blocks)
         wishes.append(hostVar(block));

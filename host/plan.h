@@ -2,7 +2,10 @@
 #ifndef FGS_HOST_PLAN_H
 #define FGS_HOST_PLAN_H
 
+#include "link.h"
 #include "spans.h"
+
+#include <functional>
 
 namespace fgs
 {
@@ -31,12 +34,18 @@ int mostElements(const Area &area, int blockWords);
 /// The block size is the given one, cut to what one frame can carry: with bits at most 31.
 Storage storageFor(const std::vector<Variable> &variables, int blockWords = DefaultBlockWords);
 
+/// When a block was asked for last.
+using AskedAt = std::function<Time(const Span &block)>;
+/// The same blocks round and round, from that on that was asked for longest ago; of several the first.
+Spans fromLongestAgo(Spans blocks, const AskedAt &askedAt);
+
 /// The cyclic list to hand to ReCreatReadVarList(). A variable that is longer than a block is cut after even words,
 /// so that no value over two words is torn. The blocks that the driver builds from it cover every address of the
 /// variables and reach no further up than these do, whole bytes of bits and the lowest addresses of an area aside;
-/// no reply to them can have the shape of its request. Station 0 cannot be read and is left out. The stations
-/// follow each other from the given one on.
-QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Storage &storage, int firstStation = 0);
+/// no reply to them can have the shape of its request. Station 0 cannot be read and is left out. They go round from
+/// what was asked for longest ago.
+QList<HOST_VAR> cyclicWishes(const std::vector<Variable> &variables, const Storage &storage,
+                             const AskedAt &askedAt = {});
 
 /// The same for bits that are wanted once: records for AddListOnceReadVar(), mode 0. hostAddr is the index in the
 /// result. Other kinds cannot be read once: the driver would store the reply under its last grouped read.

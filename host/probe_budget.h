@@ -14,7 +14,6 @@ class ProbeBudget
 public:
     static const int Share = 12;
 
-    void reset() { next = Time(0); }
     bool allows(Time now) const { return now >= next; }
     /// A probe has just ended without an answer; it took that long.
     void spend(Time now, Time took) { next = now + (Share - 1) * took; }

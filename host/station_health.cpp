@@ -7,11 +7,20 @@ namespace fgs
 
 void StationHealth::watch(const std::set<int> &stations)
 {
+    others.merge(states);
     states.clear();
-    troubled = 0;
-    budget.reset();
-    for (int station : stations)
-        states[station] = State();
+    for (int station : stations) {
+        states[station] = others[station];
+        states[station].hasJustFailed = false;
+        others.erase(station);
+    }
+    countTroubled();
+}
+
+void StationHealth::countTroubled()
+{
+    troubled = static_cast<std::size_t>(
+        std::count_if(states.begin(), states.end(), [](const auto &each) { return each.second.failures > 0; }));
 }
 
 void StationHealth::answered(int station)
@@ -22,8 +31,7 @@ void StationHealth::answered(int station)
     if (isLineDown())
         giveAnotherChance();
     state->second = State();
-    troubled = static_cast<std::size_t>(
-        std::count_if(states.begin(), states.end(), [](const auto &each) { return each.second.failures > 0; }));
+    countTroubled();
 }
 
 /// The line is back, so each station may be too; one more failure and it rests.
@@ -43,6 +51,7 @@ void StationHealth::gaveUp(int station, Time now, Time took)
     State &state = found->second;
     if (isDead(state))
         budget.spend(now, took);
+    state.hasJustFailed = true;
     if (state.failures++ == 0)
         ++troubled;
     if (state.failures < patience)
@@ -60,6 +69,12 @@ int StationHealth::failures(int station) const
 bool StationHealth::isSilent(int station) const
 {
     return failures(station) >= patience;
+}
+
+bool StationHealth::hasJustFailed(int station) const
+{
+    const auto state = states.find(station);
+    return state != states.end() && state->second.hasJustFailed;
 }
 
 bool StationHealth::isSound(int station) const

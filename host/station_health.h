@@ -12,13 +12,14 @@ namespace fgs
 
 /// A station that gave no good answer to `patience` jobs in a row rests. After the rest it is probed with one job;
 /// if that fails too it rests twice as long, up to a limit. One station is probed at a time, and all probes
-/// share a ProbeBudget, however many stations are dead. While no station answers, the line is at fault and all are
-/// asked.
+/// share a ProbeBudget, however many stations are dead. While none of the watched stations answers, the line is at
+/// fault and all are asked.
 class StationHealth
 {
 public:
     StationHealth(int jobs, Time first, Time longest) : patience(jobs), firstRest(first), longestRest(longest) {}
 
+    /// These are asked from now on. What is known of them and of the others stays.
     void watch(const std::set<int> &stations);
     void answered(int station);
     /// A job was given up now; it took that long.
@@ -28,6 +29,8 @@ public:
     bool isTroubled() const { return troubled > 0; }
     /// Whether the station has left as many jobs unanswered as it takes to rest, also while all are asked.
     bool isSilent(int station) const;
+    /// Whether it has left a job unanswered since the last watch().
+    bool hasJustFailed(int station) const;
     /// Jobs that it has left unanswered in a row.
     int failures(int station) const;
     /// Whether its last job was answered, or it had none yet.
@@ -45,16 +48,19 @@ private:
         int failures = 0; ///< jobs given up in a row
         Time rest{0};     ///< the last one
         Time restUntil{0};
+        bool hasJustFailed = false;
     };
     bool isLineDown() const { return troubled == states.size(); }
     bool isDead(const State &state) const { return state.failures >= patience && !isLineDown(); }
     void giveAnotherChance();
+    void countTroubled();
 
     const int patience;
     const Time firstRest, longestRest;
     ProbeBudget budget;
-    std::map<int, State> states;
-    std::size_t troubled = 0; ///< stations with failures
+    std::map<int, State> states; ///< of those that are watched
+    std::map<int, State> others; ///< that were
+    std::size_t troubled = 0;    ///< stations with failures
 };
 
 } // namespace fgs

@@ -240,7 +240,8 @@ local function frame_at(bytes, at, line, direction, damaged)
     for _, found in ipairs(candidates) do
         if (found.shape.is_request or false) == wants_request then return found, #candidates == 1 end
     end
-    if candidates[1] then return candidates[1], #candidates == 1 end
+    local is_wrong_side = candidates == other and direction and line.requests -- a good frame is an echo there
+    if candidates[1] and not is_wrong_side then return candidates[1], #candidates == 1 end
     return nil
 end
 

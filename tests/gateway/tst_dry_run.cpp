@@ -1,8 +1,12 @@
 // What a gateway would do: the plan of its line, messages and spool, and what one reading publishes.
 #include "gateway/dry_run.h"
+#include "gateway/line.h"
 #include "support/fake_link.h"
+#include "support/paced_line.h"
 
+#include <cmath>
 #include <QtCore/QFile>
+#include <QtCore/QRegularExpression>
 
 using namespace fgs;
 
@@ -175,6 +179,96 @@ TEST_F(DryRun, TellsProgramsThePlan)
     EXPECT_GT(json.at("spoolSeconds"), 0);
     EXPECT_EQ(jsonOf(planWith("")).at("plan").count("spoolBytes"), 0u);
 }
+
+// ---- the plan and what comes of it, in virtual time
+
+const int MeasuredCycles = 100;
+
+/// Far apart: each takes a block of its own.
+std::string scatteredTags(int count)
+{
+    std::string tags = "[[group]]\nname = \"wide\"\ntag = [\n";
+    for (int i = 0; i < count; ++i)
+        tags += "{ name = \"t" + std::to_string(i) + "\", variable = \"5:" + std::to_string(200 * i) + "x20\" },\n";
+    return tags + "]\n";
+}
+
+struct Measured {
+    double readingEveryMs = 0;    ///< the longest of all tags
+    double messagesPerSecond = 0; ///< if each value that is read is told
+};
+
+/// What comes of the settings on a line that keeps its pace.
+Measured measured(const GatewaySettings &settings, Time duration)
+{
+    const LineSpeed speed = speedOf(std::get<SerialAddress>(parseLink(settings.link)));
+    PacedLine line(speed.byteTime(), 0ms, settings.host.remoteLink.has_value());
+    const WallClock clock(line, [&line] {
+        const auto since = std::chrono::hours(470000) + line.now();
+        return std::chrono::system_clock::time_point(
+            std::chrono::duration_cast<std::chrono::system_clock::duration>(since));
+    });
+    Mailbox mailbox(1000000);
+    OrderDesk orders;
+    line.endBy(nullptr, line.now() + duration);
+    LineLoop(settings, line, clock, {mailbox, orders, [] {}, {}, false}).run();
+    const std::unique_ptr<Layout> layout = makeLayout(settings);
+    std::map<std::size_t, std::vector<Epoch>> times;
+    std::size_t messages = 0;
+    for (const Snapshot &snapshot : mailbox.takeSnapshots()) {
+        std::vector<const Sample *> good;
+        for (const Sample &sample : snapshot)
+            if (sample.quality == Quality::Good) {
+                times[sample.tag].push_back(sample.time);
+                good.push_back(&sample);
+            }
+        messages += layout->records(good).size();
+    }
+    Measured made;
+    for (const auto &[tag, at] : times)
+        made.readingEveryMs = std::max(made.readingEveryMs, double(at.back() - at.front()) / double(at.size() - 1));
+    EXPECT_EQ(times.size(), settings.tags.size());
+    made.messagesPerSecond = double(messages) / std::chrono::duration<double>(duration).count();
+    return made;
+}
+
+double readingEveryMsIn(const QStringList &lines)
+{
+    static const QRegularExpression form(QStringLiteral("with a reading every ([0-9.]+) ms"));
+    return form.match(lines.join(QLatin1Char('\n'))).captured(1).toDouble();
+}
+
+TEST_F(DryRun, ThePlanIsWhatAPacedLineBrings)
+{
+    const std::string few = scatteredTags(9), wide = scatteredTags(10), wider = scatteredTags(45);
+    const std::pair<const char *, const char *> cases[] = {
+        {"", Tags},
+        {"", wide.c_str()},
+        {"", wider.c_str()},
+        {"line = { block_words = 8 }\n", wider.c_str()},
+        {"line = { remote_link = 3 }\n", wide.c_str()},
+        {"line = { interval_ms = 1000 }\n", Tags},
+        {"line = { interval_ms = 250 }\n", wider.c_str()},
+        {"line = { interval_ms = 1000 }\n", few.c_str()},
+        {"layout = { kind = \"sparkplug\", group = \"g\" }\n", Tags}};
+    for (const char *address : {"/dev/ttyS0:1200,8E1", "/dev/ttyS0:19200,8E1", "/dev/ttyS0:115200,8N1"})
+        for (const auto &[root, tags] : cases) {
+            SCOPED_TRACE(std::string(address) + " " + root + tags);
+            const GatewaySettings own = settingsWith(root, address, tags);
+            reset(); // the run before was cut off amid a request
+            const GatewayPlan plan = planOf(linkedDriver(), own);
+            const double every = readingEveryMsIn(linesOf(plan));
+            const double messages = jsonOf(plan).at("plan").at("messagesPerSecond").get<double>();
+            const Measured real = measured(own, MeasuredCycles * plan.cycle);
+            // Between two pauses are whole requests of six blocks, so some are read twice.
+            const double requests = plan.line.requestsPerCycle();
+            const double twice = plan.cycle == own.interval ? std::ceil(requests) / requests : 1;
+            EXPECT_NEAR(real.readingEveryMs * twice, every, 0.05 * every);
+            EXPECT_NEAR(real.messagesPerSecond, messages, 0.05 * messages);
+        }
+}
+
+// ---- one reading
 
 TEST_F(DryRun, PublishesWhatOneReadingBrings)
 {

@@ -4,6 +4,8 @@
 #include "support/write_results.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <thread>
 
 using namespace fgs;
 
@@ -76,6 +78,15 @@ protected:
     void refuse(const QByteArray &request)
     {
         link.arrive(5ms, request.left(1) + QByteArray("\xFF") + char(Refusal));
+    }
+
+    /// Requests to the station from that time on.
+    int requestsTo(int station, Time since) const
+    {
+        int count = 0;
+        for (std::size_t i = 0; i < link.sent.size(); ++i)
+            count += link.sent[i].at(0) == station && link.sentAt[i] >= since;
+        return count;
     }
 
     Results results(std::size_t end) const { return resultsOf(ends.at(end).reports); }
@@ -288,6 +299,43 @@ TEST_F(LineLoopTest, PollingGoesOnAfterAnOrder)
     EXPECT_EQ(held(2), Values{12});
 }
 
+/// One order a second: the dead station is asked as seldom as without them.
+TEST_F(LineLoopTest, ADeadStationRestsWhateverIsOrdered)
+{
+    setTags({"5:0", "5:2000@2"});
+    link.onSend = [this](const QByteArray &request) {
+        if (request.at(0) == 1)
+            link.answer(request);
+    };
+    const Time settled = link.now() + 20s;
+    for (int i = 1; i < 150; ++i)
+        orderAt(i * 1s, quint64(i), {{0, {quint32(i)}}});
+    run(150s);
+    EXPECT_EQ(ends.size(), 149u);
+    EXPECT_LE(requestsTo(2, settled), 12) << "single probes of a second, with eleven between them";
+    EXPECT_GE(requestsTo(2, settled), 10);
+    EXPECT_GE(requestsTo(1, settled), 1300) << "ten readings a second, and the orders";
+}
+
+/// Between two orders, which are all for the first of five requests, there is time for two of them.
+TEST_F(LineLoopTest, EachTagHasItsTurnWhateverIsOrdered)
+{
+    const std::size_t tags = 30;
+    for (std::size_t i = 0; i < tags; ++i) {
+        GatewayTag tag;
+        tag.tag = parseTag(QStringLiteral("5:%1").arg(200 * i));
+        settings.tags.push_back(tag);
+    }
+    settings.interval = milliseconds(0);
+    link.onSend = [this](const QByteArray &request) { link.answer(request, 200ms); };
+    for (int i = 1; i < 120; ++i)
+        orderAt(i * 900ms, quint64(i), {{0, {quint32(i)}}});
+    run(108s);
+    EXPECT_EQ(ends.size(), 119u);
+    for (std::size_t tag = 0; tag < tags; ++tag)
+        EXPECT_GE(samples[tag].size(), 30u) << tag;
+}
+
 TEST_F(LineLoopTest, TellsARefusalAndWhatTheControllerHolds)
 {
     setTags({"5:0"});
@@ -436,6 +484,37 @@ TEST_F(LineLoopTest, SaysThatItIsAliveThroughALongPause)
     EXPECT_GE(aliveAt.size(), 198u);
     for (std::size_t i = 1; i < aliveAt.size(); ++i)
         ASSERT_LE(aliveAt[i] - aliveAt[i - 1], 50ms + 7ms) << "a request may come before the pause";
+}
+
+using LineLoopBetweenThreads = LineLoopTest;
+
+TEST_F(LineLoopBetweenThreads, EachOrderEndsAndEachReadingArrives)
+{
+    setTags({"5:0", "5:2000@2"});
+    Stop stop;
+    link.endBy(&stop);
+    const auto breathe = [] { std::this_thread::sleep_for(milliseconds(1)); }; // lest virtual time runs away
+    std::thread line([&] { LineLoop(settings, link, clock, {mailbox, orders, breathe, {}, false}).run(); });
+    std::size_t readings = 0;
+    const quint64 many = 50;
+    for (quint64 number = 1; number <= many; ++number) {
+        orders.put({number, {0}, {{settings.tags[0].tag, {quint32(number)}}}});
+        while (ends.size() < number) {
+            pollfd wanted[] = {{orders.endsDescriptor(), POLLIN, 0}, {mailbox.descriptor(), POLLIN, 0}};
+            ::poll(wanted, 2, -1);
+            for (const Snapshot &snapshot : mailbox.takeSnapshots())
+                readings += snapshot.size();
+            mailbox.takeEvents();
+            EXPECT_LE(mailbox.state().stations.size(), 2u);
+            for (OrderEnd &end : orders.takeEnds())
+                ends.push_back(std::move(end));
+        }
+        EXPECT_EQ(results(number - 1), Results{WriteResult::Verified});
+    }
+    stop.request();
+    line.join();
+    EXPECT_GE(readings, many);
+    EXPECT_EQ(held(0), Values{quint32(many)});
 }
 
 TEST_F(LineLoopTest, OrdersDoNotWaitForTheNextRound)

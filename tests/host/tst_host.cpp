@@ -538,6 +538,46 @@ TEST_F(StationsTest, ADeadOneRestsSoThatTheOthersKeepTheirRate)
     EXPECT_GE(counts[3], 13 * healthy[1] * 9 / 10);
 }
 
+/// Again and again another list for a moment, and then the old one.
+TEST_F(StationsTest, ADeadOneRestsHoweverOftenTheListChanges)
+{
+    start({"5:0x2@1", "5:0x2@2", "5:0x2@3"}).poll(variables);
+    silence({2});
+    requestsIn(20s);
+    std::map<int, int> counts;
+    for (int i = 0; i < 130; ++i) {
+        host->poll({});
+        host->poll({variables[0]});
+        requestsIn(20ms);
+        host->poll(variables);
+        for (const auto &[station, count] : requestsIn(980ms))
+            counts[station] += count;
+    }
+    EXPECT_LE(counts[2], 12) << "single probes of a second, with eleven between them";
+    EXPECT_GE(counts[2], 9);
+    EXPECT_GE(counts[3], 130 * 50);
+}
+
+/// It is found although no round comes to its end.
+TEST_F(StationsTest, ADeadOneThatComesBackIsFoundHoweverOftenTheListChanges)
+{
+    start({"5:100x2@1", "5:0x2@2", "5:100x2@2", "5:200x2@2"}).poll(variables);
+    silence({2});
+    requestsIn(40s);
+    EXPECT_TRUE(host->rests(2));
+    link.onSend = [this](const QByteArray &request) { // station 2 has lost its first addresses
+        if (request.at(0) == 1 || request.at(5) != 0)
+            link.answer(request, 60ms);
+    };
+    for (int i = 0; i < 600 && host->rests(2); ++i) {
+        requestsIn(100ms);
+        host->poll({variables[0]});
+        requestsIn(1ms);
+        host->poll(variables);
+    }
+    EXPECT_FALSE(host->rests(2));
+}
+
 TEST_F(StationsTest, ADeadOneThatComesBackIsAskedAgain)
 {
     start({"5:0x2@1", "5:0x2@2"}).poll(variables);

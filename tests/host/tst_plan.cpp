@@ -85,19 +85,22 @@ TEST(Wishes, Station0CannotBeRead)
     EXPECT_EQ(wishesOf({}), "");
 }
 
-TEST(Wishes, StationsFollowEachOtherFromTheGivenOneOn)
+TEST(Wishes, GoRoundFromWhatWasAskedForLongestAgo)
 {
-    const std::vector<Variable> variables = parse({"5:0x2@1", "5:0x2@4", "5:0x2@7"});
-    const auto stations = [&variables](int first) {
+    const std::vector<Variable> variables = parse({"5:0x2@1", "5:200x2@1", "5:0x2@4", "5:0x2@7"});
+    const auto blocks = [&variables](const std::vector<Time> &asked) {
+        const auto askedAt = [&asked](const Span &block) {
+            return asked[block.first ? 1 : block.station == 1 ? 0 : block.station == 4 ? 2 : 3];
+        };
         std::string all;
-        for (const HOST_VAR &wish : cyclicWishes(variables, storageFor(variables), first))
-            all += wish.length ? std::to_string(wish.station) : "";
+        for (const HOST_VAR &wish : cyclicWishes(variables, storageFor(variables), askedAt))
+            all += wish.length ? " " + std::to_string(wish.station) + ":" + wish.address.toStdString() : "";
         return all;
     };
-    EXPECT_EQ(stations(0), "147");
-    EXPECT_EQ(stations(2), "471");
-    EXPECT_EQ(stations(7), "714");
-    EXPECT_EQ(stations(8), "147");
+    EXPECT_EQ(blocks({0s, 0s, 0s, 0s}), " 1:0 1:200 4:0 7:0");
+    EXPECT_EQ(blocks({2s, 1s, 1s, 1s}), " 1:200 4:0 7:0 1:0");
+    EXPECT_EQ(blocks({4s, 4s, 3s, 5s}), " 4:0 7:0 1:0 1:200");
+    EXPECT_EQ(blocks({4s, 4s, 4s, 3s}), " 7:0 1:0 1:200 4:0");
 }
 
 TEST(StorageChoice, FollowsStationsCapacitiesAndKinds)

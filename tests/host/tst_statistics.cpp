@@ -168,6 +168,27 @@ TEST(StationHealth, AllAreTriedOnceTheLineIsBack)
     EXPECT_EQ(active(health, 1s), (Stations{2, 3}));
 }
 
+TEST(StationHealth, WhatIsKnownOfAStationStaysWhileOthersAreWatched)
+{
+    StationHealth health(1, 10s, 40s);
+    health.watch({1, 2});
+    health.gaveUp(2, 0s, 100ms);
+    EXPECT_TRUE(health.hasJustFailed(2));
+    health.watch({});
+    health.watch({1});
+    EXPECT_FALSE(health.isTroubled());
+    EXPECT_EQ(active(health, 20s), Stations{1});
+    health.watch({1, 2, 3});
+    EXPECT_TRUE(health.isTroubled());
+    EXPECT_FALSE(health.hasJustFailed(2));
+    EXPECT_EQ(active(health, 9s), (Stations{1, 3}));
+    EXPECT_EQ(active(health, 10s), (Stations{1, 2, 3}));
+    health.gaveUp(2, 10s, 100ms);
+    EXPECT_EQ(active(health, 29s), (Stations{1, 3})) << "twice as long";
+    health.watch({2});
+    EXPECT_EQ(active(health, 11s), Stations{2}) << "alone it is asked";
+}
+
 TEST(StationHealth, StrangersDoNotCount)
 {
     StationHealth health(1, 10s, 10s);

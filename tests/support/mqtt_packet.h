@@ -4,6 +4,8 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 struct MqttPacket {
     enum PacketType { Connect = 1, Publish = 3, PubAck = 4, Subscribe = 8, PingReq = 12, Disconnect = 14 };
@@ -18,6 +20,14 @@ struct MqttPacket {
 inline int numberAt(const std::string &body, std::size_t place)
 {
     return static_cast<unsigned char>(body.at(place)) << 8 | static_cast<unsigned char>(body.at(place + 1));
+}
+
+/// The text at the place, which goes behind it.
+inline std::string textAt(const std::string &body, std::size_t &place)
+{
+    const std::string text = body.substr(place + 2, std::size_t(numberAt(body, place)));
+    place += 2 + text.size();
+    return text;
 }
 
 /// Takes the first one from the bytes if all of it is there.
@@ -56,5 +66,41 @@ struct MqttPublish {
     int number = 0; ///< 0: QoS 0
     std::string payload;
 };
+
+/// A packet of type Connect.
+struct MqttConnect {
+    explicit MqttConnect(const MqttPacket &packet)
+    {
+        std::size_t place = 0;
+        protocol = textAt(packet.body, place);
+        level = packet.body.at(place);
+        const int flags = packet.body.at(place + 1);
+        isClean = flags & 2;
+        hasWill = flags & 4;
+        willQos = flags >> 3 & 3;
+        isWillRetained = flags & 32;
+        place += 4; // level, flags and the time to keep alive
+        client = textAt(packet.body, place);
+        if (!hasWill)
+            return;
+        willTopic = textAt(packet.body, place);
+        willPayload = textAt(packet.body, place);
+    }
+
+    std::string protocol, client, willTopic, willPayload;
+    int level = 0, willQos = 0;
+    bool isClean = false, hasWill = false, isWillRetained = false;
+};
+
+/// The topics of a packet of type Subscribe, and the QoS that is asked for.
+inline std::vector<std::pair<std::string, int>> subscriptionsIn(const MqttPacket &packet)
+{
+    std::vector<std::pair<std::string, int>> topics;
+    for (std::size_t place = 2; place < packet.body.size(); ++place) {
+        const std::string topic = textAt(packet.body, place);
+        topics.emplace_back(topic, packet.body.at(place));
+    }
+    return topics;
+}
 
 #endif

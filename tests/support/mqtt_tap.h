@@ -1,4 +1,5 @@
-// Between a client and its broker: hands everything on, and writes down what the broker acknowledged to the client.
+// Between a client and its broker: hands everything on, and writes down what the broker acknowledged to the client,
+// and if that is wanted, every packet that the client sent.
 #ifndef TARN_TESTS_MQTT_TAP_H
 #define TARN_TESTS_MQTT_TAP_H
 
@@ -23,8 +24,9 @@ public:
         std::string topic, payload;
     };
 
-    explicit MqttTap(int theBrokerPort)
-        : brokerPort(theBrokerPort), listener(listenOnLoopback(0, 16)), thread([this] { run(); })
+    explicit MqttTap(int theBrokerPort, bool keepsPackets = false)
+        : brokerPort(theBrokerPort), isKeeping(keepsPackets), listener(listenOnLoopback(0, 16)),
+          thread([this] { run(); })
     {
     }
     MqttTap(const MqttTap &) = delete;
@@ -44,6 +46,16 @@ public:
         const std::lock_guard<std::mutex> lock(mutex);
         return std::exchange(acknowledged, {});
     }
+
+    /// What the client sent until now, on all connections.
+    std::vector<MqttPacket> sent() const
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return packets;
+    }
+
+    /// Ends the connection at both ends without a word.
+    void cut() { isCut = true; }
 
 private:
     void run()
@@ -78,7 +90,7 @@ private:
     {
         underWay.clear();
         std::string fromClient, fromBroker;
-        while (!isOver) {
+        while (!isOver && !isCut.exchange(false)) {
             pollfd wanted[] = {{client, POLLIN, 0}, {broker, POLLIN, 0}};
             ::poll(wanted, 2, 10);
             if (wanted[1].revents && !handOn(broker, client, fromBroker))
@@ -86,7 +98,7 @@ private:
             takeAll(fromBroker, [this](const MqttPacket &packet) { noteAcknowledgement(packet); });
             if (wanted[0].revents && !handOn(client, broker, fromClient))
                 return;
-            takeAll(fromClient, [this](const MqttPacket &packet) { notePublish(packet); });
+            takeAll(fromClient, [this](const MqttPacket &packet) { noteSent(packet); });
         }
     }
 
@@ -113,8 +125,12 @@ private:
             note(*packet);
     }
 
-    void notePublish(const MqttPacket &packet)
+    void noteSent(const MqttPacket &packet)
     {
+        if (isKeeping) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            packets.push_back(packet);
+        }
         if (packet.type() != MqttPacket::Publish)
             return;
         const MqttPublish publish(packet);
@@ -130,11 +146,13 @@ private:
     }
 
     const int brokerPort;
+    const bool isKeeping;
     const int listener;
     std::map<int, Message> underWay; ///< by their numbers
-    std::mutex mutex;
+    mutable std::mutex mutex;
     std::vector<Message> acknowledged;
-    std::atomic<bool> isOver{false};
+    std::vector<MqttPacket> packets;
+    std::atomic<bool> isOver{false}, isCut{false};
     std::thread thread;
 };
 

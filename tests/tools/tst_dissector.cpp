@@ -10,6 +10,7 @@
 #include "tools/wireshark.h"
 
 #include <fstream>
+#include <future>
 #include <mutex>
 #include <QtCore/QTemporaryDir>
 #include <set>
@@ -138,6 +139,22 @@ TEST_F(DissectorTest, ShowsTheWorkedRemoteFrames)
     EXPECT_EQ(valueOf(packets[2], "fgs.value.word"), "4660 22136");
     EXPECT_EQ(valueOf(packets[2], "fgs.request_in"), "2");
     EXPECT_EQ(valueOf(packets[3], "fgs.remote.data"), "34127856");
+}
+
+// What a flipped bit makes of a reply may have the shape of a request: the command, or the area of an entry.
+TEST_F(DissectorTest, TakesNoDamagedReplyForARequest)
+{
+    const auto packets = shown({"> 01FE01 08026400 AABE", "< 01FE01 0802 12345678 9AD4", "> 01FE01 08026400 AABE",
+                                "< 01FF01 0802 12345678 9AD4", "< 01FE01 0803 12345678 9AD4",
+                                "< 01FE01 0902 12345678 9AD4", "< 01FE02 0802 12345678 9AD4"},
+                               {"fgs.kind", "fgs.bad_crc", "fgs.short", "fgs.is_noise"});
+    ASSERT_EQ(packets.size(), 7U);
+    for (std::size_t i = 3; i < packets.size(); ++i) {
+        EXPECT_EQ(valueOf(packets[i], "fgs.kind").find("request"), std::string::npos) << i;
+        EXPECT_GT(
+            packets[i].count("fgs.bad_crc") + packets[i].count("fgs.short") + packets[i].count("fgs.is_noise"), 0U)
+            << i;
+    }
 }
 
 TEST_F(DissectorTest, MarksWhatIsWrong)
@@ -276,6 +293,20 @@ std::string stream(const std::vector<formats::TracedFrame> &frames, Direction di
 
 } // namespace
 
+namespace
+{
+
+/// To the end of the program, while it runs: they may be more than a pipe holds.
+QString messagesOf(Program &program)
+{
+    QString all;
+    for (QString line = program.message(); !line.isEmpty(); line = program.message())
+        all += line + QLatin1Char('\n');
+    return all;
+}
+
+} // namespace
+
 // The two traces are of one line: they agree in what was asked and answered, and with the simulator's log.
 TEST_F(DissectorTest, ShowsWhatTheSimulatorLogged)
 {
@@ -285,6 +316,7 @@ TEST_F(DissectorTest, ShowsWhatTheSimulatorLogged)
         QStringLiteral("fgs-sim"),
         wordsOf(QStringLiteral("--frames --seed 5 --stations 1,2 --faults 12 --late-by 300 --trace L"), simTrace));
     const QString link = simulator.line();
+    std::future<QString> messages = std::async(std::launch::async, [&simulator] { return messagesOf(simulator); });
     const QStringList arguments = wordsOf(
         QStringLiteral("poll L 5:100x4 10:5 0:17x3@2 --timeout 150 --late 500 --count 30 --quiet --trace"), link);
     const Result result = runFgs(arguments + QStringList{fgsTrace});
@@ -296,14 +328,14 @@ TEST_F(DissectorTest, ShowsWhatTheSimulatorLogged)
             .code,
         0);
     simulator.interrupt();
-    const Result simulated = simulator.wait();
-
-    const std::vector<Logged> log = loggedFrames(simulated.messages);
+    const std::vector<Logged> log = loggedFrames(messages.get());
+    simulator.wait();
     const std::vector<formats::TracedFrame> ofSim = framesOf(path("sim")), ofFgs = framesOf(path("fgs"));
     const std::vector<Fields> packets = dissected(path("sim"), LogFields);
     ASSERT_EQ(packets.size(), ofSim.size());
     std::vector<bool> taken(ofSim.size());
     std::set<std::string> faults;
+    bool isCutOff = false; // the simulator has ended before a late reply was due, and what waits behind it
     for (const Logged &line : log) {
         const bool isRequest = line.mark == "<-", isFault = line.mark.size() > 2;
         std::size_t at = 0; // a late reply is logged before it is sent
@@ -311,6 +343,11 @@ TEST_F(DissectorTest, ShowsWhatTheSimulatorLogged)
                !(hexOf(ofSim[at].bytes) == line.bytes && !ofSim[at].comment.empty() == !isRequest &&
                  (!isFault || ofSim[at].comment == line.mark) && !taken[at]))
             ++at;
+        isCutOff = isCutOff || (at == ofSim.size() && line.mark == "fault late");
+        if (isCutOff && !isRequest && !line.bytes.empty()) {
+            EXPECT_EQ(at, ofSim.size()) << "before the late reply ahead of it";
+            continue;
+        }
         ASSERT_LT(at, ofSim.size()) << line.mark << " " << line.bytes << " is not in the trace";
         const formats::TracedFrame &frame = ofSim[at];
         taken[at] = true;
@@ -322,9 +359,10 @@ TEST_F(DissectorTest, ShowsWhatTheSimulatorLogged)
         if (isFault)
             faults.insert(line.mark);
         if (line.mark == "fault crc" && line.bytes.size() > 10) {
-            EXPECT_EQ(packets[at].count("fgs.bad_crc") + packets[at].count("fgs.short") +
+            // Which bit of which reply is wrong depends on how many there were before.
+            EXPECT_GT(packets[at].count("fgs.bad_crc") + packets[at].count("fgs.short") +
                           packets[at].count("fgs.noise"),
-                      1U)
+                      0U)
                 << line.bytes;
         }
         if (line.mark == "fault long" || line.mark == "fault noise") {

@@ -1,9 +1,8 @@
 // fgs plan: what it says is what fgs poll does, byte for byte, and takes the time that a paced line takes.
 #include "programs.h"
-#include "sim/conversation.h"
+#include "support/paced_line.h"
 #include "support/temporary_folder.h"
 #include "support/texts.h"
-#include "support/virtual_link.h"
 #include "watch/oddities.h"
 #include "watch/tag.h"
 
@@ -129,53 +128,6 @@ TEST_P(Plans, AreWhatPollSends)
     for (std::size_t i = 0; i < sent.size(); ++i)
         ASSERT_EQ(sent[i], planned[i % planned.size()]) << "request " << i;
 }
-
-fgssim::Simulation simulation(bool isRemote)
-{
-    using namespace fgssim;
-    Motion motion({1, 2}, {}, Values::Moving, 1);
-    return {Controller({1, 2}, Memory(std::move(motion)), isRemote ? RemoteFraming : ControllerFraming),
-            FaultChooser({}, 1),
-            fgssim::Log(fgssim::Log::Level::Quiet, {}),
-            {}};
-}
-
-/// The simulated controller on a line in virtual time that keeps its pace; requests come to it with their last
-/// byte.
-class PacedLine : public VirtualLink
-{
-public:
-    PacedLine(Time byteTime, Time answer, bool isRemote)
-        : shared(simulation(isRemote)), controller(shared, timesOf(byteTime, answer))
-    {
-        perByte = byteTime;
-        onSend = [this](const QByteArray &request) { exchange(request); };
-    }
-
-    std::vector<std::pair<QByteArray, Time>> requests;
-
-private:
-    static fgssim::LineTimes timesOf(Time byteTime, Time answer)
-    {
-        fgssim::LineTimes times;
-        times.byteTime = byteTime;
-        times.delay = answer;
-        return times;
-    }
-    void exchange(const QByteArray &request)
-    {
-        requests.emplace_back(request, clock);
-        controller.receive(
-            {reinterpret_cast<const fgssim::Byte *>(request.constData()), std::size_t(request.size())}, clock);
-        while (const auto event = controller.nextEvent()) {
-            const fgssim::Bytes due = controller.takeDue(*event);
-            arrive(*event - clock, QByteArray(reinterpret_cast<const char *>(due.data()), int(due.size())));
-        }
-    }
-
-    fgssim::Simulation shared;
-    fgssim::Conversation controller;
-};
 
 /// Of the requests of a plan, on a line on which they are really exchanged.
 Time measuredCycle(const LinePlan &plan, const List &list, const LineSpeed &speed, const LinePauses &pauses)
