@@ -86,9 +86,11 @@ bool Sender::sendNext(const LineState &line, const Moment &moment)
 bool Sender::publish(const Message &message, const Flight &flight)
 {
     const int number = parts.client.publish(message);
-    if (number)
-        flights[number] = flight;
-    return number != 0;
+    if (number == 0)
+        return false;
+    ++sentCount;
+    flights[number] = flight;
+    return true;
 }
 
 bool Sender::sendUrgent()

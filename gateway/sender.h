@@ -52,6 +52,7 @@ public:
     bool isTold() const { return isGreeted && !birthsWanted; }
     /// Until send() is due without news; max(): it is not.
     milliseconds patience(milliseconds steady) const;
+    quint64 sentMessages() const { return sentCount; }
     quint64 acknowledgedMessages() const { return acknowledgedCount; }
 
 private:
@@ -104,7 +105,7 @@ private:
     milliseconds allowedUntil{0};
 
     std::map<int, Flight> flights; ///< by message
-    quint64 acknowledgedCount = 0;
+    quint64 sentCount = 0, acknowledgedCount = 0;
 };
 
 } // namespace fgs
