@@ -319,7 +319,7 @@ int main(int count, char **words)
         return 2;
     }
     mosquitto_lib_init();
-    Reader(std::atoi(words[1])).run();
+    Reader(int(std::strtol(words[1], nullptr, 10))).run();
     mosquitto_lib_cleanup();
     return 0;
 }

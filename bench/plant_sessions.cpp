@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
@@ -136,8 +137,8 @@ private:
     /// For a command, or the next message. 0: it is due.
     int wait(pollfd &input) const
     {
-        const auto left = std::max(due() - Clock::now(), Clock::duration(0));
-        const timespec time = {0, left.count()}; // two messages are never a second apart
+        const std::chrono::nanoseconds most(999999999), left = due() - Clock::now();
+        const timespec time = {0, long(std::clamp(left, std::chrono::nanoseconds(0), most).count())};
         return ::ppoll(&input, 1, isFeeding ? &time : nullptr, nullptr);
     }
     Clock::time_point due() const { return begin + distance * fed; }
@@ -179,7 +180,7 @@ int main(int count, char **words)
 {
     std::signal(SIGPIPE, SIG_IGN);
     try {
-        const int messages = count > 2 ? std::atoi(words[1]) : 0;
+        const int messages = count > 2 ? int(std::strtol(words[1], nullptr, 10)) : 0;
         if (messages <= 0)
             throw TextError(QStringLiteral("usage: plant_sessions MESSAGES FILE.toml..."));
         Feeder(messages, {words + 2, words + count}).run();

@@ -426,6 +426,11 @@ void Network::apply(const GatewaySettings &settings)
     parts->apply(settings);
 }
 
+bool Network::isBrokerUp() const
+{
+    return parts->client->isConnected();
+}
+
 GatewayFigures Network::figures() const
 {
     return parts->figures();

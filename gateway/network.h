@@ -43,6 +43,8 @@ public:
     /// and order desk is taken with the old tags.
     void apply(const GatewaySettings &settings);
 
+    bool isBrokerUp() const;
+    /// Looks at every tag and into the spool: not for every step.
     GatewayFigures figures() const;
     int httpPort() const; ///< 0: no HTTP
 

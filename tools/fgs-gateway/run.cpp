@@ -53,11 +53,10 @@ std::unique_ptr<LineTrace> openTrace(const Options &options, const GatewaySettin
     return std::make_unique<LineTrace>(options.trace, "fgs-gateway " FGS_VERSION, interfaceOf(settings.link));
 }
 
-std::string statusOf(const GatewayFigures &figures)
+std::string statusOf(const LineState &line, bool isBrokerUp)
 {
-    const std::string why = figures.line.error.empty() ? "" : " (" + figures.line.error + ")";
-    return (figures.line.isUp ? "line up" : "line down" + why) +
-           (figures.isBrokerUp ? ", broker up" : ", broker down");
+    const std::string why = line.error.empty() ? "" : " (" + line.error + ")";
+    return (line.isUp ? "line up" : "line down" + why) + (isBrokerUp ? ", broker up" : ", broker down");
 }
 
 /// A gateway from its start to its end, on the main thread.
@@ -170,7 +169,7 @@ void Gateway::apply(const Settings &next)
 
 void Gateway::tellStatus()
 {
-    const std::string now = statusOf(network.figures());
+    const std::string now = statusOf(mailbox.state(), network.isBrokerUp());
     if (now != status)
         service.status(now);
     status = now;
