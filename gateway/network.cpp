@@ -184,8 +184,10 @@ void Network::Parts::work()
 
 void Network::Parts::takeLine()
 {
-    for (const Snapshot &snapshot : wiring.mailbox.takeSnapshots())
+    for (const Snapshot &snapshot : wiring.mailbox.takeSnapshots()) {
         reporter->take(snapshot, steadyNow());
+        sender->keepDue(steadyNow());
+    }
     for (const Mailbox::Event &event : wiring.mailbox.takeEvents())
         log.say(textOf(event.event));
 }

@@ -42,6 +42,8 @@ public:
     /// All is to be told anew.
     void wantBirths() { birthsWanted = true; }
 
+    /// With a spool, what is due goes there. Called for each reading, so that none is replaced by the next.
+    void keepDue(milliseconds steady);
     /// Sends what there is and what has room.
     void send(const LineState &line, const Moment &moment);
     /// All that is due goes to the spool, and nothing but the last words is sent any more.
