@@ -36,7 +36,7 @@ class Part:
         with open(self.log, "a") as log:
             self.process = subprocess.Popen([str(word) for word in command], stdin=subprocess.PIPE,
                                             stdout=subprocess.PIPE, stderr=log, text=True,
-                                            start_new_session=True)  # Ctrl-C is for ./bench/plant alone
+                                            process_group=0)  # Ctrl-C is for ./bench/plant alone
 
     def line(self):
         text = self.process.stdout.readline()
