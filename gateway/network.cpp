@@ -175,7 +175,7 @@ void Network::Parts::work()
     takeNews();
     subscribeAgain();
     stepCommands();
-    sender->send(wiring.mailbox.state(), thisMoment());
+    sender->send(*wiring.mailbox.sharedState(), thisMoment());
     commit();
     if (http)
         http->step();
