@@ -40,7 +40,11 @@ public:
     void add(const std::string &key, const Json &value) { addText(key, textOf(value)); }
     void addText(const std::string &key, const std::string &json)
     {
-        members += (members.empty() ? "" : ",") + keyText(key) + ":" + json;
+        if (!members.empty())
+            members += ',';
+        members += keyText(key);
+        members += ':';
+        members += json;
     }
     void addMembers(const std::string &object) { members += "," + object.substr(1, object.size() - 2); }
     std::string text() const { return "{" + members + "}"; }
