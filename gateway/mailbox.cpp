@@ -54,7 +54,7 @@ void Mailbox::post(Snapshot snapshot)
 void Mailbox::post(const LineState &state)
 {
     const std::lock_guard lock(mutex);
-    newest = state;
+    newest = std::make_shared<const LineState>(state);
     bell.ring();
 }
 
@@ -78,6 +78,11 @@ std::vector<Snapshot> Mailbox::takeSnapshots()
 }
 
 LineState Mailbox::state() const
+{
+    return *sharedState();
+}
+
+std::shared_ptr<const LineState> Mailbox::sharedState() const
 {
     const std::lock_guard lock(mutex);
     return newest;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <memory>
 #include <mutex>
 
 namespace fgs
@@ -46,6 +47,7 @@ public:
     // The network's thread.
     std::vector<Snapshot> takeSnapshots(); ///< oldest first
     LineState state() const;               ///< to be asked for after what is taken: it does not silence the bell
+    std::shared_ptr<const LineState> sharedState() const; ///< the same, not copied
     struct Event {
         LineEvent event;
         Epoch when;
@@ -69,7 +71,7 @@ private:
     std::deque<Snapshot> snapshots;
     std::vector<std::uint32_t> waiting; ///< samples in them, by tag
     std::deque<Event> events;
-    LineState newest;
+    std::shared_ptr<const LineState> newest = std::make_shared<LineState>();
     quint64 droppedValues = 0;
 };
 

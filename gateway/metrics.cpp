@@ -56,6 +56,8 @@ const Single singles[] = {
      [](const GatewayFigures &f) { return f.oldestValueAge; }},
     {"fgs_broker_up", MetricType::Gauge, "Whether the broker is connected.",
      [](const GatewayFigures &f) { return double(f.isBrokerUp); }},
+    {"fgs_publish_sent_total", MetricType::Counter, "Messages sent to the broker, repetitions included.",
+     [](const GatewayFigures &f) { return double(f.sent); }},
     {"fgs_publish_acknowledged_total", MetricType::Counter, "Messages that the broker has acknowledged.",
      [](const GatewayFigures &f) { return double(f.acknowledged); }},
     {"fgs_publish_dropped_total", MetricType::Counter, "Values and messages that will never be sent.",

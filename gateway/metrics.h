@@ -14,7 +14,8 @@ namespace fgs
 struct GatewayFigures {
     LineState line;
     bool isBrokerUp = false;
-    quint64 acknowledged = 0; ///< messages
+    quint64 sent = 0;         ///< messages, again after a lost connection
+    quint64 acknowledged = 0; ///< of them
     quint64 dropped = 0;      ///< values and messages that will never be sent
     std::int64_t spoolBytes = 0;
     double spoolOldestAge = 0; ///< seconds

@@ -102,7 +102,7 @@ struct Network::Parts {
     bool isSubscribed = false;
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
-    quint64 acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
+    quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
     quint64 overrunTold = 0;
 };
 
@@ -133,8 +133,10 @@ void Network::Parts::makeSpool()
 
 void Network::Parts::makeSender()
 {
-    if (sender)
+    if (sender) {
+        sentBefore += sender->sentMessages();
         acknowledgedBefore += sender->acknowledgedMessages();
+    }
     const int perSecond = settings->spool ? settings->spool->historyPerSecond : 0;
     sender = std::make_unique<Sender>(Sender::Parts{*client, *layout, *reporter, *desk, spool.get(), perSecond});
 }
@@ -177,7 +179,7 @@ void Network::Parts::work()
     takeNews();
     subscribeAgain();
     stepCommands();
-    sender->send(wiring.mailbox.state(), thisMoment());
+    sender->send(*wiring.mailbox.sharedState(), thisMoment());
     commit();
     if (http)
         http->step();
@@ -186,8 +188,10 @@ void Network::Parts::work()
 
 void Network::Parts::takeLine()
 {
-    for (const Snapshot &snapshot : wiring.mailbox.takeSnapshots())
+    for (const Snapshot &snapshot : wiring.mailbox.takeSnapshots()) {
         reporter->take(snapshot, steadyNow());
+        sender->keepDue(steadyNow());
+    }
     for (const Mailbox::Event &event : wiring.mailbox.takeEvents())
         log.say(textOf(event.event).toStdString());
 }
@@ -388,6 +392,7 @@ GatewayFigures Network::Parts::figures() const
     const Epoch now = epochNow();
     made.line = wiring.mailbox.state();
     made.isBrokerUp = client->isConnected();
+    made.sent = sentBefore + sender->sentMessages();
     made.acknowledged = acknowledgedBefore + sender->acknowledgedMessages();
     made.dropped = droppedBefore + wiring.mailbox.dropped() + reporter->replaced() + desk->answersDropped();
     made.tags = reporter->newest().size();

@@ -44,8 +44,9 @@ public:
     void apply(const GatewaySettings &settings);
 
     bool isBrokerUp() const;
-    GatewayFigures figures() const; ///< goes through all tags
-    int httpPort() const;           ///< 0: no HTTP
+    /// Looks at every tag and into the spool: not for every step.
+    GatewayFigures figures() const;
+    int httpPort() const; ///< 0: no HTTP
 
 private:
     struct Parts;

@@ -14,10 +14,23 @@ namespace
 
 const char *const NotFinite = "notFinite"; ///< the reason why a number is null
 
-/// What is no UTF-8 is replaced.
+/// What is no UTF-8 is replaced. Most values are whole numbers, for which the serializer is slow.
 std::string textOf(const Json &json)
 {
+    if (json.is_number_unsigned())
+        return std::to_string(json.get<std::uint64_t>());
+    if (json.is_number_integer())
+        return std::to_string(json.get<std::int64_t>());
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+/// Most keys are names, which need no escapes.
+std::string keyText(const std::string &key)
+{
+    const bool isPlain = std::all_of(key.begin(), key.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
+    });
+    return isPlain ? '"' + key + '"' : textOf(Json(key));
 }
 
 /// A JSON object that only grows: a group may have thousands of tags.
@@ -27,7 +40,11 @@ public:
     void add(const std::string &key, const Json &value) { addText(key, textOf(value)); }
     void addText(const std::string &key, const std::string &json)
     {
-        members += (members.empty() ? "" : ",") + textOf(Json(key)) + ":" + json;
+        if (!members.empty())
+            members += ',';
+        members += keyText(key);
+        members += ':';
+        members += json;
     }
     void addMembers(const std::string &object) { members += "," + object.substr(1, object.size() - 2); }
     std::string text() const { return "{" + members + "}"; }

@@ -62,8 +62,7 @@ void Sender::acknowledged(int message)
 
 void Sender::send(const LineState &line, const Moment &moment)
 {
-    if (parts.spool)
-        takeDue(moment.steady);
+    keepDue(moment.steady);
     allowHistory(moment.steady);
     while (isGreeted && !parts.layout.awaitsHost() && parts.client.isConnected() && parts.client.hasRoom())
         if (!sendNext(line, moment))
@@ -86,9 +85,11 @@ bool Sender::sendNext(const LineState &line, const Moment &moment)
 bool Sender::publish(const Message &message, const Flight &flight)
 {
     const int number = parts.client.publish(message);
-    if (number)
-        flights[number] = flight;
-    return number != 0;
+    if (number == 0)
+        return false;
+    ++sentCount;
+    flights[number] = flight;
+    return true;
 }
 
 bool Sender::sendUrgent()
@@ -216,6 +217,12 @@ milliseconds Sender::periodicDue() const
     return toldAll + (parts.reporter.known() > toldTags ? PeriodOfNews : Period);
 }
 
+void Sender::keepDue(milliseconds steady)
+{
+    if (parts.spool)
+        takeDue(steady);
+}
+
 void Sender::takeDue(milliseconds steady)
 {
     const std::vector<const Sample *> due = parts.reporter.takeDue(steady);
@@ -252,8 +259,7 @@ void Sender::letGo(const Live &oldest)
 
 void Sender::beginFarewell(const LineState &line, const Moment &moment)
 {
-    if (parts.spool)
-        takeDue(moment.steady);
+    keepDue(moment.steady);
     urgent.clear();
     if (isTold())
         for (Message &message : parts.layout.farewell(picture(line), moment.now))

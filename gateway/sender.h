@@ -42,6 +42,8 @@ public:
     /// All is to be told anew.
     void wantBirths() { birthsWanted = true; }
 
+    /// With a spool, what is due goes there. Called for each reading, so that none is replaced by the next.
+    void keepDue(milliseconds steady);
     /// Sends what there is and what has room.
     void send(const LineState &line, const Moment &moment);
     /// All that is due goes to the spool, and nothing but the last words is sent any more.
@@ -52,6 +54,7 @@ public:
     bool isTold() const { return isGreeted && !birthsWanted; }
     /// Until send() is due without news; max(): it is not.
     milliseconds patience(milliseconds steady) const;
+    quint64 sentMessages() const { return sentCount; }
     quint64 acknowledgedMessages() const { return acknowledgedCount; }
 
 private:
@@ -104,7 +107,7 @@ private:
     milliseconds allowedUntil{0};
 
     std::map<int, Flight> flights; ///< by message
-    quint64 acknowledgedCount = 0;
+    quint64 sentCount = 0, acknowledgedCount = 0;
 };
 
 } // namespace fgs

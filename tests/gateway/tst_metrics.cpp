@@ -35,6 +35,7 @@ GatewayFigures figuresByHand()
          {Time(50us), Time(1ms), Time(1ms + 1ns), Time(3ms), Time(90ms), Time(2500ms), Time(4s), Time(20s)})
         statistics.roundTrips.add(time);
     figures.isBrokerUp = true;
+    figures.sent = 5020;
     figures.acknowledged = 5000;
     figures.dropped = 17;
     figures.hasSpool = true;
@@ -85,6 +86,7 @@ TEST(Metrics, EachFigureStandsUnderItsName)
         {"fgs_tags_stale", 4},
         {"fgs_oldest_value_age_seconds", 2.25},
         {"fgs_broker_up", 1},
+        {"fgs_publish_sent_total", 5020},
         {"fgs_publish_acknowledged_total", 5000},
         {"fgs_publish_dropped_total", 17},
         {"fgs_spool_bytes", 123456},

@@ -139,6 +139,32 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     EXPECT_EQ(gateway.network.figures().dropped, 0u);
 }
 
+/// The network comes late to what the line has read: with a spool no reading replaces the one before.
+TEST(NetworkWithABadBroker, KeepsEachReadingHoweverLateItComes)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.spool.emplace();
+    settings.spool->file = folder.path / "press7.spool";
+    settings.spool->historyPerSecond = 10000;
+    Gateway gateway(settings);
+    const Epoch start = std::time(nullptr) * Epoch(1000);
+    std::set<Epoch> due;
+    for (int i = 0; i < 40; ++i) {
+        gateway.post(0, quint32(i), start + i);
+        due.insert(start + i);
+    }
+    gateway.step();
+    gateway.stepUntil([&] { return gateway.network.figures().spoolBytes == 0; });
+    std::set<Epoch> told;
+    for (const char *topic : {"plant/press7/oven", "plant/press7/oven/history"})
+        for (Epoch time : timesOf(broker, topic))
+            told.insert(time);
+    EXPECT_EQ(told, due);
+    EXPECT_EQ(gateway.network.figures().dropped, 0u);
+}
+
 /// While nobody took it: in its order, each once, with its own time and value.
 TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
 {

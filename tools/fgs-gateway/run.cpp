@@ -169,7 +169,7 @@ void Gateway::apply(const Settings &next)
 
 void Gateway::tellStatus()
 {
-    const std::string now = statusOf(mailbox.state(), network.isBrokerUp());
+    const std::string now = statusOf(*mailbox.sharedState(), network.isBrokerUp());
     if (now != status)
         service.status(now);
     status = now;
