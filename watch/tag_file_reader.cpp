@@ -112,7 +112,8 @@ Tag TagFileReader::tag(TomlTable &table, int station)
         checkName(*name, tagNames);
     std::optional<Tag> tag = variableOf(table, station);
     const QString itsUnit = unit(table);
-    takeScaling(table, tag ? &*tag : nullptr);
+    if (!takeScaling(table, tag ? &*tag : nullptr))
+        tag.reset();
     takeTag(table, tag ? &*tag : nullptr);
     table.refuseOthers();
     if (!tag)
@@ -163,21 +164,22 @@ QString TagFileReader::unit(TomlTable &table)
     return unit;
 }
 
-void TagFileReader::takeScaling(TomlTable &table, Tag *tag)
+/// False: the tag has a fault there, and what is in its units cannot be judged.
+bool TagFileReader::takeScaling(TomlTable &table, Tag *tag)
 {
     const auto scale = table.number("scale"), offset = table.number("offset");
     if (!tag || (!scale && !offset))
-        return;
+        return true;
     if (scale)
         tag->scaling.scale = scale->value;
     if (offset)
         tag->scaling.offset = offset->value;
     if (!tag->type) // what is scaled is a number, whatever the format of a run
         tag->type = plainTypeOf(tag->kind());
-    checkScaling((scale ? scale : offset)->place, *tag);
+    return isSound((scale ? scale : offset)->place, *tag);
 }
 
-void TagFileReader::checkScaling(TomlPlace place, const Tag &tag)
+bool TagFileReader::isSound(TomlPlace place, const Tag &tag)
 {
     const double size = std::abs(tag.scaling.scale);
     if (!isScalable(*tag.type))
@@ -187,6 +189,9 @@ void TagFileReader::checkScaling(TomlPlace place, const Tag &tag)
         fault(place, "the scale is 0, or not from 1e-9 to 1e9", "write what one step of the raw value means");
     else if (std::abs(tag.scaling.offset) > MostOffsetSteps * size)
         fault(place, "beside so great an offset the steps of the scale are lost", "choose a smaller offset");
+    else
+        return true;
+    return false;
 }
 
 void TagFileReader::fault(TomlPlace place, const std::string &what, const std::string &remedy)

@@ -48,8 +48,8 @@ private:
     std::optional<Tag> variableOf(formats::TomlTable &table, int station);
     void checkName(const Text &name, std::map<std::string, formats::TomlPlace> &taken);
     QString unit(formats::TomlTable &table);
-    void takeScaling(formats::TomlTable &table, Tag *tag);
-    void checkScaling(formats::TomlPlace place, const Tag &tag);
+    bool takeScaling(formats::TomlTable &table, Tag *tag);
+    bool isSound(formats::TomlPlace place, const Tag &tag);
 
     formats::TomlFile toml;
     const int defaultStation;

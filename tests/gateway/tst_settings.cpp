@@ -526,6 +526,16 @@ TEST(Faults, AreToldOfTags)
         EXPECT_EQ(tagFaults(each.section).substr(0, std::string(each.fault).size()), each.fault) << each.section;
 }
 
+/// What is in its units cannot be judged.
+TEST(Faults, OfAScaleHideTheOthersOfItsTag)
+{
+    for (const char *scale : {"0", "-0.0", "1e10"})
+        EXPECT_EQ(tagFaults("variable = \"5:1:s16\", scale = " + std::string(scale) +
+                            ", deadband = 1, write = { min = 0.5, max = 250, step = 0.3 }"),
+                  "f:5:53: the scale is 0, or not from 1e-9 to 1e9; write what one step of the raw value means")
+            << scale;
+}
+
 TEST(Faults, ThatAGroupBringsAreToldOnce)
 {
     EXPECT_EQ(faultsOf(std::string(Head) + Broker +
