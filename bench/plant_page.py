@@ -52,7 +52,7 @@ class Result:
         right = "" if not run.kills else "never" if self.right is None else f"{self.right / 1000:.1f} s"
         return [
             ("seconds, messages a second", f"{self.seconds:.0f}, {got['aged'] / self.seconds:,.0f}"),
-            ("values in a message", f"{run.load.values}"),
+            ("of each: messages a second, values in one", f"{run.load.messages}, {run.load.values}"),
             ("messages due", f"{self.due:,}"),
             ("replaced by newer ones before they were due", f"{told['replaced']:,}"),
             ("sent, with states", f"{told['sent']:,}"),

@@ -19,6 +19,7 @@ from pathlib import Path
 TICKS = os.sysconf("SC_CLK_TCK")
 LONGEST_END = 60  # seconds that a program may take for its farewell
 SESSIONS_A_PROCESS = 50  # the MQTT library waits by select(): descriptors below 1024, a dozen for each session
+POLITELY = ("nice", "-n", "19")  # as on other machines: hundreds of threads do not keep the broker from its work
 BROKER = """listener {port} 127.0.0.1
 allow_anonymous true
 max_inflight_messages 0
@@ -32,7 +33,8 @@ class Part:
     """A program of the plant."""
 
     def __init__(self, folder, *command):
-        self.log = folder / f"{Path(command[0]).name}.log"
+        self.name = Path(command[3 if command[:3] == POLITELY else 0]).name
+        self.log = folder / f"{self.name}.log"
         with open(self.log, "a") as log:
             self.process = subprocess.Popen([str(word) for word in command], stdin=subprocess.PIPE,
                                             stdout=subprocess.PIPE, stderr=log, text=True,
@@ -43,7 +45,7 @@ class Part:
         return text.strip() if text else self.fail()
 
     def fail(self):
-        raise SystemExit(f"error: {self.process.args[0]} has ended with {self.process.wait()}\n"
+        raise SystemExit(f"error: {self.name} has ended with {self.process.wait()}\n"
                          + "".join(self.log.read_text().splitlines(True)[-10:]))
 
     def end(self, how=signal.SIGTERM):
@@ -232,7 +234,7 @@ class Sessions(Panels):
         files = [load.settings(f"session-{number}", broker, site.folder, 'link = "tcp:127.0.0.1:1"\n')
                  for number in range(count)]
         for first in range(0, count, SESSIONS_A_PROCESS):
-            self.parts.append(site.start(site.programs / "plant_sessions", load.messages,
+            self.parts.append(site.start(*POLITELY, site.programs / "plant_sessions", load.messages,
                                          *files[first:first + SESSIONS_A_PROCESS], kind=Helper))
 
     def go(self):
