@@ -395,8 +395,8 @@ void MqttClient::walkOn()
 
 std::vector<MqttClient::News> MqttClient::takeNews()
 {
-    shared->bell.hush();
     const std::lock_guard<std::mutex> lock(shared->mutex);
+    shared->bell.hush();
     shared->waitingBytes = 0;
     shared->seen = shared->session;
     return std::exchange(shared->news, {});

@@ -509,7 +509,7 @@ TEST_F(LineLoopBetweenThreads, EachOrderEndsAndEachReadingArrives)
             for (OrderEnd &end : orders.takeEnds())
                 ends.push_back(std::move(end));
         }
-        EXPECT_EQ(results(number - 1), Results{WriteResult::Verified});
+        EXPECT_EQ(results(std::size_t(number - 1)), Results{WriteResult::Verified});
     }
     stop.request();
     line.join();
