@@ -99,6 +99,13 @@ std::string lossText(const ConnectionEnd &end, const BrokerSettings &settings, c
            "'";
 }
 
+/// The library has no words for a broker that does so while CONNECT is being written.
+std::string tlsError(const ConnectionEnd &end, const BrokerSettings &settings)
+{
+    const bool isBrokenOff = end.result == MOSQ_ERR_ERRNO && end.systemError == EPROTO;
+    return end.tlsError.empty() && settings.tls && isBrokenOff ? "the broker has broken it off" : end.tlsError;
+}
+
 std::string resultText(const ConnectionEnd &end, const BrokerSettings &settings, const std::string &broker)
 {
     switch (end.result) {
@@ -150,8 +157,9 @@ std::string textOf(const ConnectionEnd &end, const BrokerSettings &settings, con
     const std::string broker = nameOf(address);
     if (end.refusal)
         return refusalText(end.refusal, settings, broker);
-    if (!end.tlsError.empty())
-        return "no TLS with " + broker + ": " + end.tlsError + "; check ca, certificate and key";
+    const std::string why = tlsError(end, settings);
+    if (!why.empty())
+        return "no TLS with " + broker + ": " + why + "; check ca, certificate and key";
     return resultText(end, settings, broker);
 }
 
