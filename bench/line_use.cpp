@@ -7,7 +7,7 @@
 #include "host/host.h"
 #include "operations.h"
 #include "sim/conversation.h"
-#include "support/virtual_link.h"
+#include "support/paced_line.h"
 #include "variable_sets.h"
 
 #include <cstdio>
@@ -100,12 +100,7 @@ private:
         spent.lineSilence += std::min(least, silence);
         spent.moreSilence += std::max(Time(0), std::min(kept, silence) - least);
         spent.carrying += int(request.size()) * perByte;
-        controller.receive(
-            {reinterpret_cast<const fgssim::Byte *>(request.constData()), std::size_t(request.size())}, clock);
-        while (const auto event = controller.nextEvent()) {
-            const fgssim::Bytes due = controller.takeDue(*event);
-            arrive(*event - clock, QByteArray(reinterpret_cast<const char *>(due.data()), int(due.size())));
-        }
+        answerBy(controller, *this, request);
     }
 
     fgssim::Simulation shared;

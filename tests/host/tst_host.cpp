@@ -509,6 +509,15 @@ protected:
         };
     }
 
+    /// Those of station 2; all others are answered after that time.
+    void loseFirstAddresses(Time answer)
+    {
+        link.onSend = [this, answer](const QByteArray &request) {
+            if (request.at(0) == 1 || request.at(5) != 0)
+                link.answer(request, answer);
+        };
+    }
+
     /// Requests to each station in the time to come.
     std::map<int, int> requestsIn(Time span)
     {
@@ -565,10 +574,7 @@ TEST_F(StationsTest, ADeadOneThatComesBackIsFoundHoweverOftenTheListChanges)
     silence({2});
     requestsIn(40s);
     EXPECT_TRUE(host->rests(2));
-    link.onSend = [this](const QByteArray &request) { // station 2 has lost its first addresses
-        if (request.at(0) == 1 || request.at(5) != 0)
-            link.answer(request, 60ms);
-    };
+    loseFirstAddresses(60ms);
     for (int i = 0; i < 600 && host->rests(2); ++i) {
         requestsIn(100ms);
         host->poll({variables[0]});
@@ -610,10 +616,7 @@ TEST_F(StationsTest, OneSilentAddressDoesNotHideARestingOne)
     silence({2});
     requestsIn(40s);
     EXPECT_TRUE(host->rests(2));
-    link.onSend = [this](const QByteArray &request) { // station 2 has lost its first addresses
-        if (request.at(0) == 1 || request.at(5) != 0)
-            link.answer(request);
-    };
+    loseFirstAddresses(5ms);
     requestsIn(60s);
     EXPECT_FALSE(host->rests(2));
     EXPECT_TRUE(host->ageOf(variables[3]).isKnown());

@@ -17,6 +17,17 @@ inline fgssim::Simulation movingSimulation(bool isRemote)
             {}};
 }
 
+/// The request comes to the controller now; what it has to say arrives when it is due.
+inline void answerBy(fgssim::Conversation &controller, VirtualLink &link, const QByteArray &request)
+{
+    const auto *const bytes = reinterpret_cast<const fgssim::Byte *>(request.constData());
+    controller.receive({bytes, std::size_t(request.size())}, link.clock);
+    while (const auto event = controller.nextEvent()) {
+        const fgssim::Bytes due = controller.takeDue(*event);
+        link.arrive(*event - link.clock, QByteArray(reinterpret_cast<const char *>(due.data()), int(due.size())));
+    }
+}
+
 /// The simulated controller on a line in virtual time that keeps its pace; requests come to it with their last
 /// byte.
 class PacedLine : public VirtualLink
@@ -42,12 +53,7 @@ private:
     void exchange(const QByteArray &request)
     {
         requests.emplace_back(request, clock);
-        controller.receive(
-            {reinterpret_cast<const fgssim::Byte *>(request.constData()), std::size_t(request.size())}, clock);
-        while (const auto event = controller.nextEvent()) {
-            const fgssim::Bytes due = controller.takeDue(*event);
-            arrive(*event - clock, QByteArray(reinterpret_cast<const char *>(due.data()), int(due.size())));
-        }
+        answerBy(controller, *this, request);
     }
 
     fgssim::Simulation shared;
