@@ -22,21 +22,30 @@ const milliseconds HostGone{200};    ///< for the death before a host that is go
 
 using Clock = std::chrono::steady_clock;
 
-milliseconds steadyNow()
+Moment thisMoment()
 {
-    return std::chrono::duration_cast<milliseconds>(Clock::now().time_since_epoch());
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const auto steady = Clock::now().time_since_epoch();
+    return {std::chrono::duration_cast<milliseconds>(now).count(),
+            std::chrono::duration_cast<milliseconds>(steady)};
 }
 
-Epoch epochNow()
+/// Of a wait for the network.
+class Deadline
 {
-    const auto since = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<milliseconds>(since).count();
-}
+public:
+    explicit Deadline(milliseconds limit) : end(Clock::now() + limit) {}
 
-Sender::Moment thisMoment()
-{
-    return {epochNow(), steadyNow()};
-}
+    bool isOver() const { return Clock::now() >= end; }
+    /// 0: it is over.
+    milliseconds left() const
+    {
+        return std::max(std::chrono::duration_cast<milliseconds>(end - Clock::now()), milliseconds(0));
+    }
+
+private:
+    const Clock::time_point end;
+};
 
 std::string contentsOf(LayoutKind layout)
 {
@@ -60,6 +69,10 @@ struct Network::Parts {
     using Settings = std::shared_ptr<const GatewaySettings>;
 
     Parts(const GatewaySettings &theSettings, const Wiring &theWiring);
+
+    Moment thisMoment() const { return wiring.clock ? wiring.clock() : fgs::thisMoment(); }
+    milliseconds steadyNow() const { return thisMoment().steady; }
+    Epoch epochNow() const { return thisMoment().now; }
 
     void makeContent(std::unique_ptr<Layout> newLayout);
     void makeSpool();
@@ -317,19 +330,19 @@ void Network::Parts::commit()
 /// The last words, as far as there is room for them within the limit.
 void Network::Parts::sayGoodbye(milliseconds limit)
 {
-    const milliseconds end = steadyNow() + limit;
+    const Deadline deadline(limit);
     sender->beginFarewell(wiring.mailbox.state(), thisMoment());
-    while (!sender->sendFarewell() && steadyNow() < end) {
-        waitFor({client->descriptor()}, end - steadyNow());
+    while (!sender->sendFarewell() && !deadline.isOver()) {
+        waitFor({client->descriptor()}, deadline.left());
         takeNews();
     }
 }
 
 void Network::Parts::leave(milliseconds limit)
 {
-    const milliseconds end = steadyNow() + limit;
+    const Deadline deadline(limit);
     sayGoodbye(limit / 2);
-    client->stop(std::max(end - steadyNow(), milliseconds(0)));
+    client->stop(deadline.left());
     takeNews();
     isSubscribed = false;
     nextSubscription.reset();
@@ -410,7 +423,7 @@ GatewayFigures Network::Parts::figures() const
     made.dropped += spool->dropped();
     made.spoolBytes = spool->bytes();
     const Epoch oldest = spool->oldestTime();
-    made.spoolOldestAge = oldest ? double(now - oldest) / 1000 : 0;
+    made.spoolOldestAge = oldest ? std::max(double(now - oldest) / 1000, 0.0) : 0;
     return made;
 }
 
@@ -430,13 +443,13 @@ void Network::step(milliseconds wait, int wake)
 /// Answers first, as long as half of the time.
 void Network::end(milliseconds limit)
 {
-    const milliseconds end = steadyNow() + limit;
+    const Deadline deadline(limit), forAnswers(limit / 2);
     parts->work();
-    while (parts->client->isConnected() && !parts->desk->answers().empty() && steadyNow() < end - limit / 2) {
-        waitFor({parts->client->descriptor()}, end - limit / 2 - steadyNow());
+    while (parts->client->isConnected() && !parts->desk->answers().empty() && !forAnswers.isOver()) {
+        waitFor({parts->client->descriptor()}, forAnswers.left());
         parts->work();
     }
-    parts->leave(std::max(end - steadyNow(), milliseconds(0)));
+    parts->leave(deadline.left());
     parts->nextCommit = milliseconds(0);
     parts->commit();
 }

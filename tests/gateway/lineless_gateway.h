@@ -6,6 +6,8 @@
 #include "support/mqtt_user.h"
 #include "watch/value_type.h"
 
+#include <ctime>
+
 namespace lineless
 {
 
@@ -29,11 +31,28 @@ inline GatewaySettings gatewaySettings(const std::vector<int> &ports, int tags =
     return settings;
 }
 
+/// Clocks that go on when the test says so.
+struct TestClock {
+    Moment moment{std::time(nullptr) * Epoch(1000), std::chrono::hours(1)};
+
+    void pass(milliseconds time)
+    {
+        moment.now += time.count();
+        moment.steady += time;
+    }
+    /// Somebody sets the time of day.
+    void jump(milliseconds distance) { moment.now += distance.count(); }
+    std::function<Moment()> function() const
+    {
+        return [this] { return moment; };
+    }
+};
+
 /// A gateway without a line: the test posts.
 struct Gateway {
-    explicit Gateway(const GatewaySettings &settings)
-        : network(settings,
-                  {mailbox, orders, [this](const std::string &line) { log.push_back(line); }, false, ShortPauses})
+    explicit Gateway(const GatewaySettings &settings, const std::function<Moment()> &clock = {})
+        : network(settings, {mailbox, orders, [this](const std::string &line) { log.push_back(line); }, false,
+                             ShortPauses, clock})
     {
         LineState up;
         up.isUp = true;

@@ -14,6 +14,37 @@ using namespace lineless;
 namespace
 {
 
+const milliseconds Day = std::chrono::hours(24);
+
+Message message(const std::string &topic, const std::string &payload)
+{
+    Message made;
+    made.topic = topic;
+    made.payload = payload;
+    return made;
+}
+
+/// Of an order of one variable, which then holds what was ordered.
+OrderEnd verified(const Order &order)
+{
+    WriteReport report;
+    report.assignment = order.assignments[0];
+    report.result = WriteResult::Verified;
+    report.held.variable = report.assignment.tag.variable;
+    report.held.quality = Quality::Good;
+    report.held.values = report.assignment.values;
+    return {order.number, false, {report}, {}};
+}
+
+GatewaySettings spoolingSettings(const FakeBroker &broker, const TemporaryFolder &folder, int historyPerSecond)
+{
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.spool.emplace();
+    settings.spool->file = folder.path / "press7.spool";
+    settings.spool->historyPerSecond = historyPerSecond;
+    return settings;
+}
+
 class NetworkTest : public testing::Test
 {
 protected:
@@ -102,10 +133,7 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     std::mt19937 random(11);
     TemporaryFolder folder;
     FakeBroker broker;
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    settings.spool->historyPerSecond = 10000;
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
     settings.broker.mostInFlight = 1000; // what is not acknowledged never fills the window: something can break off
     Gateway gateway(settings);
     gateway.stepUntil([&] { return broker.sent().size() >= 2; });
@@ -145,10 +173,7 @@ TEST(NetworkWithABadBroker, KeepsEachReadingHoweverLateItComes)
 {
     const TemporaryFolder folder(memoryFolder());
     FakeBroker broker;
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    settings.spool->historyPerSecond = 10000;
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
     Gateway gateway(settings);
     const Epoch start = std::time(nullptr) * Epoch(1000);
     std::set<Epoch> due;
@@ -166,16 +191,38 @@ TEST(NetworkWithABadBroker, KeepsEachReadingHoweverLateItComes)
     EXPECT_EQ(gateway.network.figures().dropped, 0u);
 }
 
+/// What is kept comes in the order in which it was read, whatever the times are.
+TEST(NetworkWithABadBroker, KeepsWhatWasReadThroughJumpsOfTheTimeOfDay)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    broker.answer = 3; // unavailable
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
+    TestClock clock;
+    Gateway gateway(settings, clock.function());
+    std::vector<Epoch> read;
+    for (milliseconds jump : {Day, -3 * Day, 2 * Day, -Day, milliseconds(0)}) {
+        clock.jump(jump);
+        gateway.post(0, quint32(read.size()), clock.moment.now);
+        read.push_back(clock.moment.now);
+        gateway.step();
+        EXPECT_GE(gateway.network.figures().spoolOldestAge, 0);
+        clock.pass(std::chrono::seconds(2)); // it goes to the disk
+        gateway.step();
+    }
+    broker.answer = 0;
+    gateway.stepUntil([&] { return gateway.network.figures().spoolBytes == 0; });
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/history"), read);
+    EXPECT_EQ(gateway.network.figures().dropped, 0U);
+}
+
 /// While nobody took it: in its order, each once, with its own time and value.
 TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
 {
     const TemporaryFolder folder(memoryFolder());
     FakeBroker broker;
     broker.answer = 3; // unavailable
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    settings.spool->historyPerSecond = 10000;
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
     Gateway gateway(settings);
     const Epoch start = std::time(nullptr) * Epoch(1000);
     for (int i = 0; i < 300; ++i) {
@@ -304,15 +351,43 @@ TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
     stepBoth(gateway, user, [&] { return gateway.orders.hasOrders(); });
     const std::optional<Order> order = gateway.orders.take();
     ASSERT_TRUE(order);
-    WriteReport report;
-    report.assignment = order->assignments[0];
-    report.result = WriteResult::Verified;
-    report.held.variable = report.assignment.tag.variable;
-    report.held.quality = Quality::Good;
-    report.held.values = report.assignment.values;
-    gateway.orders.finish({order->number, false, {report}, {}});
+    gateway.orders.finish(verified(*order));
     stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/ack"), "\"verified\""); });
     EXPECT_TRUE(contains(user.newest("plant/press7/ack"), "\"new\""));
+}
+
+/// Broken clocks of panels, and people who set them: the file's times are of the clock that never jumps.
+TEST_F(NetworkTest, GoesOnThroughJumpsOfTheTimeOfDay)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.commands.longestAge = std::chrono::seconds(0);
+    settings.tags[0].write = WriteRule{0, 60000, 0};
+    TestClock clock;
+    Gateway gateway(settings, clock.function());
+    MqttUser user(readerSettings(), {"plant/#"});
+    user.stepUntilConnected();
+    stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/oven/state"), "\"t0\""); });
+    quint32 value = 0;
+    for (milliseconds jump : {Day, -2 * Day, -300 * Day, 301 * Day, milliseconds(0)}) {
+        ++value;
+        const std::string id = std::to_string(value);
+        user.tell(message("plant/press7/cmd", R"({"id":)" + id + R"(,"set":{"t0":)" + id + "}}"));
+        stepBoth(gateway, user, [&] { return gateway.orders.hasOrders(); });
+        clock.jump(jump);
+        gateway.post(0, value, clock.moment.now);
+        stepBoth(gateway, user, [&] { return timeIn(user.newest("plant/press7/oven")) == clock.moment.now; });
+        const std::optional<Order> order = gateway.orders.take();
+        ASSERT_TRUE(order);
+        gateway.orders.finish(verified(*order));
+        stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/ack"), "{\"id\":" + id + ","); });
+        EXPECT_TRUE(contains(user.newest("plant/press7/ack"), "\"verified\"")) << id;
+        user.received.clear();
+        clock.pass(std::chrono::seconds(60));
+        stepBoth(gateway, user, [&] { return timeIn(user.newest("plant/press7/oven/state")) == clock.moment.now; });
+        EXPECT_EQ(user.received.size(), 2U) << "status and state, once";
+    }
+    EXPECT_EQ(gateway.network.figures().dropped, 0U);
 }
 
 TEST_F(NetworkTest, TellsTenThousandTags)
