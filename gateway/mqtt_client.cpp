@@ -383,6 +383,12 @@ bool MqttClient::hasRoom() const
     return shared->hasRoom();
 }
 
+bool MqttClient::isAwaiting() const
+{
+    const std::lock_guard<std::mutex> lock(shared->mutex);
+    return shared->inFlight > 0;
+}
+
 void MqttClient::walkOn()
 {
     const std::lock_guard<std::mutex> lock(shared->mutex);
@@ -391,6 +397,13 @@ void MqttClient::walkOn()
     shared->isLeaving = true;
     shared->endBy = Clock::now() + FarewellTime;
     mosquitto_disconnect(shared->handle);
+}
+
+void MqttClient::abandon()
+{
+    const std::lock_guard<std::mutex> lock(shared->mutex);
+    shared->isLeaving = shared->handle != nullptr;
+    shared->endBy = Clock::now();
 }
 
 std::vector<MqttClient::News> MqttClient::takeNews()

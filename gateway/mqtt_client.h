@@ -66,8 +66,12 @@ public:
     bool isConnected() const;
     /// Whether fewer messages than BrokerSettings::mostInFlight wait for their acknowledgement.
     bool hasRoom() const;
+    /// Whether a message waits for its acknowledgement.
+    bool isAwaiting() const;
     /// Ends the connection with a clean DISCONNECT and takes the next address.
     void walkOn();
+    /// The same without a DISCONNECT, so that the broker publishes the will.
+    void abandon();
 
     /// What waits beyond this many bytes of messages that came is dropped.
     static constexpr std::size_t MostWaiting = 4U << 20;

@@ -17,8 +17,9 @@ namespace
 {
 
 const milliseconds CommitPeriod{1000};
-const milliseconds ChangeTime{1000}; ///< for the farewell to a connection that is given up
-const milliseconds HostGone{200};    ///< for the death before a host that is gone
+const milliseconds ChangeTime{1000};        ///< for the farewell to a connection that is given up
+const milliseconds HostGone{200};           ///< for the death before a host that is gone
+const milliseconds ShortestPatience{30000}; ///< with a broker that acknowledges nothing
 
 using Clock = std::chrono::steady_clock;
 
@@ -90,6 +91,7 @@ struct Network::Parts {
     void subscribeAgain();
     void arrived(const Received &message);
     void hostLost();
+    void leaveTheSilent();
     void stepCommands();
     void logAnswersBehind(std::size_t known);
     void commit();
@@ -113,6 +115,7 @@ struct Network::Parts {
     std::unique_ptr<Sender> sender;
     std::unique_ptr<HttpServer> http;
     bool isSubscribed = false;
+    std::optional<milliseconds> waitsSince;       ///< for an acknowledgement, and none has come
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
@@ -193,6 +196,7 @@ void Network::Parts::work()
     subscribeAgain();
     stepCommands();
     sender->send(*wiring.mailbox.sharedState(), thisMoment());
+    leaveTheSilent();
     commit();
     if (http)
         http->step();
@@ -239,6 +243,7 @@ void Network::Parts::take(const MqttClient::News &item)
         log.saySeldom(item.text, steadyNow());
         break;
     case News::Delivered:
+        waitsSince.reset();
         sender->acknowledged(item.message);
         break;
     case News::Arrived:
@@ -259,6 +264,7 @@ void Network::Parts::connected(const std::string &broker)
 /// Publishes also where it may not read.
 void Network::Parts::subscribed(const std::string &refused)
 {
+    waitsSince.reset();
     nextSubscription.reset();
     if (!refused.empty()) {
         log.saySeldom("the broker does not let this gateway read " + refused +
@@ -301,6 +307,22 @@ void Network::Parts::hostLost()
     if (wasTold)
         sayGoodbye(HostGone);
     client->walkOn();
+}
+
+/// One that answers pings and nothing else. The will tells its readers.
+void Network::Parts::leaveTheSilent()
+{
+    const milliseconds steady = steadyNow();
+    if (!client->isConnected() || (isSubscribed && !client->isAwaiting()))
+        waitsSince.reset();
+    else if (!waitsSince)
+        waitsSince = steady;
+    else if (steady - *waitsSince >= std::max<milliseconds>(2 * settings->broker.keepAlive, ShortestPatience)) {
+        log.saySeldom("the broker acknowledges nothing any more; leaving it (look at its log and its disk)",
+                      steady);
+        waitsSince.reset();
+        client->abandon();
+    }
 }
 
 void Network::Parts::stepCommands()

@@ -290,6 +290,65 @@ TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
     });
 }
 
+/// Twice the time to keep alive is 40 s.
+TEST(NetworkWithABadBroker, LeavesOneThatAcknowledgesNothing)
+{
+    FakeBroker bad, good;
+    bad.acknowledges = false;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({bad.port(), good.port()}), clock.function());
+    gateway.stepUntil([&] { return bad.sent().size() == 2; });
+    gateway.step();
+    bad.acknowledges = true;
+    clock.pass(milliseconds(39999));
+    gateway.post(0, 1, 1000);
+    const auto isAllButTheFirst = [](const GatewayFigures &figures) {
+        return figures.acknowledged > 0 && figures.sent == figures.acknowledged + 2;
+    };
+    gateway.stepUntil([&] { return isAllButTheFirst(gateway.network.figures()); });
+    bad.acknowledges = false;
+    gateway.step();
+    clock.pass(milliseconds(39999));
+    gateway.step();
+    EXPECT_FALSE(gateway.hasSaid("acknowledges nothing"));
+    clock.pass(milliseconds(1));
+    gateway.step();
+    EXPECT_TRUE(gateway.hasSaid("the broker acknowledges nothing any more"));
+    gateway.stepUntil([&] { return good.sent().size() == 2 && bad.ends == 1; });
+    EXPECT_EQ(bad.disconnects, 0) << "it publishes the will";
+}
+
+TEST(NetworkWithABadBroker, LeavesOneThatNeverAnswersASubscription)
+{
+    FakeBroker bad, good;
+    bad.subscribes = false;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({bad.port(), good.port()}), clock.function());
+    gateway.stepUntil([&] { return bad.subscriptions == 1; });
+    gateway.step();
+    clock.pass(milliseconds(40000));
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged == 2; });
+    EXPECT_TRUE(bad.sent().empty());
+    EXPECT_EQ(good.sent().size(), 2U);
+}
+
+/// Nothing waits, however long it is.
+TEST(NetworkWithABadBroker, StaysWithOneThatHasNothingToAcknowledge)
+{
+    FakeBroker broker;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({broker.port()}), clock.function());
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged == 2; });
+    for (std::size_t i = 1; i <= 5; ++i) {
+        clock.pass(milliseconds(50000));
+        gateway.step();
+        gateway.post(0, quint32(i), Epoch(i));
+        gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == i; });
+    }
+    EXPECT_EQ(broker.connects, 1);
+    EXPECT_FALSE(gateway.hasSaid("acknowledges nothing"));
+}
+
 /// Subscribes to everything below "plant", and neither reads nor acknowledges what comes.
 class Sleeper
 {
