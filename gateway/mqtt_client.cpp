@@ -294,16 +294,17 @@ void MqttClient::Shared::tellLocked(News item)
 
 void MqttClient::Shared::arrived(const mosquitto_message &message)
 {
-    const std::string topic = message.topic;
-    const std::size_t size = topic.size() + std::size_t(message.payloadlen);
+    const std::size_t length = std::min(std::size_t(message.payloadlen), LongestPayload);
+    std::string topic = message.topic;
+    const std::size_t size = topic.size() + length;
     const std::lock_guard<std::mutex> lock(mutex);
-    if (waitingBytes > 0 && waitingBytes + size > MostWaiting) {
+    if (waitingBytes + size > MostWaiting) {
         ++dropped;
         return;
     }
     waitingBytes += size;
-    const std::string payload(static_cast<const char *>(message.payload), std::size_t(message.payloadlen));
-    tellLocked({News::Arrived, 0, {}, {topic, payload, message.retain}});
+    std::string payload(static_cast<const char *>(message.payload), length);
+    tellLocked({News::Arrived, 0, {}, {std::move(topic), std::move(payload), message.retain}});
 }
 
 MqttClient::MqttClient(const BrokerSettings &theSettings, const ReconnectPauses &thePauses)

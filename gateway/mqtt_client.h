@@ -42,7 +42,7 @@ public:
         NewsKind kind;
         int message = 0; ///< of Delivered: what publish() gave
         std::string text = {};
-        Received received = {}; ///< of Arrived
+        Received received = {}; ///< of Arrived, its payload no longer than LongestPayload
     };
 
     /// Throws TextError if files of TLS or the password cannot be read. Files are read anew for each try.
@@ -75,6 +75,8 @@ public:
 
     /// What waits beyond this many bytes of messages that came is dropped.
     static constexpr std::size_t MostWaiting = 4U << 20;
+    /// What comes is cut behind this many bytes of payload, which are too many for every command.
+    static constexpr std::size_t LongestPayload = std::size_t(CommandSettings::LongestAllowed) + 1;
     std::vector<News> takeNews(); ///< oldest first
     int descriptor() const;       ///< readable when there is news
     quint64 overrun() const;      ///< messages that came and were dropped

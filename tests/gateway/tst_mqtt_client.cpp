@@ -68,6 +68,21 @@ TEST_F(MqttClientTest, PublishesAndReceives)
     EXPECT_TRUE(later.received[0].isRetained);
 }
 
+TEST_F(MqttClientTest, TakesNoMoreOfALargeMessageThanTellsThatItIsTooLarge)
+{
+    broker.start();
+    MqttUser reader(settings("reader"), {"plant/#"});
+    reader.stepUntilConnected();
+    MqttUser writer(settings());
+    const std::string longest(MqttClient::LongestPayload - 1, 'x');
+    writer.tell(message("plant/a", longest));
+    writer.tell(message("plant/b", std::string(8U << 20, 'y')));
+    reader.stepUntil([&] { return reader.received.size() == 2; });
+    EXPECT_TRUE(reader.newest("plant/a") == longest);
+    EXPECT_EQ(reader.newest("plant/b").size(), MqttClient::LongestPayload);
+    EXPECT_EQ(reader.client.overrun(), 0U);
+}
+
 TEST_F(MqttClientTest, ConnectsToABrokerThatIsStartedLater)
 {
     MqttUser user(settings());
