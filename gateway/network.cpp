@@ -1,5 +1,6 @@
 #include "network.h"
 
+#include "host/text_error.h"
 #include "http_server.h"
 #include "log.h"
 #include "sender.h"
@@ -79,6 +80,7 @@ struct Network::Parts {
     void makeSpool();
     void makeSender();
     std::unique_ptr<HttpServer> makeHttp(const GatewaySettings &from);
+    void changeHttp(const GatewaySettings &after);
     HttpReply page(const std::string &path) const;
 
     void wait(milliseconds longest, int wake) const;
@@ -163,6 +165,18 @@ std::unique_ptr<HttpServer> Network::Parts::makeHttp(const GatewaySettings &from
         return nullptr;
     return std::make_unique<HttpServer>(from.http->address, from.http->port,
                                         [this](const std::string &path) { return page(path); });
+}
+
+/// Another address may have the same port: the old one ends first, and listens again if the new one cannot.
+void Network::Parts::changeHttp(const GatewaySettings &after)
+{
+    http.reset();
+    try {
+        http = makeHttp(after);
+    } catch (const TextError &) {
+        http = makeHttp(*settings);
+        throw;
+    }
 }
 
 HttpReply Network::Parts::page(const std::string &path) const
@@ -378,7 +392,7 @@ void Network::Parts::apply(const GatewaySettings &after)
     std::unique_ptr<MqttClient> newClient =
         difference.connection ? std::make_unique<MqttClient>(after.broker, wiring.pauses) : nullptr;
     if (difference.http)
-        http = makeHttp(after);
+        changeHttp(after);
     const bool isToldAnew = newLayout || newClient || difference.spool;
     if (isToldAnew)
         work();
