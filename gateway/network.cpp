@@ -456,6 +456,7 @@ GatewayFigures Network::Parts::figures() const
     made.hasSpool = spool != nullptr;
     if (!spool)
         return made;
+    made.spoolProblem = spool->problem();
     made.dropped += spool->dropped();
     made.spoolBytes = spool->bytes();
     const Epoch oldest = spool->oldestTime();

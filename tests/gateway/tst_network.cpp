@@ -4,6 +4,7 @@
 #include "host/text_error.h"
 #include "support/fake_broker.h"
 #include "support/mosquitto.h"
+#include "support/small_disk.h"
 
 #include <algorithm>
 #include <ctime>
@@ -216,6 +217,39 @@ TEST(NetworkWithABadBroker, KeepsWhatWasReadThroughJumpsOfTheTimeOfDay)
     gateway.stepUntil([&] { return gateway.network.figures().spoolBytes == 0; });
     EXPECT_EQ(timesOf(broker, "plant/press7/oven/history"), read);
     EXPECT_EQ(gateway.network.figures().dropped, 0U);
+}
+
+/// What is live arrives, and everybody can see that nothing is kept.
+TEST(NetworkBesideAFullDisk, GoesOnPublishing)
+{
+    const TemporaryFolder folder;
+    EXPECT_ON_SMALL_DISK(folder.path, [&] {
+        Findings findings;
+        FakeBroker broker;
+        broker.answer = 3; // unavailable
+        TestClock clock;
+        Gateway gateway(spoolingSettings(broker, folder, 10000), clock.function());
+        std::ofstream(folder.path / "filler") << std::string(4 << 20, 'f'); // as much of it as finds room
+        for (quint32 value = 0; !gateway.hasSaid("no space is left"); ++value) {
+            gateway.post(0, value % 1000, clock.moment.now);
+            clock.pass(std::chrono::seconds(1));
+            gateway.step();
+        }
+        broker.answer = 0;
+        gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+        for (std::size_t i = 1; i <= 20; ++i) {
+            gateway.post(0, quint32(i), clock.moment.now);
+            clock.pass(std::chrono::seconds(1));
+            gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == i; });
+        }
+        findings.require(!healthOf(gateway.network.figures()).isOk, "looks healthy");
+        std::filesystem::remove(folder.path / "filler");
+        clock.pass(std::chrono::minutes(1));
+        gateway.step();
+        findings.require(gateway.hasSaid("works again; messages lost meanwhile: 0"), "does not work again");
+        findings.require(healthOf(gateway.network.figures()).isOk, "looks unhealthy");
+        return findings.text;
+    });
 }
 
 /// While nobody took it: in its order, each once, with its own time and value.
