@@ -280,6 +280,43 @@ TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
     EXPECT_EQ(timesOf(broker, "plant/press7/oven"), std::vector<Epoch>());
 }
 
+/// 5 kept messages a second, counted by the gateway's own clock, and none before what is live.
+TEST(NetworkWithABadBroker, SendsHistoryAtItsRateAndAfterLiveValues)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    broker.answer = 3; // unavailable
+    TestClock clock;
+    Gateway gateway(spoolingSettings(broker, folder, 5), clock.function());
+    const Epoch start = clock.moment.now;
+    for (int i = 0; i < 100; ++i) {
+        gateway.post(0, quint32(i), start + i);
+        gateway.step();
+    }
+    const auto isAllAcknowledged = [&gateway] {
+        gateway.step(); // what may be sent now is
+        const GatewayFigures figures = gateway.network.figures();
+        return figures.sent >= 3 && figures.acknowledged == figures.sent;
+    };
+    broker.answer = 0;
+    gateway.stepUntil(isAllAcknowledged);
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/history"), std::vector<Epoch>{start}) << "it is the first";
+    for (int tenths = 0; tenths < 20; ++tenths) {
+        clock.pass(milliseconds(100));
+        gateway.stepUntil(isAllAcknowledged);
+    }
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/history").size(), 11U) << "ten more in two seconds";
+
+    const std::size_t before = broker.sent().size();
+    clock.pass(milliseconds(200));
+    gateway.post(1, 7, start + 100);
+    gateway.stepUntil(isAllAcknowledged);
+    const std::vector<FakeBroker::Sent> sent = broker.sent();
+    ASSERT_GE(sent.size(), before + 2);
+    EXPECT_EQ(sent[sent.size() - 2].topic, "plant/press7/oven");
+    EXPECT_EQ(sent[sent.size() - 1].topic, "plant/press7/oven/history");
+}
+
 /// It publishes meanwhile, on the same connection, and greets once.
 TEST(NetworkWithABadBroker, AsksAgainForTopicsThatAreDenied)
 {
