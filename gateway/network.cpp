@@ -121,7 +121,7 @@ struct Network::Parts {
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
-    quint64 overrunTold = 0;
+    quint64 overrunTold = 0; ///< of this client
 };
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
@@ -414,8 +414,10 @@ void Network::Parts::rebuild(const SettingsDifference &difference, std::unique_p
         spool.reset();
         makeSpool();
     }
-    if (newClient)
+    if (newClient) {
         client = std::move(newClient);
+        overrunTold = 0;
+    }
     makeSender();
     if (difference.connection)
         client->start();

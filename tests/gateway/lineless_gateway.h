@@ -6,6 +6,7 @@
 #include "support/mqtt_user.h"
 #include "watch/value_type.h"
 
+#include <algorithm>
 #include <ctime>
 
 namespace lineless
@@ -71,13 +72,13 @@ struct Gateway {
         mailbox.post(Snapshot{sample});
     }
     void step() { network.step(milliseconds(5), -1); }
-    bool hasSaid(const std::string &part) const
+    int timesSaid(const std::string &part) const
     {
-        for (const std::string &line : log)
-            if (line.find(part) != std::string::npos)
-                return true;
-        return false;
+        return int(std::count_if(log.begin(), log.end(), [&part](const std::string &line) {
+            return line.find(part) != std::string::npos;
+        }));
     }
+    bool hasSaid(const std::string &part) const { return timesSaid(part) > 0; }
     template <typename Condition>
     void stepUntil(Condition condition)
     {

@@ -539,6 +539,28 @@ TEST_F(NetworkTest, GoesOnThroughJumpsOfTheTimeOfDay)
     EXPECT_EQ(gateway.network.figures().dropped, 0U);
 }
 
+/// A client of new settings begins to count anew.
+TEST_F(NetworkTest, TellsOnceThatMessagesWereDropped)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    TestClock clock;
+    Gateway gateway(settings, clock.function());
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+    MqttUser user(readerSettings());
+    const std::string large(MqttClient::LongestPayload, 'x');
+    while (!gateway.hasSaid("some were dropped")) {
+        for (std::size_t bytes = 0; bytes <= MqttClient::MostWaiting; bytes += large.size())
+            user.tell(message("plant/press7/cmd", large)); // and the gateway looks at none of them
+        gateway.step();
+    }
+    settings.broker.keepAlive = std::chrono::seconds(30);
+    gateway.network.apply(settings);
+    clock.pass(std::chrono::minutes(2));
+    gateway.stepUntil([&] { return gateway.network.figures().isBrokerUp; });
+    EXPECT_EQ(gateway.timesSaid("some were dropped"), 1);
+}
+
 TEST_F(NetworkTest, TellsTenThousandTags)
 {
     broker.start();
