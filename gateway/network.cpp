@@ -97,6 +97,7 @@ struct Network::Parts {
     void stepCommands();
     void logAnswersBehind(std::size_t known);
     void commit();
+    void commitNow();
     void sayGoodbye(milliseconds limit);
     void leave(milliseconds limit);
     void apply(const GatewaySettings &after);
@@ -121,7 +122,7 @@ struct Network::Parts {
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
-    quint64 overrunTold = 0; ///< of this client
+    quint64 overrunTold = 0;                                           ///< of this client
 };
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
@@ -363,6 +364,12 @@ void Network::Parts::commit()
     nextCommit = steady + CommitPeriod;
 }
 
+void Network::Parts::commitNow()
+{
+    nextCommit = milliseconds(0);
+    commit();
+}
+
 /// The last words, as far as there is room for them within the limit.
 void Network::Parts::sayGoodbye(milliseconds limit)
 {
@@ -479,7 +486,8 @@ void Network::step(milliseconds wait, int wake)
     parts->work();
 }
 
-/// Answers first, as long as half of the time.
+/// Answers first, as long as half of the time. What is not acknowledged is on the disk before a wait that may be
+/// longer than who ended it has patience.
 void Network::end(milliseconds limit)
 {
     const Deadline deadline(limit), forAnswers(limit / 2);
@@ -488,9 +496,9 @@ void Network::end(milliseconds limit)
         waitFor({parts->client->descriptor()}, forAnswers.left());
         parts->work();
     }
+    parts->commitNow();
     parts->leave(deadline.left());
-    parts->nextCommit = milliseconds(0);
-    parts->commit();
+    parts->commitNow();
 }
 
 void Network::apply(const GatewaySettings &settings)

@@ -52,8 +52,8 @@ struct TestClock {
 /// A gateway without a line: the test posts.
 struct Gateway {
     explicit Gateway(const GatewaySettings &settings, const std::function<Moment()> &clock = {})
-        : network(settings, {mailbox, orders, [this](const std::string &line) { log.push_back(line); }, false,
-                             ShortPauses, clock})
+        : network(settings,
+                  {mailbox, orders, [this](const std::string &line) { say(line); }, false, ShortPauses, clock})
     {
         LineState up;
         up.isUp = true;
@@ -72,6 +72,12 @@ struct Gateway {
         mailbox.post(Snapshot{sample});
     }
     void step() { network.step(milliseconds(5), -1); }
+    void say(const std::string &line)
+    {
+        log.push_back(line);
+        if (told)
+            told(line);
+    }
     int timesSaid(const std::string &part) const
     {
         return int(std::count_if(log.begin(), log.end(), [&part](const std::string &line) {
@@ -89,6 +95,7 @@ struct Gateway {
     Mailbox mailbox;
     OrderDesk orders;
     std::vector<std::string> log;
+    std::function<void(const std::string &)> told; ///< each line, when it is said
     Network network;
 };
 

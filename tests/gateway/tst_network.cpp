@@ -317,6 +317,33 @@ TEST(NetworkWithABadBroker, SendsHistoryAtItsRateAndAfterLiveValues)
     EXPECT_EQ(sent[sent.size() - 1].topic, "plant/press7/oven/history");
 }
 
+/// Before it waits for the connection to end, which may take as long as a name is looked up.
+TEST(NetworkWithABadBroker, KeepsWhatIsNotAcknowledgedBeforeItLeaves)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    GatewaySettings settings = spoolingSettings(broker, folder, 5);
+    TestClock clock; // stands still: nothing goes to the disk by itself
+    Gateway gateway(settings, clock.function());
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+    broker.acknowledges = false;
+    gateway.post(0, 31337, clock.moment.now);
+    gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == 1; });
+    const auto isKept = [&settings] {
+        std::ifstream file(settings.spool->file, std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        return contains(bytes, "\"t0\":31337");
+    };
+    EXPECT_FALSE(isKept());
+    bool wasKept = false;
+    gateway.told = [&](const std::string &line) {
+        wasKept = wasKept || (contains(line, "left broker") && isKept());
+    };
+    gateway.network.end(milliseconds(100));
+    EXPECT_TRUE(gateway.hasSaid("left broker"));
+    EXPECT_TRUE(wasKept);
+}
+
 /// It publishes meanwhile, on the same connection, and greets once.
 TEST(NetworkWithABadBroker, AsksAgainForTopicsThatAreDenied)
 {
