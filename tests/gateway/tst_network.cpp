@@ -4,6 +4,7 @@
 #include "host/text_error.h"
 #include "support/fake_broker.h"
 #include "support/mosquitto.h"
+#include "support/mqtt_tap.h"
 #include "support/small_disk.h"
 
 #include <algorithm>
@@ -577,7 +578,7 @@ TEST_F(NetworkTest, TellsOnceThatMessagesWereDropped)
     MqttUser user(readerSettings());
     const std::string large(MqttClient::LongestPayload, 'x');
     while (!gateway.hasSaid("some were dropped")) {
-        for (std::size_t bytes = 0; bytes <= MqttClient::MostWaiting; bytes += large.size())
+        for (std::size_t bytes = 0; bytes <= 2 * MqttClient::MostWaiting; bytes += large.size())
             user.tell(message("plant/press7/cmd", large)); // and the gateway looks at none of them
         gateway.step();
     }
@@ -696,6 +697,35 @@ TEST_F(NetworkTest, ComesBackFromAConnectionThatIsOpenAtOneEndOnly)
     broker.thaw();
     MqttUser reader(readerSettings(), {"plant/#"});
     stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\":9"); });
+}
+
+/// A network that swallows everything: broker and gateway live, and each sees the other fall silent. Nothing that
+/// was due is lost.
+TEST_F(NetworkTest, ComesBackThroughANetworkThatWentSilent)
+{
+    const TemporaryFolder folder(memoryFolder());
+    broker.start();
+    MqttTap tap(broker.port());
+    GatewaySettings settings = gatewaySettings({tap.port()});
+    settings.broker.keepAlive = std::chrono::seconds(5);
+    settings.spool.emplace();
+    settings.spool->file = folder.path / "press7.spool";
+    MqttUser reader(readerSettings(), {"plant/#"});
+    reader.stepUntilConnected();
+    Gateway gateway(settings);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\""); });
+    tap.isSilent = true;
+    const Epoch time = std::time(nullptr) * Epoch(1000);
+    gateway.post(0, 9, time);
+    stepBoth(gateway, reader, [&] {
+        return gateway.hasSaid("no longer answers") &&
+               contains(reader.newest("plant/press7/status"), "\"offline\"");
+    });
+    EXPECT_FALSE(gateway.network.figures().isBrokerUp);
+    tap.isSilent = false;
+    stepBoth(gateway, reader, [&] { return timeIn(reader.newest("plant/press7/oven/history")) == time; });
+    EXPECT_TRUE(contains(reader.newest("plant/press7/status"), "\"online\""));
+    EXPECT_TRUE(contains(reader.newest("plant/press7/oven/state"), "\"t0\":9"));
 }
 
 } // namespace
