@@ -36,13 +36,6 @@ std::thread threadWithoutSignals(Function function)
     return thread;
 }
 
-/// "SSL routines::certificate verify failed" of OpenSSL's line.
-std::string essenceOf(const std::string &line)
-{
-    const std::size_t place = line.rfind("::");
-    return place == std::string::npos ? line : line.substr(place + 2);
-}
-
 } // namespace
 
 struct MqttClient::Shared {
@@ -235,11 +228,9 @@ void MqttClient::Connection::disconnected(int result)
     end.result = result == MOSQ_ERR_SUCCESS ? int(MOSQ_ERR_NO_CONN) : result;
 }
 
-/// The first error is the one that tells why.
 void MqttClient::Connection::logged(int level, const char *text)
 {
-    if (level == MOSQ_LOG_ERR && shared.settings.tls && end.tlsError.empty())
-        end.tlsError = essenceOf(text);
+    noteTlsError(end, shared.settings, level, text);
 }
 
 void MqttClient::Shared::run()

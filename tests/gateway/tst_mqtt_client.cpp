@@ -87,7 +87,8 @@ TEST_F(MqttClientTest, ConnectsToABrokerThatIsStartedLater)
 {
     MqttUser user(settings());
     user.stepUntil([&] { return user.ends.size() == 3; });
-    EXPECT_EQ(user.ends[0], "cannot reach " + name() + ": Connection refused");
+    EXPECT_EQ(user.ends[0],
+              "cannot reach " + name() + ": Connection refused; check host and port, and whether it runs");
     EXPECT_EQ(user.client.publish(message("a", "b")), 0) << "not connected";
     broker.start();
     user.stepUntilConnected();
@@ -249,7 +250,19 @@ TEST_F(MqttTlsTest, SpeaksNoTlsWithABrokerThatHasNone)
     const BrokerSettings withTls = tlsSettings("plant", "");
     broker.configuration = "allow_anonymous true\n";
     broker.start();
-    EXPECT_PRED2(contains, firstEnd(withTls), name());
+    EXPECT_EQ(
+        firstEnd(withTls),
+        "no TLS with " + name() +
+            ": unexpected eof while reading; check port (is it the one without TLS?), ca, certificate and key");
+}
+
+TEST_F(MqttTlsTest, TellsThatTheHostIsNotInTheCertificate)
+{
+    broker.makeCertificate("plant", "server", "DNS:broker1.plant.example");
+    broker.start();
+    EXPECT_EQ(firstEnd(tlsSettings("plant", "")),
+              "no TLS with " + name() +
+                  ": host is none of the names in its certificate; write one of them as host");
 }
 
 TEST_F(MqttTlsTest, ReadsACertificateThatWasRenewedAtTheNextTry)
