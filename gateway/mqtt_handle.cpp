@@ -132,6 +132,8 @@ std::string resultText(const ConnectionEnd &end, const BrokerSettings &settings,
 {
     switch (end.result) {
     case MOSQ_ERR_ERRNO:
+        if (end.wasConnected)
+            return "lost " + broker + ": " + std::strerror(end.systemError);
         return "cannot reach " + broker + ": " + std::strerror(end.systemError) +
                "; check host and port, and whether it runs";
     case MOSQ_ERR_EAI:

@@ -123,6 +123,7 @@ struct Network::Parts {
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
     quint64 overrunTold = 0;                                           ///< of this client
+    std::string brokerTold; ///< that it is connected to, as the log has it; empty: to none
 };
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
@@ -255,7 +256,8 @@ void Network::Parts::take(const MqttClient::News &item)
         isSubscribed = false;
         nextSubscription.reset();
         sender->stop();
-        log.saySeldom(item.text, steadyNow());
+        if (log.saySeldom(item.text, steadyNow()))
+            brokerTold.clear();
         break;
     case News::Delivered:
         waitsSince.reset();
@@ -267,9 +269,11 @@ void Network::Parts::take(const MqttClient::News &item)
     }
 }
 
+/// Who throws it out again and again is told of as seldom as the loss.
 void Network::Parts::connected(const std::string &broker)
 {
-    log.say("connected to " + broker);
+    if (std::exchange(brokerTold, broker) != broker)
+        log.say("connected to " + broker);
     const std::vector<std::string> topics = layout->subscriptions();
     client->subscribe(topics);
     if (topics.empty())
@@ -424,6 +428,7 @@ void Network::Parts::rebuild(const SettingsDifference &difference, std::unique_p
     if (newClient) {
         client = std::move(newClient);
         overrunTold = 0;
+        brokerTold.clear();
     }
     makeSender();
     if (difference.connection)

@@ -345,6 +345,35 @@ TEST(NetworkWithABadBroker, KeepsWhatIsNotAcknowledgedBeforeItLeaves)
     EXPECT_TRUE(wasKept);
 }
 
+/// As it is with two gateways of one name, which throw each other out.
+TEST(NetworkWithABadBroker, TellsOfConnectionsAsSeldomAsOfTheirLoss)
+{
+    FakeBroker broker;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({broker.port()}), clock.function());
+    const auto comeBack = [&](int connection) {
+        gateway.stepUntil([&] {
+            return broker.connects == connection &&
+                   gateway.network.figures().acknowledged >= quint64(2 * connection);
+        });
+    };
+    comeBack(1);
+    for (int connection = 2; connection <= 10; ++connection) {
+        broker.breakAfter = 0;
+        gateway.post(0, quint32(connection), 1000);
+        comeBack(connection);
+    }
+    const int told = gateway.timesSaid("connected to broker");
+    const int losses = int(gateway.log.size()) - told;
+    EXPECT_EQ(told, losses + 1);
+    EXPECT_LE(losses, 2) << "closed, or reset";
+    clock.pass(std::chrono::minutes(1));
+    broker.breakAfter = 0;
+    gateway.post(0, 1, 1000);
+    comeBack(11);
+    EXPECT_EQ(gateway.timesSaid("connected to broker"), told + 1);
+}
+
 /// It publishes meanwhile, on the same connection, and greets once.
 TEST(NetworkWithABadBroker, AsksAgainForTopicsThatAreDenied)
 {
