@@ -49,8 +49,7 @@ void BrokerProbe::setCallbacks()
                                        static_cast<std::size_t>(message->payloadlen));
     });
     mosquitto_log_callback_set(handle.get(), [](mosquitto *, void *user, int level, const char *text) {
-        if (level == MOSQ_LOG_ERR && of(user).settings.tls && of(user).end.tlsError.empty())
-            of(user).end.tlsError = text;
+        noteTlsError(of(user).end, of(user).settings, level, text);
     });
 }
 

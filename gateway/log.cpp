@@ -31,15 +31,16 @@ std::string textOf(const CommandAnswer &answer)
     return "command " + id + ' ' + keyOf(answer.result) + ": " + keyOf(answer.failure) + reason;
 }
 
-void Log::saySeldom(const std::string &text, milliseconds steady)
+bool Log::saySeldom(const std::string &text, milliseconds steady)
 {
     if (said.size() >= MostSaid)
         said.clear();
     const auto found = said.find(text);
     if (found != said.end() && steady - found->second < Minute)
-        return;
+        return false;
     said[text] = steady;
     tell(text);
+    return true;
 }
 
 void Log::say(const CommandAnswer &answer, milliseconds steady)

@@ -20,8 +20,8 @@ public:
     explicit Log(std::function<void(const std::string &)> theTell) : tell(std::move(theTell)) {}
 
     void say(const std::string &text) { tell(text); }
-    /// The same text at most once a minute.
-    void saySeldom(const std::string &text, milliseconds steady);
+    /// The same text at most once a minute; false: it was said less than a minute ago.
+    bool saySeldom(const std::string &text, milliseconds steady);
     /// Of commands that came to nothing at most ten a minute, and then how many more there were.
     void say(const CommandAnswer &answer, milliseconds steady);
     /// Ends a minute of commands that is over.

@@ -20,6 +20,7 @@ using prometheus::ClientMetric;
 using prometheus::MetricFamily;
 using prometheus::MetricType;
 using Labels = std::vector<ClientMetric::Label>;
+using Json = nlohmann::ordered_json;
 
 /// A figure without labels.
 struct Single {
@@ -67,6 +68,8 @@ const Single singles[] = {
 };
 
 const Single spoolSingles[] = {
+    {"fgs_spool_up", MetricType::Gauge, "Whether the spool keeps on the disk what it is given.",
+     [](const GatewayFigures &f) { return double(f.spoolProblem.empty()); }},
     {"fgs_spool_bytes", MetricType::Gauge, "Bytes of the messages in the spool.",
      [](const GatewayFigures &f) { return double(f.spoolBytes); }},
     {"fgs_spool_oldest_age_seconds", MetricType::Gauge, "Age of the oldest message in the spool.",
@@ -197,6 +200,12 @@ private:
     const GatewayFigures &figures;
 };
 
+void addError(Json &to, const std::string &error)
+{
+    if (!error.empty())
+        to["error"] = error;
+}
+
 } // namespace
 
 std::string metricsText(const GatewayFigures &figures)
@@ -206,12 +215,14 @@ std::string metricsText(const GatewayFigures &figures)
 
 Health healthOf(const GatewayFigures &figures)
 {
-    using Json = nlohmann::ordered_json;
-    const bool isOk = figures.line.isUp && figures.isBrokerUp;
+    const bool isOk = figures.line.isUp && figures.isBrokerUp && figures.spoolProblem.empty();
     Json line = {{"up", figures.line.isUp}, {"since", figures.line.since}};
-    if (!figures.line.error.empty())
-        line["error"] = figures.line.error;
-    const Json all = {{"ok", isOk}, {"line", line}, {"broker", {{"up", figures.isBrokerUp}}}};
+    addError(line, figures.line.error);
+    Json all = {{"ok", isOk}, {"line", line}, {"broker", {{"up", figures.isBrokerUp}}}};
+    if (figures.hasSpool) {
+        all["spool"] = {{"up", figures.spoolProblem.empty()}};
+        addError(all["spool"], figures.spoolProblem);
+    }
     return {isOk, all.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"};
 }
 

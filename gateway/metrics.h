@@ -24,12 +24,14 @@ struct GatewayFigures {
     quint64 commands = 0;
     std::array<quint64, CommandFailureCount> commandFailures = {};
     bool hasSpool = false;
+    std::string spoolProblem; ///< empty: it keeps what it is given
 };
 
 /// The text format of Prometheus, 0.0.4. Without a spool there are no metrics of one.
 std::string metricsText(const GatewayFigures &figures);
 
-/// Whether the gateway does its work: line and broker up. The text is JSON, for people and probes.
+/// Whether the gateway does its work: line and broker up, and what is to be kept is kept. The text is JSON, for
+/// people and probes.
 struct Health {
     bool isOk = false;
     std::string text;

@@ -36,13 +36,6 @@ std::thread threadWithoutSignals(Function function)
     return thread;
 }
 
-/// "SSL routines::certificate verify failed" of OpenSSL's line.
-std::string essenceOf(const std::string &line)
-{
-    const std::size_t place = line.rfind("::");
-    return place == std::string::npos ? line : line.substr(place + 2);
-}
-
 } // namespace
 
 struct MqttClient::Shared {
@@ -235,11 +228,9 @@ void MqttClient::Connection::disconnected(int result)
     end.result = result == MOSQ_ERR_SUCCESS ? int(MOSQ_ERR_NO_CONN) : result;
 }
 
-/// The first error is the one that tells why.
 void MqttClient::Connection::logged(int level, const char *text)
 {
-    if (level == MOSQ_LOG_ERR && shared.settings.tls && end.tlsError.empty())
-        end.tlsError = essenceOf(text);
+    noteTlsError(end, shared.settings, level, text);
 }
 
 void MqttClient::Shared::run()
@@ -294,16 +285,17 @@ void MqttClient::Shared::tellLocked(News item)
 
 void MqttClient::Shared::arrived(const mosquitto_message &message)
 {
-    const std::string topic = message.topic;
-    const std::size_t size = topic.size() + std::size_t(message.payloadlen);
+    const std::size_t length = std::min(std::size_t(message.payloadlen), LongestPayload);
+    std::string topic = message.topic;
+    const std::size_t size = topic.size() + length;
     const std::lock_guard<std::mutex> lock(mutex);
-    if (waitingBytes > 0 && waitingBytes + size > MostWaiting) {
+    if (waitingBytes + size > MostWaiting) {
         ++dropped;
         return;
     }
     waitingBytes += size;
-    const std::string payload(static_cast<const char *>(message.payload), std::size_t(message.payloadlen));
-    tellLocked({News::Arrived, 0, {}, {topic, payload, message.retain}});
+    std::string payload(static_cast<const char *>(message.payload), length);
+    tellLocked({News::Arrived, 0, {}, {std::move(topic), std::move(payload), message.retain}});
 }
 
 MqttClient::MqttClient(const BrokerSettings &theSettings, const ReconnectPauses &thePauses)
@@ -383,6 +375,12 @@ bool MqttClient::hasRoom() const
     return shared->hasRoom();
 }
 
+bool MqttClient::isAwaiting() const
+{
+    const std::lock_guard<std::mutex> lock(shared->mutex);
+    return shared->inFlight > 0;
+}
+
 void MqttClient::walkOn()
 {
     const std::lock_guard<std::mutex> lock(shared->mutex);
@@ -391,6 +389,13 @@ void MqttClient::walkOn()
     shared->isLeaving = true;
     shared->endBy = Clock::now() + FarewellTime;
     mosquitto_disconnect(shared->handle);
+}
+
+void MqttClient::abandon()
+{
+    const std::lock_guard<std::mutex> lock(shared->mutex);
+    shared->isLeaving = shared->handle != nullptr;
+    shared->endBy = Clock::now();
 }
 
 std::vector<MqttClient::News> MqttClient::takeNews()

@@ -42,7 +42,7 @@ public:
         NewsKind kind;
         int message = 0; ///< of Delivered: what publish() gave
         std::string text = {};
-        Received received = {}; ///< of Arrived
+        Received received = {}; ///< of Arrived, its payload no longer than LongestPayload
     };
 
     /// Throws TextError if files of TLS or the password cannot be read. Files are read anew for each try.
@@ -66,11 +66,17 @@ public:
     bool isConnected() const;
     /// Whether fewer messages than BrokerSettings::mostInFlight wait for their acknowledgement.
     bool hasRoom() const;
+    /// Whether a message waits for its acknowledgement.
+    bool isAwaiting() const;
     /// Ends the connection with a clean DISCONNECT and takes the next address.
     void walkOn();
+    /// The same without a DISCONNECT, so that the broker publishes the will.
+    void abandon();
 
     /// What waits beyond this many bytes of messages that came is dropped.
     static constexpr std::size_t MostWaiting = 4U << 20;
+    /// What comes is cut behind this many bytes of payload, which are too many for every command.
+    static constexpr std::size_t LongestPayload = std::size_t(CommandSettings::LongestAllowed) + 1;
     std::vector<News> takeNews(); ///< oldest first
     int descriptor() const;       ///< readable when there is news
     quint64 overrun() const;      ///< messages that came and were dropped

@@ -106,11 +106,36 @@ std::string tlsError(const ConnectionEnd &end, const BrokerSettings &settings)
     return end.tlsError.empty() && settings.tls && isBrokenOff ? "the broker has broken it off" : end.tlsError;
 }
 
+/// "unexpected eof while reading" of "OpenSSL Error[0]: error:0A000126:SSL routines::unexpected eof while reading",
+/// and "host name verification failed" of "Error: host name verification failed."
+std::string essenceOf(const std::string &line)
+{
+    const std::string beginning = "Error: ";
+    if (line.compare(0, beginning.size(), beginning) == 0)
+        return line.substr(beginning.size(), line.find_last_not_of('.') + 1 - beginning.size());
+    const std::size_t place = line.rfind("::");
+    return place == std::string::npos ? line : line.substr(place + 2);
+}
+
+/// What and remedy.
+std::string tlsText(const std::string &error)
+{
+    if (error.find("host name verification failed") != std::string::npos)
+        return "host is none of the names in its certificate; write one of them as host";
+    const bool isOtherSpeech = error.find("unexpected eof") != std::string::npos ||
+                               error.find("wrong version number") != std::string::npos;
+    return error + "; check " + (isOtherSpeech ? "port (is it the one without TLS?), " : "") +
+           "ca, certificate and key";
+}
+
 std::string resultText(const ConnectionEnd &end, const BrokerSettings &settings, const std::string &broker)
 {
     switch (end.result) {
     case MOSQ_ERR_ERRNO:
-        return "cannot reach " + broker + ": " + std::strerror(end.systemError);
+        if (end.wasConnected)
+            return "lost " + broker + ": " + std::strerror(end.systemError);
+        return "cannot reach " + broker + ": " + std::strerror(end.systemError) +
+               "; check host and port, and whether it runs";
     case MOSQ_ERR_EAI:
         return "cannot reach " + broker + ": its name is not known; check host";
     case MOSQ_ERR_KEEPALIVE:
@@ -152,6 +177,12 @@ std::string nameOf(const BrokerAddress &address)
     return "broker " + (isIpv6 ? '[' + address.host + ']' : address.host) + ':' + std::to_string(address.port);
 }
 
+void noteTlsError(ConnectionEnd &end, const BrokerSettings &settings, int level, const std::string &text)
+{
+    if (level == MOSQ_LOG_ERR && settings.tls && end.tlsError.empty())
+        end.tlsError = essenceOf(text);
+}
+
 std::string textOf(const ConnectionEnd &end, const BrokerSettings &settings, const BrokerAddress &address)
 {
     const std::string broker = nameOf(address);
@@ -159,7 +190,7 @@ std::string textOf(const ConnectionEnd &end, const BrokerSettings &settings, con
         return refusalText(end.refusal, settings, broker);
     const std::string why = tlsError(end, settings);
     if (!why.empty())
-        return "no TLS with " + broker + ": " + why + "; check ca, certificate and key";
+        return "no TLS with " + broker + ": " + tlsText(why);
     return resultText(end, settings, broker);
 }
 

@@ -26,8 +26,11 @@ struct ConnectionEnd {
     int refusal = 0;      ///< the code of CONNACK
     int result = 0;       ///< of the library
     int systemError = 0;  ///< errno, if result says so
-    std::string tlsError; ///< as OpenSSL puts it
+    std::string tlsError; ///< as the library or OpenSSL puts it, without codes
 };
+
+/// What the library logs: the first error of TLS is the one that tells why.
+void noteTlsError(ConnectionEnd &end, const BrokerSettings &settings, int level, const std::string &text);
 
 /// "broker 127.0.0.1:1883"
 std::string nameOf(const BrokerAddress &address);

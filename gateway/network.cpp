@@ -1,5 +1,6 @@
 #include "network.h"
 
+#include "host/text_error.h"
 #include "http_server.h"
 #include "log.h"
 #include "sender.h"
@@ -17,26 +18,36 @@ namespace
 {
 
 const milliseconds CommitPeriod{1000};
-const milliseconds ChangeTime{1000}; ///< for the farewell to a connection that is given up
-const milliseconds HostGone{200};    ///< for the death before a host that is gone
+const milliseconds ChangeTime{1000};        ///< for the farewell to a connection that is given up
+const milliseconds HostGone{200};           ///< for the death before a host that is gone
+const milliseconds ShortestPatience{30000}; ///< with a broker that acknowledges nothing
 
 using Clock = std::chrono::steady_clock;
 
-milliseconds steadyNow()
+Moment thisMoment()
 {
-    return std::chrono::duration_cast<milliseconds>(Clock::now().time_since_epoch());
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const auto steady = Clock::now().time_since_epoch();
+    return {std::chrono::duration_cast<milliseconds>(now).count(),
+            std::chrono::duration_cast<milliseconds>(steady)};
 }
 
-Epoch epochNow()
+/// Of a wait for the network.
+class Deadline
 {
-    const auto since = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<milliseconds>(since).count();
-}
+public:
+    explicit Deadline(milliseconds limit) : end(Clock::now() + limit) {}
 
-Sender::Moment thisMoment()
-{
-    return {epochNow(), steadyNow()};
-}
+    bool isOver() const { return Clock::now() >= end; }
+    /// 0: it is over.
+    milliseconds left() const
+    {
+        return std::max(std::chrono::duration_cast<milliseconds>(end - Clock::now()), milliseconds(0));
+    }
+
+private:
+    const Clock::time_point end;
+};
 
 std::string contentsOf(LayoutKind layout)
 {
@@ -61,10 +72,15 @@ struct Network::Parts {
 
     Parts(const GatewaySettings &theSettings, const Wiring &theWiring);
 
+    Moment thisMoment() const { return wiring.clock ? wiring.clock() : fgs::thisMoment(); }
+    milliseconds steadyNow() const { return thisMoment().steady; }
+    Epoch epochNow() const { return thisMoment().now; }
+
     void makeContent(std::unique_ptr<Layout> newLayout);
     void makeSpool();
     void makeSender();
     std::unique_ptr<HttpServer> makeHttp(const GatewaySettings &from);
+    void changeHttp(const GatewaySettings &after);
     HttpReply page(const std::string &path) const;
 
     void wait(milliseconds longest, int wake) const;
@@ -77,9 +93,11 @@ struct Network::Parts {
     void subscribeAgain();
     void arrived(const Received &message);
     void hostLost();
+    void leaveTheSilent();
     void stepCommands();
     void logAnswersBehind(std::size_t known);
     void commit();
+    void commitNow();
     void sayGoodbye(milliseconds limit);
     void leave(milliseconds limit);
     void apply(const GatewaySettings &after);
@@ -100,10 +118,12 @@ struct Network::Parts {
     std::unique_ptr<Sender> sender;
     std::unique_ptr<HttpServer> http;
     bool isSubscribed = false;
+    std::optional<milliseconds> waitsSince;       ///< for an acknowledgement, and none has come
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
-    quint64 overrunTold = 0;
+    quint64 overrunTold = 0;                                           ///< of this client
+    std::string brokerTold; ///< that it is connected to, as the log has it; empty: to none
 };
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
@@ -149,6 +169,18 @@ std::unique_ptr<HttpServer> Network::Parts::makeHttp(const GatewaySettings &from
                                         [this](const std::string &path) { return page(path); });
 }
 
+/// Another address may have the same port: the old one ends first, and listens again if the new one cannot.
+void Network::Parts::changeHttp(const GatewaySettings &after)
+{
+    http.reset();
+    try {
+        http = makeHttp(after);
+    } catch (const TextError &) {
+        http = makeHttp(*settings);
+        throw;
+    }
+}
+
 HttpReply Network::Parts::page(const std::string &path) const
 {
     if (path == "/metrics")
@@ -180,6 +212,7 @@ void Network::Parts::work()
     subscribeAgain();
     stepCommands();
     sender->send(*wiring.mailbox.sharedState(), thisMoment());
+    leaveTheSilent();
     commit();
     if (http)
         http->step();
@@ -223,9 +256,11 @@ void Network::Parts::take(const MqttClient::News &item)
         isSubscribed = false;
         nextSubscription.reset();
         sender->stop();
-        log.saySeldom(item.text, steadyNow());
+        if (log.saySeldom(item.text, steadyNow()))
+            brokerTold.clear();
         break;
     case News::Delivered:
+        waitsSince.reset();
         sender->acknowledged(item.message);
         break;
     case News::Arrived:
@@ -234,9 +269,11 @@ void Network::Parts::take(const MqttClient::News &item)
     }
 }
 
+/// Who throws it out again and again is told of as seldom as the loss.
 void Network::Parts::connected(const std::string &broker)
 {
-    log.say("connected to " + broker);
+    if (std::exchange(brokerTold, broker) != broker)
+        log.say("connected to " + broker);
     const std::vector<std::string> topics = layout->subscriptions();
     client->subscribe(topics);
     if (topics.empty())
@@ -246,6 +283,7 @@ void Network::Parts::connected(const std::string &broker)
 /// Publishes also where it may not read.
 void Network::Parts::subscribed(const std::string &refused)
 {
+    waitsSince.reset();
     nextSubscription.reset();
     if (!refused.empty()) {
         log.saySeldom("the broker does not let this gateway read " + refused +
@@ -290,6 +328,22 @@ void Network::Parts::hostLost()
     client->walkOn();
 }
 
+/// One that answers pings and nothing else. The will tells its readers.
+void Network::Parts::leaveTheSilent()
+{
+    const milliseconds steady = steadyNow();
+    if (!client->isConnected() || (isSubscribed && !client->isAwaiting()))
+        waitsSince.reset();
+    else if (!waitsSince)
+        waitsSince = steady;
+    else if (steady - *waitsSince >= std::max<milliseconds>(2 * settings->broker.keepAlive, ShortestPatience)) {
+        log.saySeldom("the broker acknowledges nothing any more; leaving it (look at its log and its disk)",
+                      steady);
+        waitsSince.reset();
+        client->abandon();
+    }
+}
+
 void Network::Parts::stepCommands()
 {
     const std::size_t known = desk->answers().size();
@@ -314,22 +368,28 @@ void Network::Parts::commit()
     nextCommit = steady + CommitPeriod;
 }
 
+void Network::Parts::commitNow()
+{
+    nextCommit = milliseconds(0);
+    commit();
+}
+
 /// The last words, as far as there is room for them within the limit.
 void Network::Parts::sayGoodbye(milliseconds limit)
 {
-    const milliseconds end = steadyNow() + limit;
+    const Deadline deadline(limit);
     sender->beginFarewell(wiring.mailbox.state(), thisMoment());
-    while (!sender->sendFarewell() && steadyNow() < end) {
-        waitFor({client->descriptor()}, end - steadyNow());
+    while (!sender->sendFarewell() && !deadline.isOver()) {
+        waitFor({client->descriptor()}, deadline.left());
         takeNews();
     }
 }
 
 void Network::Parts::leave(milliseconds limit)
 {
-    const milliseconds end = steadyNow() + limit;
+    const Deadline deadline(limit);
     sayGoodbye(limit / 2);
-    client->stop(std::max(end - steadyNow(), milliseconds(0)));
+    client->stop(deadline.left());
     takeNews();
     isSubscribed = false;
     nextSubscription.reset();
@@ -343,7 +403,7 @@ void Network::Parts::apply(const GatewaySettings &after)
     std::unique_ptr<MqttClient> newClient =
         difference.connection ? std::make_unique<MqttClient>(after.broker, wiring.pauses) : nullptr;
     if (difference.http)
-        http = makeHttp(after);
+        changeHttp(after);
     const bool isToldAnew = newLayout || newClient || difference.spool;
     if (isToldAnew)
         work();
@@ -365,8 +425,11 @@ void Network::Parts::rebuild(const SettingsDifference &difference, std::unique_p
         spool.reset();
         makeSpool();
     }
-    if (newClient)
+    if (newClient) {
         client = std::move(newClient);
+        overrunTold = 0;
+        brokerTold.clear();
+    }
     makeSender();
     if (difference.connection)
         client->start();
@@ -407,10 +470,11 @@ GatewayFigures Network::Parts::figures() const
     made.hasSpool = spool != nullptr;
     if (!spool)
         return made;
+    made.spoolProblem = spool->problem();
     made.dropped += spool->dropped();
     made.spoolBytes = spool->bytes();
     const Epoch oldest = spool->oldestTime();
-    made.spoolOldestAge = oldest ? double(now - oldest) / 1000 : 0;
+    made.spoolOldestAge = oldest ? std::max(double(now - oldest) / 1000, 0.0) : 0;
     return made;
 }
 
@@ -427,18 +491,19 @@ void Network::step(milliseconds wait, int wake)
     parts->work();
 }
 
-/// Answers first, as long as half of the time.
+/// Answers first, as long as half of the time. What is not acknowledged is on the disk before a wait that may be
+/// longer than who ended it has patience.
 void Network::end(milliseconds limit)
 {
-    const milliseconds end = steadyNow() + limit;
+    const Deadline deadline(limit), forAnswers(limit / 2);
     parts->work();
-    while (parts->client->isConnected() && !parts->desk->answers().empty() && steadyNow() < end - limit / 2) {
-        waitFor({parts->client->descriptor()}, end - limit / 2 - steadyNow());
+    while (parts->client->isConnected() && !parts->desk->answers().empty() && !forAnswers.isOver()) {
+        waitFor({parts->client->descriptor()}, forAnswers.left());
         parts->work();
     }
-    parts->leave(std::max(end - steadyNow(), milliseconds(0)));
-    parts->nextCommit = milliseconds(0);
-    parts->commit();
+    parts->commitNow();
+    parts->leave(deadline.left());
+    parts->commitNow();
 }
 
 void Network::apply(const GatewaySettings &settings)

@@ -25,6 +25,8 @@ public:
         std::function<void(const std::string &)> tell; ///< a line for people
         bool readOnly = false;
         ReconnectPauses pauses = ReconnectPauses();
+        /// Empty: the machine's clocks. Waits for the network take real time, whatever it shows.
+        std::function<Moment()> clock = {};
     };
 
     /// Throws TextError if HTTP cannot listen, a file of TLS or the password cannot be read, or the layout cannot

@@ -27,10 +27,6 @@ public:
         Spool *spool; ///< null: none
         int historyPerSecond = 20;
     };
-    struct Moment {
-        Epoch now;
-        milliseconds steady; ///< of a clock that never jumps
-    };
 
     explicit Sender(const Parts &theParts) : parts(theParts) {}
 

@@ -76,6 +76,8 @@ struct SpoolSettings {
 };
 
 struct CommandSettings {
+    static constexpr int LongestAllowed = 1 << 20; ///< bytes: longestMessage is never more
+
     std::chrono::seconds longestAge{30}; ///< by the sender's clock; 0: not looked at
     int mostPerMinute = 60;
     int longestMessage = 16384; ///< bytes

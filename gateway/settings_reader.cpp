@@ -22,7 +22,7 @@ const int MostRetries = 1000;
 const int ShortestKeepAlive = 5, LongestKeepAlive = 65535; ///< seconds; MQTT has two bytes for them
 const int MostInFlight = 10000;
 const int MostSpoolMegabytes = 1 << 20, MostSpoolDays = 3650, MostHistory = 10000;
-const int MostCommands = 60000, ShortestCommand = 64, LongestCommand = 1 << 20;
+const int MostCommands = 60000, ShortestCommand = 64;
 
 bool matches(const char *form, const std::string &text)
 {
@@ -362,7 +362,7 @@ void SettingsReader::takeCommands(Table &root)
         return;
     take(*table, "max_age_s", 0, Day, settings.commands.longestAge);
     take(*table, "per_minute", 1, MostCommands, settings.commands.mostPerMinute);
-    take(*table, "max_bytes", ShortestCommand, LongestCommand, settings.commands.longestMessage);
+    take(*table, "max_bytes", ShortestCommand, CommandSettings::LongestAllowed, settings.commands.longestMessage);
     table->refuseOthers();
 }
 

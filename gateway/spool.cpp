@@ -432,9 +432,9 @@ std::vector<Spool::Kept> Spool::oldest(Number after, int most)
     return found;
 }
 
-bool Spool::isWorking() const
+const std::string &Spool::problem() const
 {
-    return parts->problem.empty();
+    return parts->problem;
 }
 
 std::int64_t Spool::bytes() const

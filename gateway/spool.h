@@ -39,7 +39,8 @@ public:
     /// The oldest behind `after`, at most so many.
     std::vector<Kept> oldest(Number after, int most);
 
-    bool isWorking() const;
+    /// Why nothing is kept on the disk, and what to do; empty: it is.
+    const std::string &problem() const;
     std::int64_t bytes() const; ///< of the records, with 32 for each, not of the file; the bound is of these
     std::int64_t records() const;
     Epoch oldestTime() const; ///< 0: there is none

@@ -6,6 +6,9 @@
 #include "support/mqtt_user.h"
 #include "watch/value_type.h"
 
+#include <algorithm>
+#include <ctime>
+
 namespace lineless
 {
 
@@ -29,11 +32,28 @@ inline GatewaySettings gatewaySettings(const std::vector<int> &ports, int tags =
     return settings;
 }
 
+/// Clocks that go on when the test says so.
+struct TestClock {
+    Moment moment{std::time(nullptr) * Epoch(1000), std::chrono::hours(1)};
+
+    void pass(milliseconds time)
+    {
+        moment.now += time.count();
+        moment.steady += time;
+    }
+    /// Somebody sets the time of day.
+    void jump(milliseconds distance) { moment.now += distance.count(); }
+    std::function<Moment()> function() const
+    {
+        return [this] { return moment; };
+    }
+};
+
 /// A gateway without a line: the test posts.
 struct Gateway {
-    explicit Gateway(const GatewaySettings &settings)
+    explicit Gateway(const GatewaySettings &settings, const std::function<Moment()> &clock = {})
         : network(settings,
-                  {mailbox, orders, [this](const std::string &line) { log.push_back(line); }, false, ShortPauses})
+                  {mailbox, orders, [this](const std::string &line) { say(line); }, false, ShortPauses, clock})
     {
         LineState up;
         up.isUp = true;
@@ -52,13 +72,19 @@ struct Gateway {
         mailbox.post(Snapshot{sample});
     }
     void step() { network.step(milliseconds(5), -1); }
-    bool hasSaid(const std::string &part) const
+    void say(const std::string &line)
     {
-        for (const std::string &line : log)
-            if (line.find(part) != std::string::npos)
-                return true;
-        return false;
+        log.push_back(line);
+        if (told)
+            told(line);
     }
+    int timesSaid(const std::string &part) const
+    {
+        return int(std::count_if(log.begin(), log.end(), [&part](const std::string &line) {
+            return line.find(part) != std::string::npos;
+        }));
+    }
+    bool hasSaid(const std::string &part) const { return timesSaid(part) > 0; }
     template <typename Condition>
     void stepUntil(Condition condition)
     {
@@ -69,6 +95,7 @@ struct Gateway {
     Mailbox mailbox;
     OrderDesk orders;
     std::vector<std::string> log;
+    std::function<void(const std::string &)> told; ///< each line, when it is said
     Network network;
 };
 

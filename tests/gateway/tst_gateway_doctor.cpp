@@ -167,6 +167,17 @@ TEST_F(GatewayDoctor, LooksAtCertificates)
     expectFound(examine("", good, {now() - month, true}), "certificates", "is valid from", "clock");
 }
 
+/// In the words that the gateway itself has in its log.
+TEST_F(GatewayDoctor, TellsWhyThereIsNoTls)
+{
+    broker.makeCertificate("authority", "server");
+    broker.start();
+    const auto findings = examine("", "[broker.tls]\nca = \"" + broker.file("authority.crt") + "\"\n");
+    EXPECT_TRUE(find(findings, "login").text.endsWith(QStringLiteral(": unexpected eof while reading")))
+        << find(findings, "login").text.toStdString();
+    expectFound(findings, "login", "no TLS with", "check port (is it the one without TLS?)");
+}
+
 TEST_F(GatewayDoctor, FindsWhatIsInTheWayOfSpoolAndHttp)
 {
     broker.start();

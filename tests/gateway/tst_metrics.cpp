@@ -89,6 +89,7 @@ TEST(Metrics, EachFigureStandsUnderItsName)
         {"fgs_publish_sent_total", 5020},
         {"fgs_publish_acknowledged_total", 5000},
         {"fgs_publish_dropped_total", 17},
+        {"fgs_spool_up", 1},
         {"fgs_spool_bytes", 123456},
         {"fgs_spool_oldest_age_seconds", 61.5},
         {"fgs_commands_total", 31},
@@ -189,12 +190,20 @@ TEST(Metrics, AreWhatPromtoolWants)
     EXPECT_NE(lint("# HELP fgs_x x\n# TYPE fgs_x counter\nfgs_x 1\n"), "0") << "it finds nothing at all";
 }
 
-TEST(Health, IsGoodWithLineAndBroker)
+TEST(Metrics, TellOfASpoolThatKeepsNothing)
+{
+    GatewayFigures figures = figuresByHand();
+    figures.spoolProblem = "no space is left";
+    EXPECT_EQ(valuesOf(metricsText(figures)).at("fgs_spool_up"), 0);
+}
+
+TEST(Health, IsGoodWithLineBrokerAndSpool)
 {
     GatewayFigures figures = figuresByHand();
     const Health good = healthOf(figures);
     EXPECT_TRUE(good.isOk);
-    EXPECT_EQ(good.text, "{\"ok\":true,\"line\":{\"up\":true,\"since\":1700000000000},\"broker\":{\"up\":true}}\n");
+    EXPECT_EQ(good.text, "{\"ok\":true,\"line\":{\"up\":true,\"since\":1700000000000},\"broker\":{\"up\":true},"
+                         "\"spool\":{\"up\":true}}\n");
     figures.isBrokerUp = false;
     EXPECT_FALSE(healthOf(figures).isOk);
     figures.isBrokerUp = true;
@@ -203,6 +212,13 @@ TEST(Health, IsGoodWithLineAndBroker)
     const Health bad = healthOf(figures);
     EXPECT_FALSE(bad.isOk);
     EXPECT_EQ(nlohmann::json::parse(bad.text)["line"]["error"], "no \"device\" \xEF\xBF\xBD");
+    figures = figuresByHand();
+    figures.spoolProblem = "no space is left";
+    EXPECT_FALSE(healthOf(figures).isOk);
+    const nlohmann::json spool = nlohmann::json::parse(healthOf(figures).text)["spool"];
+    EXPECT_EQ(spool, nlohmann::json({{"up", false}, {"error", "no space is left"}}));
+    figures = {};
+    EXPECT_FALSE(nlohmann::json::parse(healthOf(figures).text).contains("spool")) << "there is none";
 }
 
 } // namespace

@@ -68,11 +68,27 @@ TEST_F(MqttClientTest, PublishesAndReceives)
     EXPECT_TRUE(later.received[0].isRetained);
 }
 
+TEST_F(MqttClientTest, TakesNoMoreOfALargeMessageThanTellsThatItIsTooLarge)
+{
+    broker.start();
+    MqttUser reader(settings("reader"), {"plant/#"});
+    reader.stepUntilConnected();
+    MqttUser writer(settings());
+    const std::string longest(MqttClient::LongestPayload - 1, 'x');
+    writer.tell(message("plant/a", longest));
+    writer.tell(message("plant/b", std::string(8U << 20, 'y')));
+    reader.stepUntil([&] { return reader.received.size() == 2; });
+    EXPECT_TRUE(reader.newest("plant/a") == longest);
+    EXPECT_EQ(reader.newest("plant/b").size(), MqttClient::LongestPayload);
+    EXPECT_EQ(reader.client.overrun(), 0U);
+}
+
 TEST_F(MqttClientTest, ConnectsToABrokerThatIsStartedLater)
 {
     MqttUser user(settings());
     user.stepUntil([&] { return user.ends.size() == 3; });
-    EXPECT_EQ(user.ends[0], "cannot reach " + name() + ": Connection refused");
+    EXPECT_EQ(user.ends[0],
+              "cannot reach " + name() + ": Connection refused; check host and port, and whether it runs");
     EXPECT_EQ(user.client.publish(message("a", "b")), 0) << "not connected";
     broker.start();
     user.stepUntilConnected();
@@ -234,7 +250,19 @@ TEST_F(MqttTlsTest, SpeaksNoTlsWithABrokerThatHasNone)
     const BrokerSettings withTls = tlsSettings("plant", "");
     broker.configuration = "allow_anonymous true\n";
     broker.start();
-    EXPECT_PRED2(contains, firstEnd(withTls), name());
+    EXPECT_EQ(
+        firstEnd(withTls),
+        "no TLS with " + name() +
+            ": unexpected eof while reading; check port (is it the one without TLS?), ca, certificate and key");
+}
+
+TEST_F(MqttTlsTest, TellsThatTheHostIsNotInTheCertificate)
+{
+    broker.makeCertificate("plant", "server", "DNS:broker1.plant.example");
+    broker.start();
+    EXPECT_EQ(firstEnd(tlsSettings("plant", "")),
+              "no TLS with " + name() +
+                  ": host is none of the names in its certificate; write one of them as host");
 }
 
 TEST_F(MqttTlsTest, ReadsACertificateThatWasRenewedAtTheNextTry)

@@ -1,7 +1,11 @@
 // The network's side of a gateway against a real broker: the line is the test's own poster.
 #include "lineless_gateway.h"
+
+#include "host/text_error.h"
 #include "support/fake_broker.h"
 #include "support/mosquitto.h"
+#include "support/mqtt_tap.h"
+#include "support/small_disk.h"
 
 #include <algorithm>
 #include <ctime>
@@ -13,6 +17,37 @@ using namespace lineless;
 
 namespace
 {
+
+const milliseconds Day = std::chrono::hours(24);
+
+Message message(const std::string &topic, const std::string &payload)
+{
+    Message made;
+    made.topic = topic;
+    made.payload = payload;
+    return made;
+}
+
+/// Of an order of one variable, which then holds what was ordered.
+OrderEnd verified(const Order &order)
+{
+    WriteReport report;
+    report.assignment = order.assignments[0];
+    report.result = WriteResult::Verified;
+    report.held.variable = report.assignment.tag.variable;
+    report.held.quality = Quality::Good;
+    report.held.values = report.assignment.values;
+    return {order.number, false, {report}, {}};
+}
+
+GatewaySettings spoolingSettings(const FakeBroker &broker, const TemporaryFolder &folder, int historyPerSecond)
+{
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.spool.emplace();
+    settings.spool->file = folder.path / "press7.spool";
+    settings.spool->historyPerSecond = historyPerSecond;
+    return settings;
+}
 
 class NetworkTest : public testing::Test
 {
@@ -102,10 +137,7 @@ TEST(NetworkWithABadBroker, LosesNothingThatWasDueWithASpool)
     std::mt19937 random(11);
     TemporaryFolder folder;
     FakeBroker broker;
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    settings.spool->historyPerSecond = 10000;
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
     settings.broker.mostInFlight = 1000; // what is not acknowledged never fills the window: something can break off
     Gateway gateway(settings);
     gateway.stepUntil([&] { return broker.sent().size() >= 2; });
@@ -145,10 +177,7 @@ TEST(NetworkWithABadBroker, KeepsEachReadingHoweverLateItComes)
 {
     const TemporaryFolder folder(memoryFolder());
     FakeBroker broker;
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    settings.spool->historyPerSecond = 10000;
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
     Gateway gateway(settings);
     const Epoch start = std::time(nullptr) * Epoch(1000);
     std::set<Epoch> due;
@@ -166,16 +195,71 @@ TEST(NetworkWithABadBroker, KeepsEachReadingHoweverLateItComes)
     EXPECT_EQ(gateway.network.figures().dropped, 0u);
 }
 
+/// What is kept comes in the order in which it was read, whatever the times are.
+TEST(NetworkWithABadBroker, KeepsWhatWasReadThroughJumpsOfTheTimeOfDay)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    broker.answer = 3; // unavailable
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
+    TestClock clock;
+    Gateway gateway(settings, clock.function());
+    std::vector<Epoch> read;
+    for (milliseconds jump : {Day, -3 * Day, 2 * Day, -Day, milliseconds(0)}) {
+        clock.jump(jump);
+        gateway.post(0, quint32(read.size()), clock.moment.now);
+        read.push_back(clock.moment.now);
+        gateway.step();
+        EXPECT_GE(gateway.network.figures().spoolOldestAge, 0);
+        clock.pass(std::chrono::seconds(2)); // it goes to the disk
+        gateway.step();
+    }
+    broker.answer = 0;
+    gateway.stepUntil([&] { return gateway.network.figures().spoolBytes == 0; });
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/history"), read);
+    EXPECT_EQ(gateway.network.figures().dropped, 0U);
+}
+
+/// What is live arrives, and everybody can see that nothing is kept.
+TEST(NetworkBesideAFullDisk, GoesOnPublishing)
+{
+    const TemporaryFolder folder;
+    EXPECT_ON_SMALL_DISK(folder.path, [&] {
+        Findings findings;
+        FakeBroker broker;
+        broker.answer = 3; // unavailable
+        TestClock clock;
+        Gateway gateway(spoolingSettings(broker, folder, 10000), clock.function());
+        std::ofstream(folder.path / "filler") << std::string(4 << 20, 'f'); // as much of it as finds room
+        for (quint32 value = 0; !gateway.hasSaid("no space is left"); ++value) {
+            gateway.post(0, value % 1000, clock.moment.now);
+            clock.pass(std::chrono::seconds(1));
+            gateway.step();
+        }
+        broker.answer = 0;
+        gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+        for (std::size_t i = 1; i <= 20; ++i) {
+            gateway.post(0, quint32(i), clock.moment.now);
+            clock.pass(std::chrono::seconds(1));
+            gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == i; });
+        }
+        findings.require(!healthOf(gateway.network.figures()).isOk, "looks healthy");
+        std::filesystem::remove(folder.path / "filler");
+        clock.pass(std::chrono::minutes(1));
+        gateway.step();
+        findings.require(gateway.hasSaid("works again; messages lost meanwhile: 0"), "does not work again");
+        findings.require(healthOf(gateway.network.figures()).isOk, "looks unhealthy");
+        return findings.text;
+    });
+}
+
 /// While nobody took it: in its order, each once, with its own time and value.
 TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
 {
     const TemporaryFolder folder(memoryFolder());
     FakeBroker broker;
     broker.answer = 3; // unavailable
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    settings.spool->historyPerSecond = 10000;
+    GatewaySettings settings = spoolingSettings(broker, folder, 10000);
     Gateway gateway(settings);
     const Epoch start = std::time(nullptr) * Epoch(1000);
     for (int i = 0; i < 300; ++i) {
@@ -195,6 +279,99 @@ TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
     }
     EXPECT_EQ(next, 300);
     EXPECT_EQ(timesOf(broker, "plant/press7/oven"), std::vector<Epoch>());
+}
+
+/// 5 kept messages a second, counted by the gateway's own clock, and none before what is live.
+TEST(NetworkWithABadBroker, SendsHistoryAtItsRateAndAfterLiveValues)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    broker.answer = 3; // unavailable
+    TestClock clock;
+    Gateway gateway(spoolingSettings(broker, folder, 5), clock.function());
+    const Epoch start = clock.moment.now;
+    for (int i = 0; i < 100; ++i) {
+        gateway.post(0, quint32(i), start + i);
+        gateway.step();
+    }
+    const auto isAllAcknowledged = [&gateway] {
+        gateway.step(); // what may be sent now is
+        const GatewayFigures figures = gateway.network.figures();
+        return figures.sent >= 3 && figures.acknowledged == figures.sent;
+    };
+    broker.answer = 0;
+    gateway.stepUntil(isAllAcknowledged);
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/history"), std::vector<Epoch>{start}) << "it is the first";
+    for (int tenths = 0; tenths < 20; ++tenths) {
+        clock.pass(milliseconds(100));
+        gateway.stepUntil(isAllAcknowledged);
+    }
+    EXPECT_EQ(timesOf(broker, "plant/press7/oven/history").size(), 11U) << "ten more in two seconds";
+
+    const std::size_t before = broker.sent().size();
+    clock.pass(milliseconds(200));
+    gateway.post(1, 7, start + 100);
+    gateway.stepUntil(isAllAcknowledged);
+    const std::vector<FakeBroker::Sent> sent = broker.sent();
+    ASSERT_GE(sent.size(), before + 2);
+    EXPECT_EQ(sent[sent.size() - 2].topic, "plant/press7/oven");
+    EXPECT_EQ(sent[sent.size() - 1].topic, "plant/press7/oven/history");
+}
+
+/// Before it waits for the connection to end, which may take as long as a name is looked up.
+TEST(NetworkWithABadBroker, KeepsWhatIsNotAcknowledgedBeforeItLeaves)
+{
+    const TemporaryFolder folder(memoryFolder());
+    FakeBroker broker;
+    GatewaySettings settings = spoolingSettings(broker, folder, 5);
+    TestClock clock; // stands still: nothing goes to the disk by itself
+    Gateway gateway(settings, clock.function());
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+    broker.acknowledges = false;
+    gateway.post(0, 31337, clock.moment.now);
+    gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == 1; });
+    const auto isKept = [&settings] {
+        std::ifstream file(settings.spool->file, std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        return contains(bytes, "\"t0\":31337");
+    };
+    EXPECT_FALSE(isKept());
+    bool wasKept = false;
+    gateway.told = [&](const std::string &line) {
+        wasKept = wasKept || (contains(line, "left broker") && isKept());
+    };
+    gateway.network.end(milliseconds(100));
+    EXPECT_TRUE(gateway.hasSaid("left broker"));
+    EXPECT_TRUE(wasKept);
+}
+
+/// As it is with two gateways of one name, which throw each other out.
+TEST(NetworkWithABadBroker, TellsOfConnectionsAsSeldomAsOfTheirLoss)
+{
+    FakeBroker broker;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({broker.port()}), clock.function());
+    const auto comeBack = [&](int connection) {
+        gateway.stepUntil([&] {
+            return broker.connects == connection &&
+                   gateway.network.figures().acknowledged >= quint64(2 * connection);
+        });
+    };
+    comeBack(1);
+    for (int connection = 2; connection <= 10; ++connection) {
+        broker.breakAfter = 0;
+        gateway.post(0, quint32(connection), 1000);
+        comeBack(connection);
+    }
+    const int told = gateway.timesSaid("connected to broker");
+    const int losses = int(gateway.log.size()) - told;
+    EXPECT_EQ(told, losses + 1);
+    EXPECT_LE(losses, 2) << "closed, or reset";
+    clock.pass(std::chrono::minutes(1));
+    broker.breakAfter = 0;
+    gateway.post(0, 1, 1000);
+    comeBack(11);
+    EXPECT_EQ(gateway.timesSaid("connected to broker"), told + 1);
 }
 
 /// It publishes meanwhile, on the same connection, and greets once.
@@ -241,6 +418,82 @@ TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
         const std::string state = reader.newest("plant/press7/oven/state");
         return contains(state, "\"t0\":20000") && contains(state, "\"t3\":19999");
     });
+}
+
+/// Twice the time to keep alive is 40 s.
+TEST(NetworkWithABadBroker, LeavesOneThatAcknowledgesNothing)
+{
+    FakeBroker bad, good;
+    bad.acknowledges = false;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({bad.port(), good.port()}), clock.function());
+    gateway.stepUntil([&] { return bad.sent().size() == 2; });
+    gateway.step();
+    bad.acknowledges = true;
+    clock.pass(milliseconds(39999));
+    gateway.post(0, 1, 1000);
+    const auto isAllButTheFirst = [](const GatewayFigures &figures) {
+        return figures.acknowledged > 0 && figures.sent == figures.acknowledged + 2;
+    };
+    gateway.stepUntil([&] { return isAllButTheFirst(gateway.network.figures()); });
+    bad.acknowledges = false;
+    gateway.step();
+    clock.pass(milliseconds(39999));
+    gateway.step();
+    EXPECT_FALSE(gateway.hasSaid("acknowledges nothing"));
+    clock.pass(milliseconds(1));
+    gateway.step();
+    EXPECT_TRUE(gateway.hasSaid("the broker acknowledges nothing any more"));
+    gateway.stepUntil([&] { return good.sent().size() == 2 && bad.ends == 1; });
+    EXPECT_EQ(bad.disconnects, 0) << "it publishes the will";
+}
+
+TEST(NetworkWithABadBroker, LeavesOneThatNeverAnswersASubscription)
+{
+    FakeBroker bad, good;
+    bad.subscribes = false;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({bad.port(), good.port()}), clock.function());
+    gateway.stepUntil([&] { return bad.subscriptions == 1; });
+    gateway.step();
+    clock.pass(milliseconds(40000));
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged == 2; });
+    EXPECT_TRUE(bad.sent().empty());
+    EXPECT_EQ(good.sent().size(), 2U);
+}
+
+/// Nothing waits, however long it is.
+TEST(NetworkWithABadBroker, StaysWithOneThatHasNothingToAcknowledge)
+{
+    FakeBroker broker;
+    TestClock clock;
+    Gateway gateway(gatewaySettings({broker.port()}), clock.function());
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged == 2; });
+    for (std::size_t i = 1; i <= 5; ++i) {
+        clock.pass(milliseconds(50000));
+        gateway.step();
+        gateway.post(0, quint32(i), Epoch(i));
+        gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == i; });
+    }
+    EXPECT_EQ(broker.connects, 1);
+    EXPECT_FALSE(gateway.hasSaid("acknowledges nothing"));
+}
+
+/// "127.1" is the same address, so the first server has to end before the second can begin.
+TEST(NetworkWithABadBroker, AnswersAtAnotherAddressOfTheSamePort)
+{
+    FakeBroker broker;
+    const int reserved = boundToLoopback(0);
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.http = HttpSettings{"127.0.0.1", portOf(reserved)};
+    Gateway gateway(settings);
+    settings.http->address = "127.1";
+    gateway.network.apply(settings);
+    EXPECT_EQ(gateway.network.httpPort(), portOf(reserved));
+    settings.http->address = "192.0.2.1"; // of no machine
+    EXPECT_THROW(gateway.network.apply(settings), TextError);
+    EXPECT_EQ(gateway.network.httpPort(), portOf(reserved)) << "the one before goes on";
+    ::close(reserved);
 }
 
 /// Subscribes to everything below "plant", and neither reads nor acknowledges what comes.
@@ -304,15 +557,65 @@ TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
     stepBoth(gateway, user, [&] { return gateway.orders.hasOrders(); });
     const std::optional<Order> order = gateway.orders.take();
     ASSERT_TRUE(order);
-    WriteReport report;
-    report.assignment = order->assignments[0];
-    report.result = WriteResult::Verified;
-    report.held.variable = report.assignment.tag.variable;
-    report.held.quality = Quality::Good;
-    report.held.values = report.assignment.values;
-    gateway.orders.finish({order->number, false, {report}, {}});
+    gateway.orders.finish(verified(*order));
     stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/ack"), "\"verified\""); });
     EXPECT_TRUE(contains(user.newest("plant/press7/ack"), "\"new\""));
+}
+
+/// Broken clocks of panels, and people who set them: the file's times are of the clock that never jumps.
+TEST_F(NetworkTest, GoesOnThroughJumpsOfTheTimeOfDay)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.commands.longestAge = std::chrono::seconds(0);
+    settings.tags[0].write = WriteRule{0, 60000, 0};
+    TestClock clock;
+    Gateway gateway(settings, clock.function());
+    MqttUser user(readerSettings(), {"plant/#"});
+    user.stepUntilConnected();
+    stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/oven/state"), "\"t0\""); });
+    quint32 value = 0;
+    for (milliseconds jump : {Day, -2 * Day, -300 * Day, 301 * Day, milliseconds(0)}) {
+        ++value;
+        const std::string id = std::to_string(value);
+        user.tell(message("plant/press7/cmd", R"({"id":)" + id + R"(,"set":{"t0":)" + id + "}}"));
+        stepBoth(gateway, user, [&] { return gateway.orders.hasOrders(); });
+        clock.jump(jump);
+        gateway.post(0, value, clock.moment.now);
+        stepBoth(gateway, user, [&] { return timeIn(user.newest("plant/press7/oven")) == clock.moment.now; });
+        const std::optional<Order> order = gateway.orders.take();
+        ASSERT_TRUE(order);
+        gateway.orders.finish(verified(*order));
+        stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/ack"), "{\"id\":" + id + ","); });
+        EXPECT_TRUE(contains(user.newest("plant/press7/ack"), "\"verified\"")) << id;
+        user.received.clear();
+        clock.pass(std::chrono::seconds(60));
+        stepBoth(gateway, user, [&] { return timeIn(user.newest("plant/press7/oven/state")) == clock.moment.now; });
+        EXPECT_EQ(user.received.size(), 1U) << "the state, once a minute";
+    }
+    EXPECT_EQ(gateway.network.figures().dropped, 0U);
+}
+
+/// A client of new settings begins to count anew.
+TEST_F(NetworkTest, TellsOnceThatMessagesWereDropped)
+{
+    broker.start();
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    TestClock clock;
+    Gateway gateway(settings, clock.function());
+    gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
+    MqttUser user(readerSettings());
+    const std::string large(MqttClient::LongestPayload, 'x');
+    while (!gateway.hasSaid("some were dropped")) {
+        for (std::size_t bytes = 0; bytes <= 2 * MqttClient::MostWaiting; bytes += large.size())
+            user.tell(message("plant/press7/cmd", large)); // and the gateway looks at none of them
+        gateway.step();
+    }
+    settings.broker.keepAlive = std::chrono::seconds(30);
+    gateway.network.apply(settings);
+    clock.pass(std::chrono::minutes(2));
+    gateway.stepUntil([&] { return gateway.network.figures().isBrokerUp; });
+    EXPECT_EQ(gateway.timesSaid("some were dropped"), 1);
 }
 
 TEST_F(NetworkTest, TellsTenThousandTags)
@@ -423,6 +726,35 @@ TEST_F(NetworkTest, ComesBackFromAConnectionThatIsOpenAtOneEndOnly)
     broker.thaw();
     MqttUser reader(readerSettings(), {"plant/#"});
     stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\":9"); });
+}
+
+/// A network that swallows everything: broker and gateway live, and each sees the other fall silent. Nothing that
+/// was due is lost.
+TEST_F(NetworkTest, ComesBackThroughANetworkThatWentSilent)
+{
+    const TemporaryFolder folder(memoryFolder());
+    broker.start();
+    MqttTap tap(broker.port());
+    GatewaySettings settings = gatewaySettings({tap.port()});
+    settings.broker.keepAlive = std::chrono::seconds(5);
+    settings.spool.emplace();
+    settings.spool->file = folder.path / "press7.spool";
+    MqttUser reader(readerSettings(), {"plant/#"});
+    reader.stepUntilConnected();
+    Gateway gateway(settings);
+    stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\""); });
+    tap.isSilent = true;
+    const Epoch time = std::time(nullptr) * Epoch(1000);
+    gateway.post(0, 9, time);
+    stepBoth(gateway, reader, [&] {
+        return gateway.hasSaid("no longer answers") &&
+               contains(reader.newest("plant/press7/status"), "\"offline\"");
+    });
+    EXPECT_FALSE(gateway.network.figures().isBrokerUp);
+    tap.isSilent = false;
+    stepBoth(gateway, reader, [&] { return timeIn(reader.newest("plant/press7/oven/history")) == time; });
+    EXPECT_TRUE(contains(reader.newest("plant/press7/status"), "\"online\""));
+    EXPECT_TRUE(contains(reader.newest("plant/press7/oven/state"), "\"t0\":9"));
 }
 
 } // namespace

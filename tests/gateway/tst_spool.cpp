@@ -1,6 +1,7 @@
 // What a spool keeps, what it drops, and what it does when its file or its disk is bad.
 #include "gateway/database.h"
 #include "gateway/spool.h"
+#include "support/small_disk.h"
 #include "support/temporary_folder.h"
 
 #include <cstring>
@@ -9,7 +10,6 @@
 #include <poll.h>
 #include <random>
 #include <regex>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -332,7 +332,7 @@ TEST_P(DamagedSpoolTest, IsSetAsideAndANewOneBegun)
         EXPECT_NE(open.told[0].find("set aside as '" + (folder.path / setAside()[0]).string() + "'"),
                   std::string::npos)
             << open.told[0];
-        EXPECT_TRUE(open.spool.isWorking());
+        EXPECT_EQ(open.spool.problem(), "");
         EXPECT_EQ(open.spool.records(), 0);
         open.spool.add({"oven", Start, "new"});
         open.spool.commit(Start);
@@ -377,7 +377,7 @@ TEST_F(SpoolTest, DamageWhileItIsOpenIsFoundAndSurvived)
     open.spool.add({"oven", Start, "new"});
     open.spool.commit(Start + 1000);
     EXPECT_EQ(open.contents(), Lines{"new"});
-    EXPECT_TRUE(open.spool.isWorking());
+    EXPECT_EQ(open.spool.problem(), "");
     ::close(handle);
 }
 
@@ -388,7 +388,7 @@ protected:
     /// One message, the records wait in memory, and a minute later it works.
     void expectStopped(Open &open, const std::string &why, const std::function<void()> &repair)
     {
-        EXPECT_FALSE(open.spool.isWorking());
+        EXPECT_NE(open.spool.problem(), "");
         open.spool.add({"oven", Start, "meanwhile"});
         open.spool.commit(Start);
         open.spool.commit(Start + 1000);
@@ -397,9 +397,9 @@ protected:
         EXPECT_EQ(open.told[0].find("the spool '"), 0u) << open.told[0];
         repair();
         open.spool.commit(Start + Minute - 1);
-        EXPECT_FALSE(open.spool.isWorking()) << "tried too often";
+        EXPECT_NE(open.spool.problem(), "") << "tried too often";
         open.spool.commit(Start + Minute);
-        EXPECT_TRUE(open.spool.isWorking());
+        EXPECT_EQ(open.spool.problem(), "");
         ASSERT_EQ(open.told.size(), 2u);
         EXPECT_NE(open.told[1].find("works again; messages lost meanwhile: 0"), std::string::npos) << open.told[1];
     }
@@ -446,50 +446,9 @@ TEST_F(StoppedSpoolTest, MemoryIsBoundedAndLossesAreCounted)
     EXPECT_EQ(open.told.size(), 1u);
 }
 
-/// Runs the steps in a child with a small disk of its own at the folder. They return what went wrong.
-std::string onSmallDisk(const std::string &folder, const std::function<std::string()> &steps)
-{
-    int ends[2];
-    EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        std::string result;
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("none", folder.c_str(), "tmpfs", 0, "size=2m") != 0)
-            result = std::string("skip: a small disk cannot be mounted here: ") + std::strerror(errno);
-        else
-            result = steps();
-        const ssize_t written = ::write(ends[1], result.data(), result.size());
-        ::_exit(written == ssize_t(result.size()) ? 0 : 1);
-    }
-    ::close(ends[1]);
-    std::string result;
-    char bytes[1000];
-    for (ssize_t size = 0; (size = ::read(ends[0], bytes, sizeof bytes)) > 0;)
-        result.append(bytes, std::size_t(size));
-    ::close(ends[0]);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return status == 0 ? result : result + " ended with " + std::to_string(status);
-}
-
-/// A line for each thing that is not as it must be.
-struct Findings {
-    void require(bool holds, const std::string &what) { text += holds ? "" : what + "\n"; }
-    std::string text;
-};
-
-#define EXPECT_ON_SMALL_DISK(steps)                                                                                \
-    do {                                                                                                           \
-        const std::string result = onSmallDisk(folder.path, steps);                                                \
-        if (result.rfind("skip: ", 0) == 0)                                                                        \
-            GTEST_SKIP() << result.substr(6);                                                                      \
-        EXPECT_EQ(result, "");                                                                                     \
-    } while (false)
-
 TEST_F(StoppedSpoolTest, DiskIsFull)
 {
-    EXPECT_ON_SMALL_DISK([&] {
+    EXPECT_ON_SMALL_DISK(folder.path, [&] {
         Findings findings;
         Open open(settings(64 << 20));
         open.spool.add({"oven", Start, "before"});
@@ -499,13 +458,13 @@ TEST_F(StoppedSpoolTest, DiskIsFull)
             open.spool.add({"oven", Start, std::to_string(i) + std::string(50000, 'x')});
             open.spool.commit(Start + i * 1000);
         }
-        findings.require(!open.spool.isWorking(), "works on a full disk");
+        findings.require(!open.spool.problem().empty(), "works on a full disk");
         findings.require(open.told.size() == 1 && open.told[0].find("no space is left") != std::string::npos,
                          "not one message about space");
         findings.require(open.contents().size() == 6, "records are hidden");
         std::filesystem::remove(folder.path / "filler");
         open.spool.commit(Start + 3 * Minute);
-        findings.require(open.spool.isWorking() && open.told.size() == 2, "does not work again");
+        findings.require(open.spool.problem().empty() && open.told.size() == 2, "does not work again");
         findings.require(open.spool.records() == 6 && open.spool.dropped() == 0, "records are lost");
         return findings.text;
     });
@@ -515,7 +474,7 @@ TEST_F(StoppedSpoolTest, DiskIsFull)
 int fill(Spool &spool)
 {
     int added = 0;
-    while (spool.isWorking() && added < 100000) {
+    while (spool.problem().empty() && added < 100000) {
         for (int i = 0; i < 20; ++i)
             spool.add({"oven", Start, std::to_string(added++) + std::string(300, 'x')});
         spool.commit(Start);
@@ -525,11 +484,11 @@ int fill(Spool &spool)
 
 TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledGivesAllInOrderAndWorksAgain)
 {
-    EXPECT_ON_SMALL_DISK([&] {
+    EXPECT_ON_SMALL_DISK(folder.path, [&] {
         Findings findings;
         Open open(settings(64 << 20));
         const int added = fill(open.spool);
-        findings.require(!open.spool.isWorking(), "never full");
+        findings.require(!open.spool.problem().empty(), "never full");
         int expected = 0;
         Epoch now = Start;
         while (expected < added && findings.text.empty()) {
@@ -542,7 +501,7 @@ TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledGivesAllInOrderAndWorksA
             open.spool.commit(now += Minute);
         }
         findings.require(open.spool.dropped() == 0, "lost");
-        findings.require(open.spool.isWorking() && open.spool.records() == 0, "does not work again");
+        findings.require(open.spool.problem().empty() && open.spool.records() == 0, "does not work again");
         findings.require(open.told.size() == 2, std::to_string(open.told.size()) + " messages");
         return findings.text;
     });
@@ -560,7 +519,7 @@ std::string stopAndAcknowledge(Open &open, const std::function<bool(int)> &isAck
         else
             left.push_back(each.record.content);
     open.spool.commit(Start + Minute);
-    findings.require(open.spool.isWorking(), "does not work again");
+    findings.require(open.spool.problem().empty(), "does not work again");
     open.spool.add({"oven", Start, "afterwards"});
     left.push_back("afterwards");
     open.spool.commit(Start + Minute);
@@ -575,7 +534,7 @@ TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledHasRoomForWhatIsAcknowle
                                                 [](int number) { return number > 1000; },
                                                 [](int number) { return number % 8 != 0; }};
     for (const auto &isAcknowledged : choices) {
-        EXPECT_ON_SMALL_DISK([&] {
+        EXPECT_ON_SMALL_DISK(folder.path, [&] {
             std::string found;
             {
                 Open open(settings(64 << 20));
@@ -589,7 +548,7 @@ TEST_F(StoppedSpoolTest, DiskThatTheSpoolItselfHasFilledHasRoomForWhatIsAcknowle
 
 TEST_F(StoppedSpoolTest, DiskIsReadOnly)
 {
-    EXPECT_ON_SMALL_DISK([&] {
+    EXPECT_ON_SMALL_DISK(folder.path, [&] {
         Findings findings;
         const auto remount = [&](unsigned long flags) {
             return ::mount("none", folder.path.c_str(), "tmpfs", MS_REMOUNT | flags, "size=2m") == 0;
@@ -603,7 +562,7 @@ TEST_F(StoppedSpoolTest, DiskIsReadOnly)
                          open.told.empty() ? "no message" : "told: " + open.told[0]);
         findings.require(remount(0), "cannot be mounted writable");
         open.spool.commit(Start + Minute);
-        findings.require(open.spool.isWorking() && open.told.size() == 2, "does not work again");
+        findings.require(open.spool.problem().empty() && open.told.size() == 2, "does not work again");
         findings.require(open.contents() == Lines{"before", "meanwhile"}, "not what was kept");
         return findings.text;
     });

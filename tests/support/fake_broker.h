@@ -40,10 +40,12 @@ public:
     std::atomic<int> answer{0};           ///< the code of CONNACK
     std::atomic<int> granted{1};          ///< the code of SUBACK, for one topic
     std::atomic<bool> acknowledges{true}; ///< with PUBACK
+    std::atomic<bool> subscribes{true};   ///< answers with SUBACK
     std::atomic<bool> isSilent{false};    ///< answers nothing at all, as one that cannot be reached any more
     std::atomic<int> breakAfter{-1};      ///< breaks the connection off instead of taking so many PUBLISH further
     std::atomic<int> connects{0};         ///< CONNECT so far
     std::atomic<int> disconnects{0};      ///< DISCONNECT so far
+    std::atomic<int> ends{0};             ///< connections that are over
     std::atomic<int> subscriptions{0};    ///< SUBSCRIBE so far
     std::atomic<int> pings{0};
 
@@ -88,6 +90,7 @@ private:
             return;
         ::close(socket);
         clients.erase(socket);
+        ++ends;
     }
 
     /// False: breaks off.
@@ -111,7 +114,8 @@ private:
             return takePublish(socket, packet);
         case MqttPacket::Subscribe:
             ++subscriptions;
-            return reply(socket, {'\x90', '\x03', packet.body[0], packet.body[1], char(granted.load())});
+            return !subscribes ||
+                   reply(socket, {'\x90', '\x03', packet.body[0], packet.body[1], char(granted.load())});
         case MqttPacket::PingReq:
             ++pings;
             return reply(socket, {'\xD0', '\0'});

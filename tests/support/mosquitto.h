@@ -42,15 +42,16 @@ public:
         runServer({program("bin/mosquitto_passwd"), "-b", file("passwords"), user, password}, file("tools.log"));
     }
 
-    /// NAME.crt and NAME.key, signed by AUTHORITY.crt, which is made if there is none; for 127.0.0.1.
-    void makeCertificate(const std::string &authority, const std::string &name) const
+    /// NAME.crt and NAME.key, signed by AUTHORITY.crt, which is made if there is none.
+    void makeCertificate(const std::string &authority, const std::string &name,
+                         const std::string &hosts = "IP:127.0.0.1,DNS:localhost") const
     {
         if (::access(file(authority + ".crt").c_str(), R_OK) != 0)
             openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 30 -subj /CN=" +
                     authority + " -keyout " + file(authority + ".key") + " -out " + file(authority + ".crt"));
         openssl("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " +
                 file(name + ".key") + " -out " + file(name + ".csr"));
-        std::ofstream(file("extensions")) << "subjectAltName=IP:127.0.0.1,DNS:localhost\n";
+        std::ofstream(file("extensions")) << "subjectAltName=" + hosts + "\n";
         openssl("x509 -req -days 30 -in " + file(name + ".csr") + " -CA " + file(authority + ".crt") + " -CAkey " +
                 file(authority + ".key") + " -CAcreateserial -extfile " + file("extensions") + " -out " +
                 file(name + ".crt"));

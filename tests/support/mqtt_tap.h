@@ -7,6 +7,7 @@
 #include "support/mqtt_packet.h"
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <netinet/tcp.h>
@@ -57,6 +58,9 @@ public:
     /// Ends the connection at both ends without a word.
     void cut() { isCut = true; }
 
+    /// Hands nothing on, and ends nothing: both ends keep a connection that leads nowhere.
+    std::atomic<bool> isSilent{false};
+
 private:
     void run()
     {
@@ -91,6 +95,10 @@ private:
         underWay.clear();
         std::string fromClient, fromBroker;
         while (!isOver && !isCut.exchange(false)) {
+            if (isSilent) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                continue;
+            }
             pollfd wanted[] = {{client, POLLIN, 0}, {broker, POLLIN, 0}};
             ::poll(wanted, 2, 10);
             if (wanted[1].revents && !handOn(broker, client, fromBroker))
