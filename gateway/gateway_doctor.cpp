@@ -235,6 +235,12 @@ GatewayDoctor::Result GatewayDoctor::connections()
                            "between")};
 }
 
+/// By hand there is no credential unless the service runs, and then root alone may read it.
+bool GatewayDoctor::isPasswordHidden() const
+{
+    return !settings->broker.credential.empty() && ::access(settings->broker.passwordFile.c_str(), R_OK) != 0;
+}
+
 /// A client id of its own does not throw a running gateway out.
 BrokerSettings GatewayDoctor::brokerAs(const char *suffix) const
 {
@@ -251,22 +257,29 @@ std::string GatewayDoctor::testTopic() const
 
 GatewayDoctor::Result GatewayDoctor::notConnected() const
 {
-    return {Mark::NotChecked, reachable.empty() ? QStringLiteral("no broker takes connections")
-                                                : QStringLiteral("the broker does not let the gateway in")};
+    if (reachable.empty())
+        return {Mark::NotChecked, QStringLiteral("no broker takes connections")};
+    return {Mark::NotChecked, isPasswordHidden() ? QStringLiteral("without the password nobody can log in")
+                                                 : QStringLiteral("the broker does not let the gateway in")};
 }
 
 GatewayDoctor::Result GatewayDoctor::login()
 {
     if (reachable.empty())
         return notConnected();
+    if (isPasswordHidden())
+        return {
+            Mark::NotChecked,
+            QStringLiteral("the password is a credential, which the running service has, and root then: %1 (%2)")
+                .arg(QString::fromStdString(settings->broker.passwordFile), systemText(errno))};
     watcherSettings = brokerAs("-doctor");
     actorSettings = brokerAs("-doctor-will");
     try {
         watcher = std::make_unique<BrokerProbe>(watcherSettings, reachable.front(), stop);
         actor = std::make_unique<BrokerProbe>(actorSettings, reachable.front(), stop);
     } catch (const TextError &error) {
-        return {Mark::Found, QString::fromUtf8(error.what()),
-                QStringLiteral("check password_file and [broker.tls], and who may read the files")};
+        const auto [text, remedy] = split(QString::fromUtf8(error.what()));
+        return {Mark::Found, text, remedy};
     }
     const Message lastWill{testTopic(), "will", 1, false};
     for (std::unique_ptr<BrokerProbe> *each : {&watcher, &actor})
@@ -318,6 +331,16 @@ GatewayDoctor::Result GatewayDoctor::will()
                : unheard("the will of a connection that broke off");
 }
 
+/// By hand the default is another folder than the service's.
+QString GatewayDoctor::whoseSpool() const
+{
+    const QString spool = QString::fromStdString(settings->spool->file);
+    return spool.contains(QLatin1Char('/'))
+               ? QString()
+               : QStringLiteral("; the service has /var/lib/fgs-gateway/%1 in its place")
+                     .arg(QFileInfo(file).completeBaseName());
+}
+
 GatewayDoctor::Result GatewayDoctor::spool()
 {
     if (!settings->spool)
@@ -330,7 +353,7 @@ GatewayDoctor::Result GatewayDoctor::spool()
         return {Mark::Found, QStringLiteral("'%1' cannot be written: %2").arg(place, systemText(errno)),
                 QStringLiteral("make the folder, give it to the user of the gateway, or mend file in [spool]")};
     const std::int64_t needed = settings->spool->mostBytes - info.size(), room = roomIn(folder);
-    const QString text = QStringLiteral("%1 are free in '%2'").arg(megabytes(room), folder);
+    const QString text = QStringLiteral("%1 are free in '%2'").arg(megabytes(room), folder) + whoseSpool();
     if (room < needed)
         return {Mark::Found, text + QStringLiteral(", and %1 may be needed").arg(megabytes(needed)),
                 QStringLiteral("make room, or a smaller megabytes in [spool]")};

@@ -99,9 +99,14 @@ protected:
     template <typename Condition>
     QJsonObject await(const std::string &topic, const Condition &isSo)
     {
+        return awaitMessageOf("fgs/press7/" + topic, isSo);
+    }
+    template <typename Condition>
+    QJsonObject awaitMessageOf(const std::string &topic, const Condition &isSo)
+    {
         for (;; user->step())
             for (const fgs::Received &message : user->received)
-                if (message.topic == "fgs/press7/" + topic && isSo(objectIn(message.payload)))
+                if (message.topic == topic && isSo(objectIn(message.payload)))
                     return objectIn(message.payload);
     }
     QJsonObject awaitState(const char *state)
@@ -294,6 +299,69 @@ TEST_F(FgsGateway, TellsTheServiceManager)
     gateway.signal(SIGTERM);
     manager.await({"STOPPING=1"});
     EXPECT_EQ(gateway.wait(), 0);
+}
+
+/// What systemd hands to the service of the packaged example.
+class ServiceFolders
+{
+public:
+    explicit ServiceFolders(const std::filesystem::path &folder)
+        : credentials(folder / "credentials"), state(folder / "state")
+    {
+        std::filesystem::create_directory(credentials);
+        std::filesystem::create_directory(state);
+        ::setenv("CREDENTIALS_DIRECTORY", credentials.c_str(), 1);
+        ::setenv("STATE_DIRECTORY", state.c_str(), 1);
+    }
+    ServiceFolders(const ServiceFolders &) = delete;
+    ServiceFolders &operator=(const ServiceFolders &) = delete;
+    ~ServiceFolders()
+    {
+        ::unsetenv("CREDENTIALS_DIRECTORY");
+        ::unsetenv("STATE_DIRECTORY");
+    }
+
+    const std::filesystem::path credentials, state;
+};
+
+std::string replaced(std::string text, const std::string &from, const std::string &to)
+{
+    const std::size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return text.replace(at, from.size(), to);
+}
+
+/// The example as it is packaged, but for the addresses of this test.
+std::string exampleFor(const Line &line, int brokerPort)
+{
+    std::ifstream file(TARN_SOURCE_DIR "/docs/gateway.toml");
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    text = replaced(text, "/dev/ttyUSB0:19200,8E1", line.link);
+    text = replaced(text, "host = \"127.0.0.1\"", "host = \"127.0.0.1:" + std::to_string(brokerPort) + '"');
+    return replaced(text, "127.0.0.1:9464", "127.0.0.1:0");
+}
+
+TEST_F(FgsGateway, RunsTheExampleWithWhatItsServiceIsGiven)
+{
+    const ServiceFolders service(line.folder.path);
+    std::ofstream(service.credentials / "mqtt") << "secret\n";
+    Mosquitto strict;
+    strict.addUser("press7", "secret");
+    strict.configuration = "allow_anonymous false\npassword_file " + strict.file("passwords") + "\n";
+    strict.start();
+    fgs::BrokerSettings reader = brokerSettings({strict.port()}, "reader");
+    reader.user = "press7";
+    reader.passwordFile = service.credentials / "mqtt";
+    user = std::make_unique<MqttUser>(reader, std::vector<std::string>{"plant/hall1/press7/#"});
+    std::ofstream(line.file) << exampleFor(line, strict.port());
+
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitMessageOf("plant/hall1/press7/oven/state", [](const QJsonObject &message) {
+        return message.value(QStringLiteral("values")).toObject().value(QStringLiteral("oven_temp")) == 20.1;
+    });
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    EXPECT_TRUE(std::filesystem::exists(service.state / "press7.spool"));
 }
 
 TEST_F(FgsGateway, EndsAtOnceAtASecondSignal)

@@ -119,6 +119,37 @@ TEST_F(GatewayDoctor, FindsARefusedLogin)
     expectOk(examine(user + broker.file("right") + "\"\n"), {"login", "publish", "will"});
 }
 
+/// Nothing is wrong with a password that only the running service has.
+TEST_F(GatewayDoctor, DoesNotCondemnACredentialThatIsNotThereByHand)
+{
+    broker.start();
+    const auto findings = examine("user = \"press7\"\npassword_credential = \"mqtt\"\n");
+    expectOk(findings, {"file", "broker"});
+    for (const char *name : {"login", "publish", "will"})
+        EXPECT_EQ(find(findings, name).mark, Mark::NotChecked) << name;
+    EXPECT_NE(find(findings, "login").text.indexOf(QStringLiteral("fgs-gateway@press7.service/mqtt")), -1);
+}
+
+TEST_F(GatewayDoctor, NamesTheFileOfAPasswordThatCannotBeRead)
+{
+    broker.start();
+    expectFound(examine("user = \"press7\"\npassword_file = \"/nowhere/password\"\n"), "login",
+                "cannot read password_file /nowhere/password: No such file", "password_credential");
+}
+
+/// By hand the default is a file here, and not the one of the service.
+TEST_F(GatewayDoctor, TellsWhereTheServiceHasItsSpool)
+{
+    broker.start();
+    EXPECT_NE(find(examine("", "[spool]\nmegabytes = 1\n"), "spool")
+                  .text.indexOf(QStringLiteral("the service has /var/lib/fgs-gateway/press7")),
+              -1);
+    EXPECT_EQ(
+        find(examine("", "[spool]\nmegabytes = 1\nfile = \"" + (folder.path / "x").string() + "\"\n"), "spool")
+            .text.indexOf(QStringLiteral("/var/lib")),
+        -1);
+}
+
 TEST_F(GatewayDoctor, FindsATopicThatMayNotBeWritten)
 {
     std::ofstream(broker.file("acl")) << "topic read fgs/#\n";

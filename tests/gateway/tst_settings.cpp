@@ -329,10 +329,10 @@ TEST(Passwords, MayComeAsACredential)
         const Environment folder("CREDENTIALS_DIRECTORY", "/run/credentials/x");
         EXPECT_EQ(parsed(Head + broker + Group).broker.passwordFile, "/run/credentials/x/mqtt");
     }
-    const Environment none("CREDENTIALS_DIRECTORY", nullptr);
-    EXPECT_EQ(brokerFaults(broker),
-              "f:2:58: $CREDENTIALS_DIRECTORY is not set, so there is no credential 'mqtt'; start the gateway as a "
-              "service with LoadCredential=mqtt:FILE, or write password_file = \"...\"");
+    const Environment none("CREDENTIALS_DIRECTORY", nullptr); // as by hand
+    EXPECT_EQ(parsed("name = \"other\"\n" + (Head + broker) + Group).broker.passwordFile,
+              "/run/credentials/fgs-gateway@press7.service/mqtt")
+        << "of the instance, which is called as the file is";
 }
 
 TEST(Faults, AreToldAllAtOnce)
