@@ -1,5 +1,6 @@
 #include "network.h"
 
+#include "host/text_error.h"
 #include "http_server.h"
 #include "log.h"
 #include "sender.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <climits>
 #include <poll.h>
+#include <utility>
 
 namespace fgs
 {
@@ -65,6 +67,8 @@ struct Network::Parts {
     void makeSpool();
     void makeSender();
     std::unique_ptr<HttpServer> makeHttp(const GatewaySettings &from);
+    void openHttp();
+    void openHttpAgain();
     HttpReply page(const std::string &path) const;
 
     void wait(milliseconds longest, int wake) const;
@@ -99,6 +103,8 @@ struct Network::Parts {
     std::unique_ptr<MqttClient> client;
     std::unique_ptr<Sender> sender;
     std::unique_ptr<HttpServer> http;
+    std::optional<milliseconds> nextHttp; ///< what could not listen is tried again
+    std::string httpProblem;              ///< as it was told
     bool isSubscribed = false;
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
@@ -108,12 +114,13 @@ struct Network::Parts {
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
     : wiring(theWiring), log(theWiring.tell), settings(std::make_shared<const GatewaySettings>(theSettings)),
-      client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses)), http(makeHttp(theSettings))
+      client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses))
 {
     contentSettings = settings;
     makeContent(makeLayout(*settings));
     makeSpool();
     makeSender();
+    openHttp();
     client->start();
 }
 
@@ -149,6 +156,29 @@ std::unique_ptr<HttpServer> Network::Parts::makeHttp(const GatewaySettings &from
                                         [this](const std::string &path) { return page(path); });
 }
 
+/// Nothing else waits for it: an address comes with its network, and a port is free when another program ends.
+void Network::Parts::openHttp()
+{
+    try {
+        http = makeHttp(*settings);
+    } catch (const TextError &error) {
+        if (error.what() != std::exchange(httpProblem, error.what()))
+            log.say(httpProblem + " (it is tried again, everything else goes on)");
+        nextHttp = steadyNow() + wiring.pauses.longest;
+    }
+}
+
+void Network::Parts::openHttpAgain()
+{
+    if (!nextHttp || steadyNow() < *nextHttp)
+        return;
+    nextHttp.reset();
+    if (!http)
+        openHttp();
+    if (http && !std::exchange(httpProblem, {}).empty())
+        log.say("HTTP listens on port " + std::to_string(http->port()));
+}
+
 HttpReply Network::Parts::page(const std::string &path) const
 {
     if (path == "/metrics")
@@ -166,6 +196,8 @@ void Network::Parts::wait(milliseconds longest, int wake) const
         limit = std::min(limit, nextCommit - steadyNow());
     if (nextSubscription)
         limit = std::min(limit, *nextSubscription - steadyNow());
+    if (nextHttp)
+        limit = std::min(limit, *nextHttp - steadyNow());
     if (http)
         limit = std::min(limit, http->longestWait());
     waitFor({wake, wiring.mailbox.descriptor(), wiring.orders.endsDescriptor(), client->descriptor(),
@@ -181,6 +213,7 @@ void Network::Parts::work()
     stepCommands();
     sender->send(*wiring.mailbox.sharedState(), thisMoment());
     commit();
+    openHttpAgain();
     if (http)
         http->step();
     log.step(steadyNow());

@@ -451,6 +451,20 @@ TEST(FgsGatewayFiles, OfALinkThatCannotBeOpenedAreNotTried)
     ::close(closed);
 }
 
+/// The service manager starts it again after these, and after a fault of the file it does not.
+TEST(FgsGatewayFiles, ThatNameMissingOnesAreNoFaultsOfTheFile)
+{
+    const Line line;
+    for (const char *lines : {"user = \"a\"\npassword_file = \"/nowhere/p\"\n", "tls = { ca = \"/nowhere/ca\" }\n",
+                              "user = \"a\"\npassword_credential = \"mqtt\"\n"}) {
+        line.write(ovenGroup(), lines);
+        EXPECT_EQ(run({"--check", line.file}).code, 0) << lines;
+        const Ended ended = run({line.file});
+        EXPECT_EQ(ended.code, 1) << lines;
+        EXPECT_TRUE(has(ended.log, "cannot read")) << ended.log;
+    }
+}
+
 TEST(FgsGatewayOptions, HaveTheirFaultsTold)
 {
     const std::pair<std::vector<std::string>, const char *> cases[] = {
