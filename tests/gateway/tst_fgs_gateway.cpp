@@ -2,6 +2,7 @@
 #include "support/mosquitto.h"
 #include "support/mqtt_user.h"
 #include "support/process.h"
+#include "support/pseudo_terminal.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <set>
+#include <sstream>
 #include <sys/un.h>
 
 namespace
@@ -386,6 +388,26 @@ TEST_F(FgsGateway, RecordsTheLine)
     Process decode(programOf("fgs"), {"decode", trace});
     EXPECT_TRUE(has(decode.restOfOutput(), "read 5:99x3"));
     EXPECT_EQ(decode.wait(), 0);
+}
+
+/// A serial device needs more of Qt than TCP does, and Qt tells what it misses.
+TEST_F(FgsGateway, SaysNothingOfItsInsideOverASerialDevice)
+{
+    std::string device;
+    const int master = openPseudoTerminal(device);
+    std::ofstream(line.file) << "name = \"press7\"\nlink = \"" << device << ":19200,8E1\"\n[broker]\nhost = "
+                             << "\"127.0.0.1:" << broker.port() << "\"\n"
+                             << ovenGroup();
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    await("status", [](const QJsonObject &message) {
+        return message.value(QStringLiteral("link")).toString() == QStringLiteral("up");
+    });
+    gateway.signal(SIGTERM);
+    std::istringstream log(gateway.restOfLog());
+    EXPECT_EQ(gateway.wait(), 0);
+    for (std::string text; std::getline(log, text);)
+        EXPECT_EQ(text.find("fgs-gateway: "), 0u) << text;
+    ::close(master);
 }
 
 TEST_F(FgsGateway, FindsNothingWrongWithLineAndBroker)
