@@ -83,6 +83,11 @@ std::int64_t roomIn(const QString &folder)
     return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
 }
 
+QString dateText(Epoch time)
+{
+    return QDateTime::fromMSecsSinceEpoch(time).toUTC().toString(QStringLiteral("yyyy-MM-dd"));
+}
+
 QString megabytes(std::int64_t bytes)
 {
     return QStringLiteral("%1 MB").arg(bytes >> 20);
@@ -194,10 +199,8 @@ GatewayDoctor::Result GatewayDoctor::certificates()
         return {Mark::NotChecked, QStringLiteral("the file has no [broker.tls]")};
     const std::vector<CertificateFault> faults = faultsOf(*settings->broker.tls, clock.now);
     if (faults.empty())
-        return {Mark::Ok, QStringLiteral("readable, and valid until ") +
-                              QDateTime::fromMSecsSinceEpoch(validUntil(*settings->broker.tls))
-                                  .toUTC()
-                                  .toString(QStringLiteral("yyyy-MM-dd"))};
+        return {Mark::Ok, QStringLiteral("the files here are readable, and valid until ") +
+                              dateText(validUntil(*settings->broker.tls, clock.now))};
     QStringList texts, remedies;
     for (const CertificateFault &fault : faults) {
         texts << fault.text;

@@ -198,6 +198,25 @@ TEST_F(GatewayDoctor, LooksAtCertificates)
     expectFound(examine("", good, {now() - month, true}), "certificates", "is valid from", "clock");
 }
 
+/// As that of Debian, where some of the many authorities always have run out.
+TEST_F(GatewayDoctor, TakesABundleOfWhichSomeHaveRunOut)
+{
+    broker.makeAuthority("short", 1);
+    broker.makeAuthority("long", 30);
+    std::ofstream bundle(broker.file("bundle.crt"));
+    for (const char *each : {"short.crt", "long.crt"})
+        bundle << std::ifstream(broker.file(each)).rdbuf();
+    bundle.close();
+    const std::string tls = "[broker.tls]\nca = \"" + broker.file("bundle.crt") + "\"\n";
+    const fgs::Epoch day = 86400000;
+    const CheckResult found = find(examine("", tls, {now() + 3 * day, true}), "certificates");
+    EXPECT_EQ(found.mark, Mark::Ok) << found.text.toStdString();
+    const QDate first = QDateTime::fromMSecsSinceEpoch(now() + 3 * day).toUTC().date();
+    const QString until = found.text.section(QLatin1Char(' '), -1);
+    EXPECT_GT(QDate::fromString(until, QStringLiteral("yyyy-MM-dd")), first) << "of the valid one";
+    expectFound(examine("", tls, {now() + 31 * day, true}), "certificates", "has run out", "new one");
+}
+
 TEST_F(GatewayDoctor, FindsWhatIsInTheWayOfSpoolAndHttp)
 {
     broker.start();
