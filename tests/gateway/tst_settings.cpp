@@ -357,7 +357,7 @@ TEST(Faults, AreToldAllAtOnce)
         "and name that: password_file = \"...\"\n"
         "f:10:8: 'plant.1' is no beginning of topics; write levels of letters of ASCII, digits, _ and - with / "
         "between them, like base = \"plant/hall1\"\n"
-        "f:12:8: 'ack' is a reserved name of a group; choose another; status, cmd and ack are reserved\n"
+        "f:12:8: 'ack' is a reserved name of a group; choose another; status, cmd, ack and doctor are reserved\n"
         "f:13:12: the dead band is less than 0; write the smallest change that matters, or 0 for each change\n"
         "f:16:12: station 0 means all stations and cannot be read; name one station from 1 to 255\n"
         "f:17:9: a number may be written in a range only; write = { min = 0, max = 100 }, say");
