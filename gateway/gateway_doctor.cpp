@@ -161,8 +161,19 @@ void GatewayDoctor::examineLine(const Doctor::Observer &observer, std::vector<Ch
         stations.insert(variable.station);
     plan.stations.assign(stations.begin(), stations.end());
     plan.timeoutSetting = QStringLiteral("timeout_ms");
-    for (const CheckResult &finding : Doctor(plan, system, stop).run(observer))
-        findings.push_back(finding);
+    for (CheckResult &finding : Doctor(plan, system, stop).run(observer)) {
+        if (finding.check == QLatin1String("in use") && finding.mark == Mark::Found)
+            finding.remedy = besideItself() + finding.remedy;
+        findings.push_back(std::move(finding));
+    }
+}
+
+/// What a running gateway of the same file has in use is no fault.
+QString GatewayDoctor::besideItself() const
+{
+    return QStringLiteral("if that is this gateway, end it before --doctor (sudo systemctl stop fgs-gateway@%1); "
+                          "otherwise ")
+        .arg(QFileInfo(file).completeBaseName());
 }
 
 GatewayDoctor::Result GatewayDoctor::read()
@@ -372,7 +383,7 @@ GatewayDoctor::Result GatewayDoctor::http()
     const int error = listenError(*settings->http);
     if (error == EADDRINUSE)
         return {Mark::Found, place + QStringLiteral(" is in use"),
-                QStringLiteral("if this gateway is not running, choose another port as listen in [http]")};
+                besideItself() + QStringLiteral("choose another port as listen in [http]")};
     if (error != 0)
         return {Mark::Found, QStringLiteral("nobody can listen on %1: %2").arg(place, systemText(error)),
                 QStringLiteral("mend listen in [http]: an address of this computer and a free port")};

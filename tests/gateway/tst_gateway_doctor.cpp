@@ -224,7 +224,7 @@ TEST_F(GatewayDoctor, FindsWhatIsInTheWayOfSpoolAndHttp)
     const auto findings = examine("", "[spool]\nfile = \"/proc/nowhere/x.spool\"\n[http]\nlisten = \"127.0.0.1:" +
                                           std::to_string(portOf(listener)) + "\"\n");
     expectFound(findings, "spool", "cannot be written", "[spool]");
-    expectFound(findings, "HTTP", "in use", "[http]");
+    expectFound(findings, "HTTP", "in use", "systemctl stop fgs-gateway@press7); otherwise choose another port");
     ::close(listener);
     expectFound(examine("", "[spool]\nmegabytes = 1000000\nfile = \"" + (folder.path / "x").string() + "\"\n"),
                 "spool", "may be needed", "make room");
