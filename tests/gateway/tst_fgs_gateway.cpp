@@ -4,6 +4,7 @@
 #include "support/process.h"
 #include "support/pseudo_terminal.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <QtCore/QDateTime>
@@ -12,6 +13,7 @@
 #include <set>
 #include <sstream>
 #include <sys/un.h>
+#include <thread>
 
 namespace
 {
@@ -250,14 +252,16 @@ TEST_F(FgsGateway, RefusesAFileWithFaultsAndGoesOn)
 class Manager
 {
 public:
-    explicit Manager(const std::string &path) : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    /// `watchdog` in microseconds; few messages wait, and what comes then is lost: read them, or have no watchdog.
+    explicit Manager(const std::string &path, const char *watchdog = "100000")
+        : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
         EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
         ::setenv("NOTIFY_SOCKET", path.c_str(), 1);
-        ::setenv("WATCHDOG_USEC", "100000", 1);
+        ::setenv("WATCHDOG_USEC", watchdog, 1);
     }
     Manager(const Manager &) = delete;
     Manager &operator=(const Manager &) = delete;
@@ -276,6 +280,16 @@ public:
             for (auto each = beginnings.begin(); each != beginnings.end();)
                 each = message.compare(0, each->size(), *each) == 0 ? beginnings.erase(each) : std::next(each);
         }
+    }
+
+    /// Everything that has come, without waiting.
+    std::vector<std::string> rest() const
+    {
+        std::vector<std::string> messages;
+        char text[4096];
+        for (ssize_t size = 0; (size = ::recv(socket, text, sizeof text, MSG_DONTWAIT)) >= 0;)
+            messages.emplace_back(text, std::size_t(size));
+        return messages;
     }
 
 private:
@@ -301,6 +315,34 @@ TEST_F(FgsGateway, TellsTheServiceManager)
     gateway.signal(SIGTERM);
     manager.await({"STOPPING=1"});
     EXPECT_EQ(gateway.wait(), 0);
+}
+
+/// Else a line that hangs would not be noticed. The broker's answers show that everything else goes on.
+TEST_F(FgsGateway, FeedsTheWatchdogBetweenRequestsOnly)
+{
+    const int controller = listenOnLoopback(0, 1);
+    std::ofstream(line.file) << "name = \"press7\"\nlink = \"tcp:127.0.0.1:" << portOf(controller)
+                             << "\"\n[line]\ntimeout_ms = 600000\n[broker]\nhost = \"127.0.0.1:" << broker.port()
+                             << "\"\n"
+                             << ovenGroup();
+    const Manager manager(line.folder.path / "notify", "2"); // fed at every occasion
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    const int connection = ::accept(controller, nullptr, nullptr);
+    manager.await({"WATCHDOG=1"});
+    char request;
+    EXPECT_EQ(::recv(connection, &request, 1, 0), 1); // and it is never answered
+    awaitState("online");
+    manager.rest();
+    for (const char *id : {"1", "2", "3", "4", "5"}) {
+        send(id, R"({"nothing":1})");
+        EXPECT_EQ(awaitAnswer(id), "refused");
+    }
+    for (const std::string &message : manager.rest())
+        EXPECT_NE(message, "WATCHDOG=1");
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    ::close(connection);
+    ::close(controller);
 }
 
 /// What systemd hands to the service of the packaged example.
@@ -366,16 +408,101 @@ TEST_F(FgsGateway, RunsTheExampleWithWhatItsServiceIsGiven)
     EXPECT_TRUE(std::filesystem::exists(service.state / "press7.spool"));
 }
 
+/// While nobody reads what it has to say it cannot end by itself: more is wrong with the file than a pipe takes.
 TEST_F(FgsGateway, EndsAtOnceAtASecondSignal)
 {
+    const Manager manager(line.folder.path / "notify", "0");
     Process gateway(programOf("fgs-gateway"), {line.file});
-    awaitState("online");
-    broker.freeze(); // so that the farewell is waited for
+    manager.await({"READY=1"});
+    std::string faults;
+    for (int i = 0; i < 10000; ++i)
+        faults += "nonsense_" + std::to_string(i) + " = 1\n";
+    line.write(ovenGroup(), faults);
+    gateway.signal(SIGHUP);
+    manager.await({"RELOADING=1"});
     gateway.signal(SIGTERM);
     gateway.signal(SIGINT);
     const int code = gateway.wait();
-    EXPECT_TRUE(code == -SIGINT || code == -SIGTERM || code == 0) << code; // 0: the first was done before
-    broker.thaw();
+    EXPECT_TRUE(code == -SIGINT || code == -SIGTERM) << code; // whichever is taken last
+}
+
+/// A port that is kept for whoever listens there.
+class ReservedPort
+{
+public:
+    ReservedPort() : socket(boundToLoopback(0)) {}
+    ReservedPort(const ReservedPort &) = delete;
+    ReservedPort &operator=(const ReservedPort &) = delete;
+    ~ReservedPort() { ::close(socket); }
+
+    int number() const { return portOf(socket); }
+    std::string address() const { return "127.0.0.1:" + std::to_string(number()); }
+
+private:
+    const int socket;
+};
+
+/// The whole answer; empty if nobody listens.
+std::string answerOf(int port, const std::string &path)
+{
+    const int caller = callLoopback(port);
+    const std::string request = "GET " + path + " HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n";
+    std::string answer;
+    if (::send(caller, request.data(), request.size(), MSG_NOSIGNAL) == ssize_t(request.size())) {
+        char bytes[4096];
+        for (ssize_t size = 0; (size = ::recv(caller, bytes, sizeof bytes, 0)) > 0;)
+            answer.append(bytes, std::size_t(size));
+    }
+    ::close(caller);
+    return answer;
+}
+
+/// The first one that has all of this.
+std::string awaitAnswerOf(int port, const std::string &path, const std::vector<std::string> &parts)
+{
+    const auto hasAll = [&parts](const std::string &answer) {
+        return std::all_of(parts.begin(), parts.end(), [&](const std::string &part) { return has(answer, part); });
+    };
+    std::string answer;
+    while (!hasAll(answer = answerOf(port, path)))
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return answer;
+}
+
+TEST_F(FgsGateway, TellsItsHealthAndItsFigures)
+{
+    const ReservedPort http;
+    line.write("[http]\nlisten = \"" + http.address() + "\"\n" + ovenGroup());
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitAnswerOf(http.number(), "/healthz",
+                  {"HTTP/1.1 200", "application/json", R"("ok":true)", R"("broker":{"up":true})"});
+    awaitAnswerOf(http.number(), "/metrics", {"HTTP/1.1 200", "text/plain; version=0.0.4", "\nfgs_broker_up 1\n"});
+    EXPECT_TRUE(has(answerOf(http.number(), "/else"), "HTTP/1.1 404"));
+    broker.kill();
+    awaitAnswerOf(http.number(), "/healthz", {"HTTP/1.1 503", R"("ok":false)", R"("broker":{"up":false})"});
+    awaitAnswerOf(http.number(), "/metrics", {"\nfgs_broker_up 0\n"});
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+}
+
+TEST_F(FgsGateway, IsScrapedByPrometheus)
+{
+    const std::string program = serverProgram("bin/prometheus");
+    if (!isServerThere("bin/prometheus") || !std::string(TARN_EMULATOR).empty())
+        GTEST_SKIP() << "there is no " << program << " for this machine";
+    const ReservedPort http, own;
+    line.write("[http]\nlisten = \"" + http.address() + "\"\n" + ovenGroup());
+    std::ofstream(line.folder.path / "prometheus.yml")
+        << "global:\n  scrape_interval: 1s\nscrape_configs:\n  - job_name: gateway\n    static_configs:\n"
+        << "      - targets: ['" << http.address() << "']\n";
+    const Process gateway(programOf("fgs-gateway"), {line.file});
+    Process prometheus(program, {"--config.file=" + (line.folder.path / "prometheus.yml").string(),
+                                 "--storage.tsdb.path=" + (line.folder.path / "data").string(),
+                                 "--web.listen-address=" + own.address()});
+    awaitAnswerOf(own.number(), "/api/v1/query?query=fgs_broker_up",
+                  {R"("instance":")" + http.address() + '"', R"("job":"gateway")", R"(,"1"])"});
+    prometheus.signal(SIGTERM);
+    EXPECT_EQ(prometheus.wait(), 0);
 }
 
 TEST_F(FgsGateway, RecordsTheLine)
