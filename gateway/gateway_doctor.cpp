@@ -162,7 +162,7 @@ void GatewayDoctor::examineLine(const Doctor::Observer &observer, std::vector<Ch
     plan.stations.assign(stations.begin(), stations.end());
     plan.timeoutSetting = QStringLiteral("timeout_ms");
     for (CheckResult &finding : Doctor(plan, system, stop).run(observer)) {
-        if (finding.check == QLatin1String("in use") && finding.mark == Mark::Found)
+        if (std::string(finding.check) == "in use" && finding.mark == Mark::Found)
             finding.remedy = besideItself() + finding.remedy;
         findings.push_back(std::move(finding));
     }
