@@ -189,6 +189,20 @@ TEST_F(FgsGateway, CarriesValuesAndCommandsUntilItIsEnded)
     awaitState("offline");
 }
 
+/// What was never there is not lost.
+TEST_F(FgsGateway, TellsALinkThatCannotBeOpened)
+{
+    std::ofstream(line.file) << "name = \"press7\"\nlink = \"/dev/nowhere\"\n[broker]\nhost = \"127.0.0.1:"
+                             << broker.port() << "\"\n"
+                             << ovenGroup();
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    EXPECT_EQ(awaitMessage(gateway, "link"), "fgs-gateway: cannot open link: /dev/nowhere does not exist; is the "
+                                             "adapter plugged in? (it is tried again)");
+    awaitState("online");
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+}
+
 TEST_F(FgsGateway, IsOfflineWhenItWasKilledUntilItIsStartedAgain)
 {
     Process gateway(programOf("fgs-gateway"), {line.file});
