@@ -55,6 +55,8 @@ if(TARGET fgs-gateway)
   install(FILES packaging/gateway/README packaging/gateway/60-fgs-gateway.rules packaging/gateway/password.conf
       docs/gateway.toml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnfgs-gateway/examples COMPONENT gateway)
+  install(FILES docs/gateway.md docs/night.md docs/plant.md docs/tags.md
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnfgs-gateway COMPONENT gateway)
 endif()
 
 # Man pages, whose options come from the programs' own help: where the programs run.

@@ -76,13 +76,31 @@ bool isOfTables(const toml::node &node)
            std::all_of(array->begin(), array->end(), [](const toml::node &each) { return each.is_table(); });
 }
 
+struct Hint {
+    const char *description; ///< part of what the parser says
+    const char *hint;
+};
+
+/// Of the commonest slips, for which the parser has words that nobody understands.
+const Hint Hints[] = {{"unescaped control characters", "is a closing quote missing?"},
+                      {"could not determine value type", "texts stand in quotes, numbers begin with a digit"},
+                      {"expected a comment or whitespace, saw ','", "decimals have a point: 0.1"}};
+
+std::string remedyOf(const std::string &description)
+{
+    for (const Hint &each : Hints)
+        if (description.find(each.description) != std::string::npos)
+            return std::string(each.hint) + " (mend this first; the rest is looked at then)";
+    return "mend this first; the rest is looked at then";
+}
+
 toml::table parse(const std::string &name, const std::string &text)
 {
     try {
         return toml::parse(text);
     } catch (const toml::parse_error &error) {
-        throw TomlError(name, {{placeIn(error.source()), std::string(error.description()),
-                                "mend this first; the rest is looked at then"}});
+        const std::string description(error.description());
+        throw TomlError(name, {{placeIn(error.source()), description, remedyOf(description)}});
     }
 }
 

@@ -95,34 +95,50 @@ QString dateText(Epoch time)
     return QDateTime::fromMSecsSinceEpoch(time).toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm 'UTC'"));
 }
 
-void judgeDates(const std::string &file, Epoch now)
+Epoch beginOf(const Certificate &certificate)
 {
-    for (const Certificate &each : certificatesIn(file)) {
-        const Epoch begin = Epoch(gnutls_x509_crt_get_activation_time(each.get())) * 1000;
-        if (now > endOf(each))
-            throw Refused{{quoted(file) + QStringLiteral(" has run out on ") + dateText(endOf(each)),
-                           QStringLiteral("have a new one made")}};
-        if (now < begin)
-            throw Refused{
-                {quoted(file) + QStringLiteral(" is valid from ") + dateText(begin) + QStringLiteral(" on only"),
-                 QStringLiteral("check the clock of this computer")}};
-    }
+    return Epoch(gnutls_x509_crt_get_activation_time(certificate.get())) * 1000;
 }
 
+bool isValid(const Certificate &certificate, Epoch now)
+{
+    return beginOf(certificate) <= now && now <= endOf(certificate);
+}
+
+void judgeDates(const std::string &file, const Certificate &certificate, Epoch now)
+{
+    if (now > endOf(certificate))
+        throw Refused{{quoted(file) + QStringLiteral(" has run out on ") + dateText(endOf(certificate)),
+                       QStringLiteral("have a new one made")}};
+    if (now < beginOf(certificate))
+        throw Refused{{quoted(file) + QStringLiteral(" is valid from ") + dateText(beginOf(certificate)) +
+                           QStringLiteral(" on only"),
+                       QStringLiteral("check the clock of this computer")}};
+}
+
+bool isAuthority(const Certificate &certificate)
+{
+    unsigned critical = 0;
+    return gnutls_x509_crt_get_ca_status(certificate.get(), &critical) > 0;
+}
+
+/// A bundle of many authorities has some that have run out; one that is valid is enough.
 void judgeAuthorities(const TlsSettings &tls, Epoch now)
 {
-    judgeDates(tls.authorities, now);
-    for (const Certificate &each : certificatesIn(tls.authorities))
-        if (unsigned critical = 0; gnutls_x509_crt_get_ca_status(each.get(), &critical) > 0)
-            return;
-    throw Refused{{quoted(tls.authorities) + QStringLiteral(" holds no certificate of an authority"),
-                   QStringLiteral("ca names the certificate that the broker's one was signed with")}};
+    const std::vector<Certificate> all = certificatesIn(tls.authorities);
+    if (std::none_of(all.begin(), all.end(), isAuthority))
+        throw Refused{{quoted(tls.authorities) + QStringLiteral(" holds no certificate of an authority"),
+                       QStringLiteral("ca names the certificate that the broker's one was signed with")}};
+    if (std::none_of(all.begin(), all.end(), [now](const Certificate &each) { return isValid(each, now); }))
+        judgeDates(tls.authorities, all.front(), now);
 }
 
 void judgeOwn(const TlsSettings &tls, Epoch now)
 {
-    if (!tls.certificate.empty())
-        judgeDates(tls.certificate, now);
+    if (tls.certificate.empty())
+        return;
+    for (const Certificate &each : certificatesIn(tls.certificate))
+        judgeDates(tls.certificate, each, now);
 }
 
 void judgeKey(const TlsSettings &tls, Epoch)
@@ -151,13 +167,14 @@ std::vector<CertificateFault> faultsOf(const TlsSettings &tls, Epoch now)
     return faults;
 }
 
-Epoch validUntil(const TlsSettings &tls)
+Epoch validUntil(const TlsSettings &tls, Epoch now)
 {
     Epoch first = std::numeric_limits<Epoch>::max();
     for (const std::string &file : {tls.authorities, tls.certificate})
         if (!file.empty())
             for (const Certificate &each : certificatesIn(file))
-                first = std::min(first, endOf(each));
+                if (isValid(each, now))
+                    first = std::min(first, endOf(each));
     return first;
 }
 

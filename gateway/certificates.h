@@ -16,8 +16,8 @@ struct CertificateFault {
 
 /// What is wrong with the files at this time, all of it.
 std::vector<CertificateFault> faultsOf(const TlsSettings &tls, Epoch now);
-/// Until when all of the certificates in them are valid; only if nothing is wrong.
-Epoch validUntil(const TlsSettings &tls);
+/// When the first of the certificates in them that are valid runs out; only if nothing is wrong.
+Epoch validUntil(const TlsSettings &tls, Epoch now);
 
 } // namespace fgs
 

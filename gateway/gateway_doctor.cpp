@@ -83,6 +83,11 @@ std::int64_t roomIn(const QString &folder)
     return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
 }
 
+QString dateText(Epoch time)
+{
+    return QDateTime::fromMSecsSinceEpoch(time).toUTC().toString(QStringLiteral("yyyy-MM-dd"));
+}
+
 QString megabytes(std::int64_t bytes)
 {
     return QStringLiteral("%1 MB").arg(bytes >> 20);
@@ -156,8 +161,19 @@ void GatewayDoctor::examineLine(const Doctor::Observer &observer, std::vector<Ch
         stations.insert(variable.station);
     plan.stations.assign(stations.begin(), stations.end());
     plan.timeoutSetting = QStringLiteral("timeout_ms");
-    for (const CheckResult &finding : Doctor(plan, system, stop).run(observer))
-        findings.push_back(finding);
+    for (CheckResult &finding : Doctor(plan, system, stop).run(observer)) {
+        if (std::string(finding.check) == "in use" && finding.mark == Mark::Found)
+            finding.remedy = besideItself() + finding.remedy;
+        findings.push_back(std::move(finding));
+    }
+}
+
+/// What a running gateway of the same file has in use is no fault.
+QString GatewayDoctor::besideItself() const
+{
+    return QStringLiteral("if that is this gateway, end it before --doctor (sudo systemctl stop fgs-gateway@%1); "
+                          "otherwise ")
+        .arg(QFileInfo(file).completeBaseName());
 }
 
 GatewayDoctor::Result GatewayDoctor::read()
@@ -194,10 +210,8 @@ GatewayDoctor::Result GatewayDoctor::certificates()
         return {Mark::NotChecked, QStringLiteral("the file has no [broker.tls]")};
     const std::vector<CertificateFault> faults = faultsOf(*settings->broker.tls, clock.now);
     if (faults.empty())
-        return {Mark::Ok, QStringLiteral("readable, and valid until ") +
-                              QDateTime::fromMSecsSinceEpoch(validUntil(*settings->broker.tls))
-                                  .toUTC()
-                                  .toString(QStringLiteral("yyyy-MM-dd"))};
+        return {Mark::Ok, QStringLiteral("the files here are readable, and valid until ") +
+                              dateText(validUntil(*settings->broker.tls, clock.now))};
     QStringList texts, remedies;
     for (const CertificateFault &fault : faults) {
         texts << fault.text;
@@ -235,6 +249,12 @@ GatewayDoctor::Result GatewayDoctor::connections()
                            "between")};
 }
 
+/// By hand there is no credential unless the service runs, and then root alone may read it.
+bool GatewayDoctor::isPasswordHidden() const
+{
+    return !settings->broker.credential.empty() && ::access(settings->broker.passwordFile.c_str(), R_OK) != 0;
+}
+
 /// A client id of its own does not throw a running gateway out.
 BrokerSettings GatewayDoctor::brokerAs(const char *suffix) const
 {
@@ -251,22 +271,29 @@ std::string GatewayDoctor::testTopic() const
 
 GatewayDoctor::Result GatewayDoctor::notConnected() const
 {
-    return {Mark::NotChecked, reachable.empty() ? QStringLiteral("no broker takes connections")
-                                                : QStringLiteral("the broker does not let the gateway in")};
+    if (reachable.empty())
+        return {Mark::NotChecked, QStringLiteral("no broker takes connections")};
+    return {Mark::NotChecked, isPasswordHidden() ? QStringLiteral("without the password nobody can log in")
+                                                 : QStringLiteral("the broker does not let the gateway in")};
 }
 
 GatewayDoctor::Result GatewayDoctor::login()
 {
     if (reachable.empty())
         return notConnected();
+    if (isPasswordHidden())
+        return {
+            Mark::NotChecked,
+            QStringLiteral("the password is a credential, which the running service has, and root then: %1 (%2)")
+                .arg(QString::fromStdString(settings->broker.passwordFile), systemText(errno))};
     watcherSettings = brokerAs("-doctor");
     actorSettings = brokerAs("-doctor-will");
     try {
         watcher = std::make_unique<BrokerProbe>(watcherSettings, reachable.front(), stop);
         actor = std::make_unique<BrokerProbe>(actorSettings, reachable.front(), stop);
     } catch (const TextError &error) {
-        return {Mark::Found, QString::fromUtf8(error.what()),
-                QStringLiteral("check password_file and [broker.tls], and who may read the files")};
+        const auto [text, remedy] = split(QString::fromUtf8(error.what()));
+        return {Mark::Found, text, remedy};
     }
     const Message lastWill{testTopic(), "will", 1, false};
     for (std::unique_ptr<BrokerProbe> *each : {&watcher, &actor})
@@ -318,6 +345,16 @@ GatewayDoctor::Result GatewayDoctor::will()
                : unheard("the will of a connection that broke off");
 }
 
+/// By hand the default is another folder than the service's.
+QString GatewayDoctor::whoseSpool() const
+{
+    const QString spool = QString::fromStdString(settings->spool->file);
+    return spool.contains(QLatin1Char('/'))
+               ? QString()
+               : QStringLiteral("; the service has /var/lib/fgs-gateway/%1 in its place")
+                     .arg(QFileInfo(file).completeBaseName());
+}
+
 GatewayDoctor::Result GatewayDoctor::spool()
 {
     if (!settings->spool)
@@ -330,7 +367,7 @@ GatewayDoctor::Result GatewayDoctor::spool()
         return {Mark::Found, QStringLiteral("'%1' cannot be written: %2").arg(place, systemText(errno)),
                 QStringLiteral("make the folder, give it to the user of the gateway, or mend file in [spool]")};
     const std::int64_t needed = settings->spool->mostBytes - info.size(), room = roomIn(folder);
-    const QString text = QStringLiteral("%1 are free in '%2'").arg(megabytes(room), folder);
+    const QString text = QStringLiteral("%1 are free in '%2'").arg(megabytes(room), folder) + whoseSpool();
     if (room < needed)
         return {Mark::Found, text + QStringLiteral(", and %1 may be needed").arg(megabytes(needed)),
                 QStringLiteral("make room, or a smaller megabytes in [spool]")};
@@ -346,7 +383,7 @@ GatewayDoctor::Result GatewayDoctor::http()
     const int error = listenError(*settings->http);
     if (error == EADDRINUSE)
         return {Mark::Found, place + QStringLiteral(" is in use"),
-                QStringLiteral("if this gateway is not running, choose another port as listen in [http]")};
+                besideItself() + QStringLiteral("choose another port as listen in [http]")};
     if (error != 0)
         return {Mark::Found, QStringLiteral("nobody can listen on %1: %2").arg(place, systemText(error)),
                 QStringLiteral("mend listen in [http]: an address of this computer and a free port")};

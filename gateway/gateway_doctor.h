@@ -50,6 +50,9 @@ private:
     Result look(const Check &check);
     void examineLine(const Doctor::Observer &observer, std::vector<CheckResult> &findings);
 
+    bool isPasswordHidden() const;
+    QString whoseSpool() const;
+    QString besideItself() const;
     BrokerSettings brokerAs(const char *suffix) const;
     std::string testTopic() const;
     Result unheard(const char *what) const;

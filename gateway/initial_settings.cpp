@@ -8,7 +8,7 @@ namespace
 {
 
 const char *const Template =
-    R"(# A gateway from one line to an MQTT broker; docs/gateway.md and fgs-gateway.toml(5) tell more. Keys behind a # show
+    R"(# A gateway from one line to an MQTT broker; man fgs-gateway.toml tells more. Keys behind a # show
 # what holds without them, or are examples.
 
 # name = "press7"               # stands in topics; without it the name of this file
@@ -27,7 +27,8 @@ host = "127.0.0.1"              # or a list, ["a", "b:1884"], of one cluster
 # port = 1883                   # with [broker.tls] 8883
 # client_id = "fgs-gateway-press7"
 # user = "press7"
-# password_file = "/etc/fgs-gateway/press7.password"
+# password_credential = "mqtt"  # of a service: LoadCredential=mqtt:FILE in systemd's file; examples/password.conf
+#                               # or password_file = "press7.password" of a gateway that is started by hand
 # keep_alive_s = 20
 # in_flight = 20                # messages that wait to be acknowledged
 

@@ -19,21 +19,31 @@ void startLibrary()
     Q_UNUSED(started);
 }
 
-std::ifstream opened(const std::string &file, const char *what)
+std::ifstream opened(const std::string &file, const std::string &what, const std::string &remedy)
 {
     std::ifstream stream(file, std::ios::binary);
     if (!stream)
-        throw TextError(QStringLiteral("cannot read %1 %2: %3")
-                            .arg(QLatin1String(what), QString::fromStdString(file),
-                                 QString::fromLocal8Bit(std::strerror(errno))));
+        throw TextError(QString::fromStdString("cannot read " + what + ' ' + file + ": " + std::strerror(errno) +
+                                               "; " + remedy));
     return stream;
 }
 
+std::ifstream openedPassword(const BrokerSettings &settings)
+{
+    if (settings.credential.empty())
+        return opened(settings.passwordFile, "password_file",
+                      "let the user of the gateway read it, or take password_credential, which a service can "
+                      "always read");
+    return opened(settings.passwordFile, "the credential",
+                  "the service gets it by a line LoadCredential=" + settings.credential +
+                      ":FILE, see examples/password.conf; by hand take password_file");
+}
+
 /// The first line.
-std::string passwordIn(const std::string &file)
+std::string passwordFor(const BrokerSettings &settings)
 {
     std::string password;
-    std::ifstream stream = opened(file, "password_file");
+    std::ifstream stream = openedPassword(settings);
     std::getline(stream, password);
     if (!password.empty() && password.back() == '\r')
         password.pop_back();
@@ -47,7 +57,7 @@ void setUser(mosquitto *handle, const BrokerSettings &settings)
     if (settings.passwordFile.empty())
         mosquitto_username_pw_set(handle, settings.user.c_str(), nullptr);
     else
-        mosquitto_username_pw_set(handle, settings.user.c_str(), passwordIn(settings.passwordFile).c_str());
+        mosquitto_username_pw_set(handle, settings.user.c_str(), passwordFor(settings).c_str());
 }
 
 const char *orNull(const std::string &text)
@@ -63,10 +73,11 @@ int noPassPhrase(char *, int, int, void *)
 
 void setTls(mosquitto *handle, const TlsSettings &tls)
 {
-    opened(tls.authorities, "ca");
+    const char *const remedy = "mend its path in [broker.tls], or let the user of the gateway read it";
+    opened(tls.authorities, "ca", remedy);
     if (!tls.certificate.empty()) {
-        opened(tls.certificate, "certificate");
-        opened(tls.key, "key");
+        opened(tls.certificate, "certificate", remedy);
+        opened(tls.key, "key", remedy);
     }
     if (mosquitto_tls_set(handle, tls.authorities.c_str(), nullptr, orNull(tls.certificate), orNull(tls.key),
                           noPassPhrase) != MOSQ_ERR_SUCCESS)

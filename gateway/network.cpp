@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <climits>
 #include <poll.h>
+#include <utility>
 
 namespace fgs
 {
@@ -81,6 +82,8 @@ struct Network::Parts {
     void makeSender();
     std::unique_ptr<HttpServer> makeHttp(const GatewaySettings &from);
     void changeHttp(const GatewaySettings &after);
+    void openHttp();
+    void openHttpAgain();
     HttpReply page(const std::string &path) const;
 
     void wait(milliseconds longest, int wake) const;
@@ -117,6 +120,8 @@ struct Network::Parts {
     std::unique_ptr<MqttClient> client;
     std::unique_ptr<Sender> sender;
     std::unique_ptr<HttpServer> http;
+    std::optional<milliseconds> nextHttp; ///< what could not listen is tried again
+    std::string httpProblem;              ///< as it was told
     bool isSubscribed = false;
     std::optional<milliseconds> waitsSince;       ///< for an acknowledgement, and none has come
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
@@ -128,12 +133,13 @@ struct Network::Parts {
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
     : wiring(theWiring), log(theWiring.tell), settings(std::make_shared<const GatewaySettings>(theSettings)),
-      client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses)), http(makeHttp(theSettings))
+      client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses))
 {
     contentSettings = settings;
     makeContent(makeLayout(*settings));
     makeSpool();
     makeSender();
+    openHttp();
     client->start();
 }
 
@@ -176,9 +182,32 @@ void Network::Parts::changeHttp(const GatewaySettings &after)
     try {
         http = makeHttp(after);
     } catch (const TextError &) {
-        http = makeHttp(*settings);
+        openHttp();
         throw;
     }
+}
+
+/// Nothing else waits for it: an address comes with its network, and a port is free when another program ends.
+void Network::Parts::openHttp()
+{
+    try {
+        http = makeHttp(*settings);
+    } catch (const TextError &error) {
+        if (error.what() != std::exchange(httpProblem, error.what()))
+            log.say(httpProblem + " (it is tried again, everything else goes on)");
+        nextHttp = steadyNow() + wiring.pauses.longest;
+    }
+}
+
+void Network::Parts::openHttpAgain()
+{
+    if (!nextHttp || steadyNow() < *nextHttp)
+        return;
+    nextHttp.reset();
+    if (!http)
+        openHttp();
+    if (http && !std::exchange(httpProblem, {}).empty())
+        log.say("HTTP listens on port " + std::to_string(http->port()));
 }
 
 HttpReply Network::Parts::page(const std::string &path) const
@@ -198,6 +227,8 @@ void Network::Parts::wait(milliseconds longest, int wake) const
         limit = std::min(limit, nextCommit - steadyNow());
     if (nextSubscription)
         limit = std::min(limit, *nextSubscription - steadyNow());
+    if (nextHttp)
+        limit = std::min(limit, *nextHttp - steadyNow());
     if (http)
         limit = std::min(limit, http->longestWait());
     waitFor({wake, wiring.mailbox.descriptor(), wiring.orders.endsDescriptor(), client->descriptor(),
@@ -214,6 +245,7 @@ void Network::Parts::work()
     sender->send(*wiring.mailbox.sharedState(), thisMoment());
     leaveTheSilent();
     commit();
+    openHttpAgain();
     if (http)
         http->step();
     log.step(steadyNow());

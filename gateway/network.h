@@ -29,8 +29,8 @@ public:
         std::function<Moment()> clock = {};
     };
 
-    /// Throws TextError if HTTP cannot listen, a file of TLS or the password cannot be read, or the layout cannot
-    /// be made.
+    /// Throws TextError if a file of TLS or the password cannot be read, or the layout cannot be made. Where HTTP
+    /// cannot listen it is tried again.
     Network(const GatewaySettings &theSettings, const Wiring &theWiring);
     ~Network();
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -55,13 +56,17 @@ double statusWord(int number)
     return words ? std::strtod(word.c_str(), nullptr) : 0;
 }
 
+double secondsOf(clockid_t clock)
+{
+    timespec now = {};
+    ::clock_gettime(clock, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
+}
+
+/// From the clocks: a service that is shown only the processes of /proc has no /proc/stat.
 double bootSeconds()
 {
-    std::ifstream file("/proc/stat");
-    for (std::string word; file >> word;)
-        if (word == "btime" && file >> word)
-            return std::strtod(word.c_str(), nullptr);
-    return 0;
+    return secondsOf(CLOCK_REALTIME) - secondsOf(CLOCK_BOOTTIME);
 }
 
 double startSeconds()

@@ -54,6 +54,7 @@ struct BrokerSettings {
     std::string clientId;
     std::string user;         ///< empty: none
     std::string passwordFile; ///< empty: no password; a systemd credential has been turned into its file
+    std::string credential;   ///< the name of that; empty: the file is none
     std::optional<TlsSettings> tls;
     std::chrono::seconds keepAlive{20};
     int mostInFlight = 20; ///< messages that are not acknowledged yet

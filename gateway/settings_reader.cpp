@@ -119,13 +119,19 @@ void SettingsReader::takeRoot(Table &root)
     takeHttp(root);
 }
 
+/// Without .toml; also what the instance of the service is called.
+QString SettingsReader::fileName() const
+{
+    QString name = QFileInfo(file).fileName();
+    if (name.endsWith(QLatin1String(".toml")))
+        name.chop(5);
+    return name;
+}
+
 std::string SettingsReader::name(Table &root)
 {
     const std::optional<Text> given = root.text("name");
-    QString fileName = QFileInfo(file).fileName();
-    if (fileName.endsWith(QLatin1String(".toml")))
-        fileName.chop(5);
-    std::string name = given ? given->value : fileName.toStdString();
+    std::string name = given ? given->value : fileName().toStdString();
     if (!isLevel(name))
         fault(given ? given->place : TomlPlace(), "'" + name + "' is no name of a gateway, which stands in topics",
               "write at most 64 letters of ASCII, digits, _ and -: name = \"press7\"");
@@ -219,22 +225,22 @@ void SettingsReader::takePassword(Table &table)
         fault(path->place, "the path is empty", "name a file, or leave password_file out");
     if (path)
         settings.broker.passwordFile = path->value;
-    else if (credential)
+    else if (credential) {
         settings.broker.passwordFile = credentialFile(*credential);
+        settings.broker.credential = credential->value;
+    }
 }
 
+/// By hand the environment has no folder; then it is the one that systemd makes for the service, which holds it
+/// while that runs.
 std::string SettingsReader::credentialFile(const Text &credential)
 {
-    const std::string folder = folderIn("CREDENTIALS_DIRECTORY");
     if (!matches("\\A[A-Za-z0-9_.-]+\\z", credential.value))
         fault(credential.place, "'" + credential.value + "' is no name of a credential",
               "write the name before the colon of LoadCredential=");
-    else if (folder.empty())
-        fault(credential.place,
-              "$CREDENTIALS_DIRECTORY is not set, so there is no credential '" + credential.value + "'",
-              "start the gateway as a service with LoadCredential=" + credential.value +
-                  ":FILE, or write password_file = \"...\"");
-    return folder + "/" + credential.value;
+    const std::string folder = folderIn("CREDENTIALS_DIRECTORY");
+    const std::string ofService = "/run/credentials/fgs-gateway@" + fileName().toStdString() + ".service";
+    return (folder.empty() ? ofService : folder) + "/" + credential.value;
 }
 
 std::optional<TlsSettings> SettingsReader::tls(Table &broker)

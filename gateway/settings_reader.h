@@ -26,6 +26,7 @@ private:
     void takeGroup(Table &group) override;
     void takeTag(Table &table, Tag *tag) override;
 
+    QString fileName() const;
     std::string name(Table &root);
     void takeLine(Table &root);
     void takeBroker(Table &root);

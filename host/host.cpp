@@ -593,13 +593,14 @@ void Host::hand(const std::vector<RW_VAR> &blocks)
 
 void Host::watchLink()
 {
+    const bool wasOpen = std::exchange(wasLinkOpen, wasLinkOpen || link.isOpen());
     if (link.isOpen() == linkUp)
         return;
     linkUp = !linkUp;
     if (!linkUp)
         poller.lostLink();
-    tell(
-        {linkUp ? LineEvent::LinkOpen : LineEvent::LinkLost, link.now(), 0, {}, linkUp ? QString() : link.error()});
+    const QString why = linkUp ? QString() : link.error();
+    tell({linkUp ? LineEvent::LinkOpen : LineEvent::LinkLost, link.now(), 0, {}, why, wasOpen});
 }
 
 void Host::watchAnswers()

@@ -158,6 +158,7 @@ private:
     Time pollStart{0};
     std::set<int> down; ///< stations of which it was told
     bool linkUp = true;
+    bool wasLinkOpen = false;                 ///< at any time
     bool isAlert = false;                     ///< it was told that unasked answers come
     std::bitset<MaxStation + 1> everAnswered; ///< stations
     EventHook events;

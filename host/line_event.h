@@ -24,9 +24,10 @@ struct LineEvent {
     };
     EventKind kind;
     Time time;
-    int station = 0; ///< of stations and places
-    Variable place;  ///< of the last three; bits by whole bytes
-    QString text;    ///< of LinkLost
+    int station = 0;     ///< of stations and places
+    Variable place;      ///< of the last three; bits by whole bytes
+    QString text;        ///< of LinkLost
+    bool wasOpen = true; ///< of the first two: the link before, at any time
 };
 
 /// Called out of Host::step(), which it must not call.

@@ -7,9 +7,11 @@ QString textOf(const LineEvent &event)
 {
     switch (event.kind) {
     case LineEvent::LinkLost:
-        return QStringLiteral("link lost: %1; all values are stale; trying to open it again").arg(event.text);
+        return (event.wasOpen ? QStringLiteral("link lost: %1 (all values are stale; trying to open it again)")
+                              : QStringLiteral("cannot open link: %1 (it is tried again)"))
+            .arg(event.text);
     case LineEvent::LinkOpen:
-        return QStringLiteral("link open again");
+        return event.wasOpen ? QStringLiteral("link open again") : QStringLiteral("link open");
     case LineEvent::StationDown:
         return QStringLiteral("station %1 does not answer").arg(event.station);
     case LineEvent::StationUp:

@@ -7,7 +7,7 @@
 namespace fgs
 {
 
-/// "link lost: why; all values are stale; trying to open it again"
+/// "link lost: why (all values are stale; trying to open it again)"
 QString textOf(const LineEvent &event);
 
 } // namespace fgs

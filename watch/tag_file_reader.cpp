@@ -18,7 +18,7 @@ namespace
 
 const int LongestName = 64, LongestUnit = 16;
 const int LargestFile = 1 << 24; ///< bytes; what is more is none of these files
-const char *const ReservedGroups[] = {"status", "cmd", "ack"};
+const char *const ReservedGroups[] = {"status", "cmd", "ack", "doctor"};
 
 QString textOf(const std::string &utf8)
 {
@@ -101,7 +101,7 @@ QString TagFileReader::groupName(TomlTable &table)
     checkName(*name, groupNames);
     if (std::find(std::begin(ReservedGroups), std::end(ReservedGroups), name->value) != std::end(ReservedGroups))
         fault(name->place, "'" + name->value + "' is a reserved name of a group",
-              "choose another; status, cmd and ack are reserved");
+              "choose another; status, cmd, ack and doctor are reserved");
     return textOf(name->value);
 }
 

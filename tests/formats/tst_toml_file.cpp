@@ -141,6 +141,22 @@ TEST(TomlFile, TellsASyntaxErrorAlone)
     }
 }
 
+/// The words are the parser's, and say little.
+TEST(TomlFile, GuessesTheSlipBehindASyntaxError)
+{
+    const std::pair<const char *, const char *> cases[] = {{"name = \"a\nhost = \"b\"\n", "closing quote"},
+                                                           {"host = a\n", "texts stand in quotes"},
+                                                           {"scale = 0,1\n", "decimals have a point"}};
+    for (const auto &[text, hint] : cases) {
+        try {
+            const TomlFile file("f", text);
+            ADD_FAILURE() << text;
+        } catch (const TomlError &error) {
+            EXPECT_NE(std::string(error.what()).find(hint), std::string::npos) << error.what();
+        }
+    }
+}
+
 TEST(TomlFile, TakesNoLetterForABlank)
 {
     for (const char *letter : {"\xCF\xA3", "\xC3\xA9", "\xE1\x9A\x81", "\xE2\x81\xA5"})

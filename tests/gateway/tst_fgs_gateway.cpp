@@ -2,14 +2,18 @@
 #include "support/mosquitto.h"
 #include "support/mqtt_user.h"
 #include "support/process.h"
+#include "support/pseudo_terminal.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <set>
+#include <sstream>
 #include <sys/un.h>
+#include <thread>
 
 namespace
 {
@@ -99,9 +103,14 @@ protected:
     template <typename Condition>
     QJsonObject await(const std::string &topic, const Condition &isSo)
     {
+        return awaitMessageOf("fgs/press7/" + topic, isSo);
+    }
+    template <typename Condition>
+    QJsonObject awaitMessageOf(const std::string &topic, const Condition &isSo)
+    {
         for (;; user->step())
             for (const fgs::Received &message : user->received)
-                if (message.topic == "fgs/press7/" + topic && isSo(objectIn(message.payload)))
+                if (message.topic == topic && isSo(objectIn(message.payload)))
                     return objectIn(message.payload);
     }
     QJsonObject awaitState(const char *state)
@@ -180,6 +189,20 @@ TEST_F(FgsGateway, CarriesValuesAndCommandsUntilItIsEnded)
     awaitState("offline");
 }
 
+/// What was never there is not lost.
+TEST_F(FgsGateway, TellsALinkThatCannotBeOpened)
+{
+    std::ofstream(line.file) << "name = \"press7\"\nlink = \"/dev/nowhere\"\n[broker]\nhost = \"127.0.0.1:"
+                             << broker.port() << "\"\n"
+                             << ovenGroup();
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    EXPECT_EQ(awaitMessage(gateway, "link"), "fgs-gateway: cannot open link: /dev/nowhere does not exist; is the "
+                                             "adapter plugged in? (it is tried again)");
+    awaitState("online");
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+}
+
 TEST_F(FgsGateway, IsOfflineWhenItWasKilledUntilItIsStartedAgain)
 {
     Process gateway(programOf("fgs-gateway"), {line.file});
@@ -243,14 +266,16 @@ TEST_F(FgsGateway, RefusesAFileWithFaultsAndGoesOn)
 class Manager
 {
 public:
-    explicit Manager(const std::string &path) : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    /// `watchdog` in microseconds; few messages wait, and what comes then is lost: read them, or have no watchdog.
+    explicit Manager(const std::string &path, const char *watchdog = "100000")
+        : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
         EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
         ::setenv("NOTIFY_SOCKET", path.c_str(), 1);
-        ::setenv("WATCHDOG_USEC", "100000", 1);
+        ::setenv("WATCHDOG_USEC", watchdog, 1);
     }
     Manager(const Manager &) = delete;
     Manager &operator=(const Manager &) = delete;
@@ -269,6 +294,16 @@ public:
             for (auto each = beginnings.begin(); each != beginnings.end();)
                 each = message.compare(0, each->size(), *each) == 0 ? beginnings.erase(each) : std::next(each);
         }
+    }
+
+    /// Everything that has come, without waiting.
+    std::vector<std::string> rest() const
+    {
+        std::vector<std::string> messages;
+        char text[4096];
+        for (ssize_t size = 0; (size = ::recv(socket, text, sizeof text, MSG_DONTWAIT)) >= 0;)
+            messages.emplace_back(text, std::size_t(size));
+        return messages;
     }
 
 private:
@@ -296,16 +331,192 @@ TEST_F(FgsGateway, TellsTheServiceManager)
     EXPECT_EQ(gateway.wait(), 0);
 }
 
+/// Else a line that hangs would not be noticed. The broker's answers show that everything else goes on.
+TEST_F(FgsGateway, FeedsTheWatchdogBetweenRequestsOnly)
+{
+    const int controller = listenOnLoopback(0, 1);
+    std::ofstream(line.file) << "name = \"press7\"\nlink = \"tcp:127.0.0.1:" << portOf(controller)
+                             << "\"\n[line]\ntimeout_ms = 600000\n[broker]\nhost = \"127.0.0.1:" << broker.port()
+                             << "\"\n"
+                             << ovenGroup();
+    const Manager manager(line.folder.path / "notify", "2"); // fed at every occasion
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    const int connection = ::accept(controller, nullptr, nullptr);
+    manager.await({"WATCHDOG=1"});
+    char request;
+    EXPECT_EQ(::recv(connection, &request, 1, 0), 1); // and it is never answered
+    awaitState("online");
+    manager.rest();
+    for (const char *id : {"1", "2", "3", "4", "5"}) {
+        send(id, R"({"nothing":1})");
+        EXPECT_EQ(awaitAnswer(id), "refused");
+    }
+    for (const std::string &message : manager.rest())
+        EXPECT_NE(message, "WATCHDOG=1");
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    ::close(connection);
+    ::close(controller);
+}
+
+/// What systemd hands to the service of the packaged example.
+class ServiceFolders
+{
+public:
+    explicit ServiceFolders(const std::filesystem::path &folder)
+        : credentials(folder / "credentials"), state(folder / "state")
+    {
+        std::filesystem::create_directory(credentials);
+        std::filesystem::create_directory(state);
+        ::setenv("CREDENTIALS_DIRECTORY", credentials.c_str(), 1);
+        ::setenv("STATE_DIRECTORY", state.c_str(), 1);
+    }
+    ServiceFolders(const ServiceFolders &) = delete;
+    ServiceFolders &operator=(const ServiceFolders &) = delete;
+    ~ServiceFolders()
+    {
+        ::unsetenv("CREDENTIALS_DIRECTORY");
+        ::unsetenv("STATE_DIRECTORY");
+    }
+
+    const std::filesystem::path credentials, state;
+};
+
+std::string replaced(std::string text, const std::string &from, const std::string &to)
+{
+    const std::size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return text.replace(at, from.size(), to);
+}
+
+/// The example as it is packaged, but for the addresses of this test.
+std::string exampleFor(const Line &line, int brokerPort)
+{
+    std::ifstream file(TARN_SOURCE_DIR "/docs/gateway.toml");
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    text = replaced(text, "/dev/ttyUSB0:19200,8E1", line.link);
+    text = replaced(text, "host = \"127.0.0.1\"", "host = \"127.0.0.1:" + std::to_string(brokerPort) + '"');
+    return replaced(text, "127.0.0.1:9464", "127.0.0.1:0");
+}
+
+TEST_F(FgsGateway, RunsTheExampleWithWhatItsServiceIsGiven)
+{
+    const ServiceFolders service(line.folder.path);
+    std::ofstream(service.credentials / "mqtt") << "secret\n";
+    Mosquitto strict;
+    strict.addUser("press7", "secret");
+    strict.configuration = "allow_anonymous false\npassword_file " + strict.file("passwords") + "\n";
+    strict.start();
+    fgs::BrokerSettings reader = brokerSettings({strict.port()}, "reader");
+    reader.user = "press7";
+    reader.passwordFile = service.credentials / "mqtt";
+    user = std::make_unique<MqttUser>(reader, std::vector<std::string>{"plant/hall1/press7/#"});
+    std::ofstream(line.file) << exampleFor(line, strict.port());
+
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitMessageOf("plant/hall1/press7/oven/state", [](const QJsonObject &message) {
+        return message.value(QStringLiteral("values")).toObject().value(QStringLiteral("oven_temp")) == 20.1;
+    });
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+    EXPECT_TRUE(std::filesystem::exists(service.state / "press7.spool"));
+}
+
+/// While nobody reads what it has to say it cannot end by itself: more is wrong with the file than a pipe takes.
 TEST_F(FgsGateway, EndsAtOnceAtASecondSignal)
 {
+    const Manager manager(line.folder.path / "notify", "0");
     Process gateway(programOf("fgs-gateway"), {line.file});
-    awaitState("online");
-    broker.freeze(); // so that the farewell is waited for
+    manager.await({"READY=1"});
+    std::string faults;
+    for (int i = 0; i < 10000; ++i)
+        faults += "nonsense_" + std::to_string(i) + " = 1\n";
+    line.write(ovenGroup(), faults);
+    gateway.signal(SIGHUP);
+    manager.await({"RELOADING=1"});
     gateway.signal(SIGTERM);
     gateway.signal(SIGINT);
     const int code = gateway.wait();
-    EXPECT_TRUE(code == -SIGINT || code == -SIGTERM || code == 0) << code; // 0: the first was done before
-    broker.thaw();
+    EXPECT_TRUE(code == -SIGINT || code == -SIGTERM) << code; // whichever is taken last
+}
+
+/// A port that is kept for whoever listens there.
+class ReservedPort
+{
+public:
+    ReservedPort() : socket(boundToLoopback(0)) {}
+    ReservedPort(const ReservedPort &) = delete;
+    ReservedPort &operator=(const ReservedPort &) = delete;
+    ~ReservedPort() { ::close(socket); }
+
+    int number() const { return portOf(socket); }
+    std::string address() const { return "127.0.0.1:" + std::to_string(number()); }
+
+private:
+    const int socket;
+};
+
+/// The whole answer; empty if nobody listens.
+std::string answerOf(int port, const std::string &path)
+{
+    const int caller = callLoopback(port);
+    const std::string request = "GET " + path + " HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n";
+    std::string answer;
+    if (::send(caller, request.data(), request.size(), MSG_NOSIGNAL) == ssize_t(request.size())) {
+        char bytes[4096];
+        for (ssize_t size = 0; (size = ::recv(caller, bytes, sizeof bytes, 0)) > 0;)
+            answer.append(bytes, std::size_t(size));
+    }
+    ::close(caller);
+    return answer;
+}
+
+/// The first one that has all of this.
+std::string awaitAnswerOf(int port, const std::string &path, const std::vector<std::string> &parts)
+{
+    const auto hasAll = [&parts](const std::string &answer) {
+        return std::all_of(parts.begin(), parts.end(), [&](const std::string &part) { return has(answer, part); });
+    };
+    std::string answer;
+    while (!hasAll(answer = answerOf(port, path)))
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return answer;
+}
+
+TEST_F(FgsGateway, TellsItsHealthAndItsFigures)
+{
+    const ReservedPort http;
+    line.write("[http]\nlisten = \"" + http.address() + "\"\n" + ovenGroup());
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    awaitAnswerOf(http.number(), "/healthz",
+                  {"HTTP/1.1 200", "application/json", R"("ok":true)", R"("broker":{"up":true})"});
+    awaitAnswerOf(http.number(), "/metrics", {"HTTP/1.1 200", "text/plain; version=0.0.4", "\nfgs_broker_up 1\n"});
+    EXPECT_TRUE(has(answerOf(http.number(), "/else"), "HTTP/1.1 404"));
+    broker.kill();
+    awaitAnswerOf(http.number(), "/healthz", {"HTTP/1.1 503", R"("ok":false)", R"("broker":{"up":false})"});
+    awaitAnswerOf(http.number(), "/metrics", {"\nfgs_broker_up 0\n"});
+    gateway.signal(SIGTERM);
+    EXPECT_EQ(gateway.wait(), 0);
+}
+
+TEST_F(FgsGateway, IsScrapedByPrometheus)
+{
+    const std::string program = serverProgram("bin/prometheus");
+    if (!isServerThere("bin/prometheus") || !std::string(TARN_EMULATOR).empty())
+        GTEST_SKIP() << "there is no " << program << " for this machine";
+    const ReservedPort http, own;
+    line.write("[http]\nlisten = \"" + http.address() + "\"\n" + ovenGroup());
+    std::ofstream(line.folder.path / "prometheus.yml")
+        << "global:\n  scrape_interval: 1s\nscrape_configs:\n  - job_name: gateway\n    static_configs:\n"
+        << "      - targets: ['" << http.address() << "']\n";
+    const Process gateway(programOf("fgs-gateway"), {line.file});
+    Process prometheus(program, {"--config.file=" + (line.folder.path / "prometheus.yml").string(),
+                                 "--storage.tsdb.path=" + (line.folder.path / "data").string(),
+                                 "--web.listen-address=" + own.address()});
+    awaitAnswerOf(own.number(), "/api/v1/query?query=fgs_broker_up",
+                  {R"("instance":")" + http.address() + '"', R"("job":"gateway")", R"(,"1"])"});
+    prometheus.signal(SIGTERM);
+    EXPECT_EQ(prometheus.wait(), 0);
 }
 
 TEST_F(FgsGateway, RecordsTheLine)
@@ -318,6 +529,26 @@ TEST_F(FgsGateway, RecordsTheLine)
     Process decode(programOf("fgs"), {"decode", trace});
     EXPECT_TRUE(has(decode.restOfOutput(), "read 5:99x3"));
     EXPECT_EQ(decode.wait(), 0);
+}
+
+/// A serial device needs more of Qt than TCP does, and Qt tells what it misses.
+TEST_F(FgsGateway, SaysNothingOfItsInsideOverASerialDevice)
+{
+    std::string device;
+    const int master = openPseudoTerminal(device);
+    std::ofstream(line.file) << "name = \"press7\"\nlink = \"" << device << ":19200,8E1\"\n[broker]\nhost = "
+                             << "\"127.0.0.1:" << broker.port() << "\"\n"
+                             << ovenGroup();
+    Process gateway(programOf("fgs-gateway"), {line.file});
+    await("status", [](const QJsonObject &message) {
+        return message.value(QStringLiteral("link")).toString() == QStringLiteral("up");
+    });
+    gateway.signal(SIGTERM);
+    std::istringstream log(gateway.restOfLog());
+    EXPECT_EQ(gateway.wait(), 0);
+    for (std::string text; std::getline(log, text);)
+        EXPECT_EQ(text.find("fgs-gateway: "), 0u) << text;
+    ::close(master);
 }
 
 TEST_F(FgsGateway, FindsNothingWrongWithLineAndBroker)
@@ -381,6 +612,20 @@ TEST(FgsGatewayFiles, OfALinkThatCannotBeOpenedAreNotTried)
     EXPECT_EQ(test.code, 3);
     EXPECT_TRUE(has(test.log, "cannot open link"));
     ::close(closed);
+}
+
+/// The service manager starts it again after these, and after a fault of the file it does not.
+TEST(FgsGatewayFiles, ThatNameMissingOnesAreNoFaultsOfTheFile)
+{
+    const Line line;
+    for (const char *lines : {"user = \"a\"\npassword_file = \"/nowhere/p\"\n", "tls = { ca = \"/nowhere/ca\" }\n",
+                              "user = \"a\"\npassword_credential = \"mqtt\"\n"}) {
+        line.write(ovenGroup(), lines);
+        EXPECT_EQ(run({"--check", line.file}).code, 0) << lines;
+        const Ended ended = run({line.file});
+        EXPECT_EQ(ended.code, 1) << lines;
+        EXPECT_TRUE(has(ended.log, "cannot read")) << ended.log;
+    }
 }
 
 TEST(FgsGatewayOptions, HaveTheirFaultsTold)

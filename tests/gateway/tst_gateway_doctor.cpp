@@ -119,6 +119,37 @@ TEST_F(GatewayDoctor, FindsARefusedLogin)
     expectOk(examine(user + broker.file("right") + "\"\n"), {"login", "publish", "will"});
 }
 
+/// Nothing is wrong with a password that only the running service has.
+TEST_F(GatewayDoctor, DoesNotCondemnACredentialThatIsNotThereByHand)
+{
+    broker.start();
+    const auto findings = examine("user = \"press7\"\npassword_credential = \"mqtt\"\n");
+    expectOk(findings, {"file", "broker"});
+    for (const char *name : {"login", "publish", "will"})
+        EXPECT_EQ(find(findings, name).mark, Mark::NotChecked) << name;
+    EXPECT_NE(find(findings, "login").text.indexOf(QStringLiteral("fgs-gateway@press7.service/mqtt")), -1);
+}
+
+TEST_F(GatewayDoctor, NamesTheFileOfAPasswordThatCannotBeRead)
+{
+    broker.start();
+    expectFound(examine("user = \"press7\"\npassword_file = \"/nowhere/password\"\n"), "login",
+                "cannot read password_file /nowhere/password: No such file", "password_credential");
+}
+
+/// By hand the default is a file here, and not the one of the service.
+TEST_F(GatewayDoctor, TellsWhereTheServiceHasItsSpool)
+{
+    broker.start();
+    EXPECT_NE(find(examine("", "[spool]\nmegabytes = 1\n"), "spool")
+                  .text.indexOf(QStringLiteral("the service has /var/lib/fgs-gateway/press7")),
+              -1);
+    EXPECT_EQ(
+        find(examine("", "[spool]\nmegabytes = 1\nfile = \"" + (folder.path / "x").string() + "\"\n"), "spool")
+            .text.indexOf(QStringLiteral("/var/lib")),
+        -1);
+}
+
 TEST_F(GatewayDoctor, FindsATopicThatMayNotBeWritten)
 {
     std::ofstream(broker.file("acl")) << "topic read fgs/#\n";
@@ -178,6 +209,25 @@ TEST_F(GatewayDoctor, TellsWhyThereIsNoTls)
     expectFound(findings, "login", "no TLS with", "check port (is it the one without TLS?)");
 }
 
+/// As that of Debian, where some of the many authorities always have run out.
+TEST_F(GatewayDoctor, TakesABundleOfWhichSomeHaveRunOut)
+{
+    broker.makeAuthority("short", 1);
+    broker.makeAuthority("long", 30);
+    std::ofstream bundle(broker.file("bundle.crt"));
+    for (const char *each : {"short.crt", "long.crt"})
+        bundle << std::ifstream(broker.file(each)).rdbuf();
+    bundle.close();
+    const std::string tls = "[broker.tls]\nca = \"" + broker.file("bundle.crt") + "\"\n";
+    const fgs::Epoch day = 86400000;
+    const CheckResult found = find(examine("", tls, {now() + 3 * day, true}), "certificates");
+    EXPECT_EQ(found.mark, Mark::Ok) << found.text.toStdString();
+    const QDate first = QDateTime::fromMSecsSinceEpoch(now() + 3 * day).toUTC().date();
+    const QString until = found.text.section(QLatin1Char(' '), -1);
+    EXPECT_GT(QDate::fromString(until, QStringLiteral("yyyy-MM-dd")), first) << "of the valid one";
+    expectFound(examine("", tls, {now() + 31 * day, true}), "certificates", "has run out", "new one");
+}
+
 TEST_F(GatewayDoctor, FindsWhatIsInTheWayOfSpoolAndHttp)
 {
     broker.start();
@@ -185,7 +235,7 @@ TEST_F(GatewayDoctor, FindsWhatIsInTheWayOfSpoolAndHttp)
     const auto findings = examine("", "[spool]\nfile = \"/proc/nowhere/x.spool\"\n[http]\nlisten = \"127.0.0.1:" +
                                           std::to_string(portOf(listener)) + "\"\n");
     expectFound(findings, "spool", "cannot be written", "[spool]");
-    expectFound(findings, "HTTP", "in use", "[http]");
+    expectFound(findings, "HTTP", "in use", "systemctl stop fgs-gateway@press7); otherwise choose another port");
     ::close(listener);
     expectFound(examine("", "[spool]\nmegabytes = 1000000\nfile = \"" + (folder.path / "x").string() + "\"\n"),
                 "spool", "may be needed", "make room");

@@ -374,6 +374,27 @@ TEST(NetworkWithABadBroker, TellsOfConnectionsAsSeldomAsOfTheirLoss)
     EXPECT_EQ(gateway.timesSaid("connected to broker"), told + 1);
 }
 
+/// Values go out meanwhile; it is told once.
+TEST(NetworkWithoutItsPort, ListensAsSoonAsItCan)
+{
+    FakeBroker broker;
+    const int other = listenOnLoopback(0, 1), port = portOf(other);
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.http = HttpSettings{"127.0.0.1", port};
+    Gateway gateway(settings);
+    gateway.post(0, 7, 5000);
+    gateway.stepUntil([&] { return broker.sent().size() >= 2; });
+    for (int i = 0; i < 100; ++i) // several times as long as it waits before it tries again
+        gateway.step();
+    EXPECT_EQ(gateway.network.httpPort(), 0);
+    const auto isAboutIt = [](const std::string &line) { return contains(line, "HTTP cannot listen"); };
+    EXPECT_EQ(std::count_if(gateway.log.begin(), gateway.log.end(), isAboutIt), 1);
+    ::close(other);
+    gateway.stepUntil([&] { return gateway.network.httpPort() != 0; });
+    EXPECT_EQ(gateway.network.httpPort(), port);
+    EXPECT_TRUE(gateway.hasSaid("HTTP listens on port " + std::to_string(port)));
+}
+
 /// It publishes meanwhile, on the same connection, and greets once.
 TEST(NetworkWithABadBroker, AsksAgainForTopicsThatAreDenied)
 {

@@ -6,7 +6,9 @@ if(failure)
   message(FATAL_ERROR "too exposed:\n${report}")
 endif()
 
-# As an instance, with the program of the build; man pages are those of the package.
+# As an instance with a password, with the program of the build; man pages are those of the package.
+get_filename_component(folder ${UNIT} DIRECTORY)
+file(COPY ${folder}/password.conf DESTINATION ${SCRATCH}/fgs-gateway@press7.service.d)
 file(READ ${UNIT} unit)
 string(REPLACE "/usr/bin/fgs-gateway" "${PROGRAM}" unit "${unit}")
 string(REGEX REPLACE "Documentation=[^\n]*\n" "" unit "${unit}")
@@ -14,6 +16,6 @@ file(WRITE ${SCRATCH}/fgs-gateway@.service "${unit}")
 file(WRITE ${SCRATCH}/fgs-gateway@press7.service "${unit}")
 execute_process(COMMAND ${ANALYZE} verify ${SCRATCH}/fgs-gateway@press7.service
   RESULT_VARIABLE failure OUTPUT_VARIABLE report ERROR_VARIABLE report)
-if(failure OR report MATCHES "fgs-gateway@[^\n]*(Unknown|Failed|nvalid|gnoring)")
+if(failure OR report MATCHES "(fgs-gateway@|password)[^\n]*(Unknown|Failed|nvalid|gnoring)")
   message(FATAL_ERROR "systemd-analyze verify:\n${report}")
 endif()

@@ -42,13 +42,20 @@ public:
         runServer({program("bin/mosquitto_passwd"), "-b", file("passwords"), user, password}, file("tools.log"));
     }
 
+    /// AUTHORITY.crt and AUTHORITY.key.
+    void makeAuthority(const std::string &authority, int days = 30) const
+    {
+        openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days " + std::to_string(days) +
+                " -subj /CN=" + authority + " -keyout " + file(authority + ".key") + " -out " +
+                file(authority + ".crt"));
+    }
+
     /// NAME.crt and NAME.key, signed by AUTHORITY.crt, which is made if there is none.
     void makeCertificate(const std::string &authority, const std::string &name,
                          const std::string &hosts = "IP:127.0.0.1,DNS:localhost") const
     {
         if (::access(file(authority + ".crt").c_str(), R_OK) != 0)
-            openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 30 -subj /CN=" +
-                    authority + " -keyout " + file(authority + ".key") + " -out " + file(authority + ".crt"));
+            makeAuthority(authority);
         openssl("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " +
                 file(name + ".key") + " -out " + file(name + ".csr"));
         std::ofstream(file("extensions")) << "subjectAltName=" + hosts + "\n";

@@ -105,7 +105,7 @@ TEST(Faults, AreToldAllAtOnce)
         "f:1:8: link 'ttyUSB0:19200': neither the path of a device nor tcp:HOST:PORT; did you mean "
         "/dev/ttyUSB0:19200?\n"
         "f:2:1: unknown key 'stations'; did you mean 'station'?\n"
-        "f:4:8: 'cmd' is a reserved name of a group; choose another; status, cmd and ack are reserved\n"
+        "f:4:8: 'cmd' is a reserved name of a group; choose another; status, cmd, ack and doctor are reserved\n"
         "f:5:1: 'name' is missing; add a line like name = \"oven_temp\"\n"
         "f:6:12: variable '5:1:s17': 's17' is no type; types are bit, u16, s16, x16, u32, s32, x32, f32, u32h, "
         "s32h, x32h, f32h, text\n"

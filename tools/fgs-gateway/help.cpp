@@ -21,11 +21,11 @@ std::string notes()
 {
     return R"(
 The first Ctrl-C or SIGTERM ends with a farewell to the broker, a second one at once. After SIGHUP the file is read again:
-what is other applies; a file with faults is refused, and what was goes on.
+what has changed takes effect; a file with faults is refused, and what was goes on.
 fgs-gateway.toml(5) describes the file. Data goes to stdout, messages to stderr.
 Exit code: 0 ok, 1 other, 2 usage or a fault of the file, 3 the link cannot be opened, 4 no reply, 5 refused by the
-controller, 6 bad reply, 8 some variables have no value or an old one, 9 --doctor has found something to mend. After a
-signal a running gateway ends with 0, --test and --doctor with 130 or 143.
+controller, 6 bad reply, 8 some variables have no value or an old one, 9 --doctor has found something to mend. After the
+first signal a running gateway ends with 0, after a second one with 130 or 143, as --test and --doctor do.
 )";
 }
 

@@ -4,14 +4,15 @@ namespace fgs
 {
 
 LineThread::LineThread(std::shared_ptr<const GatewaySettings> theSettings, const Wiring &theWiring)
-    : settings(std::move(theSettings)), wiring(theWiring), thread([this] { run(); })
+    : settings(std::move(theSettings)), wiring(theWiring), thread(QThread::create([this] { run(); }))
 {
+    thread->start();
 }
 
 LineThread::~LineThread()
 {
     stop.request();
-    thread.join();
+    thread->wait();
 }
 
 void LineThread::run()

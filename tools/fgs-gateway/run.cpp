@@ -59,17 +59,24 @@ std::string statusOf(const LineState &line, bool isBrokerUp)
     return (line.isUp ? "line up" : "line down" + why) + (isBrokerUp ? ", broker up" : ", broker down");
 }
 
+std::shared_ptr<const GatewaySettings> readSettings(const Options &options)
+{
+    return std::make_shared<const GatewaySettings>(readGatewaySettings(QString::fromStdString(options.file)));
+}
+
 /// A gateway from its start to its end, on the main thread.
 class Gateway
 {
 public:
-    Gateway(const Options &theOptions, const Stop &theStop, Bell &theBell, Signals &theSignals);
+    using Settings = std::shared_ptr<const GatewaySettings>;
+
+    /// Throws TextError if the settings name files that cannot be read.
+    Gateway(const Options &theOptions, Settings theSettings, const Stop &theStop, Bell &theBell,
+            Signals &theSignals);
 
     int run();
 
 private:
-    using Settings = std::shared_ptr<const GatewaySettings>;
-    Settings read() const;
     void startLine();
     void step();
     void reload();
@@ -95,15 +102,11 @@ private:
     std::string status;
 };
 
-Gateway::Gateway(const Options &theOptions, const Stop &theStop, Bell &theBell, Signals &theSignals)
-    : options(theOptions), stop(theStop), bell(theBell), signalled(theSignals), settings(read()),
+Gateway::Gateway(const Options &theOptions, Settings theSettings, const Stop &theStop, Bell &theBell,
+                 Signals &theSignals)
+    : options(theOptions), stop(theStop), bell(theBell), signalled(theSignals), settings(std::move(theSettings)),
       trace(openTrace(theOptions, *settings)), network(*settings, {mailbox, orders, tell, theOptions.readOnly})
 {
-}
-
-Gateway::Settings Gateway::read() const
-{
-    return std::make_shared<const GatewaySettings>(readGatewaySettings(QString::fromStdString(options.file)));
 }
 
 void Gateway::startLine()
@@ -140,7 +143,7 @@ void Gateway::reload()
 {
     service.reloading();
     try {
-        apply(read());
+        apply(readSettings(options));
         tell("'" + options.file + "' was read again and applies");
     } catch (const TextError &error) {
         tell("'" + options.file + "' is refused, what was goes on:\n" + error.what());
@@ -198,9 +201,16 @@ int Gateway::run()
 
 } // namespace
 
+/// Faults of the file end with ExitUsage: a service is not started again before they are mended. What the file
+/// names may come by itself.
 int runCommand(const Options &options, const Stop &stop, Bell &bell, Signals &signalled)
 {
-    return Gateway(options, stop, bell, signalled).run();
+    const Gateway::Settings settings = readSettings(options);
+    try {
+        return Gateway(options, settings, stop, bell, signalled).run();
+    } catch (const TextError &error) {
+        throw Failure(ExitOther, QString::fromUtf8(error.what()));
+    }
 }
 
 } // namespace fgs

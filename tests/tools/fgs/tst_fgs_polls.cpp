@@ -329,7 +329,7 @@ TEST(LostLink, SaysWhatHappensNext)
     do
         message = poll.message();
     while (!message.isEmpty() && !message.startsWith(QLatin1String("fgs: link lost: ")));
-    EXPECT_TRUE(message.endsWith(QLatin1String("; all values are stale; trying to open it again")))
+    EXPECT_TRUE(message.endsWith(QLatin1String(" (all values are stale; trying to open it again)")))
         << message.toStdString();
 }
 
