@@ -165,7 +165,7 @@ SparkplugLayout::SparkplugLayout(const GatewaySettings &settings)
 Message SparkplugLayout::will(Epoch now)
 {
     session = {};
-    host.forget();
+    host = {};
     bdSeq = nextBdSeq++;
     return death({}, now); // nobody knows when it will be
 }

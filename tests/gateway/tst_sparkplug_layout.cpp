@@ -496,8 +496,20 @@ TEST_F(SparkplugLayoutTest, TheHostHasToTellAgainOnEachConnection)
     hostSays(true, 100);
     layout->will(Start);
     EXPECT_TRUE(layout->awaitsHost());
-    EXPECT_EQ(hostSays(true, 50).kind, Incoming::Nothing); // what is old remains old
     EXPECT_EQ(hostSays(true, 100).kind, Incoming::HostState);
+    EXPECT_FALSE(layout->awaitsHost());
+}
+
+TEST_F(SparkplugLayoutTest, WhatAnotherBrokerToldBeforeMakesNoStateOld)
+{
+    useHost();
+    layout->will(Start);
+    hostSays(true, 200);
+    layout->will(Start);
+    EXPECT_EQ(hostSays(false, 100).kind, Incoming::HostState);
+    EXPECT_TRUE(layout->awaitsHost());
+    layout->will(Start);
+    EXPECT_EQ(hostSays(true, 50).kind, Incoming::HostState);
     EXPECT_FALSE(layout->awaitsHost());
 }
 

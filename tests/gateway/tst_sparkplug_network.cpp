@@ -291,6 +291,29 @@ TEST_F(SparkplugNetworkTest, WalksToTheBrokerWhereItsHostIs)
     EXPECT_EQ(other->heard(NodeDeath).size(), 1U) << "and no will";
 }
 
+TEST_F(SparkplugNetworkTest, IsBornAtABrokerWhereItsHostHasBeenForLonger)
+{
+    const std::unique_ptr<Side> other = newSide();
+    side->tellState(true, 200);
+    other->tellState(true, 100);
+    Gateway gateway(settingsFor({side->tap.port(), other->tap.port()}, "scada"));
+    stepUntilBorn(gateway);
+    side->tap.cut();
+    stepBoth(gateway, other->host, [&] { return other->countOf("DBIRTH") == 1; });
+}
+
+TEST_F(SparkplugNetworkTest, LeavesABrokerWhereItsHostHasBeenAwayForLonger)
+{
+    const std::unique_ptr<Side> other = newSide();
+    side->tellState(true, 200);
+    other->tellState(false, 100);
+    Gateway gateway(settingsFor({side->tap.port(), other->tap.port()}, "scada"));
+    stepUntilBorn(gateway);
+    side->tap.cut();
+    stepUntilBorn(gateway, 2);
+    EXPECT_EQ(other->countOf("NBIRTH"), 0);
+}
+
 TEST_F(SparkplugNetworkTest, StaysWhereTheOfflineStateIsOlder)
 {
     side->tellState(true, 100);
