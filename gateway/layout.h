@@ -70,8 +70,8 @@ public:
     /// The samples as records, those of one time and one key together, in the order of time.
     virtual std::vector<Record> records(const std::vector<const Sample *> &samples) const = 0;
     virtual Message live(const Record &record, Epoch now) = 0;
-    /// Whether history of the key can be told now; if not, its records wait until it can.
-    virtual bool takesHistory(const std::string & /*key*/) const { return true; }
+    /// Whether values of the key can be told now; if not, its records wait, as history, until they can.
+    virtual bool canTell(const std::string & /*key*/) const { return true; }
     /// Of a record that was kept. None if nothing of it can be told any more.
     virtual std::optional<Message> history(const Record &record, Epoch now) = 0;
     /// What is sent again and again without a change: asked for every minute, and once a second while tags get

@@ -114,6 +114,8 @@ bool Sender::sendLive(const Moment &moment)
 {
     if (live.empty())
         takeDue(moment.steady);
+    while (!live.empty() && !parts.layout.canTell(live.front().record.key))
+        letGo(live.front());
     if (live.empty())
         return false;
     const Live next = std::move(live.front());
@@ -152,7 +154,7 @@ std::optional<Spool::Kept> Sender::nextKept()
         Spool::Kept next = std::move(ahead.front());
         ahead.pop_front();
         historyAfter = next.number;
-        if (!pending.count(next.number) && parts.layout.takesHistory(next.record.key))
+        if (!pending.count(next.number) && parts.layout.canTell(next.record.key))
             return next;
     }
     return std::nullopt;

@@ -99,7 +99,7 @@ public:
     std::vector<Message> changes(const Picture &before, const Picture &after, Epoch now) override;
     std::vector<Record> records(const std::vector<const Sample *> &samples) const override;
     Message live(const Record &record, Epoch now) override;
-    bool takesHistory(const std::string &key) const override;
+    bool canTell(const std::string &key) const override;
     std::optional<Message> history(const Record &record, Epoch now) override;
     std::vector<Message> periodic(const Picture &, Epoch) override { return {}; }
     std::vector<Message> farewell(const Picture &picture, Epoch now) override;
@@ -321,7 +321,7 @@ Message SparkplugLayout::live(const Record &record, Epoch now)
     return data(record.key, device ? knownMetrics(*device, record) : std::vector<Metric>(), now);
 }
 
-bool SparkplugLayout::takesHistory(const std::string &key) const
+bool SparkplugLayout::canTell(const std::string &key) const
 {
     const Device *const device = deviceNamed(key);
     return !device || isBorn(*device); // one that is gone from the settings never comes back

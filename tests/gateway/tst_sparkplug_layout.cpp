@@ -362,10 +362,10 @@ TEST_F(SparkplugLayoutTest, NothingIsToldOfADeviceThatIsNotBorn)
     born();
     const Sample pump = sampleOf(Pump, {1});
     EXPECT_TRUE(layout->records({&pump}).empty());
-    EXPECT_FALSE(layout->takesHistory("station-2"));
+    EXPECT_FALSE(layout->canTell("station-2"));
     changed(withStations(true, true));
     EXPECT_EQ(layout->records({&pump}).size(), 1U);
-    EXPECT_TRUE(layout->takesHistory("station-2"));
+    EXPECT_TRUE(layout->canTell("station-2"));
 }
 
 TEST_F(SparkplugLayoutTest, NothingChangesBeforeTheBirths)
@@ -414,7 +414,7 @@ TEST_F(SparkplugLayoutTest, HistoryOfOtherSettingsOrOfDamageIsNone)
     record.content = "\x12\xFF";
     EXPECT_FALSE(layout->history(record, Start));
     record.key = "station-9";
-    EXPECT_TRUE(layout->takesHistory(record.key)); // it need not wait
+    EXPECT_TRUE(layout->canTell(record.key)); // it need not wait
     EXPECT_FALSE(layout->history(record, Start));
 }
 
@@ -484,7 +484,7 @@ TEST_F(SparkplugLayoutTest, AHostThatGoesOfflineEndsTheSession)
     hostSays(false, 200);
     EXPECT_TRUE(changed(withStations(false, true)).empty());
     EXPECT_TRUE(layout->births(picture, Start).empty());
-    EXPECT_FALSE(layout->takesHistory("station-1"));
+    EXPECT_FALSE(layout->canTell("station-1"));
     EXPECT_EQ(sessionOf(layout->farewell(picture, Start).at(0)), 0U);
     EXPECT_EQ(sessionOf(layout->will(Start)), 1U);
 }

@@ -157,13 +157,31 @@ protected:
     {
         return std::make_unique<Gateway>(settingsFor({side->tap.port()}, primaryHost));
     }
+    /// That waits for scada.
+    GatewaySettings settingsWithSpool() const
+    {
+        GatewaySettings settings = settingsFor({side->tap.port()}, "scada");
+        settings.spool.emplace();
+        settings.spool->file = folder.path / "press7.spool";
+        return settings;
+    }
     void stepUntilBorn(Gateway &gateway, int births = 1) const
     {
         stepBoth(gateway, side->host, [&] { return side->countOf("DBIRTH") >= births; });
     }
 
+    const TemporaryFolder folder;
     std::unique_ptr<Side> side;
 };
+
+LineState lineWithStationOne(bool isUp)
+{
+    LineState line;
+    line.isUp = true;
+    line.since = 1000;
+    line.stations[1] = isUp;
+    return line;
+}
 
 } // namespace
 
@@ -255,6 +273,27 @@ TEST_F(SparkplugNetworkTest, AnIntendedEndIsADeathAndThenADisconnect)
     EXPECT_EQ(sessionOf(death), sessionOf(side->published(NodeBirth).at(0).payload));
 }
 
+// ---- devices
+
+TEST_F(SparkplugNetworkTest, TellsNothingOfADeviceBehindItsDeath)
+{
+    Gateway gateway(settingsWithSpool());
+    side->tellState(true, 100);
+    stepUntilBorn(gateway);
+    gateway.mailbox.post(Snapshot{staleOf(Count, {7})});
+    gateway.mailbox.post(lineWithStationOne(false));
+    stepBoth(gateway, side->host, [&] { return side->countOf("DDEATH") == 1; });
+    side->passBy(gateway);
+    gateway.mailbox.post(lineWithStationOne(true));
+    stepBoth(gateway, side->host, [&] { return side->countOf("DDATA") == 1; });
+    EXPECT_EQ(side->words(), (Texts{"CONNECT", "SUBSCRIBE", "NBIRTH", "DBIRTH/station-1", "DDEATH/station-1",
+                                    "DBIRTH/station-1", "DDATA/station-1"}));
+    const SeenMetric count = SeenPayload(side->published(DeviceData).at(0)).metric("count");
+    EXPECT_EQ(count.fields.number(5), 1U) << "historical";
+    EXPECT_EQ(count.fields.number(10), 7U);
+    EXPECT_EQ(count.quality(), 500U);
+}
+
 // ---- the primary host
 
 TEST_F(SparkplugNetworkTest, WaitsForItsHostAtTheOnlyBroker)
@@ -328,11 +367,7 @@ TEST_F(SparkplugNetworkTest, StaysWhereTheOfflineStateIsOlder)
 
 TEST_F(SparkplugNetworkTest, TellsAsHistoryWhatCameWhileItsHostWasAway)
 {
-    const TemporaryFolder folder;
-    GatewaySettings settings = settingsFor({side->tap.port()}, "scada");
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    Gateway gateway(settings);
+    Gateway gateway(settingsWithSpool());
     side->tellState(true, 100);
     stepUntilBorn(gateway);
     side->tellState(false, 200);
