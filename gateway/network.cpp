@@ -76,6 +76,8 @@ struct Network::Parts {
     void subscribed(const std::string &refused);
     void subscribeAgain();
     void arrived(const Received &message);
+    void takeCommand(const Incoming &incoming, const Received &message);
+    void wantRebirth();
     void hostLost();
     void stepCommands();
     void logAnswersBehind(std::size_t known);
@@ -104,6 +106,7 @@ struct Network::Parts {
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
     quint64 overrunTold = 0;
+    quint64 rebirths = 0; ///< that were asked for beside the desk
 };
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
@@ -269,13 +272,35 @@ void Network::Parts::subscribeAgain()
 void Network::Parts::arrived(const Received &message)
 {
     const Incoming incoming = layout->incoming(message);
-    if (incoming.kind == Incoming::HostState && !incoming.isHostOnline)
-        hostLost();
-    if (incoming.kind != Incoming::Command && incoming.kind != Incoming::Rebirth)
-        return;
+    switch (incoming.kind) {
+    case Incoming::Nothing:
+        break;
+    case Incoming::Command:
+        takeCommand(incoming, message);
+        break;
+    case Incoming::Rebirth:
+        wantRebirth();
+        break;
+    case Incoming::HostState:
+        if (!incoming.isHostOnline)
+            hostLost();
+        break;
+    }
+}
+
+void Network::Parts::takeCommand(const Incoming &incoming, const Received &message)
+{
     const std::size_t known = desk->answers().size();
     desk->take(incoming.command, message.isRetained, wiring.mailbox.state(), epochNow(), steadyNow());
     logAnswersBehind(known);
+}
+
+/// Writes nothing, so it needs neither a good clock nor what is left of the rate.
+void Network::Parts::wantRebirth()
+{
+    ++rebirths;
+    log.saySeldom("told anew: a host asks for a rebirth", steadyNow());
+    sender->wantBirths();
 }
 
 /// A session that was born dies; one that only waits for the host goes elsewhere if there is an elsewhere.
@@ -401,7 +426,7 @@ GatewayFigures Network::Parts::figures() const
         if (sample.quality != Quality::Unknown)
             made.oldestValueAge = std::max(made.oldestValueAge, double(now - sample.time) / 1000);
     }
-    made.commands = desk->commands();
+    made.commands = desk->commands() + rebirths;
     for (std::size_t i = 0; i < made.commandFailures.size(); ++i)
         made.commandFailures[i] = desk->failures(CommandFailure(i));
     made.hasSpool = spool != nullptr;

@@ -371,9 +371,9 @@ Incoming SparkplugLayout::command(const Received &message, const Device &device)
         return {Incoming::Command, message.payload, false};
     try {
         const CommandPayload decoded = {message.topic, message.payload, decode(message.payload)};
-        if (&device != &nodeAsDevice || !asksForRebirth(decoded.payload))
-            return {Incoming::Command, commandJson(decoded, device, tags), false};
-        return {message.isRetained ? Incoming::Command : Incoming::Rebirth, rebirthJson(decoded), false};
+        if (&device == &nodeAsDevice && asksForRebirth(decoded.payload) && !message.isRetained)
+            return {Incoming::Rebirth, {}, false};
+        return {Incoming::Command, commandJson(decoded, device, tags), false};
     } catch (const PayloadError &error) {
         return {Incoming::Command, std::string("no Sparkplug payload: ") + error.what(), false};
     }

@@ -29,6 +29,16 @@ inline GatewaySettings gatewaySettings(const std::vector<int> &ports, int tags =
     return settings;
 }
 
+inline Sample sampleOf(std::size_t tag, quint32 value, Epoch time = 1000)
+{
+    Sample sample;
+    sample.tag = tag;
+    sample.quality = Quality::Good;
+    sample.time = time;
+    sample.values = {value};
+    return sample;
+}
+
 /// A gateway without a line: the test posts.
 struct Gateway {
     explicit Gateway(const GatewaySettings &settings)
@@ -42,15 +52,7 @@ struct Gateway {
         mailbox.post(up);
     }
 
-    void post(std::size_t tag, quint32 value, Epoch time)
-    {
-        Sample sample;
-        sample.tag = tag;
-        sample.quality = Quality::Good;
-        sample.time = time;
-        sample.values = {value};
-        mailbox.post(Snapshot{sample});
-    }
+    void post(std::size_t tag, quint32 value, Epoch time) { mailbox.post(Snapshot{sampleOf(tag, value, time)}); }
     void step() { network.step(milliseconds(5), -1); }
     bool hasSaid(const std::string &part) const
     {

@@ -1,4 +1,5 @@
 // The network's side of a gateway against a real broker: the line is the test's own poster.
+#include "gateway/sender.h"
 #include "lineless_gateway.h"
 #include "support/fake_broker.h"
 #include "support/mosquitto.h"
@@ -195,6 +196,33 @@ TEST(NetworkWithABadBroker, TellsHistoryInItsOrder)
     }
     EXPECT_EQ(next, 300);
     EXPECT_EQ(timesOf(broker, "plant/press7/oven"), std::vector<Epoch>());
+}
+
+TEST(NetworkSender, TellsAllAnewAtMostOnceASecondAndNothingBeforeIt)
+{
+    FakeBroker broker;
+    MqttUser user(brokerSettings({broker.port()}, "fgs-gateway-press7"));
+    user.stepUntilConnected();
+    const GatewaySettings settings = gatewaySettings({broker.port()});
+    const std::unique_ptr<Layout> layout = makePlainLayout(settings);
+    Reporter reporter(settings.tags);
+    OrderDesk orders;
+    CommandDesk desk(settings, orders, false);
+    Sender sender({user.client, *layout, reporter, desk, nullptr});
+    const auto sentAt = [&](int steady) {
+        sender.send({}, {1000, milliseconds(steady)});
+        return sender.sentMessages();
+    };
+    sender.begin();
+    const quint64 births = sentAt(10000);
+    EXPECT_GT(births, 0U);
+    sender.wantBirths();
+    reporter.take({sampleOf(0, 7)}, milliseconds(10500));
+    EXPECT_EQ(sentAt(10999), births);
+    EXPECT_EQ(sender.patience(milliseconds(10999)), milliseconds(1));
+    EXPECT_EQ(sentAt(11000), 2 * births);
+    sender.begin();
+    EXPECT_EQ(sentAt(11001), 3 * births) << "a new connection does not wait";
 }
 
 /// It publishes meanwhile, on the same connection, and greets once.

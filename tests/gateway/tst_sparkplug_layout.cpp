@@ -540,9 +540,7 @@ TEST_F(SparkplugLayoutTest, ARebirthIsAskedForByACommandToTheNode)
 TEST_F(SparkplugLayoutTest, ARetainedRebirthIsLeftToThoseWhoRefuseRetainedCommands)
 {
     const std::string asked = written(metric("Node Control/Rebirth", protobuf::number(14, 1)));
-    const Incoming incoming = layout->incoming({"spBv1.0/plant/NCMD/press7", asked, true});
-    EXPECT_EQ(incoming.kind, Incoming::Command);
-    EXPECT_TRUE(json::parse(incoming.command).at("rebirth"));
+    EXPECT_EQ(layout->incoming({"spBv1.0/plant/NCMD/press7", asked, true}).kind, Incoming::Command);
 }
 
 TEST_F(SparkplugLayoutTest, AWriteIsACommandWithItsTimeAndName)

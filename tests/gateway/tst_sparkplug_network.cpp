@@ -33,6 +33,12 @@ Epoch epochNow()
     return std::time(nullptr) * Epoch(1000);
 }
 
+Message rebirthRequest(const std::string &payload)
+{
+    const std::string fields = protobuf::number(4, 11) + protobuf::number(14, 1);
+    return {"spBv1.0/plant/NCMD/press7", payload + metric("Node Control/Rebirth", fields)};
+}
+
 Message messageOf(const MqttPacket &packet)
 {
     const MqttPublish publish(packet);
@@ -67,6 +73,13 @@ struct Side {
             else if (packet.type() == MqttPacket::Publish)
                 words.push_back(wordOf(MqttPublish(packet).topic));
         return words;
+    }
+    /// Of what it was told.
+    int acknowledgements() const
+    {
+        const std::vector<MqttPacket> all = tap.sent();
+        return int(std::count_if(all.begin(), all.end(),
+                                 [](const MqttPacket &packet) { return packet.type() == MqttPacket::PubAck; }));
     }
     int countOf(const std::string &kind) const
     {
@@ -104,16 +117,20 @@ struct Side {
     void tellState(bool isOnline, Epoch time)
     {
         const std::string online = isOnline ? "true" : "false";
-        host.tell({"spBv1.0/STATE/scada", "{\"online\":" + online + ",\"timestamp\":" + std::to_string(time) + "}",
-                   1, true});
+        tell({"spBv1.0/STATE/scada", "{\"online\":" + online + ",\"timestamp\":" + std::to_string(time) + "}", 1,
+              true});
     }
     void command(const std::string &place, const std::string &metrics)
     {
-        host.tell({"spBv1.0/plant/" + place, written(metrics, epochNow())});
+        tell({"spBv1.0/plant/" + place, written(metrics, epochNow())});
     }
-    void wantRebirth()
+    /// The payload has a time, or nothing.
+    void wantRebirth(const std::string &payload = written("", epochNow())) { tell(rebirthRequest(payload)); }
+    /// A gateway that has not been stepped since has all that was told on its one connection, and looks at it in
+    /// its next step.
+    void stepUntilAllWaits()
     {
-        command("NCMD/press7", metric("Node Control/Rebirth", protobuf::number(4, 11) + protobuf::number(14, 1)));
+        host.stepUntil([this] { return acknowledgements() == toldMessages; });
     }
     /// Everything that was told the gateway before has been looked at.
     void passBy(Gateway &gateway)
@@ -135,7 +152,14 @@ private:
         return rest.substr(0, place) + rest.substr(place + node.size());
     }
 
+    void tell(const Message &message)
+    {
+        host.tell(message);
+        ++toldMessages;
+    }
+
     unsigned passes = 0;
+    int toldMessages = 0;
 };
 
 class SparkplugNetworkTest : public testing::Test
@@ -402,6 +426,42 @@ TEST_F(SparkplugNetworkTest, IsBornAgainWhenItIsAskedTo)
     EXPECT_EQ(SeenPayload(births.at(1)).seq(), 0U);
     EXPECT_EQ(sessionOf(births[1].payload), sessionOf(births[0].payload));
     EXPECT_EQ(SeenPayload(side->published(DeviceData).at(1)).seq(), 2U);
+}
+
+TEST_F(SparkplugNetworkTest, TellsNoDataBetweenTheRequestAndTheBirths)
+{
+    const auto gateway = gatewayFor();
+    stepUntilBorn(*gateway);
+    side->wantRebirth();
+    side->stepUntilAllWaits();
+    gateway->post(Count, 7, Start);
+    stepUntilBorn(*gateway, 2);
+    EXPECT_EQ(side->words(),
+              (Texts{"CONNECT", "SUBSCRIBE", "NBIRTH", "DBIRTH/station-1", "NBIRTH", "DBIRTH/station-1"}));
+    const Message birth = side->published("spBv1.0/plant/DBIRTH/press7/station-1").at(1);
+    EXPECT_EQ(SeenPayload(birth).metric("count").fields.number(10), 7U);
+}
+
+TEST_F(SparkplugNetworkTest, ARebirthNeedsNoClockAndNoRate)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    settings.commands.mostPerMinute = 1;
+    settings.tags[Count].write = WriteRule{0, 100, 0};
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    int births = 1;
+    for (const std::string &payload :
+         {written("", epochNow() - 3600000), written("", epochNow() + 3600000), std::string()}) {
+        side->wantRebirth(payload);
+        stepUntilBorn(gateway, ++births);
+    }
+    EXPECT_EQ(gateway.network.figures().commands, 3U);
+    for (quint64 failures : gateway.network.figures().commandFailures)
+        EXPECT_EQ(failures, 0U);
+    side->command("DCMD/press7/station-1", metric("count", protobuf::number(10, 42)));
+    stepBoth(gateway, side->host, [&] { return gateway.orders.hasOrders(); });
+    side->wantRebirth();
+    stepUntilBorn(gateway, ++births);
 }
 
 TEST_F(SparkplugNetworkTest, WritesWhatADeviceIsCommanded)
