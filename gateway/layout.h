@@ -39,6 +39,12 @@ struct Picture {
     LineState line;
 };
 
+/// What outlasts a change of the settings.
+struct SessionMemory {
+    std::optional<Epoch> onlineSince; ///< none: this session is not online yet, or tells it nowhere
+    std::uint8_t next = 0;            ///< the number of the next session, where they have numbers
+};
+
 /// What the layout makes of a message that came.
 struct Incoming {
     enum IncomingKind { Nothing, Command, Rebirth, HostState };
@@ -55,10 +61,9 @@ public:
 
     /// For the next CONNECT; each call begins a new session.
     virtual Message will(Epoch now) = 0;
-    /// Since when this session is told to be online; none: it is not yet, or it is told nowhere.
-    virtual std::optional<Epoch> onlineSince() const { return std::nullopt; }
-    /// Goes on with the session of another layout, which has been online since then.
-    virtual void resume(std::optional<Epoch> /*since*/) {}
+    virtual SessionMemory sessions() const { return {}; }
+    /// Goes on where a layout of other settings has been.
+    virtual void resume(const SessionMemory & /*sessions*/) {}
     virtual std::vector<std::string> subscriptions() const = 0; ///< QoS 1
     /// Whether nothing may be sent until the broker has told that a host is there.
     virtual bool awaitsHost() const = 0;

@@ -405,7 +405,7 @@ void Network::Parts::changeContent(std::unique_ptr<Layout> newLayout, bool areOt
     const Snapshot values = reporter->newest();
     droppedBefore += reporter->replaced();
     contentSettings = settings;
-    newLayout->resume(layout->onlineSince());
+    newLayout->resume(layout->sessions());
     makeContent(std::move(newLayout));
     if (!areOtherTags)
         reporter->take(values, steadyNow());

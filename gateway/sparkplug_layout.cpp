@@ -92,6 +92,8 @@ public:
     explicit SparkplugLayout(const GatewaySettings &settings);
 
     Message will(Epoch now) override;
+    SessionMemory sessions() const override { return {{}, nextBdSeq}; }
+    void resume(const SessionMemory &sessions) override { nextBdSeq = sessions.next; }
     std::vector<std::string> subscriptions() const override;
     bool awaitsHost() const override { return !hostTopic.empty() && !host.isOnline(); }
 

@@ -115,6 +115,14 @@ TEST_F(SparkplugLayoutTest, TheSessionNumberCountsConnectionsFromZeroAndWrapsBeh
     }
 }
 
+TEST_F(SparkplugLayoutTest, ALayoutOfOtherSettingsGoesOnWithTheSessionNumbers)
+{
+    layout->will(Start);
+    const std::unique_ptr<Layout> next = makeSparkplugLayout(settingsOf());
+    next->resume(layout->sessions());
+    EXPECT_EQ(sessionOf(next->will(Start)), 1U);
+}
+
 TEST_F(SparkplugLayoutTest, TheFarewellIsADeathOfTheSameSession)
 {
     layout->will(Start);

@@ -297,6 +297,23 @@ TEST_F(SparkplugNetworkTest, AnIntendedEndIsADeathAndThenADisconnect)
     EXPECT_EQ(sessionOf(death), sessionOf(side->published(NodeBirth).at(0).payload));
 }
 
+TEST_F(SparkplugNetworkTest, ASessionOfOtherSettingsHasTheNextNumber)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    settings.tags[Count].report.deadBand = 5;
+    gateway.network.apply(settings);
+    stepUntilBorn(gateway, 2);
+    const std::vector<MqttConnect> connects = side->connects();
+    const std::vector<Message> births = side->published(NodeBirth);
+    ASSERT_EQ(connects.size(), 2U);
+    for (std::size_t i = 0; i < connects.size(); ++i) {
+        EXPECT_EQ(sessionOf(connects[i].willPayload), i);
+        EXPECT_EQ(sessionOf(births.at(i).payload), i);
+    }
+}
+
 // ---- devices
 
 TEST_F(SparkplugNetworkTest, TellsNothingOfADeviceBehindItsDeath)
