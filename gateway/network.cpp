@@ -82,7 +82,7 @@ struct Network::Parts {
     void stepCommands();
     void logAnswersBehind(std::size_t known);
     void commit();
-    void sayGoodbye(milliseconds limit);
+    MqttClient::Parting sayGoodbye(milliseconds limit);
     void leave(milliseconds limit);
     void apply(const GatewaySettings &after);
     void rebuild(const SettingsDifference &difference, std::unique_ptr<Layout> newLayout,
@@ -102,6 +102,7 @@ struct Network::Parts {
     std::unique_ptr<Sender> sender;
     std::unique_ptr<HttpServer> http;
     bool isSubscribed = false;
+    bool isLeaving = false;                       ///< this connection, because the primary host is gone
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
@@ -223,7 +224,7 @@ void Network::Parts::take(const MqttClient::News &item)
         subscribed(item.text);
         break;
     case News::Disconnected:
-        isSubscribed = false;
+        isSubscribed = isLeaving = false;
         nextSubscription.reset();
         sender->stop();
         log.saySeldom(item.text, steadyNow());
@@ -306,13 +307,13 @@ void Network::Parts::wantRebirth()
 /// A session that was born dies; one that only waits for the host goes elsewhere if there is an elsewhere.
 void Network::Parts::hostLost()
 {
-    const bool wasTold = sender->isTold();
-    if (!wasTold && settings->broker.addresses.size() < 2)
+    if (isLeaving || (!sender->isTold() && settings->broker.addresses.size() < 2))
         return;
+    isLeaving = true;
     log.saySeldom("the primary host is offline; leaving the broker", steadyNow());
-    if (wasTold)
-        sayGoodbye(HostGone);
-    client->walkOn();
+    const MqttClient::Parting parting = sayGoodbye(HostGone);
+    if (isLeaving)
+        client->walkOn(parting);
 }
 
 void Network::Parts::stepCommands()
@@ -339,22 +340,25 @@ void Network::Parts::commit()
     nextCommit = steady + CommitPeriod;
 }
 
-/// The last words, as far as there is room for them within the limit.
-void Network::Parts::sayGoodbye(milliseconds limit)
+/// The last words; if there is no room for them within the limit, they are left to the will.
+MqttClient::Parting Network::Parts::sayGoodbye(milliseconds limit)
 {
     const milliseconds end = steadyNow() + limit;
     sender->beginFarewell(wiring.mailbox.state(), thisMoment());
-    while (!sender->sendFarewell() && steadyNow() < end) {
+    while (!sender->sendFarewell()) {
+        if (steadyNow() >= end)
+            return MqttClient::Parting::ByWill;
         waitFor({client->descriptor()}, end - steadyNow());
         takeNews();
     }
+    return MqttClient::Parting::Clean;
 }
 
 void Network::Parts::leave(milliseconds limit)
 {
     const milliseconds end = steadyNow() + limit;
-    sayGoodbye(limit / 2);
-    client->stop(std::max(end - steadyNow(), milliseconds(0)));
+    const MqttClient::Parting parting = sayGoodbye(limit / 2);
+    client->stop(std::max(end - steadyNow(), milliseconds(0)), parting);
     takeNews();
     isSubscribed = false;
     nextSubscription.reset();

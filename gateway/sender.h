@@ -50,8 +50,8 @@ public:
     void beginFarewell(const LineState &line, const Moment &moment);
     /// False: there is no room for them yet.
     bool sendFarewell();
-    /// From the births to the loss of the connection.
-    bool isTold() const { return isGreeted && !birthsWanted; }
+    /// From the first births to the loss of the connection.
+    bool isTold() const { return isBorn; }
     /// Until send() is due without news; max(): it is not.
     milliseconds patience(milliseconds steady) const;
     quint64 sentMessages() const { return sentCount; }

@@ -225,6 +225,20 @@ TEST(NetworkSender, TellsAllAnewAtMostOnceASecondAndNothingBeforeIt)
     EXPECT_EQ(sentAt(11001), 3 * births) << "a new connection does not wait";
 }
 
+TEST(NetworkWithABadBroker, LeavesTheLastWordToTheWillWhenThereIsNoRoomForIt)
+{
+    FakeBroker broker;
+    broker.acknowledges = false;
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.broker.mostInFlight = 1;
+    Gateway gateway(settings);
+    gateway.stepUntil([&] { return !broker.sent().empty(); });
+    gateway.network.end(milliseconds(10));
+    gateway.stepUntil([&] { return broker.ends == 1; });
+    EXPECT_EQ(broker.sent().size(), 1U);
+    EXPECT_EQ(broker.disconnects, 0) << "which would take the will back";
+}
+
 /// It publishes meanwhile, on the same connection, and greets once.
 TEST(NetworkWithABadBroker, AsksAgainForTopicsThatAreDenied)
 {

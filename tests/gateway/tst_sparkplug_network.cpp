@@ -394,6 +394,20 @@ TEST_F(SparkplugNetworkTest, LeavesABrokerWhereItsHostHasBeenAwayForLonger)
     EXPECT_EQ(other->countOf("NBIRTH"), 0);
 }
 
+TEST_F(SparkplugNetworkTest, ASessionThatIsToBeBornAgainDiesWithItsHost)
+{
+    side->tellState(true, 100);
+    const auto gateway = gatewayFor("scada");
+    stepUntilBorn(*gateway);
+    side->wantRebirth();
+    side->tellState(false, 200);
+    side->stepUntilAllWaits();
+    stepBoth(*gateway, side->host, [&] { return side->countOf("DISCONNECT") == 1; });
+    Texts words = side->words();
+    words.resize(6);
+    EXPECT_EQ(words, (Texts{"CONNECT", "SUBSCRIBE", "NBIRTH", "DBIRTH/station-1", "NDEATH", "DISCONNECT"}));
+}
+
 TEST_F(SparkplugNetworkTest, StaysWhereTheOfflineStateIsOlder)
 {
     side->tellState(true, 100);

@@ -44,6 +44,7 @@ public:
     std::atomic<int> breakAfter{-1};      ///< breaks the connection off instead of taking so many PUBLISH further
     std::atomic<int> connects{0};         ///< CONNECT so far
     std::atomic<int> disconnects{0};      ///< DISCONNECT so far
+    std::atomic<int> ends{0};             ///< connections that are over
     std::atomic<int> subscriptions{0};    ///< SUBSCRIBE so far
     std::atomic<int> pings{0};
 
@@ -88,6 +89,7 @@ private:
             return;
         ::close(socket);
         clients.erase(socket);
+        ++ends;
     }
 
     /// False: breaks off.
