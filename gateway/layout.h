@@ -47,7 +47,7 @@ struct SessionMemory {
 
 /// What the layout makes of a message that came.
 struct Incoming {
-    enum IncomingKind { Nothing, Command, Rebirth, HostState };
+    enum IncomingKind { Nothing, Command, Rebirth, HostState, OldHostState };
     IncomingKind kind = Nothing;
     std::string command;       ///< of Command: JSON of the plain layout's cmd
     bool isHostOnline = false; ///< of HostState

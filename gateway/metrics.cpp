@@ -56,6 +56,8 @@ const Single singles[] = {
      [](const GatewayFigures &f) { return f.oldestValueAge; }},
     {"fgs_broker_up", MetricType::Gauge, "Whether the broker is connected.",
      [](const GatewayFigures &f) { return double(f.isBrokerUp); }},
+    {"fgs_awaits_host", MetricType::Gauge, "Whether nothing is sent until the primary host is online.",
+     [](const GatewayFigures &f) { return double(f.awaitsHost); }},
     {"fgs_publish_sent_total", MetricType::Counter, "Messages sent to the broker, repetitions included.",
      [](const GatewayFigures &f) { return double(f.sent); }},
     {"fgs_publish_acknowledged_total", MetricType::Counter, "Messages that the broker has acknowledged.",
@@ -211,7 +213,10 @@ Health healthOf(const GatewayFigures &figures)
     Json line = {{"up", figures.line.isUp}, {"since", figures.line.since}};
     if (!figures.line.error.empty())
         line["error"] = figures.line.error;
-    const Json all = {{"ok", isOk}, {"line", line}, {"broker", {{"up", figures.isBrokerUp}}}};
+    Json broker = {{"up", figures.isBrokerUp}};
+    if (figures.awaitsHost)
+        broker["awaitsHost"] = true;
+    const Json all = {{"ok", isOk}, {"line", line}, {"broker", broker}};
     return {isOk, all.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"};
 }
 

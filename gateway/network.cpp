@@ -78,6 +78,8 @@ struct Network::Parts {
     void arrived(const Received &message);
     void takeCommand(const Incoming &incoming, const Received &message);
     void wantRebirth();
+    std::string hostName() const;
+    void hostTold(bool isOnline);
     void hostLost();
     void stepCommands();
     void logAnswersBehind(std::size_t known);
@@ -257,8 +259,11 @@ void Network::Parts::subscribed(const std::string &refused)
                       steadyNow());
         nextSubscription = steadyNow() + wiring.pauses.longest;
     }
-    if (!std::exchange(isSubscribed, true))
-        sender->begin();
+    if (std::exchange(isSubscribed, true))
+        return;
+    if (layout->awaitsHost())
+        log.saySeldom("waits until " + hostName() + " is online", steadyNow());
+    sender->begin();
 }
 
 /// A cluster refuses everything while it chooses a new leader.
@@ -283,8 +288,10 @@ void Network::Parts::arrived(const Received &message)
         wantRebirth();
         break;
     case Incoming::HostState:
-        if (!incoming.isHostOnline)
-            hostLost();
+        hostTold(incoming.isHostOnline);
+        break;
+    case Incoming::OldHostState:
+        log.saySeldom(hostName() + " tells an older state than before; it is ignored", steadyNow());
         break;
     }
 }
@@ -302,6 +309,18 @@ void Network::Parts::wantRebirth()
     ++rebirths;
     log.saySeldom("told anew: a host asks for a rebirth", steadyNow());
     sender->wantBirths();
+}
+
+std::string Network::Parts::hostName() const
+{
+    return "the primary host '" + settings->layout.primaryHost + "'";
+}
+
+void Network::Parts::hostTold(bool isOnline)
+{
+    if (!isOnline)
+        return hostLost();
+    log.saySeldom(hostName() + " is online", steadyNow());
 }
 
 /// A session that was born dies; one that only waits for the host goes elsewhere if there is an elsewhere.
@@ -421,6 +440,7 @@ GatewayFigures Network::Parts::figures() const
     const Epoch now = epochNow();
     made.line = wiring.mailbox.state();
     made.isBrokerUp = client->isConnected();
+    made.awaitsHost = made.isBrokerUp && layout->awaitsHost();
     made.sent = sentBefore + sender->sentMessages();
     made.acknowledged = acknowledgedBefore + sender->acknowledgedMessages();
     made.dropped = droppedBefore + wiring.mailbox.dropped() + reporter->replaced() + desk->answersDropped();

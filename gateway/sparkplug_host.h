@@ -14,9 +14,13 @@ namespace fgs::sparkplug
 class PrimaryHost
 {
 public:
-    /// Takes a message of its topic, {"online":true,"timestamp":MS}. Whether it counts: one that is older than what
-    /// was told before does not, and neither does anything else.
-    bool take(const std::string &payload);
+    enum Taken {
+        Counts,
+        IsOld,  ///< than what was told before
+        IsNone, ///< no state at all
+    };
+    /// Takes a message of its topic, {"online":true,"timestamp":MS}. Only one that counts changes something.
+    Taken take(const std::string &payload);
     bool isOnline() const { return online; }
 
 private:

@@ -347,8 +347,11 @@ std::optional<Message> SparkplugLayout::history(const Record &record, Epoch now)
 
 Incoming SparkplugLayout::hostState(const Received &message)
 {
-    if (message.payload.size() > longestMessage || !host.take(message.payload))
+    if (message.payload.size() > longestMessage)
         return {};
+    const PrimaryHost::Taken taken = host.take(message.payload);
+    if (taken != PrimaryHost::Counts)
+        return {taken == PrimaryHost::IsOld ? Incoming::OldHostState : Incoming::Nothing, {}, false};
     if (!host.isOnline())
         session = {};
     return {Incoming::HostState, {}, host.isOnline()};

@@ -408,6 +408,21 @@ TEST_F(SparkplugNetworkTest, ASessionThatIsToBeBornAgainDiesWithItsHost)
     EXPECT_EQ(words, (Texts{"CONNECT", "SUBSCRIBE", "NBIRTH", "DBIRTH/station-1", "NDEATH", "DISCONNECT"}));
 }
 
+TEST_F(SparkplugNetworkTest, SaysThatItWaitsForItsHost)
+{
+    side->tellState(false, 100);
+    const auto gateway = gatewayFor("scada");
+    stepBoth(*gateway, side->host,
+             [&] { return gateway->hasSaid("waits until the primary host 'scada' is online"); });
+    EXPECT_TRUE(gateway->network.figures().awaitsHost);
+    side->tellState(true, 50);
+    stepBoth(*gateway, side->host, [&] { return gateway->hasSaid("an older state"); });
+    side->tellState(true, 200);
+    stepUntilBorn(*gateway);
+    EXPECT_TRUE(gateway->hasSaid("'scada' is online"));
+    EXPECT_FALSE(gateway->network.figures().awaitsHost);
+}
+
 TEST_F(SparkplugNetworkTest, StaysWhereTheOfflineStateIsOlder)
 {
     side->tellState(true, 100);
