@@ -69,6 +69,19 @@ protected:
         std::ofstream(file, std::ios::binary) << bytes;
         return file;
     }
+    /// As the decoder of npm reads it: name, type, value and quality of each metric, and the number.
+    std::string decodedByNpm(const Message &message) const
+    {
+        const std::string script = folder.path / "decode.js";
+        std::ofstream(script) << R"(
+const decoder = require('sparkplug-payload').get('spBv1.0');
+const payload = decoder.decodePayload(require('fs').readFileSync(process.argv[2]));
+for (const metric of payload.metrics)
+    console.log(metric.name, metric.type, String(metric.value), metric.properties?.Quality.value);
+console.log('seq', String(payload.seq));
+)";
+        return outputOf("node '" + script + "' '" + fileOf(message.payload) + "'");
+    }
     std::string rawText(const Message &message) const
     {
         return outputOf("protoc --decode_raw <'" + fileOf(message.payload) + "'");

@@ -57,7 +57,11 @@ bool isWord(const std::string &word, const std::string &kind)
 
 /// A broker, what the gateway sends to it, and a host at it that hears everything.
 struct Side {
-    Side() { broker.start(); }
+    explicit Side(bool isStarted = true)
+    {
+        if (isStarted)
+            broker.start();
+    }
 
     /// "CONNECT", "SUBSCRIBE", "DISCONNECT", or of what is published "NBIRTH", "DDATA/station-1".
     Texts words() const
@@ -392,6 +396,20 @@ TEST_F(SparkplugNetworkTest, LeavesABrokerWhereItsHostHasBeenAwayForLonger)
     side->tap.cut();
     stepUntilBorn(gateway, 2);
     EXPECT_EQ(other->countOf("NBIRTH"), 0);
+}
+
+TEST_F(SparkplugNetworkTest, LeavesABrokerBeforeItConnectsToTheNext)
+{
+    Side other(false);
+    side->tellState(false, 100);
+    Gateway gateway(settingsFor({side->tap.port(), other.tap.port()}, "scada"));
+    stepBoth(gateway, side->host, [&] { return side->countOf("DISCONNECT") >= 1; });
+    EXPECT_TRUE(other.words().empty()) << "there was nothing to connect to yet";
+    other.broker.start();
+    other.host.stepUntilConnected();
+    other.tellState(true, 100);
+    stepBoth(gateway, other.host, [&] { return other.countOf("DBIRTH") == 1 && side->hasLeft(); });
+    EXPECT_EQ(side->countOf("CONNECT"), side->countOf("DISCONNECT"));
 }
 
 TEST_F(SparkplugNetworkTest, ASessionThatIsToBeBornAgainDiesWithItsHost)
