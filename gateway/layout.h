@@ -39,9 +39,15 @@ struct Picture {
     LineState line;
 };
 
+/// What outlasts a change of the settings.
+struct SessionMemory {
+    std::optional<Epoch> onlineSince; ///< none: this session is not online yet, or tells it nowhere
+    std::uint8_t next = 0;            ///< the number of the next session, where they have numbers
+};
+
 /// What the layout makes of a message that came.
 struct Incoming {
-    enum IncomingKind { Nothing, Command, Rebirth, HostState };
+    enum IncomingKind { Nothing, Command, Rebirth, HostState, OldHostState };
     IncomingKind kind = Nothing;
     std::string command;       ///< of Command: JSON of the plain layout's cmd
     bool isHostOnline = false; ///< of HostState
@@ -55,10 +61,9 @@ public:
 
     /// For the next CONNECT; each call begins a new session.
     virtual Message will(Epoch now) = 0;
-    /// Since when this session is told to be online; none: it is not yet, or it is told nowhere.
-    virtual std::optional<Epoch> onlineSince() const { return std::nullopt; }
-    /// Goes on with the session of another layout, which has been online since then.
-    virtual void resume(std::optional<Epoch> /*since*/) {}
+    virtual SessionMemory sessions() const { return {}; }
+    /// Goes on where a layout of other settings has been.
+    virtual void resume(const SessionMemory & /*sessions*/) {}
     virtual std::vector<std::string> subscriptions() const = 0; ///< QoS 1
     /// Whether nothing may be sent until the broker has told that a host is there.
     virtual bool awaitsHost() const = 0;
@@ -70,8 +75,8 @@ public:
     /// The samples as records, those of one time and one key together, in the order of time.
     virtual std::vector<Record> records(const std::vector<const Sample *> &samples) const = 0;
     virtual Message live(const Record &record, Epoch now) = 0;
-    /// Whether history of the key can be told now; if not, its records wait until it can.
-    virtual bool takesHistory(const std::string & /*key*/) const { return true; }
+    /// Whether values of the key can be told now; if not, its records wait, as history, until they can.
+    virtual bool canTell(const std::string & /*key*/) const { return true; }
     /// Of a record that was kept. None if nothing of it can be told any more.
     virtual std::optional<Message> history(const Record &record, Epoch now) = 0;
     /// What is sent again and again without a change: asked for every minute, and once a second while tags get

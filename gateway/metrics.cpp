@@ -57,9 +57,12 @@ const Single singles[] = {
      [](const GatewayFigures &f) { return f.oldestValueAge; }},
     {"fgs_broker_up", MetricType::Gauge, "Whether the broker is connected.",
      [](const GatewayFigures &f) { return double(f.isBrokerUp); }},
+    {"fgs_awaits_host", MetricType::Gauge, "Whether nothing is sent until the primary host is online.",
+     [](const GatewayFigures &f) { return double(f.awaitsHost); }},
     {"fgs_publish_sent_total", MetricType::Counter, "Messages sent to the broker, repetitions included.",
      [](const GatewayFigures &f) { return double(f.sent); }},
-    {"fgs_publish_acknowledged_total", MetricType::Counter, "Messages that the broker has acknowledged.",
+    {"fgs_publish_acknowledged_total", MetricType::Counter,
+     "Messages that the broker has acknowledged, and those of QoS 0 that were written to the connection.",
      [](const GatewayFigures &f) { return double(f.acknowledged); }},
     {"fgs_publish_dropped_total", MetricType::Counter, "Values and messages that will never be sent.",
      [](const GatewayFigures &f) { return double(f.dropped); }},
@@ -218,7 +221,10 @@ Health healthOf(const GatewayFigures &figures)
     const bool isOk = figures.line.isUp && figures.isBrokerUp && figures.spoolProblem.empty();
     Json line = {{"up", figures.line.isUp}, {"since", figures.line.since}};
     addError(line, figures.line.error);
-    Json all = {{"ok", isOk}, {"line", line}, {"broker", {{"up", figures.isBrokerUp}}}};
+    Json broker = {{"up", figures.isBrokerUp}};
+    if (figures.awaitsHost)
+        broker["awaitsHost"] = true;
+    Json all = {{"ok", isOk}, {"line", line}, {"broker", broker}};
     if (figures.hasSpool) {
         all["spool"] = {{"up", figures.spoolProblem.empty()}};
         addError(all["spool"], figures.spoolProblem);

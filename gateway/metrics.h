@@ -14,6 +14,7 @@ namespace fgs
 struct GatewayFigures {
     LineState line;
     bool isBrokerUp = false;
+    bool awaitsHost = false;  ///< nothing is sent before the primary host is online
     quint64 sent = 0;         ///< messages, again after a lost connection
     quint64 acknowledged = 0; ///< of them
     quint64 dropped = 0;      ///< values and messages that will never be sent

@@ -54,6 +54,7 @@ struct MqttClient::Shared {
     void arrived(const mosquitto_message &message);
     bool isCurrent() const { return isUp && seen == session; }
     bool hasRoom() const { return inFlight < settings.mostInFlight; }
+    void leaveLocked(Parting with);
 
     const BrokerSettings settings;
     const ReconnectPauses pauses;
@@ -78,7 +79,8 @@ struct MqttClient::Shared {
     int inFlight = 0;
     std::vector<std::string> subscribed;
     bool isLeaving = false; ///< this connection
-    bool isEnding = false;  ///< for good
+    Parting parting = Parting::Clean;
+    bool isEnding = false; ///< for good
     Clock::time_point endBy = Clock::time_point::max();
 };
 
@@ -173,7 +175,7 @@ int MqttClient::Connection::tick() const
     const std::lock_guard<std::mutex> lock(shared.mutex);
     if (!shared.isLeaving)
         return Tick;
-    if (!end.wasConnected)
+    if (!end.wasConnected || shared.parting == Parting::ByWill)
         return -1;
     const auto left = std::chrono::duration_cast<milliseconds>(shared.endBy - Clock::now());
     return int(std::min<std::int64_t>(left.count(), Tick));
@@ -187,6 +189,7 @@ void MqttClient::Connection::finish(const std::string &text)
     shared.inFlight = 0;
     shared.tellLocked({News::Disconnected, 0, shared.isLeaving ? "left " + nameOf(address) : text});
     shared.isLeaving = shared.isEnding;
+    shared.parting = Parting::Clean;
     shared.changed.notify_all();
 }
 
@@ -298,6 +301,16 @@ void MqttClient::Shared::arrived(const mosquitto_message &message)
     tellLocked({News::Arrived, 0, {}, {std::move(topic), std::move(payload), message.retain}});
 }
 
+/// One that has been left already is left in that way.
+void MqttClient::Shared::leaveLocked(Parting with)
+{
+    if (!std::exchange(isLeaving, true))
+        parting = with;
+    endBy = Clock::now() + FarewellTime;
+    if (handle && parting == Parting::Clean)
+        mosquitto_disconnect(handle);
+}
+
 MqttClient::MqttClient(const BrokerSettings &theSettings, const ReconnectPauses &thePauses)
     : shared(std::make_unique<Shared>(theSettings, thePauses))
 {
@@ -321,17 +334,15 @@ void MqttClient::connect(const Message &will)
     shared->changed.notify_all();
 }
 
-void MqttClient::stop(milliseconds limit)
+void MqttClient::stop(milliseconds limit, Parting parting)
 {
     if (!shared->thread.joinable())
         return;
     {
         std::unique_lock<std::mutex> lock(shared->mutex);
         shared->changed.wait_for(lock, limit, [this] { return !shared->isUp || shared->inFlight == 0; });
-        shared->isEnding = shared->isLeaving = true;
-        shared->endBy = Clock::now() + FarewellTime;
-        if (shared->handle)
-            mosquitto_disconnect(shared->handle);
+        shared->isEnding = true;
+        shared->leaveLocked(parting);
         shared->changed.notify_all();
     }
     shared->thread.join();
@@ -381,21 +392,11 @@ bool MqttClient::isAwaiting() const
     return shared->inFlight > 0;
 }
 
-void MqttClient::walkOn()
+void MqttClient::walkOn(Parting parting)
 {
     const std::lock_guard<std::mutex> lock(shared->mutex);
-    if (!shared->handle)
-        return;
-    shared->isLeaving = true;
-    shared->endBy = Clock::now() + FarewellTime;
-    mosquitto_disconnect(shared->handle);
-}
-
-void MqttClient::abandon()
-{
-    const std::lock_guard<std::mutex> lock(shared->mutex);
-    shared->isLeaving = shared->handle != nullptr;
-    shared->endBy = Clock::now();
+    if (shared->handle)
+        shared->leaveLocked(parting);
 }
 
 std::vector<MqttClient::News> MqttClient::takeNews()

@@ -54,9 +54,12 @@ public:
     void start();
     /// The answer to WillWanted: the will of this try. One without a topic is none.
     void connect(const Message &will);
-    /// A clean DISCONNECT once all is acknowledged, or after the limit. A look-up of a name that is under way is
-    /// waited for. The news until then can be taken afterwards.
-    void stop(milliseconds limit);
+    /// How the user ends a connection: with a clean DISCONNECT, which takes the will back, or so that the broker
+    /// tells the will, within a second.
+    enum class Parting { Clean, ByWill };
+    /// Once all is acknowledged, or after the limit. A look-up of a name that is under way is waited for. The news
+    /// until then can be taken afterwards.
+    void stop(milliseconds limit, Parting parting = Parting::Clean);
 
     /// The number that Delivered will name. 0, and nothing is done, unless isConnected() and hasRoom().
     int publish(const Message &message);
@@ -68,10 +71,8 @@ public:
     bool hasRoom() const;
     /// Whether a message waits for its acknowledgement.
     bool isAwaiting() const;
-    /// Ends the connection with a clean DISCONNECT and takes the next address.
-    void walkOn();
-    /// The same without a DISCONNECT, so that the broker publishes the will.
-    void abandon();
+    /// Ends the connection and takes the next address.
+    void walkOn(Parting parting = Parting::Clean);
 
     /// What waits beyond this many bytes of messages that came is dropped.
     static constexpr std::size_t MostWaiting = 4U << 20;

@@ -95,13 +95,17 @@ struct Network::Parts {
     void subscribed(const std::string &refused);
     void subscribeAgain();
     void arrived(const Received &message);
+    void takeCommand(const Incoming &incoming, const Received &message);
+    void wantRebirth();
+    std::string hostName() const;
+    void hostTold(bool isOnline);
     void hostLost();
     void leaveTheSilent();
     void stepCommands();
     void logAnswersBehind(std::size_t known);
     void commit();
     void commitNow();
-    void sayGoodbye(milliseconds limit);
+    MqttClient::Parting sayGoodbye(milliseconds limit);
     void leave(milliseconds limit);
     void apply(const GatewaySettings &after);
     void rebuild(const SettingsDifference &difference, std::unique_ptr<Layout> newLayout,
@@ -123,12 +127,14 @@ struct Network::Parts {
     std::optional<milliseconds> nextHttp; ///< what could not listen is tried again
     std::string httpProblem;              ///< as it was told
     bool isSubscribed = false;
+    bool isLeaving = false;                       ///< this connection, because the primary host is gone
     std::optional<milliseconds> waitsSince;       ///< for an acknowledgement, and none has come
     std::optional<milliseconds> nextSubscription; ///< of topics that were refused
     milliseconds nextCommit{0};
     quint64 sentBefore = 0, acknowledgedBefore = 0, droppedBefore = 0; ///< by parts that are no more
     quint64 overrunTold = 0;                                           ///< of this client
     std::string brokerTold; ///< that it is connected to, as the log has it; empty: to none
+    quint64 rebirths = 0;   ///< that were asked for beside the desk
 };
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
@@ -285,7 +291,7 @@ void Network::Parts::take(const MqttClient::News &item)
         subscribed(item.text);
         break;
     case News::Disconnected:
-        isSubscribed = false;
+        isSubscribed = isLeaving = false;
         nextSubscription.reset();
         sender->stop();
         if (log.saySeldom(item.text, steadyNow()))
@@ -323,8 +329,11 @@ void Network::Parts::subscribed(const std::string &refused)
                       steadyNow());
         nextSubscription = steadyNow() + wiring.pauses.longest;
     }
-    if (!std::exchange(isSubscribed, true))
-        sender->begin();
+    if (std::exchange(isSubscribed, true))
+        return;
+    if (layout->awaitsHost())
+        log.saySeldom("waits until " + hostName() + " is online", steadyNow());
+    sender->begin();
 }
 
 /// A cluster refuses everything while it chooses a new leader.
@@ -339,25 +348,61 @@ void Network::Parts::subscribeAgain()
 void Network::Parts::arrived(const Received &message)
 {
     const Incoming incoming = layout->incoming(message);
-    if (incoming.kind == Incoming::HostState && !incoming.isHostOnline)
-        hostLost();
-    if (incoming.kind != Incoming::Command && incoming.kind != Incoming::Rebirth)
-        return;
+    switch (incoming.kind) {
+    case Incoming::Nothing:
+        break;
+    case Incoming::Command:
+        takeCommand(incoming, message);
+        break;
+    case Incoming::Rebirth:
+        wantRebirth();
+        break;
+    case Incoming::HostState:
+        hostTold(incoming.isHostOnline);
+        break;
+    case Incoming::OldHostState:
+        log.saySeldom(hostName() + " tells an older state than before; it is ignored", steadyNow());
+        break;
+    }
+}
+
+void Network::Parts::takeCommand(const Incoming &incoming, const Received &message)
+{
     const std::size_t known = desk->answers().size();
     desk->take(incoming.command, message.isRetained, wiring.mailbox.state(), epochNow(), steadyNow());
     logAnswersBehind(known);
 }
 
+/// Writes nothing, so it needs neither a good clock nor what is left of the rate.
+void Network::Parts::wantRebirth()
+{
+    ++rebirths;
+    log.saySeldom("told anew: a host asks for a rebirth", steadyNow());
+    sender->wantBirths();
+}
+
+std::string Network::Parts::hostName() const
+{
+    return "the primary host '" + settings->layout.primaryHost + "'";
+}
+
+void Network::Parts::hostTold(bool isOnline)
+{
+    if (!isOnline)
+        return hostLost();
+    log.saySeldom(hostName() + " is online", steadyNow());
+}
+
 /// A session that was born dies; one that only waits for the host goes elsewhere if there is an elsewhere.
 void Network::Parts::hostLost()
 {
-    const bool wasTold = sender->isTold();
-    if (!wasTold && settings->broker.addresses.size() < 2)
+    if (isLeaving || (!sender->isTold() && settings->broker.addresses.size() < 2))
         return;
+    isLeaving = true;
     log.saySeldom("the primary host is offline; leaving the broker", steadyNow());
-    if (wasTold)
-        sayGoodbye(HostGone);
-    client->walkOn();
+    const MqttClient::Parting parting = sayGoodbye(HostGone);
+    if (isLeaving)
+        client->walkOn(parting);
 }
 
 /// One that answers pings and nothing else. The will tells its readers.
@@ -372,7 +417,7 @@ void Network::Parts::leaveTheSilent()
         log.saySeldom("the broker acknowledges nothing any more; leaving it (look at its log and its disk)",
                       steady);
         waitsSince.reset();
-        client->abandon();
+        client->walkOn(MqttClient::Parting::ByWill);
     }
 }
 
@@ -406,22 +451,25 @@ void Network::Parts::commitNow()
     commit();
 }
 
-/// The last words, as far as there is room for them within the limit.
-void Network::Parts::sayGoodbye(milliseconds limit)
+/// The last words; if there is no room for them within the limit, they are left to the will.
+MqttClient::Parting Network::Parts::sayGoodbye(milliseconds limit)
 {
     const Deadline deadline(limit);
     sender->beginFarewell(wiring.mailbox.state(), thisMoment());
-    while (!sender->sendFarewell() && !deadline.isOver()) {
+    while (!sender->sendFarewell()) {
+        if (deadline.isOver())
+            return MqttClient::Parting::ByWill;
         waitFor({client->descriptor()}, deadline.left());
         takeNews();
     }
+    return MqttClient::Parting::Clean;
 }
 
 void Network::Parts::leave(milliseconds limit)
 {
     const Deadline deadline(limit);
-    sayGoodbye(limit / 2);
-    client->stop(deadline.left());
+    const MqttClient::Parting parting = sayGoodbye(limit / 2);
+    client->stop(deadline.left(), parting);
     takeNews();
     isSubscribed = false;
     nextSubscription.reset();
@@ -475,7 +523,7 @@ void Network::Parts::changeContent(std::unique_ptr<Layout> newLayout, bool areOt
     const Snapshot values = reporter->newest();
     droppedBefore += reporter->replaced();
     contentSettings = settings;
-    newLayout->resume(layout->onlineSince());
+    newLayout->resume(layout->sessions());
     makeContent(std::move(newLayout));
     if (!areOtherTags)
         reporter->take(values, steadyNow());
@@ -487,6 +535,7 @@ GatewayFigures Network::Parts::figures() const
     const Epoch now = epochNow();
     made.line = wiring.mailbox.state();
     made.isBrokerUp = client->isConnected();
+    made.awaitsHost = made.isBrokerUp && layout->awaitsHost();
     made.sent = sentBefore + sender->sentMessages();
     made.acknowledged = acknowledgedBefore + sender->acknowledgedMessages();
     made.dropped = droppedBefore + wiring.mailbox.dropped() + reporter->replaced() + desk->answersDropped();
@@ -496,7 +545,7 @@ GatewayFigures Network::Parts::figures() const
         if (sample.quality != Quality::Unknown)
             made.oldestValueAge = std::max(made.oldestValueAge, double(now - sample.time) / 1000);
     }
-    made.commands = desk->commands();
+    made.commands = desk->commands() + rebirths;
     for (std::size_t i = 0; i < made.commandFailures.size(); ++i)
         made.commandFailures[i] = desk->failures(CommandFailure(i));
     made.hasSpool = spool != nullptr;

@@ -40,9 +40,9 @@ public:
     void end(milliseconds limit);
 
     /// The difference to the settings before: the connection stays unless broker, name or layout are others, or
-    /// with Sparkplug the tags. Throws TextError as the constructor; then the old ones go on. If the tags are
-    /// others, the line's loop of before has ended, and the one for them begins afterwards: what waits in mailbox
-    /// and order desk is taken with the old tags.
+    /// with Sparkplug anything of tags or commands. Throws TextError as the constructor; then the old ones go on.
+    /// If the tags are others, the line's loop of before has ended, and the one for them begins afterwards: what
+    /// waits in mailbox and order desk is taken with the old tags.
     void apply(const GatewaySettings &settings);
 
     bool isBrokerUp() const;

@@ -185,8 +185,8 @@ public:
         birth.reset();
         return offline(now);
     }
-    std::optional<Epoch> onlineSince() const override { return birth; }
-    void resume(std::optional<Epoch> since) override { birth = since; }
+    SessionMemory sessions() const override { return {birth, 0}; }
+    void resume(const SessionMemory &sessions) override { birth = sessions.onlineSince; }
     std::vector<std::string> subscriptions() const override { return {root + "/cmd"}; }
     bool awaitsHost() const override { return false; }
 

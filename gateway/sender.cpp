@@ -9,7 +9,8 @@ namespace
 {
 
 const milliseconds Period{60000};
-const milliseconds PeriodOfNews{1000}; ///< while variables get their first values
+const milliseconds PeriodOfNews{1000};   ///< while variables get their first values
+const milliseconds PeriodOfBirths{1000}; ///< whoever asks for them
 const std::size_t MostLiveBytes = 1U << 20;
 const int ReadAhead = 32; ///< records of history
 
@@ -28,12 +29,13 @@ bool tellsTheSame(const LineState &a, const LineState &b)
 void Sender::begin()
 {
     isGreeted = birthsWanted = true;
+    isBorn = false;
     readHistoryAgain();
 }
 
 void Sender::stop()
 {
-    isGreeted = birthsWanted = false;
+    isGreeted = birthsWanted = isBorn = false;
     urgent.clear();
     isAnswerInFlight = false;
     live.clear();
@@ -64,9 +66,20 @@ void Sender::send(const LineState &line, const Moment &moment)
 {
     keepDue(moment.steady);
     allowHistory(moment.steady);
-    while (isGreeted && !parts.layout.awaitsHost() && parts.client.isConnected() && parts.client.hasRoom())
+    while (isOpen() && !isHeld(moment.steady) && parts.client.isConnected())
         if (!sendNext(line, moment))
             return;
+}
+
+bool Sender::isOpen() const
+{
+    return isGreeted && !parts.layout.awaitsHost() && parts.client.hasRoom();
+}
+
+/// Births that are asked for again come once a second, and nothing before them.
+bool Sender::isHeld(milliseconds steady) const
+{
+    return birthsWanted && isBorn && steady < bornAt + PeriodOfBirths;
 }
 
 bool Sender::sendNext(const LineState &line, const Moment &moment)
@@ -114,6 +127,8 @@ bool Sender::sendLive(const Moment &moment)
 {
     if (live.empty())
         takeDue(moment.steady);
+    while (!live.empty() && !parts.layout.canTell(live.front().record.key))
+        letGo(live.front());
     if (live.empty())
         return false;
     const Live next = std::move(live.front());
@@ -152,7 +167,7 @@ std::optional<Spool::Kept> Sender::nextKept()
         Spool::Kept next = std::move(ahead.front());
         ahead.pop_front();
         historyAfter = next.number;
-        if (!pending.count(next.number) && parts.layout.takesHistory(next.record.key))
+        if (!pending.count(next.number) && parts.layout.canTell(next.record.key))
             return next;
     }
     return std::nullopt;
@@ -177,6 +192,8 @@ void Sender::allowHistory(milliseconds steady)
 void Sender::makeBirths(const LineState &line, const Moment &moment)
 {
     birthsWanted = false;
+    isBorn = true;
+    bornAt = moment.steady;
     for (const Live &waiting : live)
         pending.erase(waiting.number);
     live.clear();
@@ -264,7 +281,7 @@ void Sender::beginFarewell(const LineState &line, const Moment &moment)
     if (isTold())
         for (Message &message : parts.layout.farewell(picture(line), moment.now))
             urgent.push_back(std::move(message));
-    isGreeted = birthsWanted = false;
+    isGreeted = birthsWanted = isBorn = false;
 }
 
 bool Sender::sendFarewell()
@@ -276,11 +293,13 @@ bool Sender::sendFarewell()
 
 milliseconds Sender::patience(milliseconds steady) const
 {
-    const bool isOpen = isGreeted && !parts.layout.awaitsHost() && parts.client.hasRoom();
-    milliseconds when = isOpen ? periodicDue() : milliseconds::max();
-    if (isOpen || parts.spool)
+    const bool isReady = isOpen() && !isHeld(steady);
+    milliseconds when = isReady ? periodicDue() : milliseconds::max();
+    if (isHeld(steady))
+        when = bornAt + PeriodOfBirths;
+    if (isReady || parts.spool)
         when = std::min(when, parts.reporter.nextDue());
-    if (isOpen && parts.spool && parts.spool->records() > std::int64_t(pending.size()))
+    if (isReady && parts.spool && parts.spool->records() > std::int64_t(pending.size()))
         when = std::min(when, steady + milliseconds(1000 / std::max(parts.historyPerSecond, 1) + 1));
     return when == milliseconds::max() ? when : std::max(when - steady, milliseconds(0));
 }

@@ -35,7 +35,7 @@ public:
     /// The connection is lost: nothing that is in flight counts as acknowledged.
     void stop();
     void acknowledged(int message);
-    /// All is to be told anew.
+    /// All is to be told anew, at most once a second, and nothing else before it.
     void wantBirths() { birthsWanted = true; }
 
     /// With a spool, what is due goes there. Called for each reading, so that none is replaced by the next.
@@ -46,8 +46,8 @@ public:
     void beginFarewell(const LineState &line, const Moment &moment);
     /// False: there is no room for them yet.
     bool sendFarewell();
-    /// From the births to the loss of the connection.
-    bool isTold() const { return isGreeted && !birthsWanted; }
+    /// From the first births to the loss of the connection.
+    bool isTold() const { return isBorn; }
     /// Until send() is due without news; max(): it is not.
     milliseconds patience(milliseconds steady) const;
     quint64 sentMessages() const { return sentCount; }
@@ -64,6 +64,8 @@ private:
         bool isAnswer = false;
     };
 
+    bool isOpen() const;
+    bool isHeld(milliseconds steady) const;
     bool sendNext(const LineState &line, const Moment &moment);
     bool sendUrgent();
     bool sendAnswer(const Moment &moment);
@@ -86,7 +88,8 @@ private:
     void allowHistory(milliseconds steady);
 
     const Parts parts;
-    bool isGreeted = false, birthsWanted = false;
+    bool isGreeted = false, birthsWanted = false, isBorn = false;
+    milliseconds bornAt{0};
     LineState told;
     milliseconds toldAll{0};  ///< when births or what is periodic were made
     std::size_t toldTags = 0; ///< that had values then

@@ -93,11 +93,4 @@ std::string commandJson(const CommandPayload &command, const Device &device, con
     return textOf(json);
 }
 
-std::string rebirthJson(const CommandPayload &command)
-{
-    Json json = headOf(command);
-    json["rebirth"] = true;
-    return textOf(json);
-}
-
 } // namespace fgs::sparkplug

@@ -23,8 +23,6 @@ std::optional<std::string> commandId(const CommandPayload &command);
 /// {"id":..,"ts":..,"set":{..}} for a device. A tag with several values is an array if all of them are there, else
 /// NAME/0 and so on. What is no metric of the device, so that it cannot be written, is DEVICE/METRIC.
 std::string commandJson(const CommandPayload &command, const Device &device, const std::vector<GatewayTag> &tags);
-/// {"id":..,"ts":..,"rebirth":true}
-std::string rebirthJson(const CommandPayload &command);
 
 } // namespace fgs::sparkplug
 

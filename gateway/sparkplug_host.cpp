@@ -5,23 +5,23 @@
 namespace fgs::sparkplug
 {
 
-bool PrimaryHost::take(const std::string &payload)
+PrimaryHost::Taken PrimaryHost::take(const std::string &payload)
 {
     const nlohmann::json state = nlohmann::json::parse(payload, nullptr, false);
     if (!state.is_object() || !state.contains("online") || !state.contains("timestamp"))
-        return false;
+        return IsNone;
     if (!state["online"].is_boolean() || !state["timestamp"].is_number_integer())
-        return false;
+        return IsNone;
     const Epoch time = state["timestamp"].get<Epoch>();
     const bool isNowOnline = state["online"].get<bool>();
     const std::optional<Epoch> &least = isNowOnline ? lastTold : lastOnline;
     if (least && time < *least)
-        return false;
+        return IsOld;
     online = isNowOnline;
     lastTold = time;
     if (online)
         lastOnline = time;
-    return true;
+    return Counts;
 }
 
 } // namespace fgs::sparkplug

@@ -1,4 +1,4 @@
-// Whether the primary host is there, by what it tells of itself.
+// Whether the primary host is there, by what it tells of itself at one broker.
 #ifndef FGS_GATEWAY_SPARKPLUG_HOST_H
 #define FGS_GATEWAY_SPARKPLUG_HOST_H
 
@@ -10,14 +10,17 @@
 namespace fgs::sparkplug
 {
 
+/// For one connection: the first state that a broker tells is the newest that it has, whatever others have told.
 class PrimaryHost
 {
 public:
-    /// Takes a message of its topic, {"online":true,"timestamp":MS}. Whether it counts: one that is older than what
-    /// was told before does not, and neither does anything else.
-    bool take(const std::string &payload);
-    /// On a new connection it has to tell again. What is old remains old.
-    void forget() { online = false; }
+    enum Taken {
+        Counts,
+        IsOld,  ///< than what was told before
+        IsNone, ///< no state at all
+    };
+    /// Takes a message of its topic, {"online":true,"timestamp":MS}. Only one that counts changes something.
+    Taken take(const std::string &payload);
     bool isOnline() const { return online; }
 
 private:

@@ -92,6 +92,8 @@ public:
     explicit SparkplugLayout(const GatewaySettings &settings);
 
     Message will(Epoch now) override;
+    SessionMemory sessions() const override { return {{}, nextBdSeq}; }
+    void resume(const SessionMemory &sessions) override { nextBdSeq = sessions.next; }
     std::vector<std::string> subscriptions() const override;
     bool awaitsHost() const override { return !hostTopic.empty() && !host.isOnline(); }
 
@@ -99,7 +101,7 @@ public:
     std::vector<Message> changes(const Picture &before, const Picture &after, Epoch now) override;
     std::vector<Record> records(const std::vector<const Sample *> &samples) const override;
     Message live(const Record &record, Epoch now) override;
-    bool takesHistory(const std::string &key) const override;
+    bool canTell(const std::string &key) const override;
     std::optional<Message> history(const Record &record, Epoch now) override;
     std::vector<Message> periodic(const Picture &, Epoch) override { return {}; }
     std::vector<Message> farewell(const Picture &picture, Epoch now) override;
@@ -165,7 +167,7 @@ SparkplugLayout::SparkplugLayout(const GatewaySettings &settings)
 Message SparkplugLayout::will(Epoch now)
 {
     session = {};
-    host.forget();
+    host = {};
     bdSeq = nextBdSeq++;
     return death({}, now); // nobody knows when it will be
 }
@@ -321,7 +323,7 @@ Message SparkplugLayout::live(const Record &record, Epoch now)
     return data(record.key, device ? knownMetrics(*device, record) : std::vector<Metric>(), now);
 }
 
-bool SparkplugLayout::takesHistory(const std::string &key) const
+bool SparkplugLayout::canTell(const std::string &key) const
 {
     const Device *const device = deviceNamed(key);
     return !device || isBorn(*device); // one that is gone from the settings never comes back
@@ -345,8 +347,11 @@ std::optional<Message> SparkplugLayout::history(const Record &record, Epoch now)
 
 Incoming SparkplugLayout::hostState(const Received &message)
 {
-    if (message.payload.size() > longestMessage || !host.take(message.payload))
+    if (message.payload.size() > longestMessage)
         return {};
+    const PrimaryHost::Taken taken = host.take(message.payload);
+    if (taken != PrimaryHost::Counts)
+        return {taken == PrimaryHost::IsOld ? Incoming::OldHostState : Incoming::Nothing, {}, false};
     if (!host.isOnline())
         session = {};
     return {Incoming::HostState, {}, host.isOnline()};
@@ -371,9 +376,9 @@ Incoming SparkplugLayout::command(const Received &message, const Device &device)
         return {Incoming::Command, message.payload, false};
     try {
         const CommandPayload decoded = {message.topic, message.payload, decode(message.payload)};
-        if (&device != &nodeAsDevice || !asksForRebirth(decoded.payload))
-            return {Incoming::Command, commandJson(decoded, device, tags), false};
-        return {message.isRetained ? Incoming::Command : Incoming::Rebirth, rebirthJson(decoded), false};
+        if (&device == &nodeAsDevice && asksForRebirth(decoded.payload) && !message.isRetained)
+            return {Incoming::Rebirth, {}, false};
+        return {Incoming::Command, commandJson(decoded, device, tags), false};
     } catch (const PayloadError &error) {
         return {Incoming::Command, std::string("no Sparkplug payload: ") + error.what(), false};
     }

@@ -49,6 +49,16 @@ struct TestClock {
     }
 };
 
+inline Sample sampleOf(std::size_t tag, quint32 value, Epoch time = 1000)
+{
+    Sample sample;
+    sample.tag = tag;
+    sample.quality = Quality::Good;
+    sample.time = time;
+    sample.values = {value};
+    return sample;
+}
+
 /// A gateway without a line: the test posts.
 struct Gateway {
     explicit Gateway(const GatewaySettings &settings, const std::function<Moment()> &clock = {})
@@ -62,15 +72,7 @@ struct Gateway {
         mailbox.post(up);
     }
 
-    void post(std::size_t tag, quint32 value, Epoch time)
-    {
-        Sample sample;
-        sample.tag = tag;
-        sample.quality = Quality::Good;
-        sample.time = time;
-        sample.values = {value};
-        mailbox.post(Snapshot{sample});
-    }
+    void post(std::size_t tag, quint32 value, Epoch time) { mailbox.post(Snapshot{sampleOf(tag, value, time)}); }
     void step() { network.step(milliseconds(5), -1); }
     void say(const std::string &line)
     {

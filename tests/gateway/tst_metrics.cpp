@@ -36,6 +36,7 @@ GatewayFigures figuresByHand()
          {Time(50us), Time(1ms), Time(1ms + 1ns), Time(3ms), Time(90ms), Time(2500ms), Time(4s), Time(20s)})
         statistics.roundTrips.add(time);
     figures.isBrokerUp = true;
+    figures.awaitsHost = true;
     figures.sent = 5020;
     figures.acknowledged = 5000;
     figures.dropped = 17;
@@ -87,6 +88,7 @@ TEST(Metrics, EachFigureStandsUnderItsName)
         {"fgs_tags_stale", 4},
         {"fgs_oldest_value_age_seconds", 2.25},
         {"fgs_broker_up", 1},
+        {"fgs_awaits_host", 1},
         {"fgs_publish_sent_total", 5020},
         {"fgs_publish_acknowledged_total", 5000},
         {"fgs_publish_dropped_total", 17},
@@ -204,8 +206,11 @@ TEST(Health, IsGoodWithLineBrokerAndSpool)
     GatewayFigures figures = figuresByHand();
     const Health good = healthOf(figures);
     EXPECT_TRUE(good.isOk);
-    EXPECT_EQ(good.text, "{\"ok\":true,\"line\":{\"up\":true,\"since\":1700000000000},\"broker\":{\"up\":true},"
-                         "\"spool\":{\"up\":true}}\n");
+    EXPECT_EQ(good.text, "{\"ok\":true,\"line\":{\"up\":true,\"since\":1700000000000},"
+                         "\"broker\":{\"up\":true,\"awaitsHost\":true},\"spool\":{\"up\":true}}\n");
+    figures.awaitsHost = false;
+    EXPECT_EQ(healthOf(figures).text, "{\"ok\":true,\"line\":{\"up\":true,\"since\":1700000000000},"
+                                      "\"broker\":{\"up\":true},\"spool\":{\"up\":true}}\n");
     figures.isBrokerUp = false;
     EXPECT_FALSE(healthOf(figures).isOk);
     figures.isBrokerUp = true;

@@ -159,6 +159,23 @@ TEST_F(MqttClientTest, LeavesItsWillWhenItIsKilledAndNotWhenItEnds)
     EXPECT_EQ(reader.received[reader.received.size() - 2].payload, "clean is there");
 }
 
+TEST_F(MqttClientTest, LeavesItsWillIfItPartsByIt)
+{
+    broker.start();
+    MqttUser reader(settings("reader"), {"status"});
+    reader.stepUntilConnected();
+    MqttUser user(settings("gateway"), {}, message("status", "lost"));
+    user.tell(message("status", "there"));
+    user.client.walkOn(fgs::MqttClient::Parting::ByWill);
+    reader.stepUntil([&] { return reader.newest("status") == "lost"; });
+    user.stepUntil([&] { return user.connections == 2; });
+    user.client.stop(milliseconds(10000), fgs::MqttClient::Parting::ByWill);
+    reader.stepUntil([&] {
+        return std::count_if(reader.received.begin(), reader.received.end(),
+                             [](const fgs::Received &each) { return each.payload == "lost"; }) == 2;
+    });
+}
+
 TEST_F(MqttClientTest, TellsThatAnotherClientMayHaveItsId)
 {
     broker.start();

@@ -1,4 +1,5 @@
 // The network's side of a gateway against a real broker: the line is the test's own poster.
+#include "gateway/sender.h"
 #include "lineless_gateway.h"
 
 #include "host/text_error.h"
@@ -393,6 +394,47 @@ TEST(NetworkWithoutItsPort, ListensAsSoonAsItCan)
     gateway.stepUntil([&] { return gateway.network.httpPort() != 0; });
     EXPECT_EQ(gateway.network.httpPort(), port);
     EXPECT_TRUE(gateway.hasSaid("HTTP listens on port " + std::to_string(port)));
+}
+
+TEST(NetworkSender, TellsAllAnewAtMostOnceASecondAndNothingBeforeIt)
+{
+    FakeBroker broker;
+    MqttUser user(brokerSettings({broker.port()}, "fgs-gateway-press7"));
+    user.stepUntilConnected();
+    const GatewaySettings settings = gatewaySettings({broker.port()});
+    const std::unique_ptr<Layout> layout = makePlainLayout(settings);
+    Reporter reporter(settings.tags);
+    OrderDesk orders;
+    CommandDesk desk(settings, orders, false);
+    Sender sender({user.client, *layout, reporter, desk, nullptr});
+    const auto sentAt = [&](int steady) {
+        sender.send({}, {1000, milliseconds(steady)});
+        return sender.sentMessages();
+    };
+    sender.begin();
+    const quint64 births = sentAt(10000);
+    EXPECT_GT(births, 0U);
+    sender.wantBirths();
+    reporter.take({sampleOf(0, 7)}, milliseconds(10500));
+    EXPECT_EQ(sentAt(10999), births);
+    EXPECT_EQ(sender.patience(milliseconds(10999)), milliseconds(1));
+    EXPECT_EQ(sentAt(11000), 2 * births);
+    sender.begin();
+    EXPECT_EQ(sentAt(11001), 3 * births) << "a new connection does not wait";
+}
+
+TEST(NetworkWithABadBroker, LeavesTheLastWordToTheWillWhenThereIsNoRoomForIt)
+{
+    FakeBroker broker;
+    broker.acknowledges = false;
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.broker.mostInFlight = 1;
+    Gateway gateway(settings);
+    gateway.stepUntil([&] { return !broker.sent().empty(); });
+    gateway.network.end(milliseconds(10));
+    gateway.stepUntil([&] { return broker.ends == 1; });
+    EXPECT_EQ(broker.sent().size(), 1U);
+    EXPECT_EQ(broker.disconnects, 0) << "which would take the will back";
 }
 
 /// It publishes meanwhile, on the same connection, and greets once.

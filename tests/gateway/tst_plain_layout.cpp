@@ -213,13 +213,13 @@ TEST_F(PlainLayout, IsOnlineSinceTheFirstBirthOfASession)
 TEST_F(PlainLayout, TellsTheTimeOfTheSessionThatItTakesOver)
 {
     layout->will(Noon);
-    EXPECT_FALSE(layout->onlineSince());
+    EXPECT_FALSE(layout->sessions().onlineSince);
     layout->births(picture(), Noon + 5);
     const std::unique_ptr<Layout> next = makePlainLayout(settings);
-    next->resume(layout->onlineSince());
+    next->resume(layout->sessions());
     EXPECT_EQ(next->births(picture(), Noon + 9)[0].payload, layout->births(picture(), Noon + 9)[0].payload);
     next->will(Noon + 20);
-    EXPECT_FALSE(next->onlineSince());
+    EXPECT_FALSE(next->sessions().onlineSince);
 }
 
 TEST_F(PlainLayout, TellsChangesOfTheLineAndItsStations)

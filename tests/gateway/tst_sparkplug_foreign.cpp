@@ -69,6 +69,19 @@ protected:
         std::ofstream(file, std::ios::binary) << bytes;
         return file;
     }
+    /// As the decoder of npm reads it: name, type, value and quality of each metric, and the number.
+    std::string decodedByNpm(const Message &message) const
+    {
+        const std::string script = folder.path / "decode.js";
+        std::ofstream(script) << R"(
+const decoder = require('sparkplug-payload').get('spBv1.0');
+const payload = decoder.decodePayload(require('fs').readFileSync(process.argv[2]));
+for (const metric of payload.metrics)
+    console.log(metric.name, metric.type, String(metric.value), metric.properties?.Quality.value);
+console.log('seq', String(payload.seq));
+)";
+        return outputOf("node '" + script + "' '" + fileOf(message.payload) + "'");
+    }
     std::string rawText(const Message &message) const
     {
         return outputOf("protoc --decode_raw <'" + fileOf(message.payload) + "'");
@@ -129,4 +142,33 @@ TEST_F(SparkplugForeignTest, ProtocReadsABirthDataAndADeath)
     EXPECT_EQ(rawText(life.at(2)), "1: 1700000000020\n2 {\n  1: \"count\"\n  3: 1700000000015\n  10: 7\n}\n3: 2\n");
     EXPECT_EQ(rawText(life.at(4)),
               "1: 1700000000040\n2 {\n  1: \"bdSeq\"\n  3: 1700000000040\n  4: 4\n  11: 0\n}\n");
+}
+
+TEST_F(SparkplugForeignTest, TheDecoderOfNpmReadsBirthsDataAndDeaths)
+{
+    if (std::system("node -e \"require('sparkplug-payload')\" >/dev/null 2>&1") != 0)
+        GTEST_SKIP()
+            << "node finds no sparkplug-payload: npm install sparkplug-payload@1.0.3, and its node_modules "
+               "into NODE_PATH";
+    EXPECT_EQ(decodedByNpm(life.at(0)), "bdSeq Int64 0 undefined\n"
+                                        "Node Control/Rebirth Boolean false undefined\n"
+                                        "Link/Up Boolean true undefined\n"
+                                        "Link/Error String null undefined\n"
+                                        "seq 0\n");
+    EXPECT_EQ(decodedByNpm(life.at(1)), "oven_temp Double 180.5 192\n"
+                                        "oven_on Boolean true 192\n"
+                                        "count UInt16 65535 192\n"
+                                        "level Int32 -5 192\n"
+                                        "pieces Int64 4294967295 192\n"
+                                        "position Int32 -2 192\n"
+                                        "speed Float 12.5 192\n"
+                                        "recipe String ABC 192\n"
+                                        "trend/0 UInt16 1 192\n"
+                                        "trend/1 UInt16 2 192\n"
+                                        "trend/2 UInt16 3 192\n"
+                                        "seq 1\n");
+    EXPECT_EQ(decodedByNpm(life.at(2)), "count undefined null undefined\nseq 2\n")
+        << "it remembers no births, so it cannot know the type";
+    EXPECT_EQ(decodedByNpm(life.at(3)), "seq 3\n");
+    EXPECT_EQ(decodedByNpm(life.at(4)), "bdSeq Int64 0 undefined\nseq undefined\n");
 }

@@ -115,6 +115,14 @@ TEST_F(SparkplugLayoutTest, TheSessionNumberCountsConnectionsFromZeroAndWrapsBeh
     }
 }
 
+TEST_F(SparkplugLayoutTest, ALayoutOfOtherSettingsGoesOnWithTheSessionNumbers)
+{
+    layout->will(Start);
+    const std::unique_ptr<Layout> next = makeSparkplugLayout(settingsOf());
+    next->resume(layout->sessions());
+    EXPECT_EQ(sessionOf(next->will(Start)), 1U);
+}
+
 TEST_F(SparkplugLayoutTest, TheFarewellIsADeathOfTheSameSession)
 {
     layout->will(Start);
@@ -362,10 +370,10 @@ TEST_F(SparkplugLayoutTest, NothingIsToldOfADeviceThatIsNotBorn)
     born();
     const Sample pump = sampleOf(Pump, {1});
     EXPECT_TRUE(layout->records({&pump}).empty());
-    EXPECT_FALSE(layout->takesHistory("station-2"));
+    EXPECT_FALSE(layout->canTell("station-2"));
     changed(withStations(true, true));
     EXPECT_EQ(layout->records({&pump}).size(), 1U);
-    EXPECT_TRUE(layout->takesHistory("station-2"));
+    EXPECT_TRUE(layout->canTell("station-2"));
 }
 
 TEST_F(SparkplugLayoutTest, NothingChangesBeforeTheBirths)
@@ -414,7 +422,7 @@ TEST_F(SparkplugLayoutTest, HistoryOfOtherSettingsOrOfDamageIsNone)
     record.content = "\x12\xFF";
     EXPECT_FALSE(layout->history(record, Start));
     record.key = "station-9";
-    EXPECT_TRUE(layout->takesHistory(record.key)); // it need not wait
+    EXPECT_TRUE(layout->canTell(record.key)); // it need not wait
     EXPECT_FALSE(layout->history(record, Start));
 }
 
@@ -457,7 +465,7 @@ TEST_F(SparkplugLayoutTest, AnOnlineStateThatIsOlderThanTheLastIsIgnored)
 {
     useHost();
     EXPECT_EQ(hostSays(false, 100).kind, Incoming::HostState);
-    EXPECT_EQ(hostSays(true, 99).kind, Incoming::Nothing);
+    EXPECT_EQ(hostSays(true, 99).kind, Incoming::OldHostState);
     EXPECT_TRUE(layout->awaitsHost());
     EXPECT_EQ(hostSays(true, 100).kind, Incoming::HostState);
     EXPECT_FALSE(layout->awaitsHost());
@@ -467,7 +475,7 @@ TEST_F(SparkplugLayoutTest, AnOfflineStateThatIsOlderThanTheLastOnlineIsIgnored)
 {
     useHost();
     hostSays(true, 100);
-    EXPECT_EQ(hostSays(false, 99).kind, Incoming::Nothing);
+    EXPECT_EQ(hostSays(false, 99).kind, Incoming::OldHostState);
     EXPECT_FALSE(layout->awaitsHost());
     const Incoming offline = hostSays(false, 100);
     EXPECT_EQ(offline.kind, Incoming::HostState);
@@ -484,7 +492,7 @@ TEST_F(SparkplugLayoutTest, AHostThatGoesOfflineEndsTheSession)
     hostSays(false, 200);
     EXPECT_TRUE(changed(withStations(false, true)).empty());
     EXPECT_TRUE(layout->births(picture, Start).empty());
-    EXPECT_FALSE(layout->takesHistory("station-1"));
+    EXPECT_FALSE(layout->canTell("station-1"));
     EXPECT_EQ(sessionOf(layout->farewell(picture, Start).at(0)), 0U);
     EXPECT_EQ(sessionOf(layout->will(Start)), 1U);
 }
@@ -496,8 +504,20 @@ TEST_F(SparkplugLayoutTest, TheHostHasToTellAgainOnEachConnection)
     hostSays(true, 100);
     layout->will(Start);
     EXPECT_TRUE(layout->awaitsHost());
-    EXPECT_EQ(hostSays(true, 50).kind, Incoming::Nothing); // what is old remains old
     EXPECT_EQ(hostSays(true, 100).kind, Incoming::HostState);
+    EXPECT_FALSE(layout->awaitsHost());
+}
+
+TEST_F(SparkplugLayoutTest, WhatAnotherBrokerToldBeforeMakesNoStateOld)
+{
+    useHost();
+    layout->will(Start);
+    hostSays(true, 200);
+    layout->will(Start);
+    EXPECT_EQ(hostSays(false, 100).kind, Incoming::HostState);
+    EXPECT_TRUE(layout->awaitsHost());
+    layout->will(Start);
+    EXPECT_EQ(hostSays(true, 50).kind, Incoming::HostState);
     EXPECT_FALSE(layout->awaitsHost());
 }
 
@@ -528,9 +548,7 @@ TEST_F(SparkplugLayoutTest, ARebirthIsAskedForByACommandToTheNode)
 TEST_F(SparkplugLayoutTest, ARetainedRebirthIsLeftToThoseWhoRefuseRetainedCommands)
 {
     const std::string asked = written(metric("Node Control/Rebirth", protobuf::number(14, 1)));
-    const Incoming incoming = layout->incoming({"spBv1.0/plant/NCMD/press7", asked, true});
-    EXPECT_EQ(incoming.kind, Incoming::Command);
-    EXPECT_TRUE(json::parse(incoming.command).at("rebirth"));
+    EXPECT_EQ(layout->incoming({"spBv1.0/plant/NCMD/press7", asked, true}).kind, Incoming::Command);
 }
 
 TEST_F(SparkplugLayoutTest, AWriteIsACommandWithItsTimeAndName)

@@ -33,6 +33,12 @@ Epoch epochNow()
     return std::time(nullptr) * Epoch(1000);
 }
 
+Message rebirthRequest(const std::string &payload)
+{
+    const std::string fields = protobuf::number(4, 11) + protobuf::number(14, 1);
+    return {"spBv1.0/plant/NCMD/press7", payload + metric("Node Control/Rebirth", fields)};
+}
+
 Message messageOf(const MqttPacket &packet)
 {
     const MqttPublish publish(packet);
@@ -51,7 +57,11 @@ bool isWord(const std::string &word, const std::string &kind)
 
 /// A broker, what the gateway sends to it, and a host at it that hears everything.
 struct Side {
-    Side() { broker.start(); }
+    explicit Side(bool isStarted = true)
+    {
+        if (isStarted)
+            broker.start();
+    }
 
     /// "CONNECT", "SUBSCRIBE", "DISCONNECT", or of what is published "NBIRTH", "DDATA/station-1".
     Texts words() const
@@ -67,6 +77,13 @@ struct Side {
             else if (packet.type() == MqttPacket::Publish)
                 words.push_back(wordOf(MqttPublish(packet).topic));
         return words;
+    }
+    /// Of what it was told.
+    int acknowledgements() const
+    {
+        const std::vector<MqttPacket> all = tap.sent();
+        return int(std::count_if(all.begin(), all.end(),
+                                 [](const MqttPacket &packet) { return packet.type() == MqttPacket::PubAck; }));
     }
     int countOf(const std::string &kind) const
     {
@@ -104,16 +121,20 @@ struct Side {
     void tellState(bool isOnline, Epoch time)
     {
         const std::string online = isOnline ? "true" : "false";
-        host.tell({"spBv1.0/STATE/scada", "{\"online\":" + online + ",\"timestamp\":" + std::to_string(time) + "}",
-                   1, true});
+        tell({"spBv1.0/STATE/scada", "{\"online\":" + online + ",\"timestamp\":" + std::to_string(time) + "}", 1,
+              true});
     }
     void command(const std::string &place, const std::string &metrics)
     {
-        host.tell({"spBv1.0/plant/" + place, written(metrics, epochNow())});
+        tell({"spBv1.0/plant/" + place, written(metrics, epochNow())});
     }
-    void wantRebirth()
+    /// The payload has a time, or nothing.
+    void wantRebirth(const std::string &payload = written("", epochNow())) { tell(rebirthRequest(payload)); }
+    /// A gateway that has not been stepped since has all that was told on its one connection, and looks at it in
+    /// its next step.
+    void stepUntilAllWaits()
     {
-        command("NCMD/press7", metric("Node Control/Rebirth", protobuf::number(4, 11) + protobuf::number(14, 1)));
+        host.stepUntil([this] { return acknowledgements() == toldMessages; });
     }
     /// Everything that was told the gateway before has been looked at.
     void passBy(Gateway &gateway)
@@ -135,7 +156,14 @@ private:
         return rest.substr(0, place) + rest.substr(place + node.size());
     }
 
+    void tell(const Message &message)
+    {
+        host.tell(message);
+        ++toldMessages;
+    }
+
     unsigned passes = 0;
+    int toldMessages = 0;
 };
 
 class SparkplugNetworkTest : public testing::Test
@@ -157,13 +185,31 @@ protected:
     {
         return std::make_unique<Gateway>(settingsFor({side->tap.port()}, primaryHost));
     }
+    /// That waits for scada.
+    GatewaySettings settingsWithSpool() const
+    {
+        GatewaySettings settings = settingsFor({side->tap.port()}, "scada");
+        settings.spool.emplace();
+        settings.spool->file = folder.path / "press7.spool";
+        return settings;
+    }
     void stepUntilBorn(Gateway &gateway, int births = 1) const
     {
         stepBoth(gateway, side->host, [&] { return side->countOf("DBIRTH") >= births; });
     }
 
+    const TemporaryFolder folder;
     std::unique_ptr<Side> side;
 };
+
+LineState lineWithStationOne(bool isUp)
+{
+    LineState line;
+    line.isUp = true;
+    line.since = 1000;
+    line.stations[1] = isUp;
+    return line;
+}
 
 } // namespace
 
@@ -255,6 +301,44 @@ TEST_F(SparkplugNetworkTest, AnIntendedEndIsADeathAndThenADisconnect)
     EXPECT_EQ(sessionOf(death), sessionOf(side->published(NodeBirth).at(0).payload));
 }
 
+TEST_F(SparkplugNetworkTest, ASessionOfOtherSettingsHasTheNextNumber)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    settings.tags[Count].report.deadBand = 5;
+    gateway.network.apply(settings);
+    stepUntilBorn(gateway, 2);
+    const std::vector<MqttConnect> connects = side->connects();
+    const std::vector<Message> births = side->published(NodeBirth);
+    ASSERT_EQ(connects.size(), 2U);
+    for (std::size_t i = 0; i < connects.size(); ++i) {
+        EXPECT_EQ(sessionOf(connects[i].willPayload), i);
+        EXPECT_EQ(sessionOf(births.at(i).payload), i);
+    }
+}
+
+// ---- devices
+
+TEST_F(SparkplugNetworkTest, TellsNothingOfADeviceBehindItsDeath)
+{
+    Gateway gateway(settingsWithSpool());
+    side->tellState(true, 100);
+    stepUntilBorn(gateway);
+    gateway.mailbox.post(Snapshot{staleOf(Count, {7})});
+    gateway.mailbox.post(lineWithStationOne(false));
+    stepBoth(gateway, side->host, [&] { return side->countOf("DDEATH") == 1; });
+    side->passBy(gateway);
+    gateway.mailbox.post(lineWithStationOne(true));
+    stepBoth(gateway, side->host, [&] { return side->countOf("DDATA") == 1; });
+    EXPECT_EQ(side->words(), (Texts{"CONNECT", "SUBSCRIBE", "NBIRTH", "DBIRTH/station-1", "DDEATH/station-1",
+                                    "DBIRTH/station-1", "DDATA/station-1"}));
+    const SeenMetric count = SeenPayload(side->published(DeviceData).at(0)).metric("count");
+    EXPECT_EQ(count.fields.number(5), 1U) << "historical";
+    EXPECT_EQ(count.fields.number(10), 7U);
+    EXPECT_EQ(count.quality(), 500U);
+}
+
 // ---- the primary host
 
 TEST_F(SparkplugNetworkTest, WaitsForItsHostAtTheOnlyBroker)
@@ -291,6 +375,72 @@ TEST_F(SparkplugNetworkTest, WalksToTheBrokerWhereItsHostIs)
     EXPECT_EQ(other->heard(NodeDeath).size(), 1U) << "and no will";
 }
 
+TEST_F(SparkplugNetworkTest, IsBornAtABrokerWhereItsHostHasBeenForLonger)
+{
+    const std::unique_ptr<Side> other = newSide();
+    side->tellState(true, 200);
+    other->tellState(true, 100);
+    Gateway gateway(settingsFor({side->tap.port(), other->tap.port()}, "scada"));
+    stepUntilBorn(gateway);
+    side->tap.cut();
+    stepBoth(gateway, other->host, [&] { return other->countOf("DBIRTH") == 1; });
+}
+
+TEST_F(SparkplugNetworkTest, LeavesABrokerWhereItsHostHasBeenAwayForLonger)
+{
+    const std::unique_ptr<Side> other = newSide();
+    side->tellState(true, 200);
+    other->tellState(false, 100);
+    Gateway gateway(settingsFor({side->tap.port(), other->tap.port()}, "scada"));
+    stepUntilBorn(gateway);
+    side->tap.cut();
+    stepUntilBorn(gateway, 2);
+    EXPECT_EQ(other->countOf("NBIRTH"), 0);
+}
+
+TEST_F(SparkplugNetworkTest, LeavesABrokerBeforeItConnectsToTheNext)
+{
+    Side other(false);
+    side->tellState(false, 100);
+    Gateway gateway(settingsFor({side->tap.port(), other.tap.port()}, "scada"));
+    stepBoth(gateway, side->host, [&] { return side->countOf("DISCONNECT") >= 1; });
+    EXPECT_TRUE(other.words().empty()) << "there was nothing to connect to yet";
+    other.broker.start();
+    other.host.stepUntilConnected();
+    other.tellState(true, 100);
+    stepBoth(gateway, other.host, [&] { return other.countOf("DBIRTH") == 1 && side->hasLeft(); });
+    EXPECT_EQ(side->countOf("CONNECT"), side->countOf("DISCONNECT"));
+}
+
+TEST_F(SparkplugNetworkTest, ASessionThatIsToBeBornAgainDiesWithItsHost)
+{
+    side->tellState(true, 100);
+    const auto gateway = gatewayFor("scada");
+    stepUntilBorn(*gateway);
+    side->wantRebirth();
+    side->tellState(false, 200);
+    side->stepUntilAllWaits();
+    stepBoth(*gateway, side->host, [&] { return side->countOf("DISCONNECT") == 1; });
+    Texts words = side->words();
+    words.resize(6);
+    EXPECT_EQ(words, (Texts{"CONNECT", "SUBSCRIBE", "NBIRTH", "DBIRTH/station-1", "NDEATH", "DISCONNECT"}));
+}
+
+TEST_F(SparkplugNetworkTest, SaysThatItWaitsForItsHost)
+{
+    side->tellState(false, 100);
+    const auto gateway = gatewayFor("scada");
+    stepBoth(*gateway, side->host,
+             [&] { return gateway->hasSaid("waits until the primary host 'scada' is online"); });
+    EXPECT_TRUE(gateway->network.figures().awaitsHost);
+    side->tellState(true, 50);
+    stepBoth(*gateway, side->host, [&] { return gateway->hasSaid("an older state"); });
+    side->tellState(true, 200);
+    stepUntilBorn(*gateway);
+    EXPECT_TRUE(gateway->hasSaid("'scada' is online"));
+    EXPECT_FALSE(gateway->network.figures().awaitsHost);
+}
+
 TEST_F(SparkplugNetworkTest, StaysWhereTheOfflineStateIsOlder)
 {
     side->tellState(true, 100);
@@ -305,11 +455,7 @@ TEST_F(SparkplugNetworkTest, StaysWhereTheOfflineStateIsOlder)
 
 TEST_F(SparkplugNetworkTest, TellsAsHistoryWhatCameWhileItsHostWasAway)
 {
-    const TemporaryFolder folder;
-    GatewaySettings settings = settingsFor({side->tap.port()}, "scada");
-    settings.spool.emplace();
-    settings.spool->file = folder.path / "press7.spool";
-    Gateway gateway(settings);
+    Gateway gateway(settingsWithSpool());
     side->tellState(true, 100);
     stepUntilBorn(gateway);
     side->tellState(false, 200);
@@ -344,6 +490,42 @@ TEST_F(SparkplugNetworkTest, IsBornAgainWhenItIsAskedTo)
     EXPECT_EQ(SeenPayload(births.at(1)).seq(), 0U);
     EXPECT_EQ(sessionOf(births[1].payload), sessionOf(births[0].payload));
     EXPECT_EQ(SeenPayload(side->published(DeviceData).at(1)).seq(), 2U);
+}
+
+TEST_F(SparkplugNetworkTest, TellsNoDataBetweenTheRequestAndTheBirths)
+{
+    const auto gateway = gatewayFor();
+    stepUntilBorn(*gateway);
+    side->wantRebirth();
+    side->stepUntilAllWaits();
+    gateway->post(Count, 7, Start);
+    stepUntilBorn(*gateway, 2);
+    EXPECT_EQ(side->words(),
+              (Texts{"CONNECT", "SUBSCRIBE", "NBIRTH", "DBIRTH/station-1", "NBIRTH", "DBIRTH/station-1"}));
+    const Message birth = side->published("spBv1.0/plant/DBIRTH/press7/station-1").at(1);
+    EXPECT_EQ(SeenPayload(birth).metric("count").fields.number(10), 7U);
+}
+
+TEST_F(SparkplugNetworkTest, ARebirthNeedsNoClockAndNoRate)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    settings.commands.mostPerMinute = 1;
+    settings.tags[Count].write = WriteRule{0, 100, 0};
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    int births = 1;
+    for (const std::string &payload :
+         {written("", epochNow() - 3600000), written("", epochNow() + 3600000), std::string()}) {
+        side->wantRebirth(payload);
+        stepUntilBorn(gateway, ++births);
+    }
+    EXPECT_EQ(gateway.network.figures().commands, 3U);
+    for (quint64 failures : gateway.network.figures().commandFailures)
+        EXPECT_EQ(failures, 0U);
+    side->command("DCMD/press7/station-1", metric("count", protobuf::number(10, 42)));
+    stepBoth(gateway, side->host, [&] { return gateway.orders.hasOrders(); });
+    side->wantRebirth();
+    stepUntilBorn(gateway, ++births);
 }
 
 TEST_F(SparkplugNetworkTest, WritesWhatADeviceIsCommanded)
