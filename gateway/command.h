@@ -34,8 +34,10 @@ namespace fgs
 class CommandDesk
 {
 public:
-    /// All outlive it.
+    /// All outlive it; the settings until there are others.
     CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly);
+    /// What comes from now on is judged by others. What is known, counted, due and under way stays as it is.
+    void changeSettings(const GatewaySettings &others);
 
     /// Takes a command. `steady` is a clock that never jumps, `now` the time of day that ages are judged by.
     void take(const std::string &json, bool isRetained, const LineState &line, Epoch now, milliseconds steady);
@@ -56,7 +58,7 @@ public:
 
 private:
     struct UnderWay {
-        CommandAnswer answer; ///< as far as it is known
+        CommandAnswer answer; ///< as far as it is known, with a part for each tag
         std::vector<std::size_t> tags;
         milliseconds limit{0}; ///< to begin
         bool isWithdrawn = false;
@@ -74,10 +76,10 @@ private:
     void conclude(const CommandAnswer &answer);
     void tell(const CommandAnswer &answer);
 
-    const GatewaySettings &settings;
+    const GatewaySettings *settings;
     OrderDesk &orders;
     const bool writesNothing;
-    const OrderMaker maker;
+    OrderMaker maker;
     RateLimit rate;
     CommandMemory memory;
     std::map<quint64, UnderWay> underWay; ///< by the numbers of their orders

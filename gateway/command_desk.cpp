@@ -56,13 +56,14 @@ class Judgement
 public:
     Judgement(const OrderEnd &theEnd, bool isWithdrawn) : end(theEnd), withdrawn(isWithdrawn) {}
 
-    TagAnswer answerFor(std::size_t index, std::size_t tag, const std::string &name, Epoch now) const
+    void decide(std::size_t index, std::size_t tag, TagAnswer &answer, Epoch now) const
     {
         const Fate &fate = fateOf(index, tag);
-        TagAnswer answer = {name, fate.result, fate.failure, fate.message, std::nullopt};
+        answer.result = fate.result;
+        answer.failure = fate.failure;
+        answer.message = fate.message;
         if (index < end.reports.size() && end.reports[index].held.quality != Quality::Unknown)
-            answer.held = heldOf(end.reports[index].held, tag, now);
-        return answer;
+            answer.held = heldOf(end.reports[index], now);
     }
 
 private:
@@ -77,9 +78,10 @@ private:
         return withdrawn ? ExpiredFate : fates[static_cast<std::size_t>(WriteResult::NotSent)];
     }
 
-    static Sample heldOf(const Reading &reading, std::size_t tag, Epoch now)
+    static HeldValue heldOf(const WriteReport &report, Epoch now)
     {
-        return {tag, reading.quality, reading.reason, now, reading.values};
+        const Reading &held = report.held;
+        return {report.assignment.tag, held.quality, held.reason, now, held.values};
     }
 
     const OrderEnd &end;
@@ -116,9 +118,16 @@ void takeResult(CommandAnswer &answer)
 } // namespace
 
 CommandDesk::CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly)
-    : settings(theSettings), orders(theOrders), writesNothing(isReadOnly), maker(settings),
-      rate(settings.commands.mostPerMinute)
+    : settings(&theSettings), orders(theOrders), writesNothing(isReadOnly), maker(theSettings),
+      rate(theSettings.commands.mostPerMinute)
 {
+}
+
+void CommandDesk::changeSettings(const GatewaySettings &others)
+{
+    settings = &others;
+    maker = OrderMaker(others);
+    rate.change(others.commands.mostPerMinute);
 }
 
 void CommandDesk::take(const std::string &json, bool isRetained, const LineState &line, Epoch now,
@@ -137,7 +146,7 @@ void CommandDesk::take(const std::string &json, bool isRetained, const LineState
             if (memory.knows(answer))
                 return repeat(answer);
         }
-        const Command command = commandOf(parsed, settings.commands.longestAge.count() > 0);
+        const Command command = commandOf(parsed, settings->commands.longestAge.count() > 0);
         refuseByAge(command, now);
         carryOut(command, answer, line, now, steady);
     } catch (const Refusal &refusal) {
@@ -166,7 +175,7 @@ void CommandDesk::refuseUnread(const std::string &json, bool isRetained) const
     if (isRetained)
         throw Refusal(CommandFailure::Retained,
                       "retained commands are never carried out; send it without 'retain'");
-    const std::size_t most = static_cast<std::size_t>(settings.commands.longestMessage);
+    const std::size_t most = static_cast<std::size_t>(settings->commands.longestMessage);
     if (json.size() > most)
         throw Refusal(CommandFailure::TooLarge, std::to_string(json.size()) + " bytes are more than " +
                                                     std::to_string(most) + "; send it in several commands");
@@ -175,11 +184,11 @@ void CommandDesk::refuseUnread(const std::string &json, bool isRetained) const
 /// Also what comes from the future: one of the clocks is wrong.
 void CommandDesk::refuseByAge(const Command &command, Epoch now) const
 {
-    const double limit = double(milliseconds(settings.commands.longestAge).count());
+    const double limit = double(milliseconds(settings->commands.longestAge).count());
     if (limit <= 0 || !command.sent)
         return;
     const double age = double(now) - *command.sent;
-    const std::string clocks = std::to_string(settings.commands.longestAge.count()) +
+    const std::string clocks = std::to_string(settings->commands.longestAge.count()) +
                                " s by the clock here; look at both clocks, or send it again";
     if (age > limit)
         throw Refusal(CommandFailure::TooOld, "it is older than " + clocks);
@@ -193,7 +202,7 @@ void CommandDesk::refuseByRate(milliseconds steady)
         throw Refusal(CommandFailure::TooMany,
                       std::to_string(MostUnderWay) + " commands wait for the line; send it again later");
     if (!rate.take(steady))
-        throw Refusal(CommandFailure::TooMany, "more than " + std::to_string(settings.commands.mostPerMinute) +
+        throw Refusal(CommandFailure::TooMany, "more than " + std::to_string(settings->commands.mostPerMinute) +
                                                    " commands a minute; send it again later");
 }
 
@@ -217,7 +226,10 @@ void CommandDesk::carryOut(const Command &command, CommandAnswer &answer, const 
 void CommandDesk::put(Order order, const CommandAnswer &answer, milliseconds limit)
 {
     order.number = ++lastNumber;
-    underWay[order.number] = {answer, order.tags, limit};
+    UnderWay &command = underWay[order.number];
+    command = {answer, order.tags, limit};
+    for (const std::size_t tag : order.tags)
+        command.answer.tags.emplace_back().name = settings->tags[tag].name;
     memory.begin(answer);
     orders.put(std::move(order));
 }
@@ -225,7 +237,7 @@ void CommandDesk::put(Order order, const CommandAnswer &answer, milliseconds lim
 /// What is left of the longest age; a clock that is fast gives no more.
 milliseconds CommandDesk::patience(const Command &command, Epoch now) const
 {
-    const milliseconds longest = settings.commands.longestAge;
+    const milliseconds longest = settings->commands.longestAge;
     if (longest.count() <= 0)
         return CommandSettings().longestAge;
     const double age = command.sent ? std::max(0.0, double(now) - *command.sent) : 0;
@@ -254,8 +266,7 @@ void CommandDesk::finish(const OrderEnd &end, Epoch now)
     UnderWay &command = found.mapped();
     const Judgement judgement(end, command.isWithdrawn);
     for (std::size_t i = 0; i < command.tags.size(); ++i)
-        command.answer.tags.push_back(
-            judgement.answerFor(i, command.tags[i], settings.tags[command.tags[i]].name, now));
+        judgement.decide(i, command.tags[i], command.answer.tags[i], now);
     takeResult(command.answer);
     command.answer.time = now;
     conclude(command.answer);

@@ -111,6 +111,7 @@ Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWirin
       client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses)), http(makeHttp(theSettings))
 {
     contentSettings = settings;
+    desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly);
     makeContent(makeLayout(*settings));
     makeSpool();
     makeSender();
@@ -121,7 +122,6 @@ void Network::Parts::makeContent(std::unique_ptr<Layout> newLayout)
 {
     layout = std::move(newLayout);
     reporter = std::make_unique<Reporter>(contentSettings->tags);
-    desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly);
 }
 
 void Network::Parts::makeSpool()
@@ -374,11 +374,12 @@ void Network::Parts::rebuild(const SettingsDifference &difference, std::unique_p
         sender->begin();
 }
 
-/// Values of before mean something if the tags are the same.
+/// Values of before mean something if the tags are the same. Commands go on where they were.
 void Network::Parts::changeContent(std::unique_ptr<Layout> newLayout, bool areOtherTags)
 {
     const Snapshot values = reporter->newest();
     droppedBefore += reporter->replaced();
+    desk->changeSettings(*settings);
     contentSettings = settings;
     newLayout->resume(layout->onlineSince());
     makeContent(std::move(newLayout));

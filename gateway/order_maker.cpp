@@ -29,9 +29,9 @@ TagAnswer wrongTag(const std::string &name, CommandFailure failure, const std::s
 
 } // namespace
 
-OrderMaker::OrderMaker(const GatewaySettings &theSettings) : settings(theSettings)
+OrderMaker::OrderMaker(const GatewaySettings &theSettings) : settings(&theSettings)
 {
-    for (const GatewayTag &tag : settings.tags) {
+    for (const GatewayTag &tag : settings->tags) {
         tagsByName.emplace(tag.name, names.size());
         names.push_back(tag.name);
     }
@@ -43,7 +43,7 @@ Order OrderMaker::orderOf(const Command &command, std::vector<TagAnswer> &wrong)
     for (const auto &[name, value] : command.set) {
         try {
             const std::size_t tag = tagNamed(name, wrong.size() < MostSuggestions);
-            order.assignments.push_back({settings.tags[tag].tag, elementsOf(settings.tags[tag], value)});
+            order.assignments.push_back({settings->tags[tag].tag, elementsOf(settings->tags[tag], value)});
             order.tags.push_back(tag);
         } catch (const Refusal &refusal) {
             wrong.push_back(wrongTag(name, refusal.failure, refusal.what()));
@@ -58,7 +58,7 @@ void OrderMaker::refuseByLine(const Order &order, const LineState &line, std::ve
     if (!line.isUp)
         throw Refusal(CommandFailure::LinkDown, "the link to the controllers is down; send it again later");
     for (const std::size_t tag : order.tags) {
-        const int station = settings.tags[tag].tag.variable.station;
+        const int station = settings->tags[tag].tag.variable.station;
         const auto found = line.stations.find(station);
         if (found == line.stations.end() || !found->second)
             wrong.push_back(wrongTag(names[tag], CommandFailure::StationDown,

@@ -17,7 +17,7 @@ struct Command;
 class OrderMaker
 {
 public:
-    /// They outlive it.
+    /// They outlive it, and its copies.
     explicit OrderMaker(const GatewaySettings &theSettings);
 
     /// Without a number. Throws Refusal for the wrong tag that comes first in the order of the checks; `wrong`
@@ -29,7 +29,7 @@ public:
 private:
     std::size_t tagNamed(const std::string &name, bool maySuggest) const;
 
-    const GatewaySettings &settings;
+    const GatewaySettings *settings;
     std::vector<std::string> names; ///< by tag
     std::unordered_map<std::string, std::size_t> tagsByName;
 };

@@ -189,7 +189,7 @@ TEST_F(Desk, OrdersWhatIsAllowedAndAnswersWithWhatIsHeld)
     EXPECT_EQ(last.tags[0].name, "sp");
     EXPECT_EQ(last.tags[0].result, Result::Verified);
     ASSERT_TRUE(last.tags[0].held);
-    EXPECT_EQ(last.tags[0].held->tag, 0u);
+    EXPECT_EQ(last.tags[0].held->tag.variable.address, 100);
     EXPECT_EQ(last.tags[0].held->values, std::vector<quint32>{1235});
     EXPECT_EQ(running().commands(), 1u);
 }
@@ -681,6 +681,57 @@ TEST_F(Desk, TakesBackWithoutALimitOfAgeToo)
     EXPECT_TRUE(isSilent());
     pass(1ms);
     EXPECT_EQ(answer().result, Result::Expired);
+}
+
+// ---- other settings
+
+TEST_F(Desk, GoesOnWhereItWasWithOtherSettings)
+{
+    set("old", R"("heats":true)");
+    const std::optional<Order> first = orders.take();
+    set("due", R"("heats":1,"sp":999)");
+    ASSERT_TRUE(first);
+    const GatewaySettings others =
+        gatewaySettings({"oven"}, {writableTag(gatewayTag("pump", "2:7:bit"), {0, 1, 0}),
+                                   writableTag(gatewayTag("speed", "5:9:u16"), {0, 100, 0})});
+    running().changeSettings(others);
+    EXPECT_EQ(answer().id, "due");
+    set("new", R"("speed":77)");
+    const std::optional<Order> second = orders.take();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second->number, first->number);
+    finish(*first, {WriteResult::Verified});
+    CommandAnswer last = answer();
+    EXPECT_EQ(last.id, "old");
+    ASSERT_EQ(last.tags.size(), 1u);
+    EXPECT_EQ(last.tags[0].name, "heats");
+    EXPECT_EQ(last.tags[0].held->tag.variable.address, 5);
+    EXPECT_EQ(last.tags[0].held->values, std::vector<quint32>{1});
+    finish(*second, {WriteResult::Verified});
+    last = answer();
+    EXPECT_EQ(last.id, "new");
+    EXPECT_EQ(last.tags.at(0).held->values, std::vector<quint32>{77});
+    set("old", R"("pump":true)"); // known still
+    EXPECT_EQ(answer().tags.at(0).name, "heats");
+    EXPECT_FALSE(orders.hasOrders());
+    EXPECT_EQ(running().commands(), 4u);
+    EXPECT_EQ(running().failures(Failure::OutOfRange), 1u);
+    refusalOf(R"("sp":1)", Failure::UnknownTag);
+}
+
+TEST_F(Desk, CountsWhatWasSpentAgainstAnotherRate)
+{
+    settings.commands.mostPerMinute = 3;
+    for (int i = 0; i < 3; ++i)
+        ordered(R"("sp":1)");
+    GatewaySettings others = settings;
+    others.commands.mostPerMinute = 2;
+    running().changeSettings(others);
+    refusalOf(R"("sp":1)", Failure::TooMany);
+    others.commands.mostPerMinute = 4;
+    running().changeSettings(others);
+    ordered(R"("sp":1)");
+    refusalOf(R"("sp":1)", Failure::TooMany);
 }
 
 // ---- ids

@@ -280,12 +280,35 @@ TEST_F(NetworkTest, DoesNotWaitForAReaderThatSleeps)
     EXPECT_TRUE(gateway.network.figures().isBrokerUp);
 }
 
+/// A line that writes everything well.
+OrderEnd verified(const Order &order)
+{
+    OrderEnd end;
+    end.number = order.number;
+    for (const Assignment &assignment : order.assignments) {
+        WriteReport report = notSent(assignment);
+        report.result = WriteResult::Verified;
+        report.held.quality = Quality::Good;
+        report.held.values = assignment.values;
+        end.reports.push_back(report);
+    }
+    return end;
+}
+
+/// Whose tags may all be written, at any time.
+GatewaySettings writableSettings(int port)
+{
+    GatewaySettings settings = gatewaySettings({port});
+    settings.commands.longestAge = std::chrono::seconds(0);
+    for (GatewayTag &tag : settings.tags)
+        tag.write = WriteRule{0, 100, 0};
+    return settings;
+}
+
 TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.commands.longestAge = std::chrono::seconds(0);
-    settings.tags[0].write = WriteRule{0, 100, 0};
+    const GatewaySettings settings = writableSettings(broker.port());
     MqttUser user(readerSettings(), {"plant/press7/ack"});
     user.stepUntilConnected();
     Message command;
@@ -304,15 +327,74 @@ TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
     stepBoth(gateway, user, [&] { return gateway.orders.hasOrders(); });
     const std::optional<Order> order = gateway.orders.take();
     ASSERT_TRUE(order);
-    WriteReport report;
-    report.assignment = order->assignments[0];
-    report.result = WriteResult::Verified;
-    report.held.variable = report.assignment.tag.variable;
-    report.held.quality = Quality::Good;
-    report.held.values = report.assignment.values;
-    gateway.orders.finish({order->number, false, {report}, {}});
+    gateway.orders.finish(verified(*order));
     stepBoth(gateway, user, [&] { return contains(user.newest("plant/press7/ack"), "\"verified\""); });
     EXPECT_TRUE(contains(user.newest("plant/press7/ack"), "\"new\""));
+}
+
+/// Somebody who sends commands and hears the answers.
+struct Operator : MqttUser {
+    explicit Operator(int port) : MqttUser(brokerSettings({port}, "operator"), {"plant/press7/ack"})
+    {
+        stepUntilConnected();
+    }
+
+    /// The order that comes of it, which is under way then.
+    Order order(Gateway &gateway, const std::string &id, const std::string &set)
+    {
+        stepBoth(gateway, *this, [&] { return gateway.network.figures().acknowledged >= 2; }); // it reads
+        const std::string command = R"({"id":")" + id + R"(","set":)" + set + "}";
+        stepBoth(gateway, *this, [&] { return client.publish({"plant/press7/cmd", command}) != 0; });
+        stepBoth(gateway, *this, [&] { return gateway.orders.hasOrders(); });
+        return *gateway.orders.take();
+    }
+    /// How often it came.
+    long answers(const std::string &part) const
+    {
+        return std::count_if(received.begin(), received.end(),
+                             [&part](const Received &message) { return contains(message.payload, part); });
+    }
+};
+
+TEST_F(NetworkTest, AnswersEachCommandWithItsOwnValuesWhateverIsReadAgain)
+{
+    broker.start();
+    GatewaySettings settings = writableSettings(broker.port());
+    Gateway gateway(settings);
+    Operator user(broker.port());
+    const Order old = user.order(gateway, "old", R"({"t0":10})");
+    settings.tags[3].report.deadBand = 5;
+    gateway.network.apply(settings);
+    const Order next = user.order(gateway, "new", R"({"t1":77})");
+    gateway.orders.finish(verified(old));
+    stepBoth(gateway, user, [&] { return user.answers(R"({"id":"old","result":"verified")") > 0; });
+    EXPECT_EQ(user.answers(R"("values":{"t0":10},)"), 1);
+    EXPECT_EQ(user.answers("new"), 0);
+    gateway.orders.finish(verified(next));
+    stepBoth(gateway, user, [&] { return user.answers(R"({"id":"new","result":"verified")") > 0; });
+    EXPECT_EQ(user.answers(R"("values":{"t1":77},)"), 1);
+    EXPECT_EQ(gateway.network.figures().commands, 2U);
+}
+
+/// Only one answer is on its way at a time: the others wait, with places in tags that are no more.
+TEST_F(NetworkTest, AnswersWhatWaitedAsItWasWhenTheTagsAreOthers)
+{
+    broker.start();
+    GatewaySettings settings = writableSettings(broker.port());
+    Gateway gateway(settings);
+    Operator user(broker.port());
+    std::vector<Order> orders;
+    for (int i = 0; i < 3; ++i)
+        orders.push_back(user.order(gateway, "q" + std::to_string(i), R"({"t3":1)" + std::to_string(i) + "}"));
+    for (const Order &order : orders)
+        gateway.orders.finish(verified(order));
+    settings.tags.resize(1);
+    settings.tags[0].tag.scaling.scale = 0.5;
+    gateway.network.apply(settings);
+    stepBoth(gateway, user, [&] { return user.answers("\"q2\"") > 0; });
+    for (const char *value : {"10", "11", "12"})
+        EXPECT_GE(user.answers(std::string(R"("values":{"t3":)") + value + "},"), 1) << value;
+    EXPECT_EQ(gateway.network.figures().commands, 3U);
 }
 
 TEST_F(NetworkTest, TellsTenThousandTags)

@@ -633,12 +633,20 @@ TEST_F(SparkplugLayoutTest, APayloadThatIsTooLongIsACommandThatIsTooLong)
 
 // ---- answers
 
+/// To a command for the counter, of which 9 was read back, and for another tag, which was refused.
+CommandAnswer answerOf(Epoch time)
+{
+    CommandAnswer answer;
+    answer.tags.resize(2);
+    answer.tags[0].name = "count";
+    answer.tags[0].held = HeldValue{tagOf("count", "5:200@1:u16").tag, Quality::Good, Reason(), time, {9}};
+    return answer;
+}
+
 TEST_F(SparkplugLayoutTest, AnAnswerIsTheValueThatWasReadBack)
 {
     born();
-    CommandAnswer answer;
-    answer.tags.resize(2);
-    answer.tags[0].held = sampleOf(Count, {9}, Start + 5);
+    const CommandAnswer answer = answerOf(Start + 5);
     const std::optional<Message> message = layout->answer(answer, Start + 80);
     ASSERT_TRUE(message);
     EXPECT_EQ(message->topic, "spBv1.0/plant/DDATA/press7/station-1");
@@ -649,15 +657,28 @@ TEST_F(SparkplugLayoutTest, AnAnswerIsTheValueThatWasReadBack)
 
 TEST_F(SparkplugLayoutTest, AnAnswerWithoutNewsIsNone)
 {
-    CommandAnswer answer;
-    answer.tags.resize(1);
-    answer.tags[0].held = sampleOf(Count, {9}, Start + 5);
+    CommandAnswer answer = answerOf(Start + 5);
     EXPECT_FALSE(layout->answer(answer, Start)); // nothing is born
     born();
     answer.tags[0].held->time = Start - 1; // before the birth's
     EXPECT_FALSE(layout->answer(answer, Start));
     answer.tags[0].held.reset(); // refused
     EXPECT_FALSE(layout->answer(answer, Start));
+}
+
+/// The file has changed since the command came.
+TEST_F(SparkplugLayoutTest, AnAnswerOfATagThatIsAnotherOneNowIsNone)
+{
+    born();
+    for (const GatewayTag &before :
+         {tagOf("count", "5:201@1:u16"), tagOf("count", "5:200@1:s16"), tagOf("count", "5:200@1:u16", 0.1),
+          tagOf("counts", "5:200@1:u16"), tagOf("count", "5:200@3:u16"), tagOf("trend", "5:400x2@1:u16")}) {
+        CommandAnswer answer = answerOf(Start + 5);
+        answer.tags[0].name = before.name;
+        answer.tags[0].held->tag = before.tag;
+        EXPECT_FALSE(layout->answer(answer, Start)) << textOf(before.tag).toStdString();
+    }
+    EXPECT_TRUE(layout->answer(answerOf(Start + 5), Start));
 }
 
 TEST_F(SparkplugLayoutTest, NothingIsToldAgainAndAgain)
