@@ -36,6 +36,8 @@ struct Fate {
 const Fate VerifiedFate = {CommandResult::Verified, CommandFailure::None, ""};
 const Fate SupersededFate = {CommandResult::Superseded, CommandFailure::None,
                              "not sent: a newer command took its place"};
+const Fate LinkLostFate = {CommandResult::Failed, CommandFailure::LinkDown,
+                           "not sent: the link to the controllers was lost; send it again when it is up"};
 const Fate ExpiredFate = {CommandResult::Expired, CommandFailure::TooOld, "not sent: it had to wait for too long"};
 
 /// By WriteResult.
@@ -75,7 +77,9 @@ private:
         const auto &newer = end.supersededTags;
         if (end.superseded || std::find(newer.begin(), newer.end(), tag) != newer.end())
             return SupersededFate;
-        return withdrawn ? ExpiredFate : fates[static_cast<std::size_t>(WriteResult::NotSent)];
+        if (withdrawn)
+            return ExpiredFate;
+        return end.isLinkLost ? LinkLostFate : fates[static_cast<std::size_t>(WriteResult::NotSent)];
     }
 
     static HeldValue heldOf(const WriteReport &report, Epoch now)

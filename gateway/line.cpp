@@ -215,6 +215,8 @@ private:
             end.number = order.number;
             end.reports = writeAll(host, link, order.assignments, OrderPatience,
                                    [this](const char *, const std::function<double()> &) { wiring.alive(); });
+            end.isLinkLost =
+                end.reports.front().result == WriteResult::NotSent && !link.isOpen() && !link.isEnded();
             return end;
         } catch (const TextError &) { // of an area that nobody can write, before anything was sent
             return unsentEnd(order);

@@ -19,6 +19,7 @@ struct Order {
 
 struct OrderEnd {
     quint64 number = 0;
+    bool isLinkLost = false; ///< nothing was sent, because the link was not open
     bool superseded = false; ///< nothing was sent: newer orders have taken the places of all its assignments
     /// One for each assignment. Those superseded are NotSent, with `supersededTags` naming them.
     std::vector<WriteReport> reports;

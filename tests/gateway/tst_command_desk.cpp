@@ -584,6 +584,24 @@ TEST_F(Desk, AnswersForEachEndOfAWrite)
     }
 }
 
+TEST_F(Desk, AnswersThatTheLinkWasLostBeforeAnythingWasSent)
+{
+    set("a", R"("sp":1,"heats":true)");
+    const std::optional<Order> order = orders.take();
+    ASSERT_TRUE(order);
+    OrderEnd end;
+    end.number = order->number;
+    end.isLinkLost = true;
+    orders.finish(end);
+    pass(0ms);
+    const CommandAnswer last = answer();
+    EXPECT_EQ(last.result, Result::Failed);
+    EXPECT_EQ(last.failure, Failure::LinkDown);
+    ASSERT_EQ(last.tags.size(), 2u);
+    EXPECT_EQ(last.tags[1].failure, Failure::LinkDown);
+    EXPECT_NE(last.message.find("the link to the controllers was lost"), std::string::npos) << last.message;
+}
+
 TEST_F(Desk, AnswersForEachTagOfAFailedCommand)
 {
     set("a", R"("sp":1,"heats":true,"recipe":"A")");

@@ -451,6 +451,8 @@ TEST_F(LineLoopTest, TheEndAmidAWriteIsToldAsItIs)
     ASSERT_EQ(ends.size(), 2u);
     EXPECT_EQ(results(0), (Results{WriteResult::Written, WriteResult::Unknown, WriteResult::NotSent}));
     EXPECT_EQ(results(1), Results{WriteResult::NotSent});
+    EXPECT_FALSE(ends[0].isLinkLost);
+    EXPECT_FALSE(ends[1].isLinkLost);
     EXPECT_EQ(ends[1].reports[0].assignment.values, Values{14});
     EXPECT_EQ(writes.sent(), 2);
 }
@@ -473,6 +475,7 @@ TEST_F(LineLoopTest, AnOrderForALostLinkEndsWhenItsPatienceDoes)
     orderAt(500ms, 1, {{0, {11}}});
     run(20s);
     EXPECT_EQ(results(0), Results{WriteResult::NotSent});
+    EXPECT_TRUE(ends[0].isLinkLost);
     EXPECT_EQ(writes.sent(), 0);
 }
 
