@@ -29,13 +29,16 @@ namespace fgs
 ///
 /// A command that was superseded in part has the result of the rest.
 ///
+/// What was sent before the desk began may have been carried out by one before it: where ages are looked at, it is
+/// refused.
+///
 /// What has not begun when the command's age reaches the limit expires; where ages are not looked at, after the
 /// default limit from its arrival on.
 class CommandDesk
 {
 public:
-    /// All outlive it; the settings until there are others.
-    CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly);
+    /// All outlive it; the settings until there are others. Ids of before `begun` are not known any more.
+    CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly, Epoch theBegun);
     /// What comes from now on is judged by others. What is known, counted, due and under way stays as it is.
     void changeSettings(const GatewaySettings &others);
 
@@ -66,6 +69,7 @@ private:
 
     void refuseUnread(const std::string &json, bool isRetained) const;
     void refuseByAge(const Command &command, Epoch now) const;
+    void refuseFromBefore(const Command &command) const;
     void refuseByRate(milliseconds steady);
     void carryOut(const Command &command, CommandAnswer &answer, const LineState &line, Epoch now,
                   milliseconds steady);
@@ -79,6 +83,7 @@ private:
     const GatewaySettings *settings;
     OrderDesk &orders;
     const bool writesNothing;
+    Epoch begun; ///< or the earliest time since then, if the clock was set back
     OrderMaker maker;
     RateLimit rate;
     CommandMemory memory;

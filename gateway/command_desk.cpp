@@ -121,8 +121,8 @@ void takeResult(CommandAnswer &answer)
 
 } // namespace
 
-CommandDesk::CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly)
-    : settings(&theSettings), orders(theOrders), writesNothing(isReadOnly), maker(theSettings),
+CommandDesk::CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly, Epoch theBegun)
+    : settings(&theSettings), orders(theOrders), writesNothing(isReadOnly), begun(theBegun), maker(theSettings),
       rate(theSettings.commands.mostPerMinute)
 {
 }
@@ -138,6 +138,7 @@ void CommandDesk::take(const std::string &json, bool isRetained, const LineState
                        milliseconds steady)
 {
     ++taken;
+    begun = std::min(begun, now);
     CommandAnswer answer;
     answer.time = now;
     try {
@@ -198,6 +199,16 @@ void CommandDesk::refuseByAge(const Command &command, Epoch now) const
         throw Refusal(CommandFailure::TooOld, "it is older than " + clocks);
     if (age < -limit)
         throw Refusal(CommandFailure::TooOld, "it is from the future, by more than " + clocks);
+    refuseFromBefore(command);
+}
+
+/// Asking for everything once more does no harm.
+void CommandDesk::refuseFromBefore(const Command &command) const
+{
+    if (!command.wantsRebirth && *command.sent < double(begun))
+        throw Refusal(CommandFailure::TooOld,
+                      "it was sent before this gateway began, by the clock here, and may have been carried out "
+                      "then; look at the value, and send a new one");
 }
 
 void CommandDesk::refuseByRate(milliseconds steady)

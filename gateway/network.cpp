@@ -111,7 +111,7 @@ Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWirin
       client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses)), http(makeHttp(theSettings))
 {
     contentSettings = settings;
-    desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly);
+    desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly, epochNow());
     makeContent(makeLayout(*settings));
     makeSpool();
     makeSender();

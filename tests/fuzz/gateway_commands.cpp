@@ -239,7 +239,7 @@ private:
     const GatewaySettings settings = someSettings();
     const std::unique_ptr<Layout> layout = makePlainLayout(settings);
     OrderDesk orders;
-    CommandDesk desk{settings, orders, false};
+    CommandDesk desk{settings, orders, false, Noon};
     LineState line;
     Epoch now = Noon;
     milliseconds steady{0};

@@ -54,7 +54,10 @@ protected:
         line.stations = {{1, true}, {12, true}};
     }
 
-    void start(bool isReadOnly = false) { desk = std::make_unique<CommandDesk>(settings, orders, isReadOnly); }
+    void start(bool isReadOnly = false, Epoch begun = 0)
+    {
+        desk = std::make_unique<CommandDesk>(settings, orders, isReadOnly, begun);
+    }
 
     CommandDesk &running()
     {
@@ -358,6 +361,31 @@ TEST_F(Desk, RefusesByAge)
     send("justnot", now + 30000);
     EXPECT_TRUE(isSilent());
     EXPECT_EQ(orders.waiting(), 1u); // the newer one took the place of the other
+}
+
+/// The one before may have carried it out, and nobody knows its ids any more.
+TEST_F(Desk, RefusesWhatWasSentBeforeItBegan)
+{
+    const std::string before = commandText("a", R"("sp":1)");
+    now += 1;
+    start(false, now);
+    take(before);
+    const CommandAnswer last = refusal(Failure::TooOld);
+    EXPECT_EQ(last.id, "a");
+    EXPECT_NE(last.message.find("before this gateway began"), std::string::npos) << last.message;
+    take(R"({"id":"r","ts":)" + std::to_string(now - 1) + R"(,"rebirth":true})");
+    EXPECT_EQ(answer().result, Result::Rebirth);
+    ordered(R"("sp":1)");
+    settings.commands.longestAge = 0s;
+    take(R"({"id":"b","ts":)" + std::to_string(now - 1) + R"(,"set":{"sp":2}})");
+    EXPECT_TRUE(orders.hasOrders());
+}
+
+TEST_F(Desk, HasBegunByTheClockAsItIsNow)
+{
+    start(false, now);
+    now -= 60000; // set back
+    ordered(R"("sp":1)");
 }
 
 TEST_F(Desk, LooksAtNoAgeIfTheLimitIsZero)

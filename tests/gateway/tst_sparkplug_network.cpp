@@ -6,7 +6,7 @@
 #include "support/mosquitto.h"
 #include "support/mqtt_tap.h"
 
-#include <ctime>
+#include <chrono>
 
 using namespace sparkplug_world;
 using lineless::Gateway;
@@ -30,7 +30,8 @@ GatewaySettings settingsFor(const std::vector<int> &ports, const std::string &pr
 
 Epoch epochNow()
 {
-    return std::time(nullptr) * Epoch(1000);
+    const auto since = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<milliseconds>(since).count();
 }
 
 Message messageOf(const MqttPacket &packet)
