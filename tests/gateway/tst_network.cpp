@@ -2,6 +2,7 @@
 #include "lineless_gateway.h"
 #include "support/fake_broker.h"
 #include "support/mosquitto.h"
+#include "support/mqtt_tap.h"
 
 #include <algorithm>
 #include <ctime>
@@ -395,6 +396,39 @@ TEST_F(NetworkTest, AnswersWhatWaitedAsItWasWhenTheTagsAreOthers)
     for (const char *value : {"10", "11", "12"})
         EXPECT_GE(user.answers(std::string(R"("values":{"t3":)") + value + "},"), 1) << value;
     EXPECT_EQ(gateway.network.figures().commands, 3U);
+}
+
+/// Answers that the client sent until now.
+std::vector<std::string> answersIn(const MqttTap &tap)
+{
+    std::vector<std::string> answers;
+    for (const MqttPacket &packet : tap.sent())
+        if (packet.type() == MqttPacket::Publish && MqttPublish(packet).topic == "plant/press7/ack")
+            answers.push_back(MqttPublish(packet).payload);
+    return answers;
+}
+
+/// It goes away between commands and answers.
+TEST_F(NetworkTest, KeepsItsAnswersWhileTheBrokerIsAway)
+{
+    broker.start();
+    MqttTap tap(broker.port(), true);
+    Gateway gateway(writableSettings(tap.port()));
+    Operator user(broker.port());
+    std::vector<Order> orders;
+    for (int i = 0; i < 3; ++i)
+        orders.push_back(user.order(gateway, "q" + std::to_string(i), R"({"t0":1)" + std::to_string(i) + "}"));
+    broker.kill();
+    gateway.stepUntil([&] { return !gateway.network.figures().isBrokerUp; });
+    for (const Order &order : orders)
+        gateway.orders.finish(verified(order));
+    gateway.step();
+    broker.start();
+    gateway.stepUntil([&] { return answersIn(tap).size() >= orders.size(); });
+    const std::vector<std::string> answers = answersIn(tap);
+    for (std::size_t i = 0; i < orders.size(); ++i)
+        EXPECT_TRUE(contains(answers.at(i), "{\"id\":\"q" + std::to_string(i) + "\",\"result\":\"verified\""))
+            << answers[i];
 }
 
 TEST_F(NetworkTest, TellsTenThousandTags)
