@@ -46,6 +46,8 @@ public:
     void take(const std::string &json, bool isRetained, const LineState &line, Epoch now, milliseconds steady);
     /// Takes the ends of orders over, and ends what has waited too long.
     void step(Epoch now, milliseconds steady);
+    /// When something has waited too long; max(): nothing waits.
+    milliseconds nextLimit() const;
 
     /// The answers that are due, oldest first; they stay until dropAnswer(). Of more than 1,000 the oldest are
     /// dropped, but never the first, which may be on its way.
@@ -63,7 +65,7 @@ private:
     struct UnderWay {
         CommandAnswer answer; ///< as far as it is known, with a part for each tag
         std::vector<std::size_t> tags;
-        milliseconds limit{0}; ///< to begin
+        milliseconds limit{0}; ///< to begin; max(): it is over
         bool isWithdrawn = false;
     };
 

@@ -164,10 +164,20 @@ void CommandDesk::take(const std::string &json, bool isRetained, const LineState
 void CommandDesk::step(Epoch now, milliseconds steady)
 {
     for (auto &[number, command] : underWay)
-        if (!command.isWithdrawn && steady >= command.limit)
+        if (steady >= command.limit) {
             command.isWithdrawn = orders.withdraw(number);
+            command.limit = milliseconds::max();
+        }
     for (const OrderEnd &end : orders.takeEnds())
         finish(end, now);
+}
+
+milliseconds CommandDesk::nextLimit() const
+{
+    milliseconds next = milliseconds::max();
+    for (const auto &[number, command] : underWay)
+        next = std::min(next, command.limit);
+    return next;
 }
 
 bool CommandDesk::takeRebirth()

@@ -161,7 +161,7 @@ HttpReply Network::Parts::page(const std::string &path) const
 
 void Network::Parts::wait(milliseconds longest, int wake) const
 {
-    milliseconds limit = std::min(longest, sender->patience(steadyNow()));
+    milliseconds limit = std::min({longest, sender->patience(steadyNow()), desk->nextLimit() - steadyNow()});
     if (spool)
         limit = std::min(limit, nextCommit - steadyNow());
     if (nextSubscription)

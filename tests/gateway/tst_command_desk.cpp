@@ -695,6 +695,28 @@ TEST_F(Desk, TakesBackWhatHasNotBegunInTime)
     EXPECT_TRUE(isSilent());
 }
 
+TEST_F(Desk, TellsWhenSomethingHasWaitedTooLong)
+{
+    EXPECT_EQ(running().nextLimit(), milliseconds::max());
+    set("a", R"("sp":1)");
+    pass(1000ms);
+    take(R"({"id":"b","ts":)" + std::to_string(now - 20000) + R"(,"set":{"heats":1}})");
+    set("c", R"("gain":1)");
+    EXPECT_EQ(running().nextLimit(), steady + 10000ms);
+    const std::optional<Order> order = orders.take();
+    pass(10000ms);
+    EXPECT_EQ(answer().id, "b");
+    EXPECT_EQ(running().nextLimit(), steady + 19000ms);
+    pass(19000ms);
+    EXPECT_EQ(running().nextLimit(), steady + 1000ms) << "the first one has begun";
+    pass(1000ms);
+    EXPECT_EQ(answer().id, "c");
+    EXPECT_EQ(running().nextLimit(), milliseconds::max());
+    ASSERT_TRUE(order);
+    finish(*order, {WriteResult::Verified});
+    EXPECT_EQ(answer().id, "a");
+}
+
 TEST_F(Desk, CountsTheAgeFromTheSendersTime)
 {
     take(R"({"id":"a","ts":)" + std::to_string(now - 20000) + R"(,"set":{"sp":1}})");

@@ -364,3 +364,21 @@ TEST_F(SparkplugNetworkTest, WritesWhatADeviceIsCommanded)
     stepBoth(gateway, side->host, [&] { return !side->heard(DeviceData).empty(); });
     EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).metric("count").fields.number(10), 42U);
 }
+
+/// Nothing else happens while the host is awaited: the command's own limit has to wake the gateway.
+TEST_F(SparkplugNetworkTest, EndsACommandWhenItsAgeDoes)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()}, "scada");
+    settings.tags[Count].write = WriteRule{0, 100, 0};
+    settings.commands.longestAge = std::chrono::seconds(1);
+    Gateway gateway(settings);
+    stepBoth(gateway, side->host, [&] { return side->countOf("SUBSCRIBE") == 1; });
+    while (!gateway.orders.hasOrders()) { // one may come too late
+        const quint64 before = gateway.network.figures().commands;
+        side->command("DCMD/press7/station-1", metric("count", protobuf::number(4, 6) + protobuf::number(10, 42)));
+        stepBoth(gateway, side->host, [&] { return gateway.network.figures().commands > before; });
+    }
+    while (gateway.orders.hasOrders())
+        gateway.network.step(std::chrono::hours(1), -1);
+    EXPECT_EQ(gateway.orders.takeEnds().size(), 0U) << "and is answered";
+}
