@@ -189,7 +189,8 @@ void CommandDesk::refuseUnread(const std::string &json, bool isRetained) const
 {
     if (isRetained)
         throw Refusal(CommandFailure::Retained,
-                      "retained commands are never carried out; send it without 'retain'");
+                      "the broker had kept it, and kept commands are not carried out; send it without 'retain', and "
+                      "delete the one that is kept: mosquitto_pub -r -n -t with its topic");
     const std::size_t most = static_cast<std::size_t>(settings->commands.longestMessage);
     if (json.size() > most)
         throw Refusal(CommandFailure::TooLarge, std::to_string(json.size()) + " bytes are more than " +

@@ -266,8 +266,11 @@ void Network::Parts::subscribeAgain()
     client->subscribe(layout->subscriptions());
 }
 
+/// Nothing in it: somebody has deleted what the broker kept.
 void Network::Parts::arrived(const Received &message)
 {
+    if (message.payload.empty())
+        return;
     const Incoming incoming = layout->incoming(message);
     if (incoming.kind == Incoming::HostState && !incoming.isHostOnline)
         hostLost();

@@ -398,6 +398,22 @@ TEST_F(NetworkTest, AnswersWhatWaitedAsItWasWhenTheTagsAreOthers)
     EXPECT_EQ(gateway.network.figures().commands, 3U);
 }
 
+/// As the message of the refusal tells people to.
+TEST_F(NetworkTest, AnswersNobodyWhoDeletesAKeptCommand)
+{
+    broker.start();
+    Gateway gateway(writableSettings(broker.port()));
+    Operator user(broker.port());
+    Message kept;
+    kept.topic = "plant/press7/cmd";
+    kept.isRetained = true;
+    stepBoth(gateway, user, [&] { return gateway.network.figures().acknowledged >= 2; });
+    user.tell(kept);
+    user.order(gateway, "next", R"({"t0":5})");
+    EXPECT_EQ(gateway.network.figures().commands, 1U);
+    EXPECT_TRUE(user.received.empty());
+}
+
 /// Answers that the client sent until now.
 std::vector<std::string> answersIn(const MqttTap &tap)
 {
