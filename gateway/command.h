@@ -63,8 +63,7 @@ public:
 
 private:
     struct UnderWay {
-        CommandAnswer answer; ///< as far as it is known, with a part for each tag
-        std::vector<std::size_t> tags;
+        CommandAnswer answer;  ///< as far as it is known, with a part for each tag
         milliseconds limit{0}; ///< to begin; max(): it is over
         bool isWithdrawn = false;
     };
@@ -75,7 +74,7 @@ private:
     void refuseByRate(milliseconds steady);
     void carryOut(const Command &command, CommandAnswer &answer, const LineState &line, Epoch now,
                   milliseconds steady);
-    void put(Order order, const CommandAnswer &answer, milliseconds limit);
+    void put(Order order, const Command &command, CommandAnswer answer, milliseconds limit);
     milliseconds patience(const Command &command, Epoch now) const;
     void repeat(const CommandAnswer &asked);
     void finish(const OrderEnd &end, Epoch now);

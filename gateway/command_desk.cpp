@@ -58,9 +58,9 @@ class Judgement
 public:
     Judgement(const OrderEnd &theEnd, bool isWithdrawn) : end(theEnd), withdrawn(isWithdrawn) {}
 
-    void decide(std::size_t index, std::size_t tag, TagAnswer &answer, Epoch now) const
+    void decide(std::size_t index, TagAnswer &answer, Epoch now) const
     {
-        const Fate &fate = fateOf(index, tag);
+        const Fate &fate = fateOf(index);
         answer.result = fate.result;
         answer.failure = fate.failure;
         answer.message = fate.message;
@@ -69,13 +69,12 @@ public:
     }
 
 private:
-    const Fate &fateOf(std::size_t index, std::size_t tag) const
+    const Fate &fateOf(std::size_t index) const
     {
         const WriteResult result = index < end.reports.size() ? end.reports[index].result : WriteResult::NotSent;
         if (result != WriteResult::NotSent)
             return fates[static_cast<std::size_t>(result)];
-        const auto &newer = end.supersededTags;
-        if (end.superseded || std::find(newer.begin(), newer.end(), tag) != newer.end())
+        if (index < end.superseded.size() && end.superseded[index])
             return SupersededFate;
         if (withdrawn)
             return ExpiredFate;
@@ -188,9 +187,10 @@ bool CommandDesk::takeRebirth()
 void CommandDesk::refuseUnread(const std::string &json, bool isRetained) const
 {
     if (isRetained)
-        throw Refusal(CommandFailure::Retained,
-                      "the broker had kept it, and kept commands are not carried out; send it without 'retain', and "
-                      "delete the one that is kept: mosquitto_pub -r -n -t with its topic");
+        throw Refusal(
+            CommandFailure::Retained,
+            "the broker had kept it, and kept commands are not carried out; send it without 'retain', and "
+            "delete the one that is kept: mosquitto_pub -r -n -t with its topic");
     const std::size_t most = static_cast<std::size_t>(settings->commands.longestMessage);
     if (json.size() > most)
         throw Refusal(CommandFailure::TooLarge, std::to_string(json.size()) + " bytes are more than " +
@@ -245,18 +245,17 @@ void CommandDesk::carryOut(const Command &command, CommandAnswer &answer, const 
         throw Refusal(CommandFailure::ReadOnly, "this gateway writes nothing");
     Order order = maker.orderOf(command, answer.tags);
     refuseByRate(steady);
-    maker.refuseByLine(order, line, answer.tags);
-    put(std::move(order), answer, steady + patience(command, now));
+    maker.refuseByLine(command, line, order, answer.tags);
+    put(std::move(order), command, answer, steady + patience(command, now));
 }
 
-void CommandDesk::put(Order order, const CommandAnswer &answer, milliseconds limit)
+void CommandDesk::put(Order order, const Command &command, CommandAnswer answer, milliseconds limit)
 {
     order.number = ++lastNumber;
-    UnderWay &command = underWay[order.number];
-    command = {answer, order.tags, limit};
-    for (const std::size_t tag : order.tags)
-        command.answer.tags.emplace_back().name = settings->tags[tag].name;
     memory.begin(answer);
+    for (const auto &[name, value] : command.set)
+        answer.tags.emplace_back().name = name;
+    underWay[order.number] = {std::move(answer), limit};
     orders.put(std::move(order));
 }
 
@@ -291,8 +290,8 @@ void CommandDesk::finish(const OrderEnd &end, Epoch now)
         return;
     UnderWay &command = found.mapped();
     const Judgement judgement(end, command.isWithdrawn);
-    for (std::size_t i = 0; i < command.tags.size(); ++i)
-        judgement.decide(i, command.tags[i], command.answer.tags[i], now);
+    for (std::size_t i = 0; i < command.answer.tags.size(); ++i)
+        judgement.decide(i, command.answer.tags[i], now);
     takeResult(command.answer);
     command.answer.time = now;
     conclude(command.answer);

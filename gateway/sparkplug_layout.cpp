@@ -135,6 +135,7 @@ private:
     Message data(const std::string &device, std::vector<Metric> metrics, Epoch now);
 
     bool isNews(const GatewayTag &tag, Epoch time) const;
+    bool isPlaceOf(const MetricPlace &place, const Tag &tag) const;
     std::vector<Metric> heldMetrics(const TagAnswer &answer) const;
 
     Incoming hostState(const Received &message);
@@ -393,6 +394,13 @@ bool SparkplugLayout::isNews(const GatewayTag &tag, Epoch time) const
     return last == told.end() || time >= last->second.time;
 }
 
+/// As a whole, or that value of it alone.
+bool SparkplugLayout::isPlaceOf(const MetricPlace &place, const Tag &tag) const
+{
+    const Tag &whole = tags[place.tag].tag;
+    return isSame(whole, tag) || isSame(valueOf(whole, Format::Unsigned, static_cast<int>(place.value)), tag);
+}
+
 /// None if they are no news, or the tag is another one than it was when the command came.
 std::vector<Metric> SparkplugLayout::heldMetrics(const TagAnswer &answer) const
 {
@@ -404,8 +412,7 @@ std::vector<Metric> SparkplugLayout::heldMetrics(const TagAnswer &answer) const
     if (!device)
         return {};
     const auto place = device->metrics.find(metricNames(written).front());
-    if (place == device->metrics.end() || !isSame(tags[place->second.tag].tag, held.tag) ||
-        !isNews(written, held.time))
+    if (place == device->metrics.end() || !isPlaceOf(place->second, held.tag) || !isNews(written, held.time))
         return {};
     return metricsOf(written, {place->second.tag, held.quality, held.reason, held.time, held.values});
 }

@@ -30,7 +30,7 @@ using Result = CommandResult;
 
 const Epoch Noon = 1700000000000;
 
-/// Tags 0 to 7.
+/// Tags 0 to 8.
 GatewaySettings ovenSettings()
 {
     GatewaySettings settings = gatewaySettings(
@@ -40,7 +40,8 @@ GatewaySettings ovenSettings()
                    writableTag(gatewayTag("zones", "5:300x3:u16"), {10, 100, 0}),
                    writableTag(gatewayTag("gain", "10:4:f32"), {-1e30, 1e30, 0}),
                    writableTag(gatewayTag("far", "5:100@12:u16"), {0, 70000, 0}), // more than a word holds
-                   gatewayTag("temp", "5:1:s16"), writableTag(gatewayTag("odd", "5:400:s16"), {-7, 100, 10})});
+                   gatewayTag("temp", "5:1:s16"), writableTag(gatewayTag("odd", "5:400:s16"), {-7, 100, 10}),
+                   writableTag(gatewayTag("pieces", "5:500x2:u32"), {0, 100000, 0})});
     settings.commands.mostPerMinute = 100000;
     return settings;
 }
@@ -215,6 +216,44 @@ TEST_F(Desk, TakesValuesOfEachType)
     EXPECT_EQ(ordered(R"("gain":-3)"), std::vector<quint32>{bitsOfFloat(-3)});
     EXPECT_EQ(ordered(R"("odd":-7)"), std::vector<quint32>{0xFFF9});
     EXPECT_EQ(ordered(R"("odd":3)"), std::vector<quint32>{3});
+}
+
+TEST_F(Desk, TakesOneValueOfSeveral)
+{
+    EXPECT_EQ(ordered(R"("zones/0":10)"), std::vector<quint32>{10});
+    EXPECT_EQ(ordered(R"("pieces/0":5)"), (std::vector<quint32>{5, 0}));
+    set("a", R"("pieces/1":70000,"zones/0":20,"zones/2":30)");
+    const std::optional<Order> order = orders.take();
+    ASSERT_TRUE(order);
+    ASSERT_EQ(order->assignments.size(), 3u);
+    EXPECT_EQ(order->tags, (std::vector<std::size_t>{8, 3, 3}));
+    EXPECT_EQ(textOf(order->assignments[0].tag.variable).toStdString(), "5:502x2@1");
+    EXPECT_EQ(order->assignments[0].values, (std::vector<quint32>{0x1170, 1}));
+    EXPECT_EQ(textOf(order->assignments[1].tag.variable).toStdString(), "5:300@1");
+    EXPECT_EQ(textOf(order->assignments[2].tag.variable).toStdString(), "5:302@1");
+    finish(*order, {WriteResult::Verified, WriteResult::Verified, WriteResult::Verified});
+    const CommandAnswer last = answer();
+    ASSERT_EQ(last.tags.size(), 3u);
+    EXPECT_EQ(last.tags[0].name, "pieces/1");
+    EXPECT_EQ(last.tags[1].name, "zones/0");
+    EXPECT_EQ(last.tags[2].held->values, std::vector<quint32>{30});
+}
+
+TEST_F(Desk, RefusesOneValueOfSeveralByTheRulesOfAll)
+{
+    for (const char *tags :
+         {R"("zones/3":10)", R"("zones/":10)", R"("zones/-1":10)", R"("zones/00":10)", R"("zones/0/0":10)",
+          R"("zones/99999999999999999999":10)", R"("/0":10)", R"("sp/0":10)", R"("recipe/0":"A")", R"("temp/0":1)"})
+        refusalOf(tags, Failure::UnknownTag);
+    EXPECT_NE(refusalOf(R"("zones/3":10)", Failure::UnknownTag).message.find("zones/0 to zones/2"),
+              std::string::npos);
+    refusalOf(R"("zones/1":9)", Failure::OutOfRange);
+    refusalOf(R"("zones/1":10.5)", Failure::OffStep);
+    refusalOf(R"("zones/1":[10])", Failure::WrongType);
+    EXPECT_EQ(refusalOf(R"("zones":[10,20,30],"zones/1":20)", Failure::NotJson).tags.at(0).name, "zones/1");
+    EXPECT_EQ(refusalOf(R"("zones/1":20,"zones":[10,20,30])", Failure::NotJson).tags.at(0).name, "zones");
+    line.stations[1] = false;
+    EXPECT_EQ(refusalOf(R"("zones/1":20)", Failure::StationDown).tags.at(0).name, "zones/1");
 }
 
 // ---- refusals, in the order of the checks

@@ -408,10 +408,10 @@ TEST_F(LineLoopTest, TheNewestOrderForATagWins)
     orderAt(500ms, 3, {{1, {14}}});
     run(2s);
     ASSERT_EQ(ends.size(), 3u);
-    EXPECT_TRUE(ends[0].superseded);
+    EXPECT_EQ(ends[0].superseded, std::vector<bool>{true});
     EXPECT_EQ(results(0), Results{WriteResult::NotSent});
     EXPECT_EQ(results(1), (Results{WriteResult::Verified, WriteResult::NotSent}));
-    EXPECT_EQ(ends[1].supersededTags, std::vector<std::size_t>{1});
+    EXPECT_EQ(ends[1].superseded, (std::vector<bool>{false, true}));
     EXPECT_EQ(results(2), Results{WriteResult::Verified});
     EXPECT_EQ(held(0), Values{12});
     EXPECT_EQ(held(1), Values{14});

@@ -681,6 +681,20 @@ TEST_F(SparkplugLayoutTest, AnAnswerOfATagThatIsAnotherOneNowIsNone)
     EXPECT_TRUE(layout->answer(answerOf(Start + 5), Start));
 }
 
+TEST_F(SparkplugLayoutTest, AnAnswerOfOneValueOfSeveralIsItsMetric)
+{
+    born();
+    CommandAnswer answer = answerOf(Start + 5);
+    answer.tags[0].name = "trend/2";
+    answer.tags[0].held->tag = tagOf("trend", "5:402@1:u16").tag;
+    const std::optional<Message> message = layout->answer(answer, Start + 80);
+    ASSERT_TRUE(message);
+    ASSERT_EQ(SeenPayload(*message).names(), Topics{"trend/2"});
+    EXPECT_EQ(SeenPayload(*message).metrics[0].fields.number(10), 9U);
+    answer.tags[0].held->tag.variable.address = 401;
+    EXPECT_FALSE(layout->answer(answer, Start + 80));
+}
+
 TEST_F(SparkplugLayoutTest, NothingIsToldAgainAndAgain)
 {
     born();

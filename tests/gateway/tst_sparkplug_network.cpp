@@ -382,3 +382,27 @@ TEST_F(SparkplugNetworkTest, EndsACommandWhenItsAgeDoes)
         gateway.network.step(std::chrono::hours(1), -1);
     EXPECT_EQ(gateway.orders.takeEnds().size(), 0U) << "and is answered";
 }
+
+TEST_F(SparkplugNetworkTest, WritesOneValueOfSeveral)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    settings.tags[Trend].write = WriteRule{0, 100, 0};
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    side->command("DCMD/press7/station-1", metric("trend/1", protobuf::number(4, 6) + protobuf::number(10, 42)));
+    stepBoth(gateway, side->host, [&] { return gateway.orders.hasOrders(); });
+    const std::optional<Order> order = gateway.orders.take();
+    ASSERT_TRUE(order);
+    ASSERT_EQ(order->assignments.size(), 1U);
+    EXPECT_EQ(textOf(order->assignments[0].tag.variable).toStdString(), "5:401@1");
+    OrderEnd end;
+    end.number = order->number;
+    end.reports.push_back(notSent(order->assignments[0]));
+    end.reports[0].result = WriteResult::Verified;
+    end.reports[0].held.quality = Quality::Good;
+    end.reports[0].held.values = order->assignments[0].values;
+    gateway.orders.finish(end);
+    stepBoth(gateway, side->host, [&] { return !side->heard(DeviceData).empty(); });
+    EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).names(), Texts{"trend/1"});
+    EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).metric("trend/1").fields.number(10), 42U);
+}
