@@ -39,8 +39,9 @@ class CommandDesk
 public:
     /// All outlive it; the settings until there are others. Ids of before `begun` are not known any more.
     CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly, Epoch theBegun);
-    /// What comes from now on is judged by others. What is known, counted, due and under way stays as it is.
-    void changeSettings(const GatewaySettings &others);
+    /// What comes from now on is judged by others. What is known, counted, due and being written stays as it is;
+    /// with other tags, what waits for the line is taken back, since it was meant for those of before.
+    void changeSettings(const GatewaySettings &others, bool areOtherTags);
 
     /// Takes a command. `steady` is a clock that never jumps, `now` the time of day that ages are judged by.
     void take(const std::string &json, bool isRetained, const LineState &line, Epoch now, milliseconds steady);

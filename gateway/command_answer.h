@@ -33,7 +33,7 @@ enum class CommandFailure {
     NotAcknowledged, ///< "notAcknowledged": given up; it may have been carried out
     NotRead,         ///< "notRead": acknowledged, but not read back
     Different,       ///< "different": the controller holds another value
-    NotSent          ///< "notSent": another part of the command failed before, or the gateway ended
+    NotSent ///< "notSent": another part of the command failed before, the file was changed, or the gateway ended
 };
 const int CommandFailureCount = 20;
 /// "outOfRange"

@@ -48,7 +48,8 @@ const Fate fates[] = {
     {CommandResult::Failed, CommandFailure::DeviceRefused, "the controller refused it"},
     {CommandResult::Failed, CommandFailure::NotAcknowledged, "not acknowledged; it may have been carried out"},
     {CommandResult::Failed, CommandFailure::NotAcknowledged, "cut off; it may have been carried out"},
-    {CommandResult::Failed, CommandFailure::NotSent, "not sent: what was sent before it failed, or the end came"},
+    {CommandResult::Failed, CommandFailure::NotSent,
+     "not sent: what was sent before it failed, the file was changed, or the end came"},
 };
 static_assert(sizeof fates / sizeof *fates == static_cast<std::size_t>(WriteResult::NotSent) + 1, "one for each");
 
@@ -126,8 +127,11 @@ CommandDesk::CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrder
 {
 }
 
-void CommandDesk::changeSettings(const GatewaySettings &others)
+void CommandDesk::changeSettings(const GatewaySettings &others, bool areOtherTags)
 {
+    for (const auto &[number, command] : underWay)
+        if (areOtherTags)
+            orders.withdraw(number);
     settings = &others;
     maker = OrderMaker(others);
     rate.change(others.commands.mostPerMinute);

@@ -382,7 +382,7 @@ void Network::Parts::changeContent(std::unique_ptr<Layout> newLayout, bool areOt
 {
     const Snapshot values = reporter->newest();
     droppedBefore += reporter->replaced();
-    desk->changeSettings(*settings);
+    desk->changeSettings(*settings, areOtherTags);
     contentSettings = settings;
     newLayout->resume(layout->onlineSince());
     makeContent(std::move(newLayout));

@@ -797,12 +797,18 @@ TEST_F(Desk, GoesOnWhereItWasWithOtherSettings)
     set("old", R"("heats":true)");
     const std::optional<Order> first = orders.take();
     set("due", R"("heats":1,"sp":999)");
+    set("waits", R"("gain":1)");
     ASSERT_TRUE(first);
     const GatewaySettings others =
         gatewaySettings({"oven"}, {writableTag(gatewayTag("pump", "2:7:bit"), {0, 1, 0}),
                                    writableTag(gatewayTag("speed", "5:9:u16"), {0, 100, 0})});
-    running().changeSettings(others);
+    running().changeSettings(others, true);
     EXPECT_EQ(answer().id, "due");
+    EXPECT_FALSE(orders.hasOrders());
+    pass(0ms);
+    EXPECT_EQ(running().answers().front().failure, Failure::NotSent);
+    EXPECT_EQ(running().answers().front().tags.at(0).name, "gain");
+    EXPECT_EQ(answer().id, "waits");
     set("new", R"("speed":77)");
     const std::optional<Order> second = orders.take();
     ASSERT_TRUE(second);
@@ -821,9 +827,18 @@ TEST_F(Desk, GoesOnWhereItWasWithOtherSettings)
     set("old", R"("pump":true)"); // known still
     EXPECT_EQ(answer().tags.at(0).name, "heats");
     EXPECT_FALSE(orders.hasOrders());
-    EXPECT_EQ(running().commands(), 4u);
+    EXPECT_EQ(running().commands(), 5u);
     EXPECT_EQ(running().failures(Failure::OutOfRange), 1u);
     refusalOf(R"("sp":1)", Failure::UnknownTag);
+}
+
+TEST_F(Desk, LeavesWhatWaitsWhereItIsIfTheTagsAreTheSame)
+{
+    set("a", R"("sp":1)");
+    const GatewaySettings others = settings;
+    running().changeSettings(others, false);
+    finishNext({WriteResult::Verified});
+    EXPECT_EQ(answer().result, Result::Verified);
 }
 
 TEST_F(Desk, CountsWhatWasSpentAgainstAnotherRate)
@@ -833,10 +848,10 @@ TEST_F(Desk, CountsWhatWasSpentAgainstAnotherRate)
         ordered(R"("sp":1)");
     GatewaySettings others = settings;
     others.commands.mostPerMinute = 2;
-    running().changeSettings(others);
+    running().changeSettings(others, false);
     refusalOf(R"("sp":1)", Failure::TooMany);
     others.commands.mostPerMinute = 4;
-    running().changeSettings(others);
+    running().changeSettings(others, false);
     ordered(R"("sp":1)");
     refusalOf(R"("sp":1)", Failure::TooMany);
 }
