@@ -66,7 +66,7 @@ public:
         answer.failure = fate.failure;
         answer.message = fate.message;
         if (index < end.reports.size() && end.reports[index].held.quality != Quality::Unknown)
-            answer.held = heldOf(end.reports[index], now);
+            answer.held = heldOf(index, now);
     }
 
 private:
@@ -82,10 +82,11 @@ private:
         return end.isLinkLost ? LinkLostFate : fates[static_cast<std::size_t>(WriteResult::NotSent)];
     }
 
-    static HeldValue heldOf(const WriteReport &report, Epoch now)
+    HeldValue heldOf(std::size_t index, Epoch now) const
     {
-        const Reading &held = report.held;
-        return {report.assignment.tag, held.quality, held.reason, now, held.values};
+        const Reading &held = end.reports[index].held;
+        const Epoch time = index < end.heldTimes.size() ? end.heldTimes[index] : 0;
+        return {end.reports[index].assignment.tag, held.quality, held.reason, time ? time : now, held.values};
     }
 
     const OrderEnd &end;

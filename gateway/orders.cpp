@@ -132,11 +132,14 @@ Order OrderDesk::Standing::left() const
 
 OrderEnd OrderDesk::Standing::whole(OrderEnd end) const
 {
-    std::vector<WriteReport> ofLeft = std::exchange(end.reports, {});
-    auto next = ofLeft.begin();
+    const std::vector<WriteReport> ofLeft = std::exchange(end.reports, {});
+    const std::vector<Epoch> times = std::exchange(end.heldTimes, {});
+    std::size_t next = 0;
     for (std::size_t i = 0; i < order.assignments.size(); ++i) {
-        const bool isReported = !isSuperseded[i] && next != ofLeft.end();
-        end.reports.push_back(isReported ? std::move(*next++) : notSent(order.assignments[i]));
+        const bool isReported = !isSuperseded[i] && next < ofLeft.size();
+        end.reports.push_back(isReported ? ofLeft[next] : notSent(order.assignments[i]));
+        end.heldTimes.push_back(isReported && next < times.size() ? times[next] : 0);
+        next += isReported;
     }
     end.superseded = isSuperseded;
     return end;

@@ -21,6 +21,7 @@ struct OrderEnd {
     quint64 number = 0;
     bool isLinkLost = false;          ///< nothing was sent, because the link was not open
     std::vector<WriteReport> reports; ///< one for each assignment
+    std::vector<Epoch> heldTimes;     ///< the same: of the replies that brought what was read back; 0: nothing was
     std::vector<bool> superseded;     ///< the same: newer orders have taken their places, and they are NotSent
 };
 

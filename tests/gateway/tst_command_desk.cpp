@@ -146,8 +146,10 @@ protected:
     {
         OrderEnd end;
         end.number = order.number;
-        for (std::size_t i = 0; i < results.size(); ++i)
+        for (std::size_t i = 0; i < results.size(); ++i) {
             end.reports.push_back(reportOf(order.assignments[i], results[i]));
+            end.heldTimes.push_back(now - 7 - Epoch(i));
+        }
         orders.finish(end);
         running().step(now, steady);
     }
@@ -195,6 +197,8 @@ TEST_F(Desk, OrdersWhatIsAllowedAndAnswersWithWhatIsHeld)
     ASSERT_TRUE(last.tags[0].held);
     EXPECT_EQ(last.tags[0].held->tag.variable.address, 100);
     EXPECT_EQ(last.tags[0].held->values, std::vector<quint32>{1235});
+    EXPECT_EQ(last.tags[0].held->time, Noon + 43) << "of the reply";
+    EXPECT_EQ(last.tags[1].held->time, Noon + 42);
     EXPECT_EQ(running().commands(), 1u);
 }
 

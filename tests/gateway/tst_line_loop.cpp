@@ -280,6 +280,7 @@ TEST_F(LineLoopTest, WritesAndTellsWhatTheControllerHoldsThen)
     EXPECT_EQ(ends[0].reports[0].held.values, (Values{11, 12}));
     EXPECT_EQ(last(0).values, (Values{11, 12})) << "before it is polled again";
     EXPECT_GT(last(0).time, epochOf(1001s));
+    EXPECT_EQ(ends[0].heldTimes, std::vector<Epoch>{last(0).time});
     EXPECT_LT(last(1).time, epochOf(1001s));
 }
 
@@ -475,6 +476,7 @@ TEST_F(LineLoopTest, AnOrderForALostLinkEndsWhenItsPatienceDoes)
     orderAt(500ms, 1, {{0, {11}}});
     run(20s);
     EXPECT_EQ(results(0), Results{WriteResult::NotSent});
+    EXPECT_EQ(ends[0].heldTimes, std::vector<Epoch>{0});
     EXPECT_TRUE(ends[0].isLinkLost);
     EXPECT_EQ(writes.sent(), 0);
 }

@@ -45,6 +45,7 @@ OrderEnd written(const Order &order)
     for (const Assignment &assignment : order.assignments) {
         end.reports.push_back(notSent(assignment));
         end.reports.back().result = WriteResult::Verified;
+        end.heldTimes.push_back(assignment.tag.variable.address);
     }
     return end;
 }
@@ -136,6 +137,7 @@ TEST(OrderDesk, WhatIsLeftOfAnOrderIsWrittenAndAllOfItReported)
     const auto ends = desk.takeEnds();
     ASSERT_EQ(ends.size(), 1u);
     EXPECT_EQ(resultsOf(ends[0]), (Results{WriteResult::Verified, WriteResult::NotSent, WriteResult::Verified}));
+    EXPECT_EQ(ends[0].heldTimes, (std::vector<Epoch>{10, 0, 12}));
     EXPECT_EQ(tagsOf(ends[0]), (Tags{10, 11, 12}));
     EXPECT_EQ(ends[0].reports[1].assignment.values, std::vector<quint32>{1});
     EXPECT_EQ(supersededIn(ends[0]), (Tags{11}));
