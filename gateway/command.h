@@ -45,6 +45,8 @@ public:
 
     /// Takes a command. `steady` is a clock that never jumps, `now` the time of day that ages are judged by.
     void take(const std::string &json, bool isRetained, const LineState &line, Epoch now, milliseconds steady);
+    /// Takes what cannot be a command, as its layout has found out; it is not retained. The reason is NotJson.
+    void refuse(const std::string &why, Epoch now);
     /// Takes the ends of orders over, and ends what has waited too long.
     void step(Epoch now, milliseconds steady);
     /// When something has waited too long; max(): nothing waits.

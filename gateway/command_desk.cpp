@@ -165,6 +165,16 @@ void CommandDesk::take(const std::string &json, bool isRetained, const LineState
     }
 }
 
+void CommandDesk::refuse(const std::string &why, Epoch now)
+{
+    ++taken;
+    CommandAnswer answer;
+    answer.time = now;
+    answer.failure = CommandFailure::NotJson;
+    answer.message = why;
+    conclude(answer);
+}
+
 void CommandDesk::step(Epoch now, milliseconds steady)
 {
     for (auto &[number, command] : underWay)

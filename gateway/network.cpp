@@ -277,7 +277,10 @@ void Network::Parts::arrived(const Received &message)
     if (incoming.kind != Incoming::Command && incoming.kind != Incoming::Rebirth)
         return;
     const std::size_t known = desk->answers().size();
-    desk->take(incoming.command, message.isRetained, wiring.mailbox.state(), epochNow(), steadyNow());
+    if (incoming.fault.empty() || message.isRetained)
+        desk->take(incoming.command, message.isRetained, wiring.mailbox.state(), epochNow(), steadyNow());
+    else
+        desk->refuse(incoming.fault, epochNow());
     logAnswersBehind(known);
 }
 

@@ -380,10 +380,10 @@ Incoming SparkplugLayout::command(const Received &message, const Device &device)
     try {
         const CommandPayload decoded = {message.topic, message.payload, decode(message.payload)};
         if (&device != &nodeAsDevice || !asksForRebirth(decoded.payload))
-            return {Incoming::Command, commandJson(decoded, device, tags), false};
+            return {Incoming::Command, commandJson(decoded, device, tags), false, faultIn(decoded.payload)};
         return {message.isRetained ? Incoming::Command : Incoming::Rebirth, rebirthJson(decoded), false};
     } catch (const PayloadError &error) {
-        return {Incoming::Command, std::string("no Sparkplug payload: ") + error.what(), false};
+        return {Incoming::Command, {}, false, std::string("no Sparkplug payload: ") + error.what()};
     }
 }
 

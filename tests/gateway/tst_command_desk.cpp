@@ -316,6 +316,16 @@ TEST_F(Desk, RefusesWhatIsNoCommand)
     EXPECT_EQ(running().failures(Failure::NotJson), std::size(texts));
 }
 
+TEST_F(Desk, RefusesWhatItsLayoutCannotRead)
+{
+    running().refuse("no payload", now);
+    const CommandAnswer last = refusal(Failure::NotJson);
+    EXPECT_EQ(last.id, "");
+    EXPECT_EQ(last.time, now);
+    EXPECT_EQ(last.message, "no payload");
+    EXPECT_EQ(running().commands(), 1u);
+}
+
 TEST_F(Desk, RefusesCommandsOfTheWrongShapeByTheirId)
 {
     const char *const members[] = {R"("ts":1700000000000)",

@@ -615,14 +615,26 @@ TEST_F(SparkplugLayoutTest, WhatIsNoMetricOfTheDeviceIsNamedWithIt)
     EXPECT_EQ(commanded("spBv1.0/plant/DCMD/press7/station-2", pump).at("set"), json({{"pump", true}}));
 }
 
-TEST_F(SparkplugLayoutTest, WhatIsNoPayloadIsACommandThatIsNoJson)
+TEST_F(SparkplugLayoutTest, WhatIsNoPayloadIsACommandWithAFault)
 {
     for (const std::string &payload :
          {std::string("\x12\xFF", 2), std::string("{\"set\":{}}"), std::string(1, '\0')}) {
         const Incoming incoming = layout->incoming({"spBv1.0/plant/DCMD/press7/station-1", payload, false});
         EXPECT_EQ(incoming.kind, Incoming::Command);
-        EXPECT_TRUE(json::parse(incoming.command, nullptr, false).is_discarded()) << incoming.command;
+        EXPECT_EQ(incoming.fault.rfind("no Sparkplug payload: ", 0), 0U) << incoming.fault;
     }
+}
+
+TEST_F(SparkplugLayoutTest, ACommandWithoutAMetricOrWithOneTwiceHasAFault)
+{
+    const auto faultOf = [this](const std::string &metrics) {
+        return layout->incoming({"spBv1.0/plant/DCMD/press7/station-1", written(metrics), false}).fault;
+    };
+    const std::string count = metric("count", protobuf::number(10, 5));
+    EXPECT_EQ(faultOf(count + metric("level", protobuf::number(10, 5))), "");
+    EXPECT_EQ(faultOf(""), "there is no metric in it; send those that are to be written");
+    EXPECT_EQ(faultOf(count + metric("level", protobuf::number(10, 5)) + metric("count", protobuf::number(10, 6))),
+              "the metric 'count' stands twice; name each once");
 }
 
 TEST_F(SparkplugLayoutTest, APayloadThatIsTooLongIsACommandThatIsTooLong)

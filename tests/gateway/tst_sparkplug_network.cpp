@@ -406,3 +406,20 @@ TEST_F(SparkplugNetworkTest, WritesOneValueOfSeveral)
     EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).names(), Texts{"trend/1"});
     EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).metric("trend/1").fields.number(10), 42U);
 }
+
+TEST_F(SparkplugNetworkTest, RefusesAMetricThatStandsTwiceInItsOwnWords)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    settings.tags[Count].write = WriteRule{0, 100, 0};
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    const auto refused = [&gateway] {
+        return gateway.network.figures().commandFailures[std::size_t(CommandFailure::NotJson)];
+    };
+    const std::string count = metric("count", protobuf::number(4, 6) + protobuf::number(10, 42));
+    side->command("DCMD/press7/station-1", count + count);
+    stepBoth(gateway, side->host, [&] { return refused() == 1; });
+    EXPECT_TRUE(gateway.hasSaid("the metric 'count' stands twice; name each once"));
+    EXPECT_FALSE(gateway.orders.hasOrders());
+    EXPECT_EQ(gateway.network.figures().commands, 1U);
+}
