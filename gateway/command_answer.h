@@ -3,6 +3,7 @@
 #define FGS_GATEWAY_COMMAND_ANSWER_H
 
 #include "sample.h"
+#include "watch/tag.h"
 
 #include <optional>
 #include <string>
@@ -32,7 +33,7 @@ enum class CommandFailure {
     NotAcknowledged, ///< "notAcknowledged": given up; it may have been carried out
     NotRead,         ///< "notRead": acknowledged, but not read back
     Different,       ///< "different": the controller holds another value
-    NotSent          ///< "notSent": another part of the command failed before, or the gateway ended
+    NotSent ///< "notSent": another part of the command failed before, the file was changed, or the gateway ended
 };
 const int CommandFailureCount = 20;
 /// "outOfRange"
@@ -42,12 +43,21 @@ enum class CommandResult { Verified, Failed, Expired, Superseded, Refused, Accep
 /// "verified"
 const char *keyOf(CommandResult result);
 
+/// What a controller was found to hold. It keeps its meaning when the settings change.
+struct HeldValue {
+    Tag tag; ///< that was written, as its order had it
+    Quality quality = Quality::Good;
+    Reason reason;  ///< why it is not good
+    Epoch time = 0; ///< of the reply
+    std::vector<quint32> values;
+};
+
 struct TagAnswer {
     std::string name;
     CommandResult result = CommandResult::Refused;
     CommandFailure failure = CommandFailure::None;
-    std::string message;        ///< for people, empty if there is nothing to say
-    std::optional<Sample> held; ///< what was read back
+    std::string message;           ///< for people, empty if there is nothing to say
+    std::optional<HeldValue> held; ///< what was read back
 };
 
 struct CommandAnswer {

@@ -36,6 +36,8 @@ struct Fate {
 const Fate VerifiedFate = {CommandResult::Verified, CommandFailure::None, ""};
 const Fate SupersededFate = {CommandResult::Superseded, CommandFailure::None,
                              "not sent: a newer command took its place"};
+const Fate LinkLostFate = {CommandResult::Failed, CommandFailure::LinkDown,
+                           "not sent: the link to the controllers was lost; send it again when it is up"};
 const Fate ExpiredFate = {CommandResult::Expired, CommandFailure::TooOld, "not sent: it had to wait for too long"};
 
 /// By WriteResult.
@@ -46,7 +48,8 @@ const Fate fates[] = {
     {CommandResult::Failed, CommandFailure::DeviceRefused, "the controller refused it"},
     {CommandResult::Failed, CommandFailure::NotAcknowledged, "not acknowledged; it may have been carried out"},
     {CommandResult::Failed, CommandFailure::NotAcknowledged, "cut off; it may have been carried out"},
-    {CommandResult::Failed, CommandFailure::NotSent, "not sent: what was sent before it failed, or the end came"},
+    {CommandResult::Failed, CommandFailure::NotSent,
+     "not sent: what was sent before it failed, the file was changed, or the end came"},
 };
 static_assert(sizeof fates / sizeof *fates == static_cast<std::size_t>(WriteResult::NotSent) + 1, "one for each");
 
@@ -56,30 +59,34 @@ class Judgement
 public:
     Judgement(const OrderEnd &theEnd, bool isWithdrawn) : end(theEnd), withdrawn(isWithdrawn) {}
 
-    TagAnswer answerFor(std::size_t index, std::size_t tag, const std::string &name, Epoch now) const
+    void decide(std::size_t index, TagAnswer &answer, Epoch now) const
     {
-        const Fate &fate = fateOf(index, tag);
-        TagAnswer answer = {name, fate.result, fate.failure, fate.message, std::nullopt};
+        const Fate &fate = fateOf(index);
+        answer.result = fate.result;
+        answer.failure = fate.failure;
+        answer.message = fate.message;
         if (index < end.reports.size() && end.reports[index].held.quality != Quality::Unknown)
-            answer.held = heldOf(end.reports[index].held, tag, now);
-        return answer;
+            answer.held = heldOf(index, now);
     }
 
 private:
-    const Fate &fateOf(std::size_t index, std::size_t tag) const
+    const Fate &fateOf(std::size_t index) const
     {
         const WriteResult result = index < end.reports.size() ? end.reports[index].result : WriteResult::NotSent;
         if (result != WriteResult::NotSent)
             return fates[static_cast<std::size_t>(result)];
-        const auto &newer = end.supersededTags;
-        if (end.superseded || std::find(newer.begin(), newer.end(), tag) != newer.end())
+        if (index < end.superseded.size() && end.superseded[index])
             return SupersededFate;
-        return withdrawn ? ExpiredFate : fates[static_cast<std::size_t>(WriteResult::NotSent)];
+        if (withdrawn)
+            return ExpiredFate;
+        return end.isLinkLost ? LinkLostFate : fates[static_cast<std::size_t>(WriteResult::NotSent)];
     }
 
-    static Sample heldOf(const Reading &reading, std::size_t tag, Epoch now)
+    HeldValue heldOf(std::size_t index, Epoch now) const
     {
-        return {tag, reading.quality, reading.reason, now, reading.values};
+        const Reading &held = end.reports[index].held;
+        const Epoch time = index < end.heldTimes.size() ? end.heldTimes[index] : 0;
+        return {end.reports[index].assignment.tag, held.quality, held.reason, time ? time : now, held.values};
     }
 
     const OrderEnd &end;
@@ -115,16 +122,27 @@ void takeResult(CommandAnswer &answer)
 
 } // namespace
 
-CommandDesk::CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly)
-    : settings(theSettings), orders(theOrders), writesNothing(isReadOnly), maker(settings),
-      rate(settings.commands.mostPerMinute)
+CommandDesk::CommandDesk(const GatewaySettings &theSettings, OrderDesk &theOrders, bool isReadOnly, Epoch theBegun)
+    : settings(&theSettings), orders(theOrders), writesNothing(isReadOnly), begun(theBegun), maker(theSettings),
+      rate(theSettings.commands.mostPerMinute)
 {
+}
+
+void CommandDesk::changeSettings(const GatewaySettings &others, bool areOtherTags)
+{
+    for (const auto &[number, command] : underWay)
+        if (areOtherTags)
+            orders.withdraw(number);
+    settings = &others;
+    maker = OrderMaker(others);
+    rate.change(others.commands.mostPerMinute);
 }
 
 void CommandDesk::take(const std::string &json, bool isRetained, const LineState &line, Epoch now,
                        milliseconds steady)
 {
     ++taken;
+    begun = std::min(begun, now);
     CommandAnswer answer;
     answer.time = now;
     try {
@@ -137,7 +155,7 @@ void CommandDesk::take(const std::string &json, bool isRetained, const LineState
             if (memory.knows(answer))
                 return repeat(answer);
         }
-        const Command command = commandOf(parsed, settings.commands.longestAge.count() > 0);
+        const Command command = commandOf(parsed, settings->commands.longestAge.count() > 0);
         refuseByAge(command, now);
         carryOut(command, answer, line, now, steady);
     } catch (const Refusal &refusal) {
@@ -147,13 +165,33 @@ void CommandDesk::take(const std::string &json, bool isRetained, const LineState
     }
 }
 
+void CommandDesk::refuse(const std::string &why, Epoch now)
+{
+    ++taken;
+    CommandAnswer answer;
+    answer.time = now;
+    answer.failure = CommandFailure::NotJson;
+    answer.message = why;
+    conclude(answer);
+}
+
 void CommandDesk::step(Epoch now, milliseconds steady)
 {
     for (auto &[number, command] : underWay)
-        if (!command.isWithdrawn && steady >= command.limit)
+        if (steady >= command.limit) {
             command.isWithdrawn = orders.withdraw(number);
+            command.limit = milliseconds::max();
+        }
     for (const OrderEnd &end : orders.takeEnds())
         finish(end, now);
+}
+
+milliseconds CommandDesk::nextLimit() const
+{
+    milliseconds next = milliseconds::max();
+    for (const auto &[number, command] : underWay)
+        next = std::min(next, command.limit);
+    return next;
 }
 
 bool CommandDesk::takeRebirth()
@@ -164,9 +202,11 @@ bool CommandDesk::takeRebirth()
 void CommandDesk::refuseUnread(const std::string &json, bool isRetained) const
 {
     if (isRetained)
-        throw Refusal(CommandFailure::Retained,
-                      "retained commands are never carried out; send it without 'retain'");
-    const std::size_t most = static_cast<std::size_t>(settings.commands.longestMessage);
+        throw Refusal(
+            CommandFailure::Retained,
+            "the broker had kept it, and kept commands are not carried out; send it without 'retain', and "
+            "delete the one that is kept: mosquitto_pub -r -n -t with its topic");
+    const std::size_t most = static_cast<std::size_t>(settings->commands.longestMessage);
     if (json.size() > most)
         throw Refusal(CommandFailure::TooLarge, std::to_string(json.size()) + " bytes are more than " +
                                                     std::to_string(most) + "; send it in several commands");
@@ -175,16 +215,26 @@ void CommandDesk::refuseUnread(const std::string &json, bool isRetained) const
 /// Also what comes from the future: one of the clocks is wrong.
 void CommandDesk::refuseByAge(const Command &command, Epoch now) const
 {
-    const double limit = double(milliseconds(settings.commands.longestAge).count());
+    const double limit = double(milliseconds(settings->commands.longestAge).count());
     if (limit <= 0 || !command.sent)
         return;
     const double age = double(now) - *command.sent;
-    const std::string clocks = std::to_string(settings.commands.longestAge.count()) +
+    const std::string clocks = std::to_string(settings->commands.longestAge.count()) +
                                " s by the clock here; look at both clocks, or send it again";
     if (age > limit)
         throw Refusal(CommandFailure::TooOld, "it is older than " + clocks);
     if (age < -limit)
         throw Refusal(CommandFailure::TooOld, "it is from the future, by more than " + clocks);
+    refuseFromBefore(command);
+}
+
+/// Asking for everything once more does no harm.
+void CommandDesk::refuseFromBefore(const Command &command) const
+{
+    if (!command.wantsRebirth && *command.sent < double(begun))
+        throw Refusal(CommandFailure::TooOld,
+                      "it was sent before this gateway began, by the clock here, and may have been carried out "
+                      "then; look at the value, and send a new one");
 }
 
 void CommandDesk::refuseByRate(milliseconds steady)
@@ -193,7 +243,7 @@ void CommandDesk::refuseByRate(milliseconds steady)
         throw Refusal(CommandFailure::TooMany,
                       std::to_string(MostUnderWay) + " commands wait for the line; send it again later");
     if (!rate.take(steady))
-        throw Refusal(CommandFailure::TooMany, "more than " + std::to_string(settings.commands.mostPerMinute) +
+        throw Refusal(CommandFailure::TooMany, "more than " + std::to_string(settings->commands.mostPerMinute) +
                                                    " commands a minute; send it again later");
 }
 
@@ -210,22 +260,24 @@ void CommandDesk::carryOut(const Command &command, CommandAnswer &answer, const 
         throw Refusal(CommandFailure::ReadOnly, "this gateway writes nothing");
     Order order = maker.orderOf(command, answer.tags);
     refuseByRate(steady);
-    maker.refuseByLine(order, line, answer.tags);
-    put(std::move(order), answer, steady + patience(command, now));
+    maker.refuseByLine(command, line, order, answer.tags);
+    put(std::move(order), command, answer, steady + patience(command, now));
 }
 
-void CommandDesk::put(Order order, const CommandAnswer &answer, milliseconds limit)
+void CommandDesk::put(Order order, const Command &command, CommandAnswer answer, milliseconds limit)
 {
     order.number = ++lastNumber;
-    underWay[order.number] = {answer, order.tags, limit};
     memory.begin(answer);
+    for (const auto &[name, value] : command.set)
+        answer.tags.emplace_back().name = name;
+    underWay[order.number] = {std::move(answer), limit};
     orders.put(std::move(order));
 }
 
 /// What is left of the longest age; a clock that is fast gives no more.
 milliseconds CommandDesk::patience(const Command &command, Epoch now) const
 {
-    const milliseconds longest = settings.commands.longestAge;
+    const milliseconds longest = settings->commands.longestAge;
     if (longest.count() <= 0)
         return CommandSettings().longestAge;
     const double age = command.sent ? std::max(0.0, double(now) - *command.sent) : 0;
@@ -253,9 +305,8 @@ void CommandDesk::finish(const OrderEnd &end, Epoch now)
         return;
     UnderWay &command = found.mapped();
     const Judgement judgement(end, command.isWithdrawn);
-    for (std::size_t i = 0; i < command.tags.size(); ++i)
-        command.answer.tags.push_back(
-            judgement.answerFor(i, command.tags[i], settings.tags[command.tags[i]].name, now));
+    for (std::size_t i = 0; i < command.answer.tags.size(); ++i)
+        judgement.decide(i, command.answer.tags[i], now);
     takeResult(command.answer);
     command.answer.time = now;
     conclude(command.answer);

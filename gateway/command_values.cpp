@@ -34,12 +34,6 @@ const ValueType &typeOf(const GatewayTag &tag)
     return tag.tag.typeIn(Format::Unsigned);
 }
 
-/// Values of a tag; a text is one.
-int valuesIn(const GatewayTag &tag)
-{
-    return tag.tag.variable.count / tag.tag.elementsPerValue(Format::Unsigned);
-}
-
 // ---- types
 
 double numberOf(const GatewayTag &tag, const Json &value)
@@ -151,6 +145,11 @@ std::vector<quint32> textElements(const GatewayTag &tag, const Json &value)
 }
 
 } // namespace
+
+int valuesIn(const GatewayTag &tag)
+{
+    return tag.tag.variable.count / tag.tag.elementsPerValue(Format::Unsigned);
+}
 
 std::vector<quint32> elementsOf(const GatewayTag &tag, const Json &value)
 {

@@ -8,6 +8,8 @@
 namespace fgs
 {
 
+/// Values of a tag; a text is one.
+int valuesIn(const GatewayTag &tag);
 /// The elements that the value makes. Throws Refusal: NotAllowed, WrongType, OutOfRange or OffStep, whichever is
 /// found first.
 std::vector<quint32> elementsOf(const GatewayTag &tag, const Json &value);

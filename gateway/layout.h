@@ -51,6 +51,7 @@ struct Incoming {
     IncomingKind kind = Nothing;
     std::string command;       ///< of Command: JSON of the plain layout's cmd
     bool isHostOnline = false; ///< of HostState
+    std::string fault = {};    ///< of Command: why it cannot be one, for people; empty: it can
 };
 
 /// The network's thread. Times are given: a layout has no clock.

@@ -215,10 +215,25 @@ private:
             end.number = order.number;
             end.reports = writeAll(host, link, order.assignments, OrderPatience,
                                    [this](const char *, const std::function<double()> &) { wiring.alive(); });
+            for (std::size_t i = 0; i < order.tags.size(); ++i)
+                end.heldTimes.push_back(heldTime(order.tags[i], end.reports[i].held));
+            end.isLinkLost =
+                end.reports.front().result == WriteResult::NotSent && !link.isOpen() && !link.isEnded();
             return end;
         } catch (const TextError &) { // of an area that nobody can write, before anything was sent
             return unsentEnd(order);
         }
+    }
+
+    /// As it will be told of the tag, if it is all of it. 0 if nothing was read back.
+    Epoch heldTime(std::size_t tag, const Reading &held)
+    {
+        if (held.quality == Quality::Unknown)
+            return 0;
+        if (held.variable.count < variables[tag].count)
+            return epochs.of(held.time);
+        note(told[tag], held);
+        return told[tag].epoch;
     }
 
     void stand(bool isUp, Time since, const QString &error)

@@ -142,6 +142,7 @@ Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWirin
       client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses))
 {
     contentSettings = settings;
+    desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly, epochNow());
     makeContent(makeLayout(*settings));
     makeSpool();
     makeSender();
@@ -153,7 +154,6 @@ void Network::Parts::makeContent(std::unique_ptr<Layout> newLayout)
 {
     layout = std::move(newLayout);
     reporter = std::make_unique<Reporter>(contentSettings->tags);
-    desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly);
 }
 
 void Network::Parts::makeSpool()
@@ -228,7 +228,7 @@ HttpReply Network::Parts::page(const std::string &path) const
 
 void Network::Parts::wait(milliseconds longest, int wake) const
 {
-    milliseconds limit = std::min(longest, sender->patience(steadyNow()));
+    milliseconds limit = std::min({longest, sender->patience(steadyNow()), desk->nextLimit() - steadyNow()});
     if (spool)
         limit = std::min(limit, nextCommit - steadyNow());
     if (nextSubscription)
@@ -345,8 +345,11 @@ void Network::Parts::subscribeAgain()
     client->subscribe(layout->subscriptions());
 }
 
+/// Nothing in it: somebody has deleted what the broker kept.
 void Network::Parts::arrived(const Received &message)
 {
+    if (message.payload.empty())
+        return;
     const Incoming incoming = layout->incoming(message);
     switch (incoming.kind) {
     case Incoming::Nothing:
@@ -369,7 +372,10 @@ void Network::Parts::arrived(const Received &message)
 void Network::Parts::takeCommand(const Incoming &incoming, const Received &message)
 {
     const std::size_t known = desk->answers().size();
-    desk->take(incoming.command, message.isRetained, wiring.mailbox.state(), epochNow(), steadyNow());
+    if (incoming.fault.empty() || message.isRetained)
+        desk->take(incoming.command, message.isRetained, wiring.mailbox.state(), epochNow(), steadyNow());
+    else
+        desk->refuse(incoming.fault, epochNow());
     logAnswersBehind(known);
 }
 
@@ -517,11 +523,12 @@ void Network::Parts::rebuild(const SettingsDifference &difference, std::unique_p
         sender->begin();
 }
 
-/// Values of before mean something if the tags are the same.
+/// Values of before mean something if the tags are the same. Commands go on where they were.
 void Network::Parts::changeContent(std::unique_ptr<Layout> newLayout, bool areOtherTags)
 {
     const Snapshot values = reporter->newest();
     droppedBefore += reporter->replaced();
+    desk->changeSettings(*settings, areOtherTags);
     contentSettings = settings;
     newLayout->resume(layout->sessions());
     makeContent(std::move(newLayout));

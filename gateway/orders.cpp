@@ -9,9 +9,18 @@ namespace fgs
 namespace
 {
 
-bool names(const Order &order, std::size_t tag)
+bool isWithin(const Variable &part, const Variable &whole)
 {
-    return std::find(order.tags.begin(), order.tags.end(), tag) != order.tags.end();
+    return part.address >= whole.address && part.address + part.count <= whole.address + whole.count;
+}
+
+/// Whether the order writes all that the assignment does, and maybe more of the tag.
+bool writesAll(const Order &order, std::size_t tag, const Assignment &assignment)
+{
+    for (std::size_t i = 0; i < order.tags.size(); ++i)
+        if (order.tags[i] == tag && isWithin(assignment.tag.variable, order.assignments[i].tag.variable))
+            return true;
+    return false;
 }
 
 } // namespace
@@ -82,7 +91,8 @@ bool OrderDesk::hasOrders() const
 void OrderDesk::supersede(Standing &before, const Order &order)
 {
     for (std::size_t i = 0; i < before.order.tags.size(); ++i)
-        before.isSuperseded[i] = before.isSuperseded[i] || names(order, before.order.tags[i]);
+        before.isSuperseded[i] =
+            before.isSuperseded[i] || writesAll(order, before.order.tags[i], before.order.assignments[i]);
 }
 
 void OrderDesk::endSuperseded()
@@ -92,7 +102,6 @@ void OrderDesk::endSuperseded()
     std::for_each(over, waits.end(), [this](const Standing &standing) {
         OrderEnd end;
         end.number = standing.order.number;
-        end.superseded = true;
         tell(standing.whole(std::move(end)));
     });
     waits.erase(over, waits.end());
@@ -123,14 +132,16 @@ Order OrderDesk::Standing::left() const
 
 OrderEnd OrderDesk::Standing::whole(OrderEnd end) const
 {
-    std::vector<WriteReport> ofLeft = std::exchange(end.reports, {});
-    auto next = ofLeft.begin();
+    const std::vector<WriteReport> ofLeft = std::exchange(end.reports, {});
+    const std::vector<Epoch> times = std::exchange(end.heldTimes, {});
+    std::size_t next = 0;
     for (std::size_t i = 0; i < order.assignments.size(); ++i) {
-        const bool isReported = !isSuperseded[i] && next != ofLeft.end();
-        end.reports.push_back(isReported ? std::move(*next++) : notSent(order.assignments[i]));
-        if (isSuperseded[i])
-            end.supersededTags.push_back(order.tags[i]);
+        const bool isReported = !isSuperseded[i] && next < ofLeft.size();
+        end.reports.push_back(isReported ? ofLeft[next] : notSent(order.assignments[i]));
+        end.heldTimes.push_back(isReported && next < times.size() ? times[next] : 0);
+        next += isReported;
     }
+    end.superseded = isSuperseded;
     return end;
 }
 

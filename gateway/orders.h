@@ -13,16 +13,16 @@ namespace fgs
 
 struct Order {
     quint64 number = 0;
-    std::vector<std::size_t> tags;       ///< indices, one for each assignment
+    std::vector<std::size_t> tags;       ///< indices, one for each assignment, which may be to a part of the tag
     std::vector<Assignment> assignments; ///< checked; at least one
 };
 
 struct OrderEnd {
     quint64 number = 0;
-    bool superseded = false; ///< nothing was sent: newer orders have taken the places of all its assignments
-    /// One for each assignment. Those superseded are NotSent, with `supersededTags` naming them.
-    std::vector<WriteReport> reports;
-    std::vector<std::size_t> supersededTags;
+    bool isLinkLost = false;          ///< nothing was sent, because the link was not open
+    std::vector<WriteReport> reports; ///< one for each assignment
+    std::vector<Epoch> heldTimes;     ///< the same: of the replies that brought what was read back; 0: nothing was
+    std::vector<bool> superseded;     ///< the same: newer orders have taken their places, and they are NotSent
 };
 
 /// Of an assignment that nobody tries.
@@ -33,8 +33,8 @@ class OrderDesk
 {
 public:
     // The network's thread.
-    /// An assignment to a tag takes the place of those to the same tag that wait; one that is being written goes
-    /// on.
+    /// An assignment to a tag, or to a part of it, takes the place of those that wait and are to nothing else; one
+    /// that is being written goes on.
     void put(Order order);
     /// Takes a waiting order back: it ends as not sent, apart from what was superseded before. False if it is under
     /// way or has ended.

@@ -253,7 +253,7 @@ public:
         for (const TagAnswer &tag : answer.tags) {
             results.add(tag.name, tagJson(tag));
             if (tag.held && tag.held->quality != Quality::Unknown)
-                values.add(tag.name, jsonOf(tags[tag.held->tag].tag, tag.held->values));
+                values.add(tag.name, jsonOf(tag.held->tag, tag.held->values));
         }
         message.add("id", idJson(answer));
         message.add("result", keyOf(answer.result));

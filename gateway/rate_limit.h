@@ -15,6 +15,13 @@ class RateLimit
 public:
     explicit RateLimit(int perMinute) : each(perMinute), level(each * Minute) {}
 
+    /// What was spent stays spent.
+    void change(int perMinute)
+    {
+        level += (perMinute - each) * Minute;
+        each = perMinute;
+    }
+
     /// Takes one if there is one.
     bool take(milliseconds steady)
     {
@@ -30,8 +37,8 @@ public:
 private:
     static constexpr std::int64_t Minute = 60000; ///< milliseconds; as much is one token
 
-    const std::int64_t each;
-    std::int64_t level; ///< milliseconds times `each`
+    std::int64_t each;
+    std::int64_t level; ///< milliseconds times `each`; negative if more was spent than there is now
     milliseconds last{0};
 };
 

@@ -1,7 +1,10 @@
 #include "sparkplug_command.h"
 
+#include "command_text.h"
+
 #include <algorithm>
 #include <QtCore/QCryptographicHash>
+#include <set>
 
 namespace fgs::sparkplug
 {
@@ -69,6 +72,17 @@ std::optional<std::string> commandId(const CommandPayload &command)
     if (!command.payload.time)
         return std::nullopt;
     return std::to_string(*command.payload.time) + "-" + digestOf(command);
+}
+
+std::string faultIn(const Payload &payload)
+{
+    if (payload.metrics.empty())
+        return "there is no metric in it; send those that are to be written";
+    std::set<std::string> names;
+    for (const Metric &metric : payload.metrics)
+        if (!names.insert(metric.name).second)
+            return "the metric " + inQuotes(metric.name) + " stands twice; name each once";
+    return {};
 }
 
 std::string commandJson(const CommandPayload &command, const Device &device, const std::vector<GatewayTag> &tags)

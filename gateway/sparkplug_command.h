@@ -20,6 +20,8 @@ struct CommandPayload {
 /// repeat.
 std::optional<std::string> commandId(const CommandPayload &command);
 
+/// Why nothing can be written by it, for people; empty: it can.
+std::string faultIn(const Payload &payload);
 /// {"id":..,"ts":..,"set":{..}} for a device. A tag with several values is an array if all of them are there, else
 /// NAME/0 and so on. What is no metric of the device, so that it cannot be written, is DEVICE/METRIC.
 std::string commandJson(const CommandPayload &command, const Device &device, const std::vector<GatewayTag> &tags);

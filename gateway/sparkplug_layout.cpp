@@ -60,6 +60,12 @@ std::vector<Metric> linkMetrics(const LineState &line)
             {LinkErrorMetric, line.since, DataType::String, false, {}, error}};
 }
 
+/// Whether the values of one mean the same as those of the other.
+bool isSame(const Tag &a, const Tag &b)
+{
+    return textOf(a) == textOf(b) && a.scaling.scale == b.scaling.scale && a.scaling.offset == b.scaling.offset;
+}
+
 bool isSame(const std::vector<Metric> &a, const std::vector<Metric> &b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
@@ -130,7 +136,9 @@ private:
     /// DDATA, with the qualities that have to be told.
     Message data(const std::string &device, std::vector<Metric> metrics, Epoch now);
 
-    bool isNews(const Sample &sample) const;
+    bool isNews(const GatewayTag &tag, Epoch time) const;
+    bool isPlaceOf(const MetricPlace &place, const Tag &tag) const;
+    std::vector<Metric> heldMetrics(const TagAnswer &answer) const;
 
     Incoming hostState(const Received &message);
     Incoming command(const Received &message, const Device &device);
@@ -378,17 +386,40 @@ Incoming SparkplugLayout::command(const Received &message, const Device &device)
         const CommandPayload decoded = {message.topic, message.payload, decode(message.payload)};
         if (&device == &nodeAsDevice && asksForRebirth(decoded.payload) && !message.isRetained)
             return {Incoming::Rebirth, {}, false};
-        return {Incoming::Command, commandJson(decoded, device, tags), false};
+        return {Incoming::Command, commandJson(decoded, device, tags), false, faultIn(decoded.payload)};
     } catch (const PayloadError &error) {
-        return {Incoming::Command, std::string("no Sparkplug payload: ") + error.what(), false};
+        return {Incoming::Command, {}, false, std::string("no Sparkplug payload: ") + error.what()};
     }
 }
 
 /// Whether it is worth telling: not if something newer has been told.
-bool SparkplugLayout::isNews(const Sample &sample) const
+bool SparkplugLayout::isNews(const GatewayTag &tag, Epoch time) const
 {
-    const auto last = told.find(metricNames(tags[sample.tag]).front());
-    return sample.quality != Quality::Unknown && (last == told.end() || sample.time >= last->second.time);
+    const auto last = told.find(metricNames(tag).front());
+    return last == told.end() || time >= last->second.time;
+}
+
+/// As a whole, or that value of it alone.
+bool SparkplugLayout::isPlaceOf(const MetricPlace &place, const Tag &tag) const
+{
+    const Tag &whole = tags[place.tag].tag;
+    return isSame(whole, tag) || isSame(valueOf(whole, Format::Unsigned, static_cast<int>(place.value)), tag);
+}
+
+/// None if they are no news, or the tag is another one than it was when the command came.
+std::vector<Metric> SparkplugLayout::heldMetrics(const TagAnswer &answer) const
+{
+    const HeldValue &held = *answer.held;
+    GatewayTag written;
+    written.tag = held.tag;
+    written.name = answer.name;
+    const Device *const device = deviceNamed(deviceName(held.tag.variable.station));
+    if (!device)
+        return {};
+    const auto place = device->metrics.find(metricNames(written).front());
+    if (place == device->metrics.end() || !isPlaceOf(place->second, held.tag) || !isNews(written, held.time))
+        return {};
+    return metricsOf(written, {place->second.tag, held.quality, held.reason, held.time, held.values});
 }
 
 /// The values that were read back, of one station as the commands are; what was refused has not changed.
@@ -397,13 +428,13 @@ std::optional<Message> SparkplugLayout::answer(const CommandAnswer &answer, Epoc
     std::vector<Metric> metrics;
     std::string key;
     for (const TagAnswer &tag : answer.tags) {
-        if (!tag.held || !isNews(*tag.held))
+        if (!tag.held)
             continue;
-        key = deviceName(tags[tag.held->tag].tag.variable.station);
-        append(metrics, metricsOf(tags[tag.held->tag], *tag.held));
+        key = deviceName(tag.held->tag.variable.station);
+        append(metrics, heldMetrics(tag));
     }
     const Device *const device = deviceNamed(key);
-    if (!device || !isBorn(*device))
+    if (metrics.empty() || !device || !isBorn(*device))
         return std::nullopt;
     return data(key, std::move(metrics), now);
 }

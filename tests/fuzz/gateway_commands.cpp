@@ -1,9 +1,11 @@
-// Commands of a hostile sender, a line each; lines with ! let time pass, take the link away, write and answer.
-// Nothing is ordered that the rules do not allow, and every command gets its one final answer.
+// Commands of a hostile sender, a line each; lines with ! let time pass, take the link away, write and answer, and
+// change the settings. Nothing is ordered that the rules do not allow, and every command gets its one final answer,
+// which stays the same whatever the settings become.
 #include "gateway/command.h"
 #include "gateway/layout.h"
 #include "target.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -44,6 +46,17 @@ GatewaySettings someSettings()
     return settings;
 }
 
+/// The same variables at other places, one by another name, one not at all.
+GatewaySettings otherSettings()
+{
+    GatewaySettings settings = someSettings();
+    std::reverse(settings.tags.begin(), settings.tags.end());
+    settings.tags.pop_back();
+    settings.tags.back().name = "burns";
+    settings.commands.mostPerMinute = 30;
+    return settings;
+}
+
 float floatOf(quint32 bits)
 {
     float number = 0;
@@ -52,21 +65,22 @@ float floatOf(quint32 bits)
 }
 
 /// By what the tags above say, without their types and rules.
-bool isAllowed(std::size_t tag, const std::vector<quint32> &elements)
+bool isAllowed(const Variable &variable, const std::vector<quint32> &elements)
 {
-    const auto isBetween = [](quint32 element, quint32 low, quint32 high) {
-        return element >= low && element <= high;
-    };
-    switch (tag) {
-    case 0: // tenths, in halves
+    const auto isZone = [](quint32 element) { return element >= 10 && element <= 100; };
+    switch (variable.address) {
+    case 100: // tenths, in halves
         return elements.size() == 1 && elements[0] <= 2500 && elements[0] % 5 == 0;
-    case 1:
+    case 5:
         return elements.size() == 1 && elements[0] <= 1;
-    case 2:
+    case 200:
         return elements.size() == 2 && elements[0] <= 0xFFFF && elements[1] <= 0xFFFF;
-    case 3:
-        return elements.size() == 3 && isBetween(elements[0], 10, 100) && isBetween(elements[1], 10, 100) &&
-               isBetween(elements[2], 10, 100);
+    case 300:
+        return (elements.size() == 3 || elements.size() == 1) &&
+               std::all_of(elements.begin(), elements.end(), isZone);
+    case 301:
+    case 302:
+        return elements.size() == 1 && isZone(elements[0]);
     case 4:
         return elements.size() == 1 && std::abs(floatOf(elements[0])) <= 1000;
     default:
@@ -149,6 +163,13 @@ private:
             hold();
             finish(rest);
             break;
+        case 'c':
+            change(*settings, false);
+            break;
+        case 't':
+            finish("");
+            change(settings == &first ? second : first, true);
+            break;
         default:
             break;
         }
@@ -168,6 +189,15 @@ private:
         takeAnswers(true);
     }
 
+    void change(const GatewaySettings &next, bool areOtherTags)
+    {
+        settings = &next;
+        desk.changeSettings(next, areOtherTags);
+        layout = makePlainLayout(next);
+        require(!areOtherTags || orders.waiting() == 0, "an order for tags of before");
+        step(milliseconds(0));
+    }
+
     void hold()
     {
         if (held)
@@ -175,11 +205,14 @@ private:
         held = orders.take();
         if (!held)
             return;
-        std::set<std::size_t> tags;
+        std::set<std::pair<int, int>> places;
         require(!held->tags.empty() && held->tags.size() == held->assignments.size(), "an order without a tag");
         for (std::size_t i = 0; i < held->tags.size(); ++i) {
-            require(isAllowed(held->tags[i], held->assignments[i].values), "an order beyond the rules");
-            require(tags.insert(held->tags[i]).second, "an order that sets a tag twice");
+            const Variable &variable = held->assignments[i].tag.variable;
+            require(isAllowed(variable, held->assignments[i].values), "an order beyond the rules");
+            for (int element = 0; element < variable.count; ++element)
+                require(places.emplace(variable.area, variable.address + element).second,
+                        "an order that sets something twice");
         }
     }
 
@@ -236,10 +269,11 @@ private:
         return sum;
     }
 
-    const GatewaySettings settings = someSettings();
-    const std::unique_ptr<Layout> layout = makePlainLayout(settings);
+    const GatewaySettings first = someSettings(), second = otherSettings();
+    const GatewaySettings *settings = &first;
+    std::unique_ptr<Layout> layout = makePlainLayout(first);
     OrderDesk orders;
-    CommandDesk desk{settings, orders, false};
+    CommandDesk desk{first, orders, false, Noon - 10000};
     LineState line;
     Epoch now = Noon;
     milliseconds steady{0};

@@ -30,7 +30,7 @@ using Result = CommandResult;
 
 const Epoch Noon = 1700000000000;
 
-/// Tags 0 to 7.
+/// Tags 0 to 8.
 GatewaySettings ovenSettings()
 {
     GatewaySettings settings = gatewaySettings(
@@ -40,7 +40,8 @@ GatewaySettings ovenSettings()
                    writableTag(gatewayTag("zones", "5:300x3:u16"), {10, 100, 0}),
                    writableTag(gatewayTag("gain", "10:4:f32"), {-1e30, 1e30, 0}),
                    writableTag(gatewayTag("far", "5:100@12:u16"), {0, 70000, 0}), // more than a word holds
-                   gatewayTag("temp", "5:1:s16"), writableTag(gatewayTag("odd", "5:400:s16"), {-7, 100, 10})});
+                   gatewayTag("temp", "5:1:s16"), writableTag(gatewayTag("odd", "5:400:s16"), {-7, 100, 10}),
+                   writableTag(gatewayTag("pieces", "5:500x2:u32"), {0, 100000, 0})});
     settings.commands.mostPerMinute = 100000;
     return settings;
 }
@@ -54,7 +55,10 @@ protected:
         line.stations = {{1, true}, {12, true}};
     }
 
-    void start(bool isReadOnly = false) { desk = std::make_unique<CommandDesk>(settings, orders, isReadOnly); }
+    void start(bool isReadOnly = false, Epoch begun = 0)
+    {
+        desk = std::make_unique<CommandDesk>(settings, orders, isReadOnly, begun);
+    }
 
     CommandDesk &running()
     {
@@ -142,8 +146,10 @@ protected:
     {
         OrderEnd end;
         end.number = order.number;
-        for (std::size_t i = 0; i < results.size(); ++i)
+        for (std::size_t i = 0; i < results.size(); ++i) {
             end.reports.push_back(reportOf(order.assignments[i], results[i]));
+            end.heldTimes.push_back(now - 7 - Epoch(i));
+        }
         orders.finish(end);
         running().step(now, steady);
     }
@@ -189,8 +195,10 @@ TEST_F(Desk, OrdersWhatIsAllowedAndAnswersWithWhatIsHeld)
     EXPECT_EQ(last.tags[0].name, "sp");
     EXPECT_EQ(last.tags[0].result, Result::Verified);
     ASSERT_TRUE(last.tags[0].held);
-    EXPECT_EQ(last.tags[0].held->tag, 0u);
+    EXPECT_EQ(last.tags[0].held->tag.variable.address, 100);
     EXPECT_EQ(last.tags[0].held->values, std::vector<quint32>{1235});
+    EXPECT_EQ(last.tags[0].held->time, Noon + 43) << "of the reply";
+    EXPECT_EQ(last.tags[1].held->time, Noon + 42);
     EXPECT_EQ(running().commands(), 1u);
 }
 
@@ -212,6 +220,44 @@ TEST_F(Desk, TakesValuesOfEachType)
     EXPECT_EQ(ordered(R"("gain":-3)"), std::vector<quint32>{bitsOfFloat(-3)});
     EXPECT_EQ(ordered(R"("odd":-7)"), std::vector<quint32>{0xFFF9});
     EXPECT_EQ(ordered(R"("odd":3)"), std::vector<quint32>{3});
+}
+
+TEST_F(Desk, TakesOneValueOfSeveral)
+{
+    EXPECT_EQ(ordered(R"("zones/0":10)"), std::vector<quint32>{10});
+    EXPECT_EQ(ordered(R"("pieces/0":5)"), (std::vector<quint32>{5, 0}));
+    set("a", R"("pieces/1":70000,"zones/0":20,"zones/2":30)");
+    const std::optional<Order> order = orders.take();
+    ASSERT_TRUE(order);
+    ASSERT_EQ(order->assignments.size(), 3u);
+    EXPECT_EQ(order->tags, (std::vector<std::size_t>{8, 3, 3}));
+    EXPECT_EQ(textOf(order->assignments[0].tag.variable).toStdString(), "5:502x2@1");
+    EXPECT_EQ(order->assignments[0].values, (std::vector<quint32>{0x1170, 1}));
+    EXPECT_EQ(textOf(order->assignments[1].tag.variable).toStdString(), "5:300@1");
+    EXPECT_EQ(textOf(order->assignments[2].tag.variable).toStdString(), "5:302@1");
+    finish(*order, {WriteResult::Verified, WriteResult::Verified, WriteResult::Verified});
+    const CommandAnswer last = answer();
+    ASSERT_EQ(last.tags.size(), 3u);
+    EXPECT_EQ(last.tags[0].name, "pieces/1");
+    EXPECT_EQ(last.tags[1].name, "zones/0");
+    EXPECT_EQ(last.tags[2].held->values, std::vector<quint32>{30});
+}
+
+TEST_F(Desk, RefusesOneValueOfSeveralByTheRulesOfAll)
+{
+    for (const char *tags :
+         {R"("zones/3":10)", R"("zones/":10)", R"("zones/-1":10)", R"("zones/00":10)", R"("zones/0/0":10)",
+          R"("zones/99999999999999999999":10)", R"("/0":10)", R"("sp/0":10)", R"("recipe/0":"A")", R"("temp/0":1)"})
+        refusalOf(tags, Failure::UnknownTag);
+    EXPECT_NE(refusalOf(R"("zones/3":10)", Failure::UnknownTag).message.find("zones/0 to zones/2"),
+              std::string::npos);
+    refusalOf(R"("zones/1":9)", Failure::OutOfRange);
+    refusalOf(R"("zones/1":10.5)", Failure::OffStep);
+    refusalOf(R"("zones/1":[10])", Failure::WrongType);
+    EXPECT_EQ(refusalOf(R"("zones":[10,20,30],"zones/1":20)", Failure::NotJson).tags.at(0).name, "zones/1");
+    EXPECT_EQ(refusalOf(R"("zones/1":20,"zones":[10,20,30])", Failure::NotJson).tags.at(0).name, "zones");
+    line.stations[1] = false;
+    EXPECT_EQ(refusalOf(R"("zones/1":20)", Failure::StationDown).tags.at(0).name, "zones/1");
 }
 
 // ---- refusals, in the order of the checks
@@ -268,6 +314,16 @@ TEST_F(Desk, RefusesWhatIsNoCommand)
         EXPECT_EQ(refusal(Failure::NotJson).id, "") << text;
     }
     EXPECT_EQ(running().failures(Failure::NotJson), std::size(texts));
+}
+
+TEST_F(Desk, RefusesWhatItsLayoutCannotRead)
+{
+    running().refuse("no payload", now);
+    const CommandAnswer last = refusal(Failure::NotJson);
+    EXPECT_EQ(last.id, "");
+    EXPECT_EQ(last.time, now);
+    EXPECT_EQ(last.message, "no payload");
+    EXPECT_EQ(running().commands(), 1u);
 }
 
 TEST_F(Desk, RefusesCommandsOfTheWrongShapeByTheirId)
@@ -358,6 +414,31 @@ TEST_F(Desk, RefusesByAge)
     send("justnot", now + 30000);
     EXPECT_TRUE(isSilent());
     EXPECT_EQ(orders.waiting(), 1u); // the newer one took the place of the other
+}
+
+/// The one before may have carried it out, and nobody knows its ids any more.
+TEST_F(Desk, RefusesWhatWasSentBeforeItBegan)
+{
+    const std::string before = commandText("a", R"("sp":1)");
+    now += 1;
+    start(false, now);
+    take(before);
+    const CommandAnswer last = refusal(Failure::TooOld);
+    EXPECT_EQ(last.id, "a");
+    EXPECT_NE(last.message.find("before this gateway began"), std::string::npos) << last.message;
+    take(R"({"id":"r","ts":)" + std::to_string(now - 1) + R"(,"rebirth":true})");
+    EXPECT_EQ(answer().result, Result::Rebirth);
+    ordered(R"("sp":1)");
+    settings.commands.longestAge = 0s;
+    take(R"({"id":"b","ts":)" + std::to_string(now - 1) + R"(,"set":{"sp":2}})");
+    EXPECT_TRUE(orders.hasOrders());
+}
+
+TEST_F(Desk, HasBegunByTheClockAsItIsNow)
+{
+    start(false, now);
+    now -= 60000; // set back
+    ordered(R"("sp":1)");
 }
 
 TEST_F(Desk, LooksAtNoAgeIfTheLimitIsZero)
@@ -584,6 +665,24 @@ TEST_F(Desk, AnswersForEachEndOfAWrite)
     }
 }
 
+TEST_F(Desk, AnswersThatTheLinkWasLostBeforeAnythingWasSent)
+{
+    set("a", R"("sp":1,"heats":true)");
+    const std::optional<Order> order = orders.take();
+    ASSERT_TRUE(order);
+    OrderEnd end;
+    end.number = order->number;
+    end.isLinkLost = true;
+    orders.finish(end);
+    pass(0ms);
+    const CommandAnswer last = answer();
+    EXPECT_EQ(last.result, Result::Failed);
+    EXPECT_EQ(last.failure, Failure::LinkDown);
+    ASSERT_EQ(last.tags.size(), 2u);
+    EXPECT_EQ(last.tags[1].failure, Failure::LinkDown);
+    EXPECT_NE(last.message.find("the link to the controllers was lost"), std::string::npos) << last.message;
+}
+
 TEST_F(Desk, AnswersForEachTagOfAFailedCommand)
 {
     set("a", R"("sp":1,"heats":true,"recipe":"A")");
@@ -649,6 +748,28 @@ TEST_F(Desk, TakesBackWhatHasNotBegunInTime)
     EXPECT_TRUE(isSilent());
 }
 
+TEST_F(Desk, TellsWhenSomethingHasWaitedTooLong)
+{
+    EXPECT_EQ(running().nextLimit(), milliseconds::max());
+    set("a", R"("sp":1)");
+    pass(1000ms);
+    take(R"({"id":"b","ts":)" + std::to_string(now - 20000) + R"(,"set":{"heats":1}})");
+    set("c", R"("gain":1)");
+    EXPECT_EQ(running().nextLimit(), steady + 10000ms);
+    const std::optional<Order> order = orders.take();
+    pass(10000ms);
+    EXPECT_EQ(answer().id, "b");
+    EXPECT_EQ(running().nextLimit(), steady + 19000ms);
+    pass(19000ms);
+    EXPECT_EQ(running().nextLimit(), steady + 1000ms) << "the first one has begun";
+    pass(1000ms);
+    EXPECT_EQ(answer().id, "c");
+    EXPECT_EQ(running().nextLimit(), milliseconds::max());
+    ASSERT_TRUE(order);
+    finish(*order, {WriteResult::Verified});
+    EXPECT_EQ(answer().id, "a");
+}
+
 TEST_F(Desk, CountsTheAgeFromTheSendersTime)
 {
     take(R"({"id":"a","ts":)" + std::to_string(now - 20000) + R"(,"set":{"sp":1}})");
@@ -681,6 +802,72 @@ TEST_F(Desk, TakesBackWithoutALimitOfAgeToo)
     EXPECT_TRUE(isSilent());
     pass(1ms);
     EXPECT_EQ(answer().result, Result::Expired);
+}
+
+// ---- other settings
+
+TEST_F(Desk, GoesOnWhereItWasWithOtherSettings)
+{
+    set("old", R"("heats":true)");
+    const std::optional<Order> first = orders.take();
+    set("due", R"("heats":1,"sp":999)");
+    set("waits", R"("gain":1)");
+    ASSERT_TRUE(first);
+    const GatewaySettings others =
+        gatewaySettings({"oven"}, {writableTag(gatewayTag("pump", "2:7:bit"), {0, 1, 0}),
+                                   writableTag(gatewayTag("speed", "5:9:u16"), {0, 100, 0})});
+    running().changeSettings(others, true);
+    EXPECT_EQ(answer().id, "due");
+    EXPECT_FALSE(orders.hasOrders());
+    pass(0ms);
+    EXPECT_EQ(running().answers().front().failure, Failure::NotSent);
+    EXPECT_EQ(running().answers().front().tags.at(0).name, "gain");
+    EXPECT_EQ(answer().id, "waits");
+    set("new", R"("speed":77)");
+    const std::optional<Order> second = orders.take();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second->number, first->number);
+    finish(*first, {WriteResult::Verified});
+    CommandAnswer last = answer();
+    EXPECT_EQ(last.id, "old");
+    ASSERT_EQ(last.tags.size(), 1u);
+    EXPECT_EQ(last.tags[0].name, "heats");
+    EXPECT_EQ(last.tags[0].held->tag.variable.address, 5);
+    EXPECT_EQ(last.tags[0].held->values, std::vector<quint32>{1});
+    finish(*second, {WriteResult::Verified});
+    last = answer();
+    EXPECT_EQ(last.id, "new");
+    EXPECT_EQ(last.tags.at(0).held->values, std::vector<quint32>{77});
+    set("old", R"("pump":true)"); // known still
+    EXPECT_EQ(answer().tags.at(0).name, "heats");
+    EXPECT_FALSE(orders.hasOrders());
+    EXPECT_EQ(running().commands(), 5u);
+    EXPECT_EQ(running().failures(Failure::OutOfRange), 1u);
+    refusalOf(R"("sp":1)", Failure::UnknownTag);
+}
+
+TEST_F(Desk, LeavesWhatWaitsWhereItIsIfTheTagsAreTheSame)
+{
+    set("a", R"("sp":1)");
+    const GatewaySettings others = settings;
+    running().changeSettings(others, false);
+    finishNext({WriteResult::Verified});
+    EXPECT_EQ(answer().result, Result::Verified);
+}
+
+TEST_F(Desk, CountsWhatWasSpentAgainstAnotherRate)
+{
+    settings.commands.mostPerMinute = 3;
+    for (int i = 0; i < 3; ++i)
+        ordered(R"("sp":1)");
+    GatewaySettings others = settings;
+    others.commands.mostPerMinute = 2;
+    running().changeSettings(others, false);
+    refusalOf(R"("sp":1)", Failure::TooMany);
+    others.commands.mostPerMinute = 4;
+    running().changeSettings(others, false);
+    ordered(R"("sp":1)");
+    refusalOf(R"("sp":1)", Failure::TooMany);
 }
 
 // ---- ids

@@ -280,6 +280,7 @@ TEST_F(LineLoopTest, WritesAndTellsWhatTheControllerHoldsThen)
     EXPECT_EQ(ends[0].reports[0].held.values, (Values{11, 12}));
     EXPECT_EQ(last(0).values, (Values{11, 12})) << "before it is polled again";
     EXPECT_GT(last(0).time, epochOf(1001s));
+    EXPECT_EQ(ends[0].heldTimes, std::vector<Epoch>{last(0).time});
     EXPECT_LT(last(1).time, epochOf(1001s));
 }
 
@@ -408,10 +409,10 @@ TEST_F(LineLoopTest, TheNewestOrderForATagWins)
     orderAt(500ms, 3, {{1, {14}}});
     run(2s);
     ASSERT_EQ(ends.size(), 3u);
-    EXPECT_TRUE(ends[0].superseded);
+    EXPECT_EQ(ends[0].superseded, std::vector<bool>{true});
     EXPECT_EQ(results(0), Results{WriteResult::NotSent});
     EXPECT_EQ(results(1), (Results{WriteResult::Verified, WriteResult::NotSent}));
-    EXPECT_EQ(ends[1].supersededTags, std::vector<std::size_t>{1});
+    EXPECT_EQ(ends[1].superseded, (std::vector<bool>{false, true}));
     EXPECT_EQ(results(2), Results{WriteResult::Verified});
     EXPECT_EQ(held(0), Values{12});
     EXPECT_EQ(held(1), Values{14});
@@ -451,6 +452,8 @@ TEST_F(LineLoopTest, TheEndAmidAWriteIsToldAsItIs)
     ASSERT_EQ(ends.size(), 2u);
     EXPECT_EQ(results(0), (Results{WriteResult::Written, WriteResult::Unknown, WriteResult::NotSent}));
     EXPECT_EQ(results(1), Results{WriteResult::NotSent});
+    EXPECT_FALSE(ends[0].isLinkLost);
+    EXPECT_FALSE(ends[1].isLinkLost);
     EXPECT_EQ(ends[1].reports[0].assignment.values, Values{14});
     EXPECT_EQ(writes.sent(), 2);
 }
@@ -473,6 +476,8 @@ TEST_F(LineLoopTest, AnOrderForALostLinkEndsWhenItsPatienceDoes)
     orderAt(500ms, 1, {{0, {11}}});
     run(20s);
     EXPECT_EQ(results(0), Results{WriteResult::NotSent});
+    EXPECT_EQ(ends[0].heldTimes, std::vector<Epoch>{0});
+    EXPECT_TRUE(ends[0].isLinkLost);
     EXPECT_EQ(writes.sent(), 0);
 }
 

@@ -29,16 +29,19 @@ Message message(const std::string &topic, const std::string &payload)
     return made;
 }
 
-/// Of an order of one variable, which then holds what was ordered.
+/// A line that writes everything well.
 OrderEnd verified(const Order &order)
 {
-    WriteReport report;
-    report.assignment = order.assignments[0];
-    report.result = WriteResult::Verified;
-    report.held.variable = report.assignment.tag.variable;
-    report.held.quality = Quality::Good;
-    report.held.values = report.assignment.values;
-    return {order.number, false, {report}, {}};
+    OrderEnd end;
+    end.number = order.number;
+    for (const Assignment &assignment : order.assignments) {
+        WriteReport report = notSent(assignment);
+        report.result = WriteResult::Verified;
+        report.held.quality = Quality::Good;
+        report.held.values = assignment.values;
+        end.reports.push_back(report);
+    }
+    return end;
 }
 
 GatewaySettings spoolingSettings(const FakeBroker &broker, const TemporaryFolder &folder, int historyPerSecond)
@@ -405,7 +408,7 @@ TEST(NetworkSender, TellsAllAnewAtMostOnceASecondAndNothingBeforeIt)
     const std::unique_ptr<Layout> layout = makePlainLayout(settings);
     Reporter reporter(settings.tags);
     OrderDesk orders;
-    CommandDesk desk(settings, orders, false);
+    CommandDesk desk(settings, orders, false, 0);
     Sender sender({user.client, *layout, reporter, desk, nullptr});
     const auto sentAt = [&](int steady) {
         sender.send({}, {1000, milliseconds(steady)});
@@ -596,12 +599,20 @@ TEST_F(NetworkTest, DoesNotWaitForAReaderThatSleeps)
     EXPECT_TRUE(gateway.network.figures().isBrokerUp);
 }
 
+/// Whose tags may all be written, at any time.
+GatewaySettings writableSettings(int port)
+{
+    GatewaySettings settings = gatewaySettings({port});
+    settings.commands.longestAge = std::chrono::seconds(0);
+    for (GatewayTag &tag : settings.tags)
+        tag.write = WriteRule{0, 100, 0};
+    return settings;
+}
+
 TEST_F(NetworkTest, RefusesARetainedCommandAndCarriesOutAnAllowedOne)
 {
     broker.start();
-    GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.commands.longestAge = std::chrono::seconds(0);
-    settings.tags[0].write = WriteRule{0, 100, 0};
+    const GatewaySettings settings = writableSettings(broker.port());
     MqttUser user(readerSettings(), {"plant/press7/ack"});
     user.stepUntilConnected();
     Message command;
@@ -679,6 +690,120 @@ TEST_F(NetworkTest, TellsOnceThatMessagesWereDropped)
     clock.pass(std::chrono::minutes(2));
     gateway.stepUntil([&] { return gateway.network.figures().isBrokerUp; });
     EXPECT_EQ(gateway.timesSaid("some were dropped"), 1);
+}
+
+/// Somebody who sends commands and hears the answers.
+struct Operator : MqttUser {
+    explicit Operator(int port) : MqttUser(brokerSettings({port}, "operator"), {"plant/press7/ack"})
+    {
+        stepUntilConnected();
+    }
+
+    /// The order that comes of it, which is under way then.
+    Order order(Gateway &gateway, const std::string &id, const std::string &set)
+    {
+        stepBoth(gateway, *this, [&] { return gateway.network.figures().acknowledged >= 2; }); // it reads
+        const std::string command = R"({"id":")" + id + R"(","set":)" + set + "}";
+        stepBoth(gateway, *this, [&] { return client.publish({"plant/press7/cmd", command}) != 0; });
+        stepBoth(gateway, *this, [&] { return gateway.orders.hasOrders(); });
+        return *gateway.orders.take();
+    }
+    /// How often it came.
+    long answers(const std::string &part) const
+    {
+        return std::count_if(received.begin(), received.end(),
+                             [&part](const Received &message) { return contains(message.payload, part); });
+    }
+};
+
+TEST_F(NetworkTest, AnswersEachCommandWithItsOwnValuesWhateverIsReadAgain)
+{
+    broker.start();
+    GatewaySettings settings = writableSettings(broker.port());
+    Gateway gateway(settings);
+    Operator user(broker.port());
+    const Order old = user.order(gateway, "old", R"({"t0":10})");
+    settings.tags[3].report.deadBand = 5;
+    gateway.network.apply(settings);
+    const Order next = user.order(gateway, "new", R"({"t1":77})");
+    gateway.orders.finish(verified(old));
+    stepBoth(gateway, user, [&] { return user.answers(R"({"id":"old","result":"verified")") > 0; });
+    EXPECT_EQ(user.answers(R"("values":{"t0":10},)"), 1);
+    EXPECT_EQ(user.answers("new"), 0);
+    gateway.orders.finish(verified(next));
+    stepBoth(gateway, user, [&] { return user.answers(R"({"id":"new","result":"verified")") > 0; });
+    EXPECT_EQ(user.answers(R"("values":{"t1":77},)"), 1);
+    EXPECT_EQ(gateway.network.figures().commands, 2U);
+}
+
+/// Only one answer is on its way at a time: the others wait, with places in tags that are no more.
+TEST_F(NetworkTest, AnswersWhatWaitedAsItWasWhenTheTagsAreOthers)
+{
+    broker.start();
+    GatewaySettings settings = writableSettings(broker.port());
+    Gateway gateway(settings);
+    Operator user(broker.port());
+    std::vector<Order> orders;
+    for (int i = 0; i < 3; ++i)
+        orders.push_back(user.order(gateway, "q" + std::to_string(i), R"({"t3":1)" + std::to_string(i) + "}"));
+    for (const Order &order : orders)
+        gateway.orders.finish(verified(order));
+    settings.tags.resize(1);
+    settings.tags[0].tag.scaling.scale = 0.5;
+    gateway.network.apply(settings);
+    stepBoth(gateway, user, [&] { return user.answers("\"q2\"") > 0; });
+    for (const char *value : {"10", "11", "12"})
+        EXPECT_GE(user.answers(std::string(R"("values":{"t3":)") + value + "},"), 1) << value;
+    EXPECT_EQ(gateway.network.figures().commands, 3U);
+}
+
+/// As the message of the refusal tells people to.
+TEST_F(NetworkTest, AnswersNobodyWhoDeletesAKeptCommand)
+{
+    broker.start();
+    Gateway gateway(writableSettings(broker.port()));
+    Operator user(broker.port());
+    Message kept;
+    kept.topic = "plant/press7/cmd";
+    kept.isRetained = true;
+    stepBoth(gateway, user, [&] { return gateway.network.figures().acknowledged >= 2; });
+    user.tell(kept);
+    user.order(gateway, "next", R"({"t0":5})");
+    EXPECT_EQ(gateway.network.figures().commands, 1U);
+    EXPECT_TRUE(user.received.empty());
+}
+
+/// Answers that the client sent until now.
+std::vector<std::string> answersIn(const MqttTap &tap)
+{
+    std::vector<std::string> answers;
+    for (const MqttPacket &packet : tap.sent())
+        if (packet.type() == MqttPacket::Publish && MqttPublish(packet).topic == "plant/press7/ack")
+            answers.push_back(MqttPublish(packet).payload);
+    return answers;
+}
+
+/// It goes away between commands and answers.
+TEST_F(NetworkTest, KeepsItsAnswersWhileTheBrokerIsAway)
+{
+    broker.start();
+    MqttTap tap(broker.port(), true);
+    Gateway gateway(writableSettings(tap.port()));
+    Operator user(broker.port());
+    std::vector<Order> orders;
+    for (int i = 0; i < 3; ++i)
+        orders.push_back(user.order(gateway, "q" + std::to_string(i), R"({"t0":1)" + std::to_string(i) + "}"));
+    broker.kill();
+    gateway.stepUntil([&] { return !gateway.network.figures().isBrokerUp; });
+    for (const Order &order : orders)
+        gateway.orders.finish(verified(order));
+    gateway.step();
+    broker.start();
+    gateway.stepUntil([&] { return answersIn(tap).size() >= orders.size(); });
+    const std::vector<std::string> answers = answersIn(tap);
+    for (std::size_t i = 0; i < orders.size(); ++i)
+        EXPECT_TRUE(contains(answers.at(i), "{\"id\":\"q" + std::to_string(i) + "\",\"result\":\"verified\""))
+            << answers[i];
 }
 
 TEST_F(NetworkTest, TellsTenThousandTags)

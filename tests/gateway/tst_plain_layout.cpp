@@ -272,7 +272,8 @@ TEST_F(PlainLayout, AnswersWithWhatIsHeld)
     answer.id = "a \"1\"";
     answer.time = Noon;
     answer.result = CommandResult::Verified;
-    answer.tags = {{"temp", CommandResult::Verified, CommandFailure::None, "", goodSample(0, {215})}};
+    answer.tags = {{"temp", CommandResult::Verified, CommandFailure::None, "",
+                    HeldValue{settings.tags[0].tag, Quality::Good, Reason(), Noon, {215}}}};
     const std::optional<Message> message = layout->answer(answer, Noon + 7);
     ASSERT_TRUE(message);
     EXPECT_EQ(message->topic, "plant/hall1/press7/ack");
@@ -280,6 +281,15 @@ TEST_F(PlainLayout, AnswersWithWhatIsHeld)
                                 R"("values":{"temp":21.5},"tags":{"temp":{"result":"verified"}}})");
     EXPECT_EQ(message->qos, 1);
     EXPECT_FALSE(message->isRetained);
+}
+
+TEST_F(PlainLayout, AnswersWithTheMeaningThatAValueHadWhenItWasWritten)
+{
+    CommandAnswer answer;
+    const Tag before = gatewayTag("old", "5:77:s16", {0.5}).tag;
+    answer.tags = {{"old", CommandResult::Verified, CommandFailure::None, "",
+                    HeldValue{before, Quality::Good, Reason(), Noon, {3}}}};
+    EXPECT_NE(layout->answer(answer, Noon)->payload.find(R"("values":{"old":1.5})"), std::string::npos);
 }
 
 TEST_F(PlainLayout, AnswersWithReasons)

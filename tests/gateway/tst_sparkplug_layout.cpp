@@ -633,14 +633,26 @@ TEST_F(SparkplugLayoutTest, WhatIsNoMetricOfTheDeviceIsNamedWithIt)
     EXPECT_EQ(commanded("spBv1.0/plant/DCMD/press7/station-2", pump).at("set"), json({{"pump", true}}));
 }
 
-TEST_F(SparkplugLayoutTest, WhatIsNoPayloadIsACommandThatIsNoJson)
+TEST_F(SparkplugLayoutTest, WhatIsNoPayloadIsACommandWithAFault)
 {
     for (const std::string &payload :
          {std::string("\x12\xFF", 2), std::string("{\"set\":{}}"), std::string(1, '\0')}) {
         const Incoming incoming = layout->incoming({"spBv1.0/plant/DCMD/press7/station-1", payload, false});
         EXPECT_EQ(incoming.kind, Incoming::Command);
-        EXPECT_TRUE(json::parse(incoming.command, nullptr, false).is_discarded()) << incoming.command;
+        EXPECT_EQ(incoming.fault.rfind("no Sparkplug payload: ", 0), 0U) << incoming.fault;
     }
+}
+
+TEST_F(SparkplugLayoutTest, ACommandWithoutAMetricOrWithOneTwiceHasAFault)
+{
+    const auto faultOf = [this](const std::string &metrics) {
+        return layout->incoming({"spBv1.0/plant/DCMD/press7/station-1", written(metrics), false}).fault;
+    };
+    const std::string count = metric("count", protobuf::number(10, 5));
+    EXPECT_EQ(faultOf(count + metric("level", protobuf::number(10, 5))), "");
+    EXPECT_EQ(faultOf(""), "there is no metric in it; send those that are to be written");
+    EXPECT_EQ(faultOf(count + metric("level", protobuf::number(10, 5)) + metric("count", protobuf::number(10, 6))),
+              "the metric 'count' stands twice; name each once");
 }
 
 TEST_F(SparkplugLayoutTest, APayloadThatIsTooLongIsACommandThatIsTooLong)
@@ -651,12 +663,20 @@ TEST_F(SparkplugLayoutTest, APayloadThatIsTooLongIsACommandThatIsTooLong)
 
 // ---- answers
 
+/// To a command for the counter, of which 9 was read back, and for another tag, which was refused.
+CommandAnswer answerOf(Epoch time)
+{
+    CommandAnswer answer;
+    answer.tags.resize(2);
+    answer.tags[0].name = "count";
+    answer.tags[0].held = HeldValue{tagOf("count", "5:200@1:u16").tag, Quality::Good, Reason(), time, {9}};
+    return answer;
+}
+
 TEST_F(SparkplugLayoutTest, AnAnswerIsTheValueThatWasReadBack)
 {
     born();
-    CommandAnswer answer;
-    answer.tags.resize(2);
-    answer.tags[0].held = sampleOf(Count, {9}, Start + 5);
+    const CommandAnswer answer = answerOf(Start + 5);
     const std::optional<Message> message = layout->answer(answer, Start + 80);
     ASSERT_TRUE(message);
     EXPECT_EQ(message->topic, "spBv1.0/plant/DDATA/press7/station-1");
@@ -667,15 +687,42 @@ TEST_F(SparkplugLayoutTest, AnAnswerIsTheValueThatWasReadBack)
 
 TEST_F(SparkplugLayoutTest, AnAnswerWithoutNewsIsNone)
 {
-    CommandAnswer answer;
-    answer.tags.resize(1);
-    answer.tags[0].held = sampleOf(Count, {9}, Start + 5);
+    CommandAnswer answer = answerOf(Start + 5);
     EXPECT_FALSE(layout->answer(answer, Start)); // nothing is born
     born();
     answer.tags[0].held->time = Start - 1; // before the birth's
     EXPECT_FALSE(layout->answer(answer, Start));
     answer.tags[0].held.reset(); // refused
     EXPECT_FALSE(layout->answer(answer, Start));
+}
+
+/// The file has changed since the command came.
+TEST_F(SparkplugLayoutTest, AnAnswerOfATagThatIsAnotherOneNowIsNone)
+{
+    born();
+    for (const GatewayTag &before :
+         {tagOf("count", "5:201@1:u16"), tagOf("count", "5:200@1:s16"), tagOf("count", "5:200@1:u16", 0.1),
+          tagOf("counts", "5:200@1:u16"), tagOf("count", "5:200@3:u16"), tagOf("trend", "5:400x2@1:u16")}) {
+        CommandAnswer answer = answerOf(Start + 5);
+        answer.tags[0].name = before.name;
+        answer.tags[0].held->tag = before.tag;
+        EXPECT_FALSE(layout->answer(answer, Start)) << textOf(before.tag).toStdString();
+    }
+    EXPECT_TRUE(layout->answer(answerOf(Start + 5), Start));
+}
+
+TEST_F(SparkplugLayoutTest, AnAnswerOfOneValueOfSeveralIsItsMetric)
+{
+    born();
+    CommandAnswer answer = answerOf(Start + 5);
+    answer.tags[0].name = "trend/2";
+    answer.tags[0].held->tag = tagOf("trend", "5:402@1:u16").tag;
+    const std::optional<Message> message = layout->answer(answer, Start + 80);
+    ASSERT_TRUE(message);
+    ASSERT_EQ(SeenPayload(*message).names(), Topics{"trend/2"});
+    EXPECT_EQ(SeenPayload(*message).metrics[0].fields.number(10), 9U);
+    answer.tags[0].held->tag.variable.address = 401;
+    EXPECT_FALSE(layout->answer(answer, Start + 80));
 }
 
 TEST_F(SparkplugLayoutTest, NothingIsToldAgainAndAgain)

@@ -6,7 +6,7 @@
 #include "support/mosquitto.h"
 #include "support/mqtt_tap.h"
 
-#include <ctime>
+#include <chrono>
 
 using namespace sparkplug_world;
 using lineless::Gateway;
@@ -30,7 +30,8 @@ GatewaySettings settingsFor(const std::vector<int> &ports, const std::string &pr
 
 Epoch epochNow()
 {
-    return std::time(nullptr) * Epoch(1000);
+    const auto since = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<milliseconds>(since).count();
 }
 
 Message rebirthRequest(const std::string &payload)
@@ -544,4 +545,63 @@ TEST_F(SparkplugNetworkTest, WritesWhatADeviceIsCommanded)
     gateway.post(Count, 42, Start);
     stepBoth(gateway, side->host, [&] { return !side->heard(DeviceData).empty(); });
     EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).metric("count").fields.number(10), 42U);
+}
+
+/// Nothing else happens while the host is awaited: the command's own limit has to wake the gateway.
+TEST_F(SparkplugNetworkTest, EndsACommandWhenItsAgeDoes)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()}, "scada");
+    settings.tags[Count].write = WriteRule{0, 100, 0};
+    settings.commands.longestAge = std::chrono::seconds(1);
+    Gateway gateway(settings);
+    stepBoth(gateway, side->host, [&] { return side->countOf("SUBSCRIBE") == 1; });
+    while (!gateway.orders.hasOrders()) { // one may come too late
+        const quint64 before = gateway.network.figures().commands;
+        side->command("DCMD/press7/station-1", metric("count", protobuf::number(4, 6) + protobuf::number(10, 42)));
+        stepBoth(gateway, side->host, [&] { return gateway.network.figures().commands > before; });
+    }
+    while (gateway.orders.hasOrders())
+        gateway.network.step(std::chrono::hours(1), -1);
+    EXPECT_EQ(gateway.orders.takeEnds().size(), 0U) << "and is answered";
+}
+
+TEST_F(SparkplugNetworkTest, WritesOneValueOfSeveral)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    settings.tags[Trend].write = WriteRule{0, 100, 0};
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    side->command("DCMD/press7/station-1", metric("trend/1", protobuf::number(4, 6) + protobuf::number(10, 42)));
+    stepBoth(gateway, side->host, [&] { return gateway.orders.hasOrders(); });
+    const std::optional<Order> order = gateway.orders.take();
+    ASSERT_TRUE(order);
+    ASSERT_EQ(order->assignments.size(), 1U);
+    EXPECT_EQ(textOf(order->assignments[0].tag.variable).toStdString(), "5:401@1");
+    OrderEnd end;
+    end.number = order->number;
+    end.reports.push_back(notSent(order->assignments[0]));
+    end.reports[0].result = WriteResult::Verified;
+    end.reports[0].held.quality = Quality::Good;
+    end.reports[0].held.values = order->assignments[0].values;
+    gateway.orders.finish(end);
+    stepBoth(gateway, side->host, [&] { return !side->heard(DeviceData).empty(); });
+    EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).names(), Texts{"trend/1"});
+    EXPECT_EQ(SeenPayload(side->heard(DeviceData)[0]).metric("trend/1").fields.number(10), 42U);
+}
+
+TEST_F(SparkplugNetworkTest, RefusesAMetricThatStandsTwiceInItsOwnWords)
+{
+    GatewaySettings settings = settingsFor({side->tap.port()});
+    settings.tags[Count].write = WriteRule{0, 100, 0};
+    Gateway gateway(settings);
+    stepUntilBorn(gateway);
+    const auto refused = [&gateway] {
+        return gateway.network.figures().commandFailures[std::size_t(CommandFailure::NotJson)];
+    };
+    const std::string count = metric("count", protobuf::number(4, 6) + protobuf::number(10, 42));
+    side->command("DCMD/press7/station-1", count + count);
+    stepBoth(gateway, side->host, [&] { return refused() == 1; });
+    EXPECT_TRUE(gateway.hasSaid("the metric 'count' stands twice; name each once"));
+    EXPECT_FALSE(gateway.orders.hasOrders());
+    EXPECT_EQ(gateway.network.figures().commands, 1U);
 }
