@@ -94,7 +94,7 @@ int useOnce()
         require(each.number > last, "numbers that do not ascend");
         last = each.number;
     }
-    require(spool.isWorking(), "the spool does not work");
+    require(spool.problem().empty(), "the spool does not work");
     require(told > 0 || last == added, "what was added is not the last, and nothing was told");
     spool.commit(Now + 1000);
     return told;
