@@ -1,7 +1,7 @@
 #include "network.h"
 
 #include "host/text_error.h"
-#include "http_server.h"
+#include "http_door.h"
 #include "log.h"
 #include "sender.h"
 #include "settings_difference.h"
@@ -80,10 +80,6 @@ struct Network::Parts {
     void makeContent(std::unique_ptr<Layout> newLayout);
     void makeSpool();
     void makeSender();
-    std::unique_ptr<HttpServer> makeHttp(const GatewaySettings &from);
-    void changeHttp(const GatewaySettings &after);
-    void openHttp();
-    void openHttpAgain();
     HttpReply page(const std::string &path) const;
 
     void wait(milliseconds longest, int wake) const;
@@ -123,9 +119,7 @@ struct Network::Parts {
     std::unique_ptr<Spool> spool;
     std::unique_ptr<MqttClient> client;
     std::unique_ptr<Sender> sender;
-    std::unique_ptr<HttpServer> http;
-    std::optional<milliseconds> nextHttp; ///< what could not listen is tried again
-    std::string httpProblem;              ///< as it was told
+    HttpDoor http;
     bool isSubscribed = false;
     bool isLeaving = false;                       ///< this connection, because the primary host is gone
     std::optional<milliseconds> waitsSince;       ///< for an acknowledgement, and none has come
@@ -139,14 +133,15 @@ struct Network::Parts {
 
 Network::Parts::Parts(const GatewaySettings &theSettings, const Wiring &theWiring)
     : wiring(theWiring), log(theWiring.tell), settings(std::make_shared<const GatewaySettings>(theSettings)),
-      client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses))
+      client(std::make_unique<MqttClient>(theSettings.broker, theWiring.pauses)),
+      http([this](const std::string &path) { return page(path); }, log, theWiring.pauses.longest)
 {
     contentSettings = settings;
     desk = std::make_unique<CommandDesk>(*contentSettings, wiring.orders, wiring.readOnly, epochNow());
     makeContent(makeLayout(*settings));
     makeSpool();
     makeSender();
-    openHttp();
+    http.open(settings->http, steadyNow());
     client->start();
 }
 
@@ -173,49 +168,6 @@ void Network::Parts::makeSender()
     sender = std::make_unique<Sender>(Sender::Parts{*client, *layout, *reporter, *desk, spool.get(), perSecond});
 }
 
-std::unique_ptr<HttpServer> Network::Parts::makeHttp(const GatewaySettings &from)
-{
-    if (!from.http)
-        return nullptr;
-    return std::make_unique<HttpServer>(from.http->address, from.http->port,
-                                        [this](const std::string &path) { return page(path); });
-}
-
-/// Another address may have the same port: the old one ends first, and listens again if the new one cannot.
-void Network::Parts::changeHttp(const GatewaySettings &after)
-{
-    http.reset();
-    try {
-        http = makeHttp(after);
-    } catch (const TextError &) {
-        openHttp();
-        throw;
-    }
-}
-
-/// Nothing else waits for it: an address comes with its network, and a port is free when another program ends.
-void Network::Parts::openHttp()
-{
-    try {
-        http = makeHttp(*settings);
-    } catch (const TextError &error) {
-        if (error.what() != std::exchange(httpProblem, error.what()))
-            log.say(httpProblem + " (it is tried again, everything else goes on)");
-        nextHttp = steadyNow() + wiring.pauses.longest;
-    }
-}
-
-void Network::Parts::openHttpAgain()
-{
-    if (!nextHttp || steadyNow() < *nextHttp)
-        return;
-    nextHttp.reset();
-    if (!http)
-        openHttp();
-    if (http && !std::exchange(httpProblem, {}).empty())
-        log.say("HTTP listens on port " + std::to_string(http->port()));
-}
-
 HttpReply Network::Parts::page(const std::string &path) const
 {
     if (path == "/metrics")
@@ -228,17 +180,14 @@ HttpReply Network::Parts::page(const std::string &path) const
 
 void Network::Parts::wait(milliseconds longest, int wake) const
 {
-    milliseconds limit = std::min({longest, sender->patience(steadyNow()), desk->nextLimit() - steadyNow()});
+    milliseconds limit = std::min(
+        {longest, sender->patience(steadyNow()), desk->nextLimit() - steadyNow(), http.patience(steadyNow())});
     if (spool)
         limit = std::min(limit, nextCommit - steadyNow());
     if (nextSubscription)
         limit = std::min(limit, *nextSubscription - steadyNow());
-    if (nextHttp)
-        limit = std::min(limit, *nextHttp - steadyNow());
-    if (http)
-        limit = std::min(limit, http->longestWait());
     waitFor({wake, wiring.mailbox.descriptor(), wiring.orders.endsDescriptor(), client->descriptor(),
-             http ? http->descriptor() : -1},
+             http.descriptor()},
             limit);
 }
 
@@ -251,9 +200,7 @@ void Network::Parts::work()
     sender->send(*wiring.mailbox.sharedState(), thisMoment());
     leaveTheSilent();
     commit();
-    openHttpAgain();
-    if (http)
-        http->step();
+    http.step(steadyNow());
     log.step(steadyNow());
 }
 
@@ -489,7 +436,7 @@ void Network::Parts::apply(const GatewaySettings &after)
     std::unique_ptr<MqttClient> newClient =
         difference.connection ? std::make_unique<MqttClient>(after.broker, wiring.pauses) : nullptr;
     if (difference.http)
-        changeHttp(after);
+        http.move(after.http, steadyNow());
     const bool isToldAnew = newLayout || newClient || difference.spool;
     if (isToldAnew)
         work();
@@ -611,7 +558,7 @@ GatewayFigures Network::figures() const
 
 int Network::httpPort() const
 {
-    return parts->http ? parts->http->port() : 0;
+    return parts->http.port();
 }
 
 } // namespace fgs

@@ -255,6 +255,7 @@ TEST(NetworkBesideAFullDisk, GoesOnPublishing)
         }
         findings.require(!healthOf(gateway.network.figures()).isOk, "looks healthy");
         std::filesystem::remove(folder.path / "filler");
+        gateway.stepUntil([&] { return awaitsNothing(gateway); });
         clock.pass(std::chrono::minutes(1));
         gateway.step();
         findings.require(gateway.hasSaid("works again; messages lost meanwhile: 0"), "does not work again");
