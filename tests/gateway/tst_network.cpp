@@ -361,7 +361,9 @@ TEST(NetworkWithABadBroker, TellsOfConnectionsAsSeldomAsOfTheirLoss)
 {
     FakeBroker broker;
     TestClock clock;
-    Gateway gateway(gatewaySettings({broker.port()}), clock.function());
+    GatewaySettings settings = gatewaySettings({broker.port()});
+    settings.broker.keepAlive = std::chrono::minutes(10); // nothing is silent for too long here
+    Gateway gateway(settings, clock.function());
     const auto comeBack = [&](int connection) {
         gateway.stepUntil([&] {
             return broker.connects == connection &&
@@ -546,7 +548,8 @@ TEST(NetworkWithABadBroker, StaysWithOneThatHasNothingToAcknowledge)
         clock.pass(milliseconds(50000));
         gateway.step();
         gateway.post(0, quint32(i), Epoch(i));
-        gateway.stepUntil([&] { return timesOf(broker, "plant/press7/oven").size() == i; });
+        gateway.stepUntil(
+            [&] { return timesOf(broker, "plant/press7/oven").size() == i && awaitsNothing(gateway); });
     }
     EXPECT_EQ(broker.connects, 1);
     EXPECT_FALSE(gateway.hasSaid("acknowledges nothing"));
