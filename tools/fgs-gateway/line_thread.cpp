@@ -1,22 +1,26 @@
 #include "line_thread.h"
 
+#include <QtCore/QEventLoop>
+
 namespace fgs
 {
 
 LineThread::LineThread(std::shared_ptr<const GatewaySettings> theSettings, const Wiring &theWiring)
-    : settings(std::move(theSettings)), wiring(theWiring), thread(QThread::create([this] { run(); }))
+    : settings(std::move(theSettings)), wiring(theWiring), thread([this] { run(); })
 {
-    thread->start();
 }
 
 LineThread::~LineThread()
 {
     stop.request();
-    thread->wait();
+    thread.join();
 }
 
+/// A serial port has notifiers, which want an event dispatcher in their thread: the event loop makes one, and never
+/// runs.
 void LineThread::run()
 {
+    const QEventLoop loop;
     try {
         poll();
     } catch (const std::exception &error) {

@@ -6,7 +6,7 @@
 #include "watch/line_trace.h"
 
 #include <memory>
-#include <QtCore/QThread>
+#include <thread>
 
 namespace fgs
 {
@@ -40,7 +40,7 @@ private:
     const std::shared_ptr<const GatewaySettings> settings;
     const Wiring wiring;
     Stop stop;
-    const std::unique_ptr<QThread> thread; ///< of Qt, for a serial port has its notifiers there
+    std::thread thread;
 };
 
 } // namespace fgs
