@@ -348,8 +348,8 @@ GatewayDoctor::Result GatewayDoctor::will()
 /// By hand the default is another folder than the service's.
 QString GatewayDoctor::whoseSpool() const
 {
-    const QString spool = QString::fromStdString(settings->spool->file);
-    return spool.contains(QLatin1Char('/'))
+    const QString place = QString::fromStdString(settings->spool->file);
+    return place.contains(QLatin1Char('/'))
                ? QString()
                : QStringLiteral("; the service has /var/lib/fgs-gateway/%1 in its place")
                      .arg(QFileInfo(file).completeBaseName());

@@ -122,10 +122,10 @@ void SettingsReader::takeRoot(Table &root)
 /// Without .toml; also what the instance of the service is called.
 QString SettingsReader::fileName() const
 {
-    QString name = QFileInfo(file).fileName();
-    if (name.endsWith(QLatin1String(".toml")))
-        name.chop(5);
-    return name;
+    QString stem = QFileInfo(file).fileName();
+    if (stem.endsWith(QLatin1String(".toml")))
+        stem.chop(5);
+    return stem;
 }
 
 std::string SettingsReader::name(Table &root)
