@@ -1,0 +1,1 @@
+// Nothing but what is precompiled for the host and the programs.
