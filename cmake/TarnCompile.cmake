@@ -40,3 +40,10 @@ function(tarn_host_language target)
   set_target_properties(${target} PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE ${TARN_WARNINGS} $<$<CONFIG:RelWithDebInfo>:-g1>)
 endfunction()
+
+# What parses a command line, of a target of this folder: it takes long to optimise and no time to run. What is
+# installed is optimised like everything else.
+function(tarn_parses_arguments file)
+  set_source_files_properties(${file} PROPERTIES
+    COMPILE_OPTIONS $<$<CONFIG:RelWithDebInfo>:-O0> SKIP_PRECOMPILE_HEADERS ON)
+endfunction()

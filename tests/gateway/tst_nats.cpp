@@ -194,7 +194,15 @@ private:
     std::vector<std::string> log;
 };
 
-/// Commands that nobody heard are sent again, each with an id of its own.
+/// What a cluster that chooses new leaders may do to a command: it comes late, twice, or with the next one.
+bool isOfTheWay(const std::string &answer)
+{
+    const char *const keys[] = {"accepted", "expired", "superseded", "tooOld", "tooMany"};
+    return std::any_of(std::begin(keys), std::end(keys),
+                       [&answer](const char *key) { return contains(answer, "\"" + std::string(key) + "\""); });
+}
+
+/// The answer to a command; what nobody heard, or the way has spoilt, is sent again with an id of its own.
 std::string answerTo(MqttUser &user, double setPoint)
 {
     for (int number = 1;; ++number) {
@@ -202,10 +210,17 @@ std::string answerTo(MqttUser &user, double setPoint)
         user.tell({"plant/press7/cmd", R"({"id":")" + id + R"(","ts":)" +
                                            std::to_string(QDateTime::currentMSecsSinceEpoch()) +
                                            R"(,"set":{"sp":)" + std::to_string(setPoint) + "}}"});
-        for (int steps = 0; steps < 100; ++steps, user.step())
-            if (contains(user.newest("plant/press7/ack"), "\"" + id + "\""))
-                return user.newest("plant/press7/ack");
+        for (int steps = 0; steps < 100; ++steps, user.step()) {
+            const std::string answer = user.newest("plant/press7/ack");
+            if (contains(answer, "\"" + id + "\"") && !isOfTheWay(answer))
+                return answer;
+        }
     }
+}
+
+void expectVerified(const std::string &answer)
+{
+    EXPECT_TRUE(contains(answer, "\"verified\"")) << answer;
 }
 
 TEST_F(Nats, CarriesCommandsBeforeAndAfterTheGatewaysNodeIsKilled)
@@ -214,10 +229,10 @@ TEST_F(Nats, CarriesCommandsBeforeAndAfterTheGatewaysNodeIsKilled)
     const std::size_t node = nodeOf(running.awaitConnection());
     const std::unique_ptr<MqttUser> user = readerBesides(node);
     user->stepUntil([&] { return contains(user->newest("plant/press7/oven/state"), "\"sp\":20.1"); });
-    EXPECT_TRUE(contains(answerTo(*user, 120.5), "\"verified\""));
+    expectVerified(answerTo(*user, 120.5));
     cluster.kill(node);
     EXPECT_NE(nodeOf(running.awaitConnection()), node);
-    EXPECT_TRUE(contains(answerTo(*user, 99.5), "\"verified\""));
+    expectVerified(answerTo(*user, 99.5));
     running.gateway->signal(SIGTERM);
     EXPECT_EQ(running.gateway->wait(), 0);
 }
