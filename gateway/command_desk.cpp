@@ -260,7 +260,7 @@ void CommandDesk::carryOut(const Command &command, CommandAnswer &answer, const 
         throw Refusal(CommandFailure::ReadOnly, "this gateway writes nothing");
     Order order = maker.orderOf(command, answer.tags);
     refuseByRate(steady);
-    maker.refuseByLine(command, line, order, answer.tags);
+    OrderMaker::refuseByLine(command, line, order, answer.tags);
     put(std::move(order), command, answer, steady + patience(command, now));
 }
 

@@ -88,7 +88,7 @@ void OrderMaker::add(Order &order, const Command &command, std::size_t index, bo
 }
 
 void OrderMaker::refuseByLine(const Command &command, const LineState &line, const Order &order,
-                              std::vector<TagAnswer> &wrong) const
+                              std::vector<TagAnswer> &wrong)
 {
     if (!line.isUp)
         throw Refusal(CommandFailure::LinkDown, "the link to the controllers is down; send it again later");

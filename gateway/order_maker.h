@@ -25,8 +25,8 @@ public:
     /// in the order of the checks; `wrong` gets each wrong one.
     Order orderOf(const Command &command, std::vector<TagAnswer> &wrong) const;
     /// Throws Refusal in the same way if the link or a station is down.
-    void refuseByLine(const Command &command, const LineState &line, const Order &order,
-                      std::vector<TagAnswer> &wrong) const;
+    static void refuseByLine(const Command &command, const LineState &line, const Order &order,
+                             std::vector<TagAnswer> &wrong);
 
 private:
     void add(Order &order, const Command &command, std::size_t index, bool maySuggest) const;

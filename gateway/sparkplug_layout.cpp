@@ -72,6 +72,22 @@ bool isSame(const std::vector<Metric> &a, const std::vector<Metric> &b)
                       [](const Metric &one, const Metric &other) { return one.value == other.value; });
 }
 
+/// Those that are still of the same type; a record may be older than the settings. None of what cannot be read.
+std::vector<Metric> knownMetrics(const Device &device, const Record &record)
+{
+    std::vector<Metric> metrics;
+    try {
+        for (Metric &metric : decode(record.content).metrics) {
+            const auto place = device.metrics.find(metric.name);
+            if (place != device.metrics.end() && metric.type == place->second.type)
+                metrics.push_back(std::move(metric));
+        }
+    } catch (const PayloadError &) {
+        metrics.clear();
+    }
+    return metrics;
+}
+
 /// As data have them: the births have told the types.
 std::vector<Metric> withoutTypes(std::vector<Metric> metrics)
 {
@@ -132,7 +148,6 @@ private:
 
     const Device *deviceNamed(const std::string &name) const;
     bool isBorn(const Device &device) const { return session.stations.count(device.station) > 0; }
-    std::vector<Metric> knownMetrics(const Device &device, const Record &record) const;
     /// DDATA, with the qualities that have to be told.
     Message data(const std::string &device, std::vector<Metric> metrics, Epoch now);
 
@@ -285,6 +300,7 @@ std::vector<Record> SparkplugLayout::records(const std::vector<const Sample *> &
             append(metrics[{sample->time, station}], metricsOf(tags[sample->tag], *sample));
     }
     std::vector<Record> records;
+    records.reserve(metrics.size());
     for (auto &[place, together] : metrics)
         records.push_back({deviceName(place.second), place.first, encode({{}, std::move(together), {}})});
     return records;
@@ -295,22 +311,6 @@ const Device *SparkplugLayout::deviceNamed(const std::string &name) const
     const auto found =
         std::find_if(devices.begin(), devices.end(), [&name](const Device &device) { return device.name == name; });
     return found == devices.end() ? nullptr : &*found;
-}
-
-/// Those that are still of the same type; a record may be older than the settings. None of what cannot be read.
-std::vector<Metric> SparkplugLayout::knownMetrics(const Device &device, const Record &record) const
-{
-    std::vector<Metric> metrics;
-    try {
-        for (Metric &metric : decode(record.content).metrics) {
-            const auto place = device.metrics.find(metric.name);
-            if (place != device.metrics.end() && metric.type == place->second.type)
-                metrics.push_back(std::move(metric));
-        }
-    } catch (const PayloadError &) {
-        metrics.clear();
-    }
-    return metrics;
 }
 
 Message SparkplugLayout::data(const std::string &device, std::vector<Metric> metrics, Epoch now)

@@ -14,8 +14,9 @@ void RoundTrips::add(Time time)
     const quint64 rest = span - (1ull << octave);
     const quint64 step = octave >= 4 ? rest >> (octave - 4) : rest << (4 - octave);
     ++counts[static_cast<std::size_t>(octave) * StepsPerOctave + static_cast<std::size_t>(step)];
-    const auto bound = std::lower_bound(RoundTripBounds.begin(), RoundTripBounds.end(), time);
-    ++bounded[static_cast<std::size_t>(bound - RoundTripBounds.begin())];
+    const auto below =
+        std::lower_bound(RoundTripBounds.begin(), RoundTripBounds.end(), time) - RoundTripBounds.begin();
+    ++bounded[static_cast<std::size_t>(below)];
     shortest = number ? std::min(shortest, time) : time;
     longest = std::max(longest, time);
     total += time;

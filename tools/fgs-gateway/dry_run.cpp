@@ -30,6 +30,7 @@ void printJson(const std::vector<Message> &messages)
 std::vector<Reading> readingsIn(const Host &host, const Link &link, const std::vector<Variable> &variables)
 {
     std::vector<Reading> readings;
+    readings.reserve(variables.size());
     for (const Variable &variable : variables)
         readings.push_back(readingOf(host, link, variable));
     return readings;

@@ -158,14 +158,14 @@ QString histogramText(const RoundTrips &times, Time timeout)
 {
     const RoundTripCounts &counts = times.histogram();
     const auto isFilled = [](quint64 count) { return count > 0; };
-    const auto first = std::find_if(counts.begin(), counts.end(), isFilled);
-    const auto last = std::find_if(counts.rbegin(), counts.rend(), isFilled).base();
+    const auto first = std::size_t(std::find_if(counts.begin(), counts.end(), isFilled) - counts.begin());
+    const auto end = std::size_t(counts.rend() - std::find_if(counts.rbegin(), counts.rend(), isFilled));
     QString text = QStringLiteral("%1 round trips").arg(times.count());
-    for (auto each = first; each < last; ++each)
+    for (std::size_t i = first; i < end; ++i)
         text += QStringLiteral("\n  %1 %2  %3")
-                    .arg(boundText(std::size_t(each - counts.begin())))
-                    .arg(*each, 9)
-                    .arg(bar(*each, *std::max_element(counts.begin(), counts.end())));
+                    .arg(boundText(i))
+                    .arg(counts[i], 9)
+                    .arg(bar(counts[i], *std::max_element(counts.begin(), counts.end())));
     return text +
            QStringLiteral("\n50 % within %1, 95 % within %2, 99 % within %3, max %4")
                .arg(millisecondsText(times.quantile(0.50)), millisecondsText(times.quantile(0.95)),
