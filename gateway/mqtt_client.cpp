@@ -97,7 +97,7 @@ private:
     void connect(const Message &will);
     void setCallbacks();
     void loop();
-    int tick() const;
+    int tick();
     void finish(const std::string &text);
 
     void connected(int code);
@@ -112,6 +112,7 @@ private:
     const BrokerAddress address;
     MqttHandle handle;
     ConnectionEnd end;
+    bool isParting = false; ///< it has had its turn to send DISCONNECT
 };
 
 void MqttClient::Connection::run(const Message &will)
@@ -169,8 +170,8 @@ void MqttClient::Connection::loop()
     }
 }
 
-/// Milliseconds, negative: it is time to end.
-int MqttClient::Connection::tick() const
+/// Milliseconds, negative: it is time to end. One turn at least, for DISCONNECT only waits until then.
+int MqttClient::Connection::tick()
 {
     const std::lock_guard<std::mutex> lock(shared.mutex);
     if (!shared.isLeaving)
@@ -178,7 +179,8 @@ int MqttClient::Connection::tick() const
     if (!end.wasConnected || shared.parting == Parting::ByWill)
         return -1;
     const auto left = std::chrono::duration_cast<milliseconds>(shared.endBy - Clock::now());
-    return int(std::min<std::int64_t>(left.count(), Tick));
+    const std::int64_t least = std::exchange(isParting, true) ? -1 : 0;
+    return int(std::clamp<std::int64_t>(left.count(), least, Tick));
 }
 
 void MqttClient::Connection::finish(const std::string &text)

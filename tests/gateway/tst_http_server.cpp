@@ -279,10 +279,8 @@ TEST_F(HttpServerTest, IsScrapedByPrometheus)
     std::ofstream(folder.path / "prometheus.yml")
         << "global:\n  scrape_interval: 1s\nscrape_configs:\n  - job_name: gateway\n    static_configs:\n"
         << "      - targets: ['127.0.0.1:" << gateway.port() << "']\n";
-    const int free =
-        boundToLoopback(0); // others may take the port until it listens; then it ends, and so does this
-    const int port = portOf(free);
-    ::close(free);
+    const int reserved = boundToLoopback(0); // it listens there all the same
+    const int port = portOf(reserved);
     Process prometheus(program, {"--config.file=" + (folder.path / "prometheus.yml").string(),
                                  "--storage.tsdb.path=" + (folder.path / "data").string(),
                                  "--web.listen-address=127.0.0.1:" + std::to_string(port)});
@@ -307,6 +305,7 @@ TEST_F(HttpServerTest, IsScrapedByPrometheus)
     EXPECT_EQ(result[0]["metric"]["job"], "gateway");
     prometheus.signal(SIGTERM);
     EXPECT_EQ(prometheus.wait(), 0);
+    ::close(reserved);
 }
 
 } // namespace

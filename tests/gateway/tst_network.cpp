@@ -362,7 +362,6 @@ TEST(NetworkWithABadBroker, TellsOfConnectionsAsSeldomAsOfTheirLoss)
     FakeBroker broker;
     TestClock clock;
     GatewaySettings settings = gatewaySettings({broker.port()});
-    settings.broker.keepAlive = std::chrono::minutes(10); // nothing is silent for too long here
     Gateway gateway(settings, clock.function());
     const auto comeBack = [&](int connection) {
         gateway.stepUntil([&] {
@@ -475,7 +474,8 @@ TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
     GatewaySettings settings = gatewaySettings({bad->port()});
     settings.broker.addresses.push_back({"127.0.0.1", broker.port()});
     settings.broker.mostInFlight = 5;
-    Gateway gateway(settings);
+    const TestClock clock; // it stands: the broker is never silent for too long
+    Gateway gateway(settings, clock.function());
     gateway.stepUntil([&] { return bad->sent().size() >= 2; });
     for (quint32 i = 1; i <= 20000; ++i) {
         gateway.post(i % Tags, i, 1000 + i);
@@ -495,13 +495,20 @@ TEST_F(NetworkTest, KeepsTheNewestValuesWhileNothingIsAcknowledged)
     });
 }
 
-/// Twice the time to keep alive is 40 s.
+/// That leaves a broker after 40 s, twice the time to keep alive.
+GatewaySettings impatientSettings(const std::vector<int> &ports)
+{
+    GatewaySettings settings = gatewaySettings(ports);
+    settings.broker.keepAlive = std::chrono::seconds(20);
+    return settings;
+}
+
 TEST(NetworkWithABadBroker, LeavesOneThatAcknowledgesNothing)
 {
     FakeBroker bad, good;
     bad.acknowledges = false;
     TestClock clock;
-    Gateway gateway(gatewaySettings({bad.port(), good.port()}), clock.function());
+    Gateway gateway(impatientSettings({bad.port(), good.port()}), clock.function());
     gateway.stepUntil([&] { return bad.sent().size() == 2; });
     gateway.step();
     bad.acknowledges = true;
@@ -528,7 +535,7 @@ TEST(NetworkWithABadBroker, LeavesOneThatNeverAnswersASubscription)
     FakeBroker bad, good;
     bad.subscribes = false;
     TestClock clock;
-    Gateway gateway(gatewaySettings({bad.port(), good.port()}), clock.function());
+    Gateway gateway(impatientSettings({bad.port(), good.port()}), clock.function());
     gateway.stepUntil([&] { return bad.subscriptions == 1; });
     gateway.step();
     clock.pass(milliseconds(40000));
@@ -542,7 +549,7 @@ TEST(NetworkWithABadBroker, StaysWithOneThatHasNothingToAcknowledge)
 {
     FakeBroker broker;
     TestClock clock;
-    Gateway gateway(gatewaySettings({broker.port()}), clock.function());
+    Gateway gateway(impatientSettings({broker.port()}), clock.function());
     gateway.stepUntil([&] { return gateway.network.figures().acknowledged == 2; });
     for (std::size_t i = 1; i <= 5; ++i) {
         clock.pass(milliseconds(50000));
@@ -916,7 +923,8 @@ TEST_F(NetworkTest, ComesBackFromAConnectionThatIsOpenAtOneEndOnly)
     broker.start();
     GatewaySettings settings = gatewaySettings({broker.port()});
     settings.broker.keepAlive = std::chrono::seconds(5);
-    Gateway gateway(settings);
+    const TestClock clock; // it stands: the client notices before the gateway
+    Gateway gateway(settings, clock.function());
     gateway.stepUntil([&] { return gateway.network.figures().acknowledged >= 2; });
     broker.freeze();
     gateway.post(0, 9, 9000);
@@ -940,7 +948,8 @@ TEST_F(NetworkTest, ComesBackThroughANetworkThatWentSilent)
     settings.spool->file = folder.path / "press7.spool";
     MqttUser reader(readerSettings(), {"plant/#"});
     reader.stepUntilConnected();
-    Gateway gateway(settings);
+    const TestClock clock; // it stands: the client notices before the gateway
+    Gateway gateway(settings, clock.function());
     stepBoth(gateway, reader, [&] { return contains(reader.newest("plant/press7/oven/state"), "\"t0\""); });
     tap.isSilent = true;
     const Epoch time = std::time(nullptr) * Epoch(1000);

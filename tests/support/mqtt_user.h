@@ -13,6 +13,7 @@ inline fgs::BrokerSettings brokerSettings(const std::vector<int> &ports, const s
     for (int port : ports)
         settings.addresses.push_back({"127.0.0.1", port});
     settings.clientId = id;
+    settings.keepAlive = std::chrono::minutes(10); // neither side is taken for dead on a busy machine
     return settings;
 }
 
@@ -54,8 +55,9 @@ public:
     {
         const std::size_t before = acknowledged.size();
         while (acknowledged.size() == before) {
+            stepUntil([&] { return client.isConnected(); });
             const std::size_t endsBefore = ends.size();
-            stepUntil([&] { return client.publish(message) != 0; });
+            stepUntil([&] { return client.publish(message) != 0 || ends.size() > endsBefore; });
             stepUntil([&] { return acknowledged.size() > before || ends.size() > endsBefore; });
         }
     }
@@ -73,6 +75,7 @@ public:
     std::vector<int> acknowledged;
     std::vector<std::string> ends; ///< texts of Disconnected
     std::string refusedTopics;
+    bool insists = false; ///< on its topics: it leaves who refuses one
     int connections = 0, wills = 0;
     bool isSubscribed = false;
 
@@ -89,8 +92,10 @@ private:
             client.subscribe(topics);
             break;
         case News::Subscribed:
-            isSubscribed = true;
             refusedTopics = item.text;
+            isSubscribed = refusedTopics.empty() || !insists;
+            if (!isSubscribed)
+                client.walkOn();
             break;
         case News::Disconnected:
             isSubscribed = false;

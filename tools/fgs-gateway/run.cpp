@@ -173,9 +173,8 @@ void Gateway::apply(const Settings &next)
 void Gateway::tellStatus()
 {
     const std::string now = statusOf(*mailbox.sharedState(), network.isBrokerUp());
-    if (now != status)
-        service.status(now);
-    status = now;
+    if (now != status && service.status(now))
+        status = now;
 }
 
 int Gateway::end()

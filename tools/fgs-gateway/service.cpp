@@ -77,11 +77,10 @@ void Service::feed()
 }
 
 /// Without waiting: the line's thread tells too.
-void Service::tell(const std::string &state) const
+bool Service::tell(const std::string &state) const
 {
-    if (addressSize)
-        ::sendto(socket, state.data(), state.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
-                 reinterpret_cast<const sockaddr *>(&address), addressSize);
+    return addressSize == 0 || ::sendto(socket, state.data(), state.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
+                                        reinterpret_cast<const sockaddr *>(&address), addressSize) >= 0;
 }
 
 } // namespace fgs

@@ -11,7 +11,7 @@
 namespace fgs
 {
 
-/// Datagrams to a socket; one that does not arrive is lost, as nobody could be told. Any thread, but for feed().
+/// Datagrams to a socket, without waiting: one that finds no room there is lost. Any thread, but for feed().
 class Service
 {
 public:
@@ -31,14 +31,15 @@ public:
     /// Until the next ready().
     void reloading() const;
     void stopping() const { tell("STOPPING=1"); }
-    /// A line for people.
-    void status(const std::string &text) const { tell("STATUS=" + text); }
+    /// A line for people. False: it did not get there, say it again.
+    bool status(const std::string &text) const { return tell("STATUS=" + text); }
 
     /// One thread. As often as it likes: the watchdog is fed when half of its time is over.
     void feed();
 
 private:
-    void tell(const std::string &state) const;
+    /// False: somebody listens, and has no room for it now.
+    bool tell(const std::string &state) const;
 
     sockaddr_un address = {};
     socklen_t addressSize = 0; ///< 0: nobody listens

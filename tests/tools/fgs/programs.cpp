@@ -42,6 +42,9 @@ QStringList wordsOf(const QString &line, const QString &link)
     for (QString &word : words)
         if (word == QLatin1String("L"))
             word = link;
+    const QStringList asking = {QStringLiteral("read"), QStringLiteral("write"), QStringLiteral("poll")};
+    if (asking.contains(words.value(0)) && words.contains(link) && !words.contains(QStringLiteral("--timeout")))
+        return words.mid(0, 1) + QStringList{QStringLiteral("--timeout"), QStringLiteral("3600000")} + words.mid(1);
     return words;
 }
 

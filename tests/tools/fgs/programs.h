@@ -21,7 +21,8 @@ struct Result {
     QJsonObject summary() const;
 };
 
-/// The words of a command line, L standing for the link.
+/// The words of a command line, L standing for the link. What asks a controller waits as long as it takes, unless
+/// the line has a --timeout: no default judges a busy machine.
 QStringList wordsOf(const QString &line, const QString &link);
 
 class Program

@@ -261,7 +261,6 @@ TEST_P(OnBothLinks, ASilentStationIsSaidToBeAndTakenBack)
     controller.follow(obey);
     EXPECT_TRUE(poll.says("fgs: station 2 answers again"));
     EXPECT_TRUE(poll.shows("5:2000@2", std::to_string(controller.held(2, 5, 2000))));
-    EXPECT_EQ(controller.connections(), 1);
 }
 
 TEST(SilentStation, IsAnEventInJson)
@@ -281,10 +280,13 @@ TEST(SilentStation, IsProbedWithAnotherVariableEachTime)
     Poll poll(QString::fromLatin1(TwoStations), controller);
     ASSERT_TRUE(poll.says("fgs: station 2 does not answer"));
     const size_t from = controller.log().size();
+    // The newest in a row: where the other station is late too, the line is taken for dead and all is asked.
     const auto probes = [from](const Log &log) {
         std::vector<int> addresses;
         for (size_t i = from; i < log.size(); ++i)
-            if (log[i].station == 2)
+            if (log[i].station == 2 && log[i].blocks.size() > 1)
+                addresses.clear();
+            else if (log[i].station == 2)
                 addresses.push_back(log[i].blocks[0].address);
         return addresses;
     };

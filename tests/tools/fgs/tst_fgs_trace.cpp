@@ -76,7 +76,7 @@ TEST_F(TraceTest, TellsWhatBecameOfARequest)
     OwnController controller([](const Request &request, const QByteArray &good) {
         return request.write ? refuse(request) : request.station == 2 ? Silence : Reply{good};
     });
-    run(QStringLiteral("read L 5:100 5:7@2 --timeout 20 --retries 0 --late 0"), controller.link());
+    run(QStringLiteral("read L 5:7@2 --timeout 20 --retries 0 --late 0"), controller.link());
     const std::vector<TracedFrame> read = frames();
     ASSERT_FALSE(read.empty());
     EXPECT_EQ(read.back().comment, "no reply");
